@@ -1,0 +1,31 @@
+#include "Keel/DedupHandleBase.h"
+
+#include "Keel/DedupHashTable.h"
+
+namespace Keel {
+
+DedupContentHandle::~DedupContentHandle() = default;
+
+DedupHandleBase::~DedupHandleBase() = default;
+
+bool DedupHandleBase::isDeduped() const { return dedupState() == dedupHandleStateDeduped(); }
+
+bool DedupHandleBase::everDeduped() const { return dedupState() != dedupHandleStateNeverDeduped(); }
+
+void DedupHandleBase::assertIsDeduped() const { TYR_ASSERT(everDeduped()); }
+
+DedupHandleState DedupHandleBase::dedupState() const noexcept {
+  switch (owner_.load(std::memory_order_relaxed)) {
+    case ownerNone: return DedupHandleState::neverDeduped;
+    case ownerBarred: return DedupHandleState::notInTable;
+    default: return DedupHandleState::deduped;
+  }
+}
+
+void DedupHandleBase::lastReferenceRelease() const noexcept {
+  auto* self = const_cast<DedupHandleBase*>(this);
+  // The virtual destructor finds the object's size, and with it its size class, by itself.
+  if (DedupHashTable::letGo(self)) delete self;
+}
+
+}  // namespace Keel

@@ -1,0 +1,144 @@
+// DedupHandleBase: the base of every interned object. DedupContentHandle: the base of what one is looked up by.
+//
+// An interned object is made by `new` with a count of zero and "never deduped", is handed to one DedupHashTable, and from
+// then on is immutable and shared through Tyr::Ptr (one word). When its last pointer goes it leaves its table and is
+// deleted. Objects live in Keel::handleHeap(); at most 2048 octets each, and DedupHandleBase must be their first base.
+// Counts follow the protocol at the head of Keel/DedupHashTable.h.
+#pragma once
+
+#include <atomic>
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <cstddef>
+#include <cstdint>
+
+#include "Keel/SlabHeap.h"
+#include "Tyr/Assert.h"
+#include "Tyr/Export.h"
+#include "Tyr/FwkType.h"
+#include "Tyr/PtrInterface.h"
+#include "Tyr/Threading.h"
+
+namespace Keel {
+
+enum class DedupHandleState : std::uint8_t { neverDeduped, deduped, notInTable };
+
+// Made, and not yet seen by a table.
+constexpr DedupHandleState dedupHandleStateNeverDeduped() noexcept { return DedupHandleState::neverDeduped; }
+// Held by the table that it was inserted in.
+constexpr DedupHandleState dedupHandleStateDeduped() noexcept { return DedupHandleState::deduped; }
+// Held by no table and never to be: read back from a store, or left over when its table was destroyed.
+constexpr DedupHandleState dedupHandleStateNotInTable() noexcept { return DedupHandleState::notInTable; }
+
+// The content that a lookup compares stored objects with. A mutable builder of its caller's; hash() is meaningful once
+// the content is in its canonical form (sorted, for lists).
+class VELBGP_EXPORT DedupContentHandle {
+ public:
+  virtual ~DedupContentHandle();
+  virtual std::uint32_t hash() const = 0;
+};
+
+class DedupHashTable;
+
+class VELBGP_EXPORT DedupHandleBase {
+ public:
+  DedupHandleBase(const DedupHandleBase&) = delete;
+  DedupHandleBase& operator=(const DedupHandleBase&) = delete;
+
+  virtual const Tyr::FwkType& fwkType() const = 0;
+
+ protected:
+  DedupHandleBase() noexcept = default;
+  virtual ~DedupHandleBase();
+
+ public:
+  // Held by a table now; held by one at some time (or barred from all).
+  virtual bool isDeduped() const;
+  virtual bool everDeduped() const;
+  // Stops the process when the object was never interned.
+  virtual void assertIsDeduped() const;
+
+  // The hash of the content, the same before and after interning, and equal to that of a DedupContentHandle that matches.
+  virtual std::uint32_t hash() const = 0;
+  // Equality of content with an object of the same class family.
+  virtual bool compare(const DedupHandleBase* other) const = 0;
+  virtual bool compareByContent(const DedupContentHandle& content) const = 0;
+
+  DedupHandleState dedupState() const noexcept;
+  // For an object that must never be taken for an interned one.
+  void notInTableIs() noexcept { owner_.store(ownerBarred, std::memory_order_relaxed); }
+
+  std::uint32_t referenceCount() const noexcept { return count_.load(std::memory_order_relaxed); }
+  // What hash() gave when the object was interned; 0 before.
+  std::uint32_t storedHash() const noexcept { return hash_; }
+
+  bool notificationActive() const noexcept { return (userData_ & notificationActiveBit) != 0; }
+  void notificationActiveIs(bool active) noexcept {
+    userData_ = static_cast<std::uint16_t>(active ? userData_ | notificationActiveBit : userData_ & userDataMask);
+  }
+
+  static void* operator new(std::size_t octets) { return handleHeap().allocate(octets); }
+  static void operator delete(void* object, std::size_t octets) noexcept { handleHeap().release(object, octets); }
+
+  // Takes a reference that Tyr::Ptr(object, false) or another release will give back.
+  void referenceAdd() const noexcept {
+    // Relaxed: the copier already holds a reference, or the table's lock, so the object cannot be on its way out.
+    if (Tyr::agentMultiThreaded()) {
+      count_.fetch_add(1, std::memory_order_relaxed);
+    } else {
+      count_.store(count_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    }
+  }
+  void referenceRelease() const noexcept {
+    std::uint32_t count = count_.load(std::memory_order_relaxed);
+    if (!Tyr::agentMultiThreaded()) {
+      if (count == 1) return lastReferenceRelease();
+      count_.store(count - 1, std::memory_order_relaxed);
+      return;
+    }
+    while (count != 1) {
+      // Release: what this holder wrote comes before whatever the one that frees the object does.
+      if (count_.compare_exchange_weak(count, count - 1, std::memory_order_release, std::memory_order_relaxed)) return;
+    }
+    lastReferenceRelease();
+  }
+
+ protected:
+  // Fifteen bits for the derived class (classification, attribute flags); written only before the object is shared.
+  std::uint32_t userData() const noexcept { return userData_ & userDataMask; }
+  void userDataIs(std::uint32_t data) noexcept {
+    userData_ = static_cast<std::uint16_t>((userData_ & notificationActiveBit) | (data & userDataMask));
+  }
+  std::uint8_t userDataOctet(unsigned index) const noexcept { return static_cast<std::uint8_t>(userData() >> (8 * index)); }
+
+  static constexpr std::uint16_t userDataMask = 0x7fff;
+
+ private:
+  friend class DedupHashTable;
+  friend void intrusive_ptr_add_ref(const DedupHandleBase* object) noexcept { object->referenceAdd(); }
+  friend void intrusive_ptr_release(const DedupHandleBase* object) noexcept { object->referenceRelease(); }
+
+  // The count is one and it is ours: leave the table, then delete.
+  void lastReferenceRelease() const noexcept;
+
+  static constexpr std::uint16_t ownerNone = 0;
+  static constexpr std::uint16_t ownerBarred = 0xffff;
+  static constexpr std::uint16_t notificationActiveBit = 0x8000;
+
+  //  octet  0        8       12      16      20      22      24
+  //         vtable   count   hash    next    owner   user data
+  mutable std::atomic<std::uint32_t> count_{0};
+  std::uint32_t hash_ = 0;
+  SlabRef next_ = 0;                      // the chain of our bucket
+  std::atomic<std::uint16_t> owner_{0};   // the number of the table that holds us, ownerNone or ownerBarred
+  std::uint16_t userData_ = 0;
+};
+static_assert(sizeof(DedupHandleBase) == 24);
+
+// Between an interned object and its 32-bit reference.
+template <typename T>
+const T* handleAt(SlabRef ref) noexcept {
+  return static_cast<const T*>(static_cast<const DedupHandleBase*>(SlabHeap::at(ref)));
+}
+inline SlabRef handleRef(const DedupHandleBase* handle) noexcept { return SlabHeap::refOf(handle); }
+
+}  // namespace Keel

@@ -1,0 +1,32 @@
+#include "Keel/DumpContext.h"
+
+#include <cstdio>
+#include <vector>
+
+namespace Keel {
+
+DumpContext::~DumpContext() = default;
+StringDumpContext::~StringDumpContext() = default;
+
+void DumpContext::printf(const char* format, ...) {
+  char onStack[512];
+  std::va_list arguments;
+  va_start(arguments, format);
+  const int needed = std::vsnprintf(onStack, sizeof onStack, format, arguments);
+  va_end(arguments);
+  if (needed < 0) return;
+  const auto octets = static_cast<std::size_t>(needed);
+  if (octets < sizeof onStack) return write(onStack, octets);
+  std::vector<char> onHeap(octets + 1);
+  va_start(arguments, format);
+  std::vsnprintf(onHeap.data(), onHeap.size(), format, arguments);
+  va_end(arguments);
+  write(onHeap.data(), octets);
+}
+
+void DumpContext::line(std::uint32_t indent, const std::string& text) {
+  const std::string whole = std::string(indent, ' ') + text + '\n';
+  write(whole.data(), whole.size());
+}
+
+}  // namespace Keel

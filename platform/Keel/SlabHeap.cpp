@@ -1,0 +1,157 @@
+#include "Keel/SlabHeap.h"
+
+#include <cstdlib>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KEEL_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KEEL_ADDRESS_SANITIZER 1
+#endif
+#endif
+#ifdef KEEL_ADDRESS_SANITIZER
+#include <sanitizer/asan_interface.h>
+#endif
+
+namespace Keel {
+
+namespace detail {
+
+std::array<std::atomic<char*>, slabMaxChunks> slabChunks{};
+
+namespace {
+
+// Use of a freed slot is an error that the address sanitizer shall see, though the memory stays ours. What the lock-free
+// side may still look at, the octets before the link, is left readable.
+void forbid([[maybe_unused]] void* octets, [[maybe_unused]] std::size_t count) noexcept {
+#ifdef KEEL_ADDRESS_SANITIZER
+  __asan_poison_memory_region(octets, count);
+#endif
+}
+void permit([[maybe_unused]] void* octets, [[maybe_unused]] std::size_t count) noexcept {
+#ifdef KEEL_ADDRESS_SANITIZER
+  __asan_unpoison_memory_region(octets, count);
+#endif
+}
+
+// Chunks are cut from regions of 1 MiB: one request to the system for sixteen chunks.
+class ChunkSource {
+ public:
+  SlabChunk* take(SlabPool* pool) {
+    const std::lock_guard lock(mutex_);
+    if (next_ == slabMaxChunks) throw std::bad_alloc();
+    if (regionLeft_ == 0) {
+      region_ = static_cast<char*>(std::aligned_alloc(slabChunkOctets, slabChunkOctets * regionChunks));
+      if (region_ == nullptr) throw std::bad_alloc();
+      regionLeft_ = regionChunks;
+    }
+    auto* chunk = new (region_) SlabChunk{pool, next_};
+    slabChunks[next_].store(region_, std::memory_order_release);
+    ++next_;
+    region_ += slabChunkOctets;
+    --regionLeft_;
+    return chunk;
+  }
+
+ private:
+  static constexpr std::size_t regionChunks = 16;
+  std::mutex mutex_;
+  char* region_ = nullptr;
+  std::size_t regionLeft_ = 0;
+  std::uint32_t next_ = 1;
+};
+
+ChunkSource& chunkSource() noexcept {
+  static auto* const source = new ChunkSource;
+  return *source;
+}
+
+}  // namespace
+
+void* SlabPool::carve() {
+  if (fresh_ == freshEnd_) {
+    char* chunk = reinterpret_cast<char*>(chunkSource().take(this));
+    const std::size_t slots = (slabChunkOctets - slabChunkHeader) / slotOctets;
+    fresh_ = chunk + slabChunkHeader;
+    freshEnd_ = fresh_ + slots * slotOctets;
+  }
+  char* slot = fresh_;
+  fresh_ += slotOctets;
+  return slot;
+}
+
+void* SlabPool::takeUnlocked() {
+  void* slot = free_;
+  if (slot == nullptr) {
+    slot = carve();
+  } else {
+    permit(slot, slotOctets);
+    free_ = *reinterpret_cast<char**>(free_ + linkOffset);
+  }
+  ++live_;
+  return slot;
+}
+
+void SlabPool::giveUnlocked(void* slot) noexcept {
+  char* octets = static_cast<char*>(slot);
+  *reinterpret_cast<char**>(octets + linkOffset) = free_;
+  free_ = octets;
+  --live_;
+  forbid(octets + linkOffset, slotOctets - linkOffset);
+}
+
+void* SlabPool::take() {
+  if (!Tyr::agentMultiThreaded()) return takeUnlocked();
+  const std::lock_guard lock(mutex_);
+  return takeUnlocked();
+}
+
+void SlabPool::give(void* slot) noexcept {
+  if (!Tyr::agentMultiThreaded()) return giveUnlocked(slot);
+  const std::lock_guard lock(mutex_);
+  giveUnlocked(slot);
+}
+
+}  // namespace detail
+
+SlabHeap::SlabHeap(std::uint32_t linkOffset) noexcept {
+  std::uint32_t octets = 0;
+  for (detail::SlabPool& pool : pools_) {
+    pool.slotOctets = octets;
+    pool.linkOffset = linkOffset;
+    octets += detail::slabUnit;
+  }
+}
+
+void* SlabHeap::allocate(std::size_t octets) {
+  detail::SlabPool& pool = poolOf(octets);
+  TYR_ASSERT(octets <= maxOctets && pool.slotOctets >= pool.linkOffset + sizeof(void*));
+  return pool.take();
+}
+
+void SlabHeap::release(void* slot, std::size_t octets) noexcept { poolOf(octets).give(slot); }
+
+std::size_t SlabHeap::liveSlots() const noexcept {
+  std::size_t slots = 0;
+  for (const detail::SlabPool& pool : pools_) slots += pool.live();
+  return slots;
+}
+
+std::size_t SlabHeap::liveOctets() const noexcept {
+  std::size_t octets = 0;
+  for (const detail::SlabPool& pool : pools_) octets += pool.live() * pool.slotOctets;
+  return octets;
+}
+
+SlabHeap& handleHeap() noexcept {
+  static SlabHeap& heap = *new SlabHeap(16);  // the virtual table's word, the count and the hash survive
+  return heap;
+}
+
+SlabHeap& blockHeap() noexcept {
+  static SlabHeap& heap = *new SlabHeap(0);
+  return heap;
+}
+
+}  // namespace Keel

@@ -1,0 +1,7 @@
+#include "Tyr/PtrInterface.h"
+
+namespace Tyr {
+
+PtrInterface::~PtrInterface() = default;
+
+}  // namespace Tyr

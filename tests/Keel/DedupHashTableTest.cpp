@@ -1,0 +1,191 @@
+#include "Keel/DedupHashTable.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "Keel/Word.h"
+
+namespace Keel::test {
+namespace {
+
+// What a table announced, as a picture: the values that are in it now. A value announced twice in a row is a fault.
+class Picture final : public DedupLifeTimeNotifiee {
+ public:
+  void handleInsert(DedupHandleBase* handle) override {
+    EXPECT_TRUE(handle->isDeduped());
+    EXPECT_TRUE(values.insert(static_cast<Word*>(handle)->value).second);
+    if (keep) kept.emplace_back(static_cast<Word*>(handle));
+  }
+  void handleRemove(DedupHandleBase* handle) override {
+    EXPECT_FALSE(handle->isDeduped());
+    EXPECT_EQ(values.erase(static_cast<Word*>(handle)->value), 1u);
+    if (keepLeaving) kept.emplace_back(static_cast<Word*>(handle));
+  }
+  void handleNotificationStop(DedupHashTable*) override {
+    ++stops;
+    values.clear();
+  }
+
+  std::set<std::uint64_t> values;
+  std::vector<Word::PtrConst> kept;
+  bool keep = false;
+  bool keepLeaving = false;
+  int stops = 0;
+};
+
+class BothVariants : public testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override {
+    Tyr::agentMultiThreadedIs(GetParam());
+    picture = Tyr::make<Picture>();
+    table = Tyr::make<DedupHashTable>("words");
+    table->lifeTimeNotifieeIs(picture);
+  }
+  void TearDown() override {
+    table.reset();
+    picture.reset();
+    EXPECT_EQ(Word::alive, 0);
+    EXPECT_EQ(handleHeap().liveSlots(), 0u);
+    Tyr::agentMultiThreadedIs(false);
+  }
+
+  Tyr::Ptr<Picture> picture;
+  Tyr::Ptr<DedupHashTable> table;
+};
+
+INSTANTIATE_TEST_SUITE_P(Variant, BothVariants, testing::Bool(),
+                         [](const auto& info) { return info.param ? "MultiThreaded" : "SingleThreaded"; });
+
+TEST_P(BothVariants, AgreesWithAModelUnderInternCopyAndRelease) {
+  std::mt19937_64 random(20261121);
+  std::map<std::uint64_t, std::vector<Word::PtrConst>> model;
+  std::size_t holders = 0;
+  for (int step = 0; step < 60000; ++step) {
+    // Waves: the table fills past several growths, then empties again.
+    const bool filling = step / 12000 % 2 == 0;
+    const std::uint64_t value = random() % 3000;
+    auto held = model.find(value);
+    if (random() % 10 < (filling ? 7 : 3)) {
+      Word::PtrConst word = Word::intern(*table, value);
+      ASSERT_EQ(word->value, value);
+      if (held != model.end()) {
+        ASSERT_EQ(word, held->second.front());
+      }
+      model[value].push_back(std::move(word));
+      ++holders;
+    } else if (held != model.end()) {
+      held->second.pop_back();
+      --holders;
+      if (held->second.empty()) model.erase(held);
+    }
+    ASSERT_EQ(table->size(), model.size());
+    ASSERT_EQ(picture->values.size(), model.size());
+    ASSERT_EQ(Word::alive, static_cast<int>(model.size()));
+    if (step % 1000 != 0) continue;
+    std::set<std::uint64_t> live;
+    std::size_t counted = 0;
+    for (const auto& [key, words] : model) {
+      live.insert(key);
+      counted += words.front()->referenceCount();
+    }
+    ASSERT_EQ(picture->values, live);
+    ASSERT_EQ(counted, holders);
+  }
+}
+
+TEST_P(BothVariants, LoserOfTwoInsertsIsNeverAnnounced) {
+  const Word::PtrConst first = Word::intern(*table, 7);
+  const Tyr::Ptr<Word> late(new Word(7));
+  DedupHandleBase* winner = table->dedup(late.get());
+  EXPECT_EQ(winner, first.get());
+  EXPECT_EQ(late->dedupState(), dedupHandleStateNeverDeduped());
+  EXPECT_EQ(first->referenceCount(), 2u);
+  first->referenceRelease();
+}
+
+TEST_P(BothVariants, ObserverMayKeepALeavingObject) {
+  picture->keepLeaving = true;
+  Word::intern(*table, 9);
+  ASSERT_EQ(picture->kept.size(), 1u);
+  const Word::PtrConst again = Word::intern(*table, 9);
+  EXPECT_NE(again, picture->kept.front());
+  EXPECT_EQ(picture->kept.front()->dedupState(), dedupHandleStateNotInTable());
+  picture->keepLeaving = false;
+  picture->kept.clear();
+  EXPECT_EQ(picture->values, std::set<std::uint64_t>{9});
+}
+
+TEST_P(BothVariants, ObjectsMayOutliveTheirTable) {
+  std::vector<Word::PtrConst> words;
+  for (std::uint64_t value = 0; value < 1000; ++value) words.push_back(Word::intern(*table, value));
+  table.reset();
+  EXPECT_EQ(picture->stops, 1);
+  for (const Word::PtrConst& word : words) EXPECT_EQ(word->dedupState(), dedupHandleStateNotInTable());
+}
+
+TEST_P(BothVariants, DumpSaysWhatIsThere) {
+  const Word::PtrConst a = Word::intern(*table, 1);
+  const Word::PtrConst b = Word::intern(*table, 98);  // the same hash
+  StringDumpContext context;
+  table->dump(context, 3);
+  EXPECT_THAT(context.text(), testing::StartsWith("   DedupHashTable words "));
+  EXPECT_THAT(context.text(), testing::HasSubstr(GetParam() ? "multi-threaded" : "single-threaded"));
+  EXPECT_THAT(context.text(), testing::HasSubstr(" objects #2 "));
+  EXPECT_THAT(context.text(), testing::EndsWith(" longest chain 2\n"));
+}
+
+TEST_P(BothVariants, AnObjectEntersATableOnce) {
+  const Tyr::Ptr<Word> word(new Word(1));
+  table->dedup(word.get())->referenceRelease();
+  EXPECT_DEATH(table->dedup(word.get()), testing::HasSubstr("fresh->dedupState() == dedupHandleStateNeverDeduped()"));
+  const Tyr::Ptr<Word> other(new Word(2));
+  EXPECT_DEATH(other->assertIsDeduped(), testing::HasSubstr("everDeduped()"));
+  EXPECT_DEATH(Tyr::agentMultiThreadedIs(!GetParam()), testing::HasSubstr("!inUse"));
+}
+
+#ifndef NDEBUG
+TEST(SingleThreadedTable, CatchesASecondThread) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto table = Tyr::make<DedupHashTable>("words");
+  EXPECT_DEATH(std::thread([&] { Word::intern(*table, 1); }).join(), testing::HasSubstr("ownerThread_"));
+}
+#endif
+
+// Four threads intern, copy and drop the same few values; every object they get is the right one and alive.
+TEST(MultiThreadedTable, HoldsUnderManyThreads) {
+  Tyr::agentMultiThreadedIs(true);
+  {
+    const auto picture = Tyr::make<Picture>();
+    const auto table = Tyr::make<DedupHashTable>("words");
+    table->lifeTimeNotifieeIs(picture);
+    std::atomic<int> wrong{0};
+    auto work = [&](unsigned seed) {
+      std::mt19937 random(seed);
+      std::vector<Word::PtrConst> held(8);
+      for (int step = 0; step < 30000; ++step) {
+        const std::uint64_t value = random() % 16;
+        Word::PtrConst word = Word::intern(*table, value);
+        wrong += word->value != value || !word->isDeduped();
+        held[random() % held.size()] = std::move(word);
+      }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < 4; ++i) threads.emplace_back(work, i);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(table->size(), 0u);
+    EXPECT_TRUE(picture->values.empty());
+    EXPECT_EQ(Word::alive, 0);
+  }
+  EXPECT_EQ(handleHeap().liveSlots(), 0u);
+  Tyr::agentMultiThreadedIs(false);
+}
+
+}  // namespace
+}  // namespace Keel::test

@@ -1,0 +1,144 @@
+#include "Tyr/Strep.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+
+#include "Tyr/Exception.h"
+#include "Tyr/FlagSet.h"
+
+namespace {
+
+using Tyr::StrepIterator;
+
+struct House {
+#define DOOR_FLAGS(FLAG) FLAG(open) FLAG(locked) FLAG(painted)
+  class Door {
+    TYR_FLAG_SET(Door, "House::Door", DOOR_FLAGS)
+
+   public:
+    constexpr bool shut() const { return !open(); }
+  };
+};
+using Door = House::Door;
+
+#define EIGHT_FLAGS(FLAG) FLAG(a) FLAG(b) FLAG(c) FLAG(d) FLAG(e) FLAG(f) FLAG(g) FLAG(h)
+class Eight {
+  TYR_FLAG_SET(Eight, "Eight", EIGHT_FLAGS)
+};
+
+// Reads from the front; gives what is left behind the value.
+template <typename Read>
+std::string restAfter(const std::string& text, Read&& read) {
+  StrepIterator it = text.data();
+  const StrepIterator end = it + text.size();
+  read(it, end);
+  return {it, end};
+}
+
+TEST(Strep, readersStopBehindTheirPiece) {
+  EXPECT_EQ(restAfter("abcd", [](auto& it, auto& end) { Tyr::expectText(it, end, "abc"); }), "d");
+  EXPECT_EQ(restAfter("TrueFalse", [](auto& it, auto& end) { EXPECT_TRUE(Tyr::readBool(it, end)); }), "False");
+  EXPECT_EQ(restAfter("False})", [](auto& it, auto& end) { EXPECT_FALSE(Tyr::readBool(it, end)); }), "})");
+  EXPECT_EQ(restAfter("255x", [](auto& it, auto& end) { EXPECT_EQ(Tyr::readUnsigned(it, end, 255), 255u); }), "x");
+  EXPECT_EQ(restAfter("18446744073709551615",
+                      [](auto& it, auto& end) { EXPECT_EQ(Tyr::readUnsigned(it, end, ~0ull), ~0ull); }),
+            "");
+  EXPECT_EQ(restAfter("0x0002fde8000000640",
+                      [](auto& it, auto& end) { EXPECT_EQ(Tyr::readHex64(it, end), 0x0002fde800000064u); }),
+            "0");
+  EXPECT_EQ(restAfter("aB_9-", [](auto& it, auto& end) { EXPECT_EQ(Tyr::readIdentifier(it, end), "aB_9"); }), "-");
+}
+
+TEST(Strep, failuresThrowAndMoveNothing) {
+  using Read = std::function<void(StrepIterator&, const StrepIterator&)>;
+  const auto number = [](std::uint64_t max) {
+    return Read([max](auto& it, auto& end) { Tyr::readUnsigned(it, end, max); });
+  };
+  const Read text = [](auto& it, auto& end) { Tyr::expectText(it, end, "abc"); };
+  const Read hex = [](auto& it, auto& end) { Tyr::readHex64(it, end); };
+  // clang-format off
+  const std::pair<const char*, Read> cases[] = {
+      {"abd", text}, {"ab", text}, {"", text}, {"true", Tyr::readBool}, {"Fals", Tyr::readBool}, {"", Tyr::readBool},
+      {"256", number(255)}, {"-1", number(9)}, {" 1", number(9)}, {"", number(9)},
+      {"18446744073709551616", number(~0ull)}, {"0x0002fde80000006", hex}, {"0x0002FDE800000064", hex},
+      {"0002fde800000064", hex}, {"0x-002fde800000064", hex}, {"-a", Tyr::readIdentifier}, {"", Tyr::readIdentifier},
+      {"(nil)", Tyr::readPointer}};
+  // clang-format on
+  for (const auto& [input, read] : cases) {
+    StrepIterator it = input;
+    EXPECT_THROW(read(it, input + std::string_view(input).size()), Tyr::ParseException) << input;
+    EXPECT_EQ(it, input);
+  }
+}
+
+TEST(Strep, pointersAndBooleansRoundTrip) {
+  const int object = 0;
+  EXPECT_EQ(Tyr::pointerToStrep(nullptr), "0x0000000000000000");
+  for (const void* pointer : {static_cast<const void*>(&object), static_cast<const void*>(nullptr)}) {
+    EXPECT_EQ(Tyr::readWhole(Tyr::pointerToStrep(pointer), Tyr::readPointer), pointer);
+  }
+  EXPECT_EQ(Tyr::valueToStrep(true) + Tyr::valueToStrep(false), "TrueFalse");
+  EXPECT_THROW(Tyr::readWhole("True ", Tyr::readBool), Tyr::ParseException);
+}
+
+TEST(FlagSet, bitsCountFromTheFirstMember) {
+  Door door;
+  EXPECT_EQ(door.value(), 0);
+  door.lockedIs(true);
+  door.paintedIs(true);
+  EXPECT_EQ(door.value(), 0x06);
+  door.lockedIs(false);
+  door.lockedIs(false);
+  EXPECT_EQ(door, Door(0x04));
+  EXPECT_TRUE(door.shut() && door.painted() && !door.locked());
+  EXPECT_EQ(Door::openBit, 0x01);
+  EXPECT_EQ(Eight(255).value(), 255);
+  std::string names;
+  for (const auto& flag : Door::names()) names += std::string(flag.name) + std::to_string(flag.bit) + " ";
+  EXPECT_EQ(names, "open1 locked2 painted4 ");
+}
+
+TEST(FlagSet, refusesBitsWithoutAMember) {
+  for (const unsigned value : {8u, 255u, 256u}) {
+    try {
+      Door door(value);
+      ADD_FAILURE() << value;
+    } catch (const Tyr::RangeException& e) {
+      EXPECT_STREQ(e.what(), "House::Door > 7 not allowed");
+    }
+  }
+  EXPECT_THROW(Eight(256), Tyr::RangeException);
+}
+
+TEST(FlagSet, textRoundTrips) {
+  std::ostringstream stream;
+  stream << Door(0x05);
+  const std::string text = "Value('House::Door', ** {'open': True, 'locked': False, 'painted': True})";
+  EXPECT_EQ(stream.str(), text);
+  EXPECT_EQ(valueToStrep(Door(0x05)), text);
+  for (unsigned value = 0; value < 8; ++value) {
+    EXPECT_EQ(Door::strepToValue(valueToStrep(Door(value))), Door(value));
+  }
+  EXPECT_EQ(restAfter(text + "tail", [](auto& it, auto& end) { EXPECT_EQ(Door(it, end), Door(0x05)); }), "tail");
+}
+
+TEST(FlagSet, everyTornOrAlteredTextIsRefused) {
+  const std::string text = valueToStrep(Door(0x05));
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    std::string altered = text;
+    altered[i] ^= 1;
+    for (const std::string& broken : {text.substr(0, i), altered}) {
+      StrepIterator it = broken.data();
+      Door door(0x02);
+      EXPECT_THROW(strepToValue(it, it + broken.size(), &door), Tyr::ParseException) << broken;
+      EXPECT_EQ(it, broken.data());
+      EXPECT_EQ(door, Door(0x02));
+    }
+  }
+  EXPECT_THROW(Door::strepToValue(text + " "), Tyr::ParseException);
+  EXPECT_THROW(Eight::strepToValue(text), Tyr::ParseException);
+}
+
+}  // namespace
