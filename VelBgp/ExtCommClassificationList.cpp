@@ -1,0 +1,161 @@
+#include <utility>
+
+#include "VelBgp/VelBgpCommunityListImpl.h"
+
+namespace Routing::Bgp {
+
+ExtCommClassificationList::ExtCommClassificationList(ExtCommClassification classification) {
+  checkClassification(classification);
+  userDataIs(static_cast<std::uint32_t>(classification));
+}
+
+ExtCommClassificationList::~ExtCommClassificationList() = default;
+LinkBandwidthExtCommClassificationList::~LinkBandwidthExtCommClassificationList() = default;
+RtExtCommClassificationList::~RtExtCommClassificationList() = default;
+
+const Tyr::FwkType& ExtCommClassificationList::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommClassificationList"};
+  return type;
+}
+
+const Tyr::FwkType& LinkBandwidthExtCommClassificationList::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::LinkBandwidthExtCommClassificationList"};
+  return type;
+}
+
+const Tyr::FwkType& RtExtCommClassificationList::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::RtExtCommClassificationList"};
+  return type;
+}
+
+std::uint32_t ExtCommClassificationList::hash() const { return isDeduped() ? storedHash() : hashExtCommList(this); }
+
+bool ExtCommClassificationList::compare(const Keel::DedupHandleBase* other) const {
+  return compareExtCommLists(this, static_cast<const ExtCommClassificationList*>(other));
+}
+
+bool ExtCommClassificationList::compareByContent(const Keel::DedupContentHandle& content) const {
+  return compareExtCommContent(static_cast<const ExtCommClassificationListContent*>(&content), this);
+}
+
+void ExtCommClassificationList::checkPrunable(const ExtComm::PtrConst& comm) {
+  if (!comm->isValid()) hasPrunableValuesIs(true);
+}
+
+ExtCommListContent::Vector ExtCommClassificationList::prune() const {
+  ExtCommListContent::Vector kept;
+  for (const ExtComm* comm : comms()) {
+    if (comm->isValid()) kept.emplace_back(comm);
+  }
+  return kept;
+}
+
+void ExtCommClassificationList::commVectorAttrsIs(CommVectorAttrs attrs) noexcept {
+  userDataIs((userData() & 0xff) | std::uint32_t{attrs.value()} << 8);
+}
+
+void ExtCommClassificationList::commVectorSortedIs(bool sorted) {
+  CommVectorAttrs attrs = commVectorAttrs();
+  attrs.sortedIs(sorted);
+  commVectorAttrsIs(attrs);
+}
+
+void ExtCommClassificationList::hasPrunableValuesIs(bool has) {
+  CommVectorAttrs attrs = commVectorAttrs();
+  attrs.hasPrunableValuesIs(has);
+  commVectorAttrsIs(attrs);
+}
+
+ExtCommRange ExtCommClassificationList::comms() const { return sortedComms(this, comms_); }
+
+ExtComm::PtrConst ExtCommClassificationList::comm(std::uint64_t value) const {
+  return ExtCommVectorLookup(commVectorSorted(), comms_.range(), value);
+}
+
+ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupContent(
+    const ExtCommListDedupTable* table, const ExtCommClassificationListContent& content) {
+  const std::uint32_t hash = content.sortAndHash();
+  ExtCommClassificationListContent ours(content);  // dedupSorted takes the communities
+  return dedupSorted(table, ours, hash);
+}
+
+// The content's references move into a new list, or stay with the content when the list is there already.
+ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const ExtCommListDedupTable* table,
+                                                                           ExtCommClassificationListContent& content,
+                                                                           std::uint32_t hash) {
+  Keel::DedupHashTable& dedupTable = content.classification() == extCommClassificationRouteTarget
+                                         ? *table->rtExtCommClassificationListDedupTableRaw()
+                                         : table->extCommClassificationListDedupTable();
+  auto equal = [&content](const Keel::DedupHandleBase& list) {
+    return compareExtCommContent(&content, static_cast<const ExtCommClassificationList*>(&list));
+  };
+  Keel::DedupHandleBase* interned = dedupTable.find(hash, equal);
+  if (interned == nullptr) {
+    const Ptr fresh = newOfItsClass(content.classification());
+    fresh->fill(content.comms_);
+    interned = dedupTable.dedup(fresh.get(), hash);
+  }
+  return PtrConst(static_cast<const ExtCommClassificationList*>(interned), false);
+}
+
+ExtCommClassificationList::Ptr ExtCommClassificationList::newOfItsClass(ExtCommClassification classification) {
+  Ptr list;
+  if (classification == extCommClassificationRouteTarget) {
+    list = new RtExtCommClassificationList(classification);
+  } else if (classification == extCommClassificationLinkBandwidth) {
+    list = new LinkBandwidthExtCommClassificationList(classification);
+  } else {
+    list = new ExtCommClassificationList(classification);
+  }
+  list->notificationActiveIs(true);
+  return list;
+}
+
+ExtCommClassificationList::Ptr ExtCommClassificationList::allocateExtCommClassificationList(
+    const ExtCommClassificationListContent& content) {
+  content.sortAndHash();
+  ExtCommClassificationListContent::Vector comms(content.comms());
+  Ptr list = newOfItsClass(content.classification());
+  list->fill(comms);
+  return list;
+}
+
+void ExtCommClassificationList::fill(ExtCommClassificationListContent::Vector& comms) {
+  const auto count = static_cast<std::uint32_t>(comms.size());
+  comms_.sizeIs(count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    checkPrunable(comms[i]);
+    comms_.elementIs(i, std::move(comms[i]));
+  }
+  commVectorSortedIs(true);
+}
+
+void LinkBandwidthExtCommClassificationList::checkPrunable(const ExtComm::PtrConst& comm) {
+  if (!comm->isValid()) return hasPrunableValuesIs(true);
+  if (best_ == nullptr || comm->isBetterThan(best_)) best_ = comm;
+  if (vectorSize() >= 2) hasPrunableValuesIs(true);
+}
+
+ExtCommListContent::Vector LinkBandwidthExtCommClassificationList::prune() const {
+  ExtCommListContent::Vector kept;
+  if (best_ != nullptr) kept.push_back(best_);
+  return kept;
+}
+
+RtExtCommClassificationList::Ptr rtExtCommClassificationListFactory(ExtCommClassification classification) {
+  RtExtCommClassificationList::Ptr list(new RtExtCommClassificationList(classification));
+  list->notificationActiveIs(true);
+  return list;
+}
+
+const ExtCommClassificationList* ExtCommClassificationLists::lookup(ExtCommClassification classification) const {
+  checkClassification(classification);
+  const Range lists = range();
+  const auto found = std::lower_bound(
+      lists.begin(), lists.end(), classification,
+      [](const ExtCommClassificationList* list, ExtCommClassification sought) { return list->classification() < sought; });
+  if (found == lists.end() || (*found)->classification() != classification) return nullptr;
+  return *found;
+}
+
+}  // namespace Routing::Bgp

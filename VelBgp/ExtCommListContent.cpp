@@ -1,0 +1,138 @@
+#include <iterator>
+#include <utility>
+
+#include "Keel/SortUnique.h"
+#include "Tyr/Exception.h"
+#include "Tyr/Strep.h"
+#include "VelBgp/VelBgpCommunityListImpl.h"
+
+namespace Routing::Bgp {
+
+ExtComm::PtrConst ExtCommVectorLookup(bool commVectorSorted, const ExtCommRange& vector, std::uint64_t community) {
+  TYR_ASSERT(commVectorSorted);
+  const auto found = std::lower_bound(vector.begin(), vector.end(), community,
+                                      [](const ExtComm* comm, std::uint64_t value) { return comm->community() < value; });
+  if (found == vector.end()) return nullptr;
+  const ExtComm* extComm = *found;
+  if (extComm->community() == community) return extComm;
+  TYR_ASSERT(extComm->community() > community);
+  return nullptr;
+}
+
+ExtCommListContentBase::~ExtCommListContentBase() = default;
+ExtCommListContent::~ExtCommListContent() = default;
+ExtCommListContentU64::~ExtCommListContentU64() = default;
+ExtCommClassificationListContent::~ExtCommClassificationListContent() = default;
+
+bool operator==(const ExtCommListContentBase& lhs, const ExtCommListContentBase& rhs) {
+  if (lhs.commVectorSorted() != rhs.commVectorSorted() || lhs.communityCount() != rhs.communityCount()) return false;
+  for (std::size_t i = 0; i < lhs.communityCount(); ++i) {
+    if (lhs.communityAt(i) != rhs.communityAt(i)) return false;
+  }
+  return true;
+}
+
+bool operator<(const ExtCommListContentBase& lhs, const ExtCommListContentBase& rhs) {
+  for (std::size_t i = 0; i < std::min(lhs.communityCount(), rhs.communityCount()); ++i) {
+    if (lhs.communityAt(i) != rhs.communityAt(i)) return lhs.communityAt(i) < rhs.communityAt(i);
+  }
+  return lhs.communityCount() < rhs.communityCount();
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtCommListContentBase& content) {
+  std::string text = "[ ";
+  for (std::size_t i = 0; i < content.communityCount(); ++i) {
+    if (i != 0) text += ' ';
+    text += valueToStrep(ExtCommContent(content.communityAt(i)));
+  }
+  text += " ]";
+  return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+void ExtCommListContent::commIs(ExtComm::PtrConst comm) {
+  if (comm == nullptr) throw Tyr::NullArgumentException("comm");
+  ExtCommVectorAdd(std::move(comm), comms_);
+  commVectorSorted_ = false;
+}
+
+void ExtCommListContent::reset() noexcept {
+  comms_.clear();
+  commVectorSorted_ = false;
+}
+
+std::uint32_t ExtCommListContent::sortAndHash() const {
+  if (!commVectorSorted_) {
+    sortAndUnique(comms_);
+    commVectorSorted_ = true;
+  }
+  return hash_ = hashExtCommList(this);
+}
+
+void ExtCommListContent::populateExtCommList(ExtCommList* list) const {
+  list->comms_.sizeIs(static_cast<std::uint32_t>(comms_.size()));
+  for (std::uint32_t i = 0; i < comms_.size(); ++i) list->comms_.elementIs(i, comms_[i]);
+}
+
+bool ExtCommListContent::compareWithExtCommList(const ExtCommList* list) const {
+  return compareExtCommContent(this, list);
+}
+
+std::uint32_t ExtCommListContentU64::sortAndHash() const {
+  if (!commVectorSorted_) {
+    comms_.resize(Keel::sortUnique(comms_.data(), comms_.size()));
+    commVectorSorted_ = true;
+  }
+  return hash_ = hashExtCommList(this);
+}
+
+void ExtCommListContentU64::populateExtCommList(ExtCommList* list) const {
+  const auto count = static_cast<std::uint32_t>(comms_.size());
+  list->comms_.sizeIs(count);
+  ExtComm::dedupContents(table_, comms_.data(), count, list->comms_);
+}
+
+bool ExtCommListContentU64::compareWithExtCommList(const ExtCommList* list) const {
+  return compareExtCommContent(this, list);
+}
+
+ExtCommClassificationListContent::ExtCommClassificationListContent(ExtCommClassification classification)
+    : classification_(classification) {
+  checkClassification(classification);
+}
+
+void ExtCommClassificationListContent::commIs(ExtComm::PtrConst comm) {
+  if (comm == nullptr) throw Tyr::NullArgumentException("comm");
+  ExtCommVectorAdd(std::move(comm), comms_);
+  commVectorSorted_ = false;
+}
+
+std::uint32_t ExtCommClassificationListContent::sortAndHash() const {
+  if (!commVectorSorted_) {
+    sortAndUnique(comms_);
+    commVectorSorted_ = true;
+  }
+  return hash_ = hashExtCommList(this);
+}
+
+bool operator==(const ExtCommClassificationListContent& lhs, const ExtCommClassificationListContent& rhs) {
+  return lhs.classification_ == rhs.classification_ && lhs.commVectorSorted_ == rhs.commVectorSorted_ &&
+         std::equal(lhs.comms_.begin(), lhs.comms_.end(), rhs.comms_.begin(), rhs.comms_.end(), ExtCommEqual());
+}
+
+bool operator<(const ExtCommClassificationListContent& lhs, const ExtCommClassificationListContent& rhs) {
+  if (lhs.classification_ != rhs.classification_) return lhs.classification_ < rhs.classification_;
+  return std::lexicographical_compare(lhs.comms_.begin(), lhs.comms_.end(), rhs.comms_.begin(), rhs.comms_.end(),
+                                      ExtCommLessThan());
+}
+
+std::string valueToStrep(const ExtCommClassificationListContent& content) {
+  return "Value('Routing::Bgp::ExtCommClassificationListContent', ** {'classification': " +
+         stringValue(content.classification()) + ", 'commVectorSorted': " + Tyr::valueToStrep(content.commVectorSorted()) +
+         "})";
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtCommClassificationListContent& content) {
+  return stream << valueToStrep(content);
+}
+
+}  // namespace Routing::Bgp

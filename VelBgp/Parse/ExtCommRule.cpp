@@ -1,0 +1,139 @@
+#include "VelBgp/Parse/ExtCommRule.h"
+
+#include <ostream>
+
+#include "VelBgp/Parse/ExtComm.h"
+
+namespace Routing::Bgp {
+
+BgpParseExtCommControl::BgpParseExtCommControl(Tyr::StrepIterator& it, const Tyr::StrepIterator& end)
+    : ruleCollections_(
+          static_cast<const BgpParseExtCommRuleCollections*>(readPointerAttribute(it, end, "ruleCollections"))) {}
+
+std::string valueToStrep(const BgpParseExtCommControl& control) {
+  return Tyr::pointerToStrep(control.ruleCollections().get());
+}
+
+std::ostream& operator<<(std::ostream& stream, const BgpParseExtCommControl& control) {
+  return stream << valueToStrep(control);
+}
+
+BgpParseExtCommRuleBase::~BgpParseExtCommRuleBase() = default;
+BgpParseExtendedCommunityTypeRuleBase::~BgpParseExtendedCommunityTypeRuleBase() = default;
+BgpParseExtendedCommunityIp6TypeRuleBase::~BgpParseExtendedCommunityIp6TypeRuleBase() = default;
+
+ExtComm::PtrConst ExtCommTwoOctetAsForm::fallback(const ExtCommContent& content) {
+  return ExtCommAsNumberIs(extCommClassificationUnSpecified, content, false);
+}
+ExtComm::PtrConst ExtCommFourOctetAsForm::fallback(const ExtCommContent& content) {
+  return ExtCommAsNumberIs(extCommClassificationUnSpecified, content, true);
+}
+ExtComm::PtrConst ExtCommIpv4AddressForm::fallback(const ExtCommContent& content) {
+  return ExtCommIpv4AddressIs(extCommClassificationUnSpecified, content);
+}
+ExtComm::PtrConst ExtCommSubtypedForm::fallback(const ExtCommContent& content) {
+  return ExtCommSubtypedIs(extCommClassificationUnSpecified, content);
+}
+
+#define BGP_PARSE_EXT_COMM_FAMILY(Rule, Key, ruleInstance, ...)                                     \
+  Rule::Rule(const BgpParseExtCommControl& control) : PerTypeRule(control) { handleInitialized(); } \
+  Rule::~Rule() { handleDel(); }                                                                    \
+  void Rule::handleInitialized() {                                                                  \
+    if (auto* in = announcedIn()) in->ruleInstance##Is(Key(this));                                  \
+  }                                                                                                 \
+  void Rule::handleDel() {                                                                          \
+    if (auto* in = announcedIn()) in->ruleInstance##Del(Key(this));                                 \
+  }
+#include "VelBgp/Parse/ExtCommFamilies.def"
+
+BgpParseExtendedCommunityRule::BgpParseExtendedCommunityRule(const BgpParseExtCommControl& control)
+    : BgpParseExtCommRuleBase(control) {
+  handleInitialized();
+}
+
+BgpParseExtendedCommunityRule::~BgpParseExtendedCommunityRule() {
+  handleDel();
+  typeRuleDelAll();
+  ip6TypeRuleDelAll();
+}
+
+namespace {
+
+// The two maps of the root, told apart by the rule's base.
+void insert(BgpParseExtendedCommunityRule& root, const BgpParseExtendedCommunityTypeRuleBase::PtrConst& rule) {
+  root.typeRuleIs(rule);
+}
+void insert(BgpParseExtendedCommunityRule& root, const BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst& rule) {
+  root.ip6TypeRuleIs(rule);
+}
+
+}  // namespace
+
+template <typename Rule>
+void BgpParseExtendedCommunityRule::perTypeRuleIs() {
+  insert(*this, Tyr::make<Rule>(control()));
+}
+
+void BgpParseExtendedCommunityRule::handleInitialized() {
+#define BGP_PARSE_EXT_COMM_FAMILY(Rule, ...) perTypeRuleIs<Rule>();
+#include "VelBgp/Parse/ExtCommFamilies.def"
+  if (auto* in = announcedIn()) in->extendedCommunityTypeRuleInstanceIs(BgpParseExtendedCommunityRuleKey(this));
+}
+
+void BgpParseExtendedCommunityRule::handleDel() {
+  if (auto* in = announcedIn()) in->extendedCommunityTypeRuleInstanceDel(BgpParseExtendedCommunityRuleKey(this));
+}
+
+ExtComm::PtrConst BgpParseExtendedCommunityRule::parseExtendedCommunity(const ExtCommContent& content) const {
+  const auto pktType = BgpExtCommPktType(content.typeOctet());
+  if (bgpIsValidEnumMember(pktType)) {
+    const auto rule = typeRules_.rule(pktType);  // held for the call
+    ExtComm::PtrConst decoded = rule == nullptr ? nullptr : rule->inhale(content);
+    if (decoded != nullptr) return decoded;
+  }
+  return ExtCommIs(extCommClassificationUnSpecified, content);
+}
+
+std::string BgpParseExtendedCommunityRule::showString(unsigned long value, bool asdot, bool linkBwWeighted,
+                                                      bool json) const {
+  return parseExtendedCommunity(ExtCommContent(value))->toStrepForUI(asdot, linkBwWeighted, json);
+}
+
+BgpParseExtendedCommunityTypeRuleBase::PtrConst BgpParseExtendedCommunityRule::typeRule(
+    BgpExtCommPktType pktType) const {
+  return typeRules_.rule(pktType);
+}
+
+void BgpParseExtendedCommunityRule::typeRuleIs(const BgpParseExtendedCommunityTypeRuleBase::PtrConst& rule) {
+  if (rule == nullptr) throw Tyr::NullArgumentException("typeRule");
+  typeRules_.ruleIs(rule->pktType(), rule);
+}
+
+BgpParseExtendedCommunityTypeRuleBase::PtrConst BgpParseExtendedCommunityRule::typeRuleDel(BgpExtCommPktType pktType) {
+  return typeRules_.ruleDel(pktType);
+}
+
+void BgpParseExtendedCommunityRule::typeRuleDelAll() { typeRules_.ruleDelAll(); }
+
+BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst BgpParseExtendedCommunityRule::ip6TypeRule(
+    BgpExtCommIp6PktType pktType) const {
+  return ip6TypeRules_.rule(pktType);
+}
+
+void BgpParseExtendedCommunityRule::ip6TypeRuleIs(const BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst& rule) {
+  if (rule == nullptr) throw Tyr::NullArgumentException("ip6TypeRule");
+  ip6TypeRules_.ruleIs(rule->pktType(), rule);
+}
+
+BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst BgpParseExtendedCommunityRule::ip6TypeRuleDel(
+    BgpExtCommIp6PktType pktType) {
+  return ip6TypeRules_.ruleDel(pktType);
+}
+
+void BgpParseExtendedCommunityRule::ip6TypeRuleDelAll() { ip6TypeRules_.ruleDelAll(); }
+
+BgpParseExtendedCommunityRule::Ptr bgpParseExtendedCommunityRuleFactory(const BgpParseExtCommControl& control) {
+  return Tyr::make<BgpParseExtendedCommunityRule>(control);
+}
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,296 @@
+// The rules that turn a raw value into a typed community: a tree keyed by type octet, then by subtype octet.
+//
+//   BgpParseExtendedCommunityRule            the root: a rule for each type
+//   BgpParseExtCommTransTwoOctetAsRule, ...  the thirteen per-type rules: a rule for each subtype
+//   BgpParseExtComSubType...RuleBase         the base of the sub-rules, which the kinds derive and their plugins add
+//
+// Decoding never fails: where no rule knows a value, or the one that does declines, the level's generic object is made.
+// What comes back is new, never interned, and carries the content unchanged.
+//
+// Ownership: the root owns its type rules and each of these its sub-rules; a later rule for the same code point
+// replaces, and releases, the earlier. Rules announce themselves in the collections of their control. Threads: decoding
+// from any number of them; the tree must not change meanwhile. Errors: a null rule is refused with
+// Tyr::NullArgumentException.
+#pragma once
+
+#include <boost/unordered/unordered_flat_map.hpp>
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <utility>
+
+#include "Tyr/Exception.h"
+#include "Tyr/Export.h"
+#include "Tyr/PtrInterface.h"
+#include "Tyr/Strep.h"
+#include "VelBgp/Parse/ExtCommRuleCollections.h"
+#include "VelBgp/VelBgpCommunity.h"
+#include "VelBgp/VelBgpCommunityPacketTypes.h"
+
+namespace Routing::Bgp {
+
+// What every rule is given: where to announce itself. Null collections mean nowhere. Equality is that of the pointer.
+class VELBGP_EXPORT BgpParseExtCommControl {
+ public:
+  BgpParseExtCommControl() noexcept = default;
+  explicit BgpParseExtCommControl(BgpParseExtCommRuleCollections::PtrConst ruleCollections) noexcept
+      : ruleCollections_(std::move(ruleCollections)) {}
+  // Throws Tyr::DeserializationException of the attribute "ruleCollections". The text must name live collections.
+  BgpParseExtCommControl(Tyr::StrepIterator& it, const Tyr::StrepIterator& end);
+
+  const BgpParseExtCommRuleCollections::PtrConst& ruleCollections() const noexcept { return ruleCollections_; }
+
+  friend bool operator==(const BgpParseExtCommControl& a, const BgpParseExtCommControl& b) noexcept {
+    return a.ruleCollections_ == b.ruleCollections_;
+  }
+
+ private:
+  BgpParseExtCommRuleCollections::PtrConst ruleCollections_;
+};
+
+VELBGP_EXPORT std::string valueToStrep(const BgpParseExtCommControl& control);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const BgpParseExtCommControl& control);
+
+class VELBGP_EXPORT BgpParseExtCommRuleBase : public Tyr::PtrInterface {
+ public:
+  explicit BgpParseExtCommRuleBase(const BgpParseExtCommControl& control) : control_(control) {}
+
+  const BgpParseExtCommControl& control() const noexcept { return control_; }
+
+ protected:
+  ~BgpParseExtCommRuleBase() override;
+  // The collections to announce in, or null. Rules alone change them.
+  BgpParseExtCommRuleCollections* announcedIn() const noexcept {
+    return const_cast<BgpParseExtCommRuleCollections*>(control_.ruleCollections().get());
+  }
+
+ private:
+  const BgpParseExtCommControl control_;
+};
+
+class VELBGP_EXPORT BgpParseExtendedCommunityTypeRuleBase : public BgpParseExtCommRuleBase {
+ public:
+  using PtrConst = Tyr::Ptr<const BgpParseExtendedCommunityTypeRuleBase>;
+
+  BgpParseExtendedCommunityTypeRuleBase(const BgpParseExtCommControl& control, BgpExtCommPktType pktType)
+      : BgpParseExtCommRuleBase(control), pktType_(pktType) {}
+
+  BgpExtCommPktType pktType() const noexcept { return pktType_; }
+  // May return null to decline.
+  virtual ExtComm::PtrConst inhale(const ExtCommContent& content) const = 0;
+
+ protected:
+  ~BgpParseExtendedCommunityTypeRuleBase() override;
+
+ private:
+  const BgpExtCommPktType pktType_;
+};
+
+class VELBGP_EXPORT BgpParseExtendedCommunityIp6TypeRuleBase : public BgpParseExtCommRuleBase {
+ public:
+  using PtrConst = Tyr::Ptr<const BgpParseExtendedCommunityIp6TypeRuleBase>;
+
+  BgpParseExtendedCommunityIp6TypeRuleBase(const BgpParseExtCommControl& control, BgpExtCommIp6PktType pktType)
+      : BgpParseExtCommRuleBase(control), pktType_(pktType) {}
+
+  BgpExtCommIp6PktType pktType() const noexcept { return pktType_; }
+
+ protected:
+  ~BgpParseExtendedCommunityIp6TypeRuleBase() override;
+
+ private:
+  const BgpExtCommIp6PktType pktType_;
+};
+
+// A sub-rule for one subtype of one type.
+template <typename PktSubtype>
+class VELBGP_EXPORT Ip6SubTypeRuleBase : public BgpParseExtCommRuleBase {
+ public:
+  using SubType = PktSubtype;
+
+  Ip6SubTypeRuleBase(const BgpParseExtCommControl& control, PktSubtype pktSubType)
+      : BgpParseExtCommRuleBase(control), pktSubType_(pktSubType) {}
+
+  PktSubtype pktSubType() const noexcept { return pktSubType_; }
+
+ private:
+  const PktSubtype pktSubType_;
+};
+
+template <typename PktSubtype>
+class VELBGP_EXPORT SubTypeRuleBase : public Ip6SubTypeRuleBase<PktSubtype> {
+ public:
+  using Ip6SubTypeRuleBase<PktSubtype>::Ip6SubTypeRuleBase;
+  // May return null to decline.
+  virtual ExtComm::PtrConst inhale(const ExtCommContent& content) const = 0;
+};
+
+// Rules by code point.
+template <typename CodePoint, typename Rule>
+class RuleMap {
+ public:
+  using RulePtr = Tyr::Ptr<const Rule>;
+
+  std::size_t size() const noexcept { return rules_.size(); }
+  // Null when there is none.
+  RulePtr rule(CodePoint codePoint) const {
+    const auto it = rules_.find(codePoint);
+    return it == rules_.end() ? RulePtr() : it->second;
+  }
+  void ruleIs(CodePoint codePoint, RulePtr rule) { rules_[codePoint].swap(rule); }
+  RulePtr ruleDel(CodePoint codePoint) {
+    const auto it = rules_.find(codePoint);
+    if (it == rules_.end()) return RulePtr();
+    RulePtr removed = std::move(it->second);
+    rules_.erase(it);
+    return removed;
+  }
+  // Rules that go announce it, and plugins answer with new ones: they meet an empty map.
+  void ruleDelAll() { std::exchange(rules_, {}).clear(); }
+
+ private:
+  boost::unordered_flat_map<CodePoint, RulePtr> rules_;
+};
+
+// The shape of the 8-octet families, and what each decodes to when no sub-rule does.
+struct VELBGP_EXPORT ExtCommForm {
+  using TypeRuleBase = BgpParseExtendedCommunityTypeRuleBase;
+  template <typename PktSubtype>
+  using SubTypeRule = SubTypeRuleBase<PktSubtype>;
+};
+struct VELBGP_EXPORT ExtCommTwoOctetAsForm : ExtCommForm {
+  static ExtComm::PtrConst fallback(const ExtCommContent& content);
+};
+struct VELBGP_EXPORT ExtCommFourOctetAsForm : ExtCommForm {
+  static ExtComm::PtrConst fallback(const ExtCommContent& content);
+};
+struct VELBGP_EXPORT ExtCommIpv4AddressForm : ExtCommForm {
+  static ExtComm::PtrConst fallback(const ExtCommContent& content);
+};
+struct VELBGP_EXPORT ExtCommSubtypedForm : ExtCommForm {
+  static ExtComm::PtrConst fallback(const ExtCommContent& content);
+};
+// The shape of the families of IPv6-address-specific communities, whose values are no 8-octet ones.
+struct VELBGP_EXPORT ExtCommIp6Form {
+  using TypeRuleBase = BgpParseExtendedCommunityIp6TypeRuleBase;
+  template <typename PktSubtype>
+  using SubTypeRule = Ip6SubTypeRuleBase<PktSubtype>;
+};
+
+// The sub-rules of a per-type rule.
+template <typename SubTypeRule, typename Form, auto pktTypeServed>
+class VELBGP_EXPORT SubTypeRuleHolder : public Form::TypeRuleBase {
+ public:
+  using SubType = typename SubTypeRule::SubType;
+  using SubTypeRulePtr = Tyr::Ptr<const SubTypeRule>;
+
+  explicit SubTypeRuleHolder(const BgpParseExtCommControl& control) : Form::TypeRuleBase(control, pktTypeServed) {}
+
+  std::size_t subTypeRuleCount() const noexcept { return subTypeRules_.size(); }
+  SubTypeRulePtr subTypeRule(SubType subType) const { return subTypeRules_.rule(subType); }
+  // Under the rule's own subtype; replaces.
+  void subTypeRuleIs(const SubTypeRulePtr& rule) {
+    if (rule == nullptr) throw Tyr::NullArgumentException("subTypeRule");
+    subTypeRules_.ruleIs(rule->pktSubType(), rule);
+  }
+  // Null when there is none.
+  SubTypeRulePtr subTypeRuleDel(SubType subType) { return subTypeRules_.ruleDel(subType); }
+  void subTypeRuleDelAll() { subTypeRules_.ruleDelAll(); }
+
+ private:
+  RuleMap<SubType, SubTypeRule> subTypeRules_;
+};
+
+template <typename SubTypeRule, typename Form, auto pktTypeServed>
+class VELBGP_EXPORT PerTypeRule : public SubTypeRuleHolder<SubTypeRule, Form, pktTypeServed> {
+ public:
+  using SubTypeRuleHolder<SubTypeRule, Form, pktTypeServed>::SubTypeRuleHolder;
+
+  // The sub-rule's object, or the form's own. Never null.
+  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
+    const auto subType = typename SubTypeRule::SubType(content.subtypeOctet());
+    if (bgpIsValidEnumMember(subType)) {
+      const auto rule = this->subTypeRule(subType);  // held for the call
+      ExtComm::PtrConst decoded = rule == nullptr ? nullptr : rule->inhale(content);
+      if (decoded != nullptr) return decoded;
+    }
+    return Form::fallback(content);
+  }
+};
+template <typename SubTypeRule, auto pktTypeServed>
+class VELBGP_EXPORT PerTypeRule<SubTypeRule, ExtCommIp6Form, pktTypeServed>
+    : public SubTypeRuleHolder<SubTypeRule, ExtCommIp6Form, pktTypeServed> {
+ public:
+  using SubTypeRuleHolder<SubTypeRule, ExtCommIp6Form, pktTypeServed>::SubTypeRuleHolder;
+};
+
+// A constructor ends by announcing the rule, so plugins have filled it before anybody else sees it; a destructor begins
+// by taking that back.
+#define BGP_PARSE_EXT_COMM_FAMILY(Rule, Key, ruleInstance, handle, instantiate, add, number, salt, SubTypeBase, \
+                                  pktType, PktSubtype, Form)                                                    \
+  class VELBGP_EXPORT SubTypeBase : public Form::SubTypeRule<PktSubtype> {                                      \
+   public:                                                                                                      \
+    using PtrConst = Tyr::Ptr<const SubTypeBase>;                                                               \
+    using Form::SubTypeRule<PktSubtype>::SubTypeRule;                                                           \
+  };                                                                                                            \
+  class VELBGP_EXPORT Rule : public PerTypeRule<SubTypeBase, Form, pktType> {                                   \
+   public:                                                                                                      \
+    explicit Rule(const BgpParseExtCommControl& control);                                                       \
+    void handleInitialized();                                                                                   \
+    void handleDel();                                                                                           \
+                                                                                                                \
+   protected:                                                                                                   \
+    ~Rule() override;                                                                                           \
+  };
+#include "VelBgp/Parse/ExtCommFamilies.def"
+
+class VELBGP_EXPORT BgpParseExtendedCommunityRule final : public BgpParseExtCommRuleBase {
+ public:
+  using Ptr = Tyr::Ptr<BgpParseExtendedCommunityRule>;
+  using PtrConst = Tyr::Ptr<const BgpParseExtendedCommunityRule>;
+
+  // The thirteen per-type rules are made, filled and inserted in the order of their table; then the root announces
+  // itself.
+  explicit BgpParseExtendedCommunityRule(const BgpParseExtCommControl& control);
+
+  // Never null.
+  ExtComm::PtrConst parseExtendedCommunity(const ExtCommContent& content) const;
+  // toStrepForUI of what `value` decodes to.
+  std::string showString(unsigned long value, bool asdot, bool linkBwWeighted, bool json) const;
+
+  // By the rule's own type; a later rule replaces. Del returns what it removed, or null.
+  BgpParseExtendedCommunityTypeRuleBase::PtrConst typeRule(BgpExtCommPktType pktType) const;
+  void typeRuleIs(const BgpParseExtendedCommunityTypeRuleBase::PtrConst& rule);
+  BgpParseExtendedCommunityTypeRuleBase::PtrConst typeRuleDel(BgpExtCommPktType pktType);
+  void typeRuleDelAll();
+  BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst ip6TypeRule(BgpExtCommIp6PktType pktType) const;
+  void ip6TypeRuleIs(const BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst& rule);
+  BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst ip6TypeRuleDel(BgpExtCommIp6PktType pktType);
+  void ip6TypeRuleDelAll();
+
+  void handleInitialized();
+  void handleDel();
+
+ private:
+  ~BgpParseExtendedCommunityRule() override;
+  template <typename Rule>
+  void perTypeRuleIs();
+
+  RuleMap<BgpExtCommPktType, BgpParseExtendedCommunityTypeRuleBase> typeRules_;
+  RuleMap<BgpExtCommIp6PktType, BgpParseExtendedCommunityIp6TypeRuleBase> ip6TypeRules_;
+};
+
+VELBGP_EXPORT BgpParseExtendedCommunityRule::Ptr bgpParseExtendedCommunityRuleFactory(
+    const BgpParseExtCommControl& control);
+
+// The sub-rule of a kind: it claims one subtype and makes a Kind of every value, with `arguments` after the content.
+template <typename SubTypeRule, auto pktSubTypeClaimed, typename Kind, auto... arguments>
+class VELBGP_EXPORT KindRule : public SubTypeRule {
+ public:
+  explicit KindRule(const BgpParseExtCommControl& control) : SubTypeRule(control, pktSubTypeClaimed) {}
+  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
+    return Tyr::make<Kind>(content, arguments...);
+  }
+};
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,318 @@
+#include "VelBgp/VelBgpCommunity.h"
+
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <sstream>
+#include <utility>
+
+#include "BgpCommon/BgpHashMixImpl.h"
+#include "Tyr/Exception.h"
+#include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/Parse/ExtComm.h"
+
+namespace Routing::Bgp {
+
+// ---- The value
+
+std::string valueToStrep(const ExtCommContent& content) {
+  Tyr::DynamicBuffer<32> buffer;
+  appendContent(buffer, content);
+  return buffer.str();
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content) {
+  Tyr::DynamicBuffer<32> buffer;
+  appendContent(buffer, content);
+  writeText(stream, buffer);
+  return stream;
+}
+
+ExtCommDedupContent::~ExtCommDedupContent() = default;
+
+std::uint32_t ExtCommDedupContent::hash() const { return ExtComm::hashOf(content_); }
+
+// ---- The object
+
+ExtComm::ExtComm(ExtCommClassification classification, const ExtCommContent& content) noexcept : content_(content) {
+  userDataIs(classification);
+}
+
+ExtComm::~ExtComm() = default;
+ExtCommSubtyped::~ExtCommSubtyped() = default;
+
+const Tyr::FwkType& ExtComm::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtComm"};
+  return type;
+}
+
+const Tyr::FwkType& ExtCommSubtyped::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommSubtyped"};
+  return type;
+}
+
+std::uint32_t ExtComm::hashOf(const ExtCommContent& content) noexcept {
+  return singleAttributeHash(content.value(), 0);
+}
+
+std::uint32_t ExtComm::hash() const { return hashOf(content_); }
+
+bool ExtComm::compare(const Keel::DedupHandleBase* other) const {
+  return static_cast<const ExtComm*>(other)->content_ == content_;
+}
+
+bool ExtComm::compareByContent(const Keel::DedupContentHandle& content) const {
+  return static_cast<const ExtCommDedupContent&>(content).content() == content_;
+}
+
+BgpExtCommPktSubtype ExtComm::pktSubtype() const { return BgpExtCommPktSubtype(); }
+
+BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const { return BgpExtCommPktSubtype(getContent().subtypeOctet()); }
+
+bool ExtComm::isValid() const { return true; }
+
+bool ExtComm::isBetterThan(const PtrConst& other) const {
+  TYR_ASSERT(other != nullptr);
+  return content_ < other->content_;
+}
+
+bool ExtComm::isLinkBandwidth() const { return false; }
+bool ExtComm::isLinkBandwidthWithUnspecifiedAsNumber() const { return false; }
+bool ExtComm::policyMatchStrepUI() const { return false; }
+
+BgpExtCommPktType ExtComm::pktType() const noexcept {
+  const auto type = BgpExtCommPktType(content_.typeOctet());
+  return bgpIsValidEnumMember(type) ? type : extCommPktTypeUnknown;
+}
+
+void ExtComm::fourByteAsBitIs(bool fourByteAs) noexcept {
+  userDataIs(fourByteAs ? userData() | fourByteAsMask : userData() & ~fourByteAsMask);
+}
+
+void ExtComm::rememberListTraits() noexcept {
+  userDataIs(userData() | (policyMatchStrepUI() ? policyMatchStrepUIBit : 0) |
+             (isLinkBandwidthWithUnspecifiedAsNumber() ? unspecifiedAsNumberBit : 0));
+}
+
+ExtComm::PtrConst extCommFactory(ExtCommClassification classification, const ExtCommContent& content) {
+  return Tyr::make<ExtComm>(classification, content);
+}
+
+ExtComm::PtrConst ExtCommIs(ExtCommClassification classification, const ExtCommContent& content) {
+  return extCommFactory(classification, content);
+}
+
+ExtComm::PtrConst ExtCommSubtypedIs(ExtCommClassification classification, const ExtCommContent& content) {
+  return Tyr::make<ExtCommSubtyped>(classification, content);
+}
+
+// ---- Subtype names
+
+namespace {
+
+// An assertion's text names the type with an ending of its own.
+#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype) constexpr BgpExtCommPktType type##_ = type;
+#include "VelBgp/ExtCommSubtypeStrings.def"
+
+}  // namespace
+
+#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype)   \
+  std::string ExtComm::pktSubtypeString() const {                     \
+    TYR_ASSERT(type##_ == pktType());                                 \
+    TYR_ASSERT(!pktSubtype().isUnspecified());                        \
+    return extCommSubtypeString<PktSubtype>(content_.subtypeOctet()); \
+  }
+#include "VelBgp/ExtCommSubtypeStrings.def"
+
+namespace {
+
+std::string subtypeText(const ExtComm& extComm) {
+  if (extComm.pktSubtype().isUnspecified()) return "unspecified";
+  switch (extComm.pktType()) {
+#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype) \
+  case type:                                                        \
+    return extComm.pktSubtypeString();
+#include "VelBgp/ExtCommSubtypeStrings.def"
+    default:
+      return "none";
+  }
+}
+
+}  // namespace
+
+void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) { buffer.append(subtypeText(extComm)); }
+
+void ExtComm::formatSubtype(std::ostream& stream) const {
+  Tyr::DynamicBuffer<> buffer;
+  appendSubtype(buffer, *this);
+  writeText(stream, buffer);
+}
+
+// ---- Text forms
+
+void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) {
+  buffer.append('<');
+  buffer.append(enumName(extComm.pktType()));
+  if (extComm.pktSubtype().isUnspecified()) return;
+  buffer.append(' ');
+  appendSubtype(buffer, extComm);
+}
+
+void ExtComm::formatDerivedType(std::ostream& stream) const {
+  Tyr::DynamicBuffer<> buffer;
+  appendTypeAndSubtype(buffer, *this);
+  buffer.append(' ');
+  appendValueAndClose(buffer, *this);
+  writeText(stream, buffer);
+}
+
+void ExtComm::formatCommunityValue(std::ostream& stream) const { stream << content_; }
+
+std::string ExtComm::toStrepForPolicy(StrepFormat format) const {
+  if (!format.classificationAndUI()) return std::string();
+  Tyr::DynamicBuffer<> buffer;
+  appendTypePrefix(buffer, content_, "");
+  for (unsigned index = 2; index < 8; ++index) {
+    buffer.append(std::string_view(index == 2 ? ":0x" : " 0x"));
+    buffer.appendHex(content_.octet(index), 2);
+  }
+  return buffer.str();
+}
+
+std::string ExtComm::toStrepForUI(bool asdot, bool linkBwWeighted, bool json) const {
+  StrepFormat format;
+  format.strepFormatClassificationIs(true);
+  format.strepFormatUIIs(true);
+  format.strepFormatAsdotIs(asdot);
+  format.strepFormatLinkBwWeightedIs(linkBwWeighted);
+  format.strepFormatJsonIs(json);
+  return toStrepForPolicy(format);
+}
+
+std::string ExtComm::toStrep() const {
+  std::ostringstream stream;
+  stream << this;
+  return std::move(stream).str();
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtComm* extComm) {
+  if (extComm == nullptr) return stream.write("NULL", 4);
+  extComm->formatDerivedType(stream);
+  return stream;
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtComm& extComm) { return stream << &extComm; }
+
+void addExtCommTypeAsString(Tyr::DynamicBufferInterface& buffer, const char* text, std::uint8_t typeOctet,
+                            std::uint8_t subtypeOctet, bool transitive) {
+  // Deliberate: whether a community is transitive shows in the mark alone, so both variants of a type look alike.
+  buffer.appendHex(typeOctet & 0xbfu, 2);
+  buffer.appendHex(subtypeOctet, 2);
+  buffer.append(std::string_view(text));
+  if (!transitive) buffer.append(std::string_view("(NT)"));
+}
+
+std::string extCommTypeAsString(const char* text, std::uint8_t typeOctet, std::uint8_t subtypeOctet, bool transitive) {
+  Tyr::DynamicBuffer<32> buffer;
+  addExtCommTypeAsString(buffer, text, typeOctet, subtypeOctet, transitive);
+  return buffer.str();
+}
+
+// ---- Interning
+
+ExtComm::PtrConst ExtComm::dedupContent(const ExtCommDedupTable* table, const ExtCommContent& content) {
+  return dedupHashed(table, content, hashOf(content));
+}
+
+ExtComm::PtrConst ExtComm::dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content,
+                                       std::uint32_t hash) {
+  const auto* found = table->dedupTable().find(hash, [&content](const Keel::DedupHandleBase& object) {
+    return static_cast<const ExtComm&>(object).content_ == content;
+  });
+  if (found == nullptr) return decodeAndInsert(table, content);
+  return PtrConst(static_cast<const ExtComm*>(found), false);  // with the reference that find() took
+}
+
+ExtComm::PtrConst ExtComm::decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content) {
+  const PtrConst decoded = table->parseExtCommRule()->parseExtendedCommunity(content);
+  auto* fresh = const_cast<ExtComm*>(decoded.get());  // nobody else knows it before it is in the table
+  fresh->rememberListTraits();
+  const auto* dedupHandle = table->dedupTable().dedup(fresh);
+  TYR_ASSERT(dedupHandle);
+  return PtrConst(static_cast<const ExtComm*>(dedupHandle), false);
+}
+
+void ExtComm::dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n,
+                            Keel::PtrInterfaceArray<ExtComm>& array) {
+  // Three passes over a block, so that the memory of all its lookups is under way before the first one waits for it.
+  constexpr std::uint32_t block = 64;
+  std::array<std::uint32_t, block> hashes;
+  const Keel::DedupHashTable& dedupTable = table->dedupTable();
+  for (std::uint32_t first = 0; first < n; first += block) {
+    const std::uint32_t count = std::min(block, n - first);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      hashes[i] = hashOf(ExtCommContent(values[first + i]));
+      dedupTable.prefetchBucket(hashes[i]);
+    }
+    for (std::uint32_t i = 0; i < count; ++i) dedupTable.prefetchEntry(hashes[i]);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      array.elementIs(first + i, dedupHashed(table, ExtCommContent(values[first + i]), hashes[i]));
+    }
+  }
+}
+
+// ---- The table
+
+ExtCommLifeTimeNotifiee::ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr list) noexcept
+    : list_(std::move(list)) {}
+
+ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
+
+namespace {
+
+const ExtComm* routeTargetOf(const Keel::DedupHandleBase* handle) noexcept {
+  const auto* extComm = static_cast<const ExtComm*>(handle);
+  return extComm->classification() == extCommClassificationRouteTarget ? extComm : nullptr;
+}
+
+}  // namespace
+
+void ExtCommLifeTimeNotifiee::handleInsert(Keel::DedupHandleBase* handle) {
+  if (const ExtComm* extComm = routeTargetOf(handle)) list_->rtIs(RouteTarget{extComm->community()});
+}
+
+void ExtCommLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandle) {
+  if (const ExtComm* extComm = routeTargetOf(rawHandle)) list_->rtDel(RouteTarget{extComm->community()});
+}
+
+void ExtCommLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable*) { list_->rtDelAll(); }
+
+ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
+    : parseExtCommRule_(std::move(parseExtCommRule)) {
+  if (parseExtCommRule_ == nullptr) throw Tyr::NullArgumentException("parseExtCommRule");
+  handleInitialized();
+}
+
+// The hash table goes first and tells the notifiee, which empties the list of route targets for its observers.
+ExtCommDedupTable::~ExtCommDedupTable() { dedupTable_.reset(); }
+
+void ExtCommDedupTable::handleInitialized() {
+  dedupTable_ = Tyr::make<Keel::DedupHashTable>("ExtCommDedupTable");
+  producerRtList_ = Tyr::make<NotifyingRouteTargetList>();
+  lifeTimeNotifiee_ = Tyr::make<ExtCommLifeTimeNotifiee>(producerRtList_);
+  dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
+}
+
+void ExtCommDedupTable::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
+  dedupTable_->dump(context, indent);
+}
+
+ExtCommDedupTable::Ptr extCommDedupTableFactory(BgpParseExtendedCommunityRule::PtrConst rule) {
+  return Tyr::make<ExtCommDedupTable>(std::move(rule));
+}
+
+ExtCommDedupTable::Ptr ExtCommDedupTableIs(BgpParseExtendedCommunityRule::PtrConst rule) {
+  return extCommDedupTableFactory(std::move(rule));
+}
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,263 @@
+// The extended community (RFC 4360): its 8-octet value, its interned object, and the table that interns it.
+//
+//   ExtCommContent          the value: one 64-bit number, the first wire octet most significant
+//   ExtCommClassification   what a decoded community is (route target, link bandwidth, ...)
+//   ExtComm                 the interned, immutable object; one per distinct value and table
+//   ExtCommSubtyped         an ExtComm whose second octet is a subtype; the kinds in VelBgp/Parse derive from it
+//   ExtCommDedupTable       keeps one object per value, decodes on a miss, mirrors the live route targets
+//
+// Ownership: ExtComm::PtrConst (one word). The object leaves its table with its last pointer.
+// Threads: objects are immutable. Interning follows the table's variant (Keel/DedupHashTable.h).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+#include "Keel/DedupHashTable.h"
+#include "Keel/PtrInterfaceArray.h"
+#include "Tyr/DynamicBuffer.h"
+#include "Tyr/Enumeration.h"
+#include "Tyr/Export.h"
+#include "Tyr/FlagSet.h"
+#include "Tyr/FwkType.h"
+#include "Tyr/PtrInterface.h"
+#include "Tyr/Strep.h"
+#include "VelBgp/NotifyingRouteTargetList.h"
+#include "VelBgp/VelBgpCommunityPacketTypes.h"
+
+namespace Routing::Bgp {
+
+class BgpParseExtendedCommunityRule;
+class ExtComm;
+class ExtCommDedupTable;
+
+// The wire value. Equality and order are those of the number.
+class ExtCommContent {
+ public:
+  constexpr ExtCommContent() noexcept = default;
+  constexpr explicit ExtCommContent(std::uint64_t value) noexcept : value_(value) {}
+
+  constexpr std::uint64_t value() const noexcept { return value_; }
+  constexpr std::uint8_t typeOctet() const noexcept { return octet(0); }
+  constexpr std::uint8_t subtypeOctet() const noexcept { return octet(1); }
+  // Wire octet 0 to 7.
+  constexpr std::uint8_t octet(unsigned index) const noexcept {
+    return static_cast<std::uint8_t>(value_ >> (56 - 8 * index));
+  }
+  constexpr std::uint16_t localAdmin2Octets() const noexcept { return static_cast<std::uint16_t>(value_); }
+  constexpr std::uint32_t localAdmin4Octets() const noexcept { return static_cast<std::uint32_t>(value_); }
+
+  // The 0x40 bit of the type octet; a transitive community has it clear.
+  static constexpr std::uint64_t transitiveFlag = 0x4000000000000000;
+  constexpr bool transitive() const noexcept { return (value_ & transitiveFlag) == 0; }
+
+  friend constexpr bool operator==(const ExtCommContent&, const ExtCommContent&) noexcept = default;
+  friend constexpr bool operator<(const ExtCommContent& a, const ExtCommContent& b) noexcept {
+    return a.value_ < b.value_;
+  }
+
+ private:
+  std::uint64_t value_ = 0;
+};
+
+// "0x" and 16 lower-case hex digits; the stream's formatting flags neither matter nor change.
+VELBGP_EXPORT std::string valueToStrep(const ExtCommContent& content);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content);
+
+// What ExtComm objects of one content are looked up by.
+class VELBGP_EXPORT ExtCommDedupContent final : public Keel::DedupContentHandle {
+ public:
+  explicit ExtCommDedupContent(const ExtCommContent& content) noexcept : content_(content) {}
+  ~ExtCommDedupContent() override;
+  std::uint32_t hash() const override;
+  const ExtCommContent& content() const noexcept { return content_; }
+
+ private:
+  ExtCommContent content_;
+};
+
+class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
+ public:
+  using Ptr = Tyr::Ptr<ExtComm>;
+  using PtrConst = Tyr::Ptr<const ExtComm>;
+
+  // Options of the text forms: six flags in one octet.
+#define ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS(FLAG)                                            \
+  FLAG(strepFormatDefault)                                                                       \
+  FLAG(strepFormatClassification) FLAG(strepFormatUI) FLAG(strepFormatJson) FLAG(strepFormatAsdot) \
+      FLAG(strepFormatLinkBwWeighted)
+  class StrepFormat {
+    TYR_FLAG_SET(StrepFormat, "Routing::Bgp::ExtComm::StrepFormat", ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS)
+
+   public:
+    // Both bits: the form that show commands print.
+    constexpr bool classificationAndUI() const noexcept { return strepFormatClassification() && strepFormatUI(); }
+  };
+#undef ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS
+
+  ExtComm(ExtCommClassification classification, const ExtCommContent& content) noexcept;
+
+  const Tyr::FwkType& fwkType() const override;
+
+ protected:
+  ~ExtComm() override;
+
+ public:
+  std::uint32_t hash() const override;
+  bool compare(const Keel::DedupHandleBase* other) const override;
+  // `content` is an ExtCommDedupContent.
+  bool compareByContent(const Keel::DedupContentHandle& content) const override;
+
+  // Unspecified here, the subtype octet in ExtCommSubtyped and its heirs.
+  virtual BgpExtCommPktSubtype pktSubtype() const;
+  // The debugging form, "<...>". The stream's formatting state is left as it was.
+  virtual void formatDerivedType(std::ostream& stream) const;
+  // The policy and UI form. Generic communities have a text only with the classification and UI bits together.
+  virtual std::string toStrepForPolicy(StrepFormat format) const;
+  virtual bool isValid() const;
+  // Deliberate: the smaller value is the better one, here and for link bandwidth. `other` is not null.
+  virtual bool isBetterThan(const PtrConst& other) const;
+  virtual bool isLinkBandwidth() const;
+  virtual bool isLinkBandwidthWithUnspecifiedAsNumber() const;
+  // The kind's UI text is the text that route policy matches.
+  virtual bool policyMatchStrepUI() const;
+
+  ExtCommContent getContent() const noexcept { return content_; }
+  std::uint64_t community() const noexcept { return content_.value(); }
+  ExtCommClassification classification() const noexcept { return ExtCommClassification(userDataOctet(0)); }
+  // extCommPktTypeUnknown for a type octet that is no member of the enumeration.
+  BgpExtCommPktType pktType() const noexcept;
+
+  // The subtype's name under the community's own type, or "subtype=" and the octet in decimal. Each asserts that it is
+  // asked of its own type, and that there is a subtype.
+  std::string pktSubtypeTransTwoOctetAsString() const;
+  std::string pktSubtypeTransIpv4AddressString() const;
+  std::string pktSubtypeTransFourOctetAsString() const;
+  std::string pktSubtypeTransOpaqueString() const;
+  std::string pktSubtypeEvpnString() const;
+  std::string pktSubtypeFlowspecRedirectNexthopString() const;
+  std::string pktSubtypeTransGenericString() const;
+  std::string pktSubtypeTransGenericPart2String() const;
+  std::string pktSubtypeTransGenericPart3String() const;
+  std::string pktSubtypeNonTransTwoOctetAsString() const;
+  std::string pktSubtypeNonTransIpv4AddressString() const;
+  std::string pktSubtypeNonTransFourOctetAsString() const;
+  std::string pktSubtypeNonTransOpaqueString() const;
+
+  // What the stream operator prints.
+  std::string toStrep() const;
+  // "0x" and 16 hex digits.
+  void formatCommunityValue(std::ostream& stream) const;
+  // The subtype's name; "none" for types that have no subtypes, "unspecified" for objects that have none.
+  void formatSubtype(std::ostream& stream) const;
+  // toStrepForPolicy with the classification and UI bits and those asked for.
+  std::string toStrepForUI(bool asdot, bool linkBwWeighted, bool json) const;
+
+  // What a list of communities needs to know of each, asked of the virtual operations once, when it is interned.
+  bool internedPolicyMatchStrepUI() const noexcept { return (userData() & policyMatchStrepUIBit) != 0; }
+  bool internedLinkBandwidthWithUnspecifiedAsNumber() const noexcept {
+    return (userData() & unspecifiedAsNumberBit) != 0;
+  }
+
+  // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
+  static PtrConst dedupContent(const ExtCommDedupTable* table, const ExtCommContent& content);
+  // dedupContent of each of n values into the n empty places of `array`, with the table's memory fetched ahead.
+  static void dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n,
+                            Keel::PtrInterfaceArray<ExtComm>& array);
+
+  static std::uint32_t hashOf(const ExtCommContent& content) noexcept;
+
+ protected:
+  // One bit of the user data is the AS-number kinds': which of the two layouts (its one member, kept in spare room).
+  bool fourByteAsBit() const noexcept { return (userData() & fourByteAsMask) != 0; }
+  void fourByteAsBitIs(bool fourByteAs) noexcept;
+
+ private:
+  static PtrConst decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content);
+  static PtrConst dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
+  void rememberListTraits() noexcept;
+
+  static constexpr std::uint32_t fourByteAsMask = 1u << 8;
+  static constexpr std::uint32_t policyMatchStrepUIBit = 1u << 9;
+  static constexpr std::uint32_t unspecifiedAsNumberBit = 1u << 10;
+
+  const ExtCommContent content_;
+};
+
+class VELBGP_EXPORT ExtCommSubtyped : public ExtComm {
+ public:
+  using ExtComm::ExtComm;
+  const Tyr::FwkType& fwkType() const override;
+  BgpExtCommPktSubtype pktSubtype() const override;
+
+ protected:
+  ~ExtCommSubtyped() override;
+};
+static_assert(sizeof(ExtComm) == 32 && sizeof(ExtCommSubtyped) == sizeof(ExtComm));
+
+// New, never deduped, notification-active objects.
+VELBGP_EXPORT ExtComm::PtrConst extCommFactory(ExtCommClassification classification, const ExtCommContent& content);
+VELBGP_EXPORT ExtComm::PtrConst ExtCommIs(ExtCommClassification classification, const ExtCommContent& content);
+VELBGP_EXPORT ExtComm::PtrConst ExtCommSubtypedIs(ExtCommClassification classification, const ExtCommContent& content);
+
+// The debugging form; "NULL" for a null pointer.
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtComm* extComm);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtComm& extComm);
+
+// The type prefix of UI texts: type octet without its 0x40 bit and subtype octet in hex, `text`, "(NT)" if not transitive.
+// Deliberate: the 0x40 bit shows only as "(NT)", never in the digits.
+VELBGP_EXPORT void addExtCommTypeAsString(Tyr::DynamicBufferInterface& buffer, const char* text, std::uint8_t typeOctet,
+                                          std::uint8_t subtypeOctet, bool transitive);
+VELBGP_EXPORT std::string extCommTypeAsString(const char* text, std::uint8_t typeOctet, std::uint8_t subtypeOctet,
+                                              bool transitive);
+
+// Keeps a NotifyingRouteTargetList equal to the set of interned route targets.
+class VELBGP_EXPORT ExtCommLifeTimeNotifiee final : public Keel::DedupLifeTimeNotifiee {
+ public:
+  explicit ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr list) noexcept;
+  void handleInsert(Keel::DedupHandleBase* handle) override;
+  void handleRemove(Keel::DedupHandleBase* rawHandle) override;
+  void handleNotificationStop(Keel::DedupHashTable* table) override;
+
+ private:
+  ~ExtCommLifeTimeNotifiee() override;
+
+  const NotifyingRouteTargetList::Ptr list_;
+};
+
+// One per agent. Must outlive no object of its own (Keel/DedupHashTable.h); lists keep no pointer to it.
+class VELBGP_EXPORT ExtCommDedupTable final : public Tyr::PtrInterface {
+ public:
+  using Ptr = Tyr::Ptr<ExtCommDedupTable>;
+  using PtrConst = Tyr::Ptr<const ExtCommDedupTable>;
+
+  // Throws Tyr::NullArgumentException without a rule.
+  explicit ExtCommDedupTable(Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule);
+
+  // The values of the route targets that are interned now.
+  const NotifyingRouteTargetList::Ptr& producerRtList() const noexcept { return producerRtList_; }
+  const Tyr::Ptr<ExtCommLifeTimeNotifiee>& lifeTimeNotifiee() const noexcept { return lifeTimeNotifiee_; }
+  Keel::DedupHashTable& dedupTable() const noexcept { return *dedupTable_; }
+  const BgpParseExtendedCommunityRule* parseExtCommRule() const noexcept { return parseExtCommRule_.get(); }
+  // Distinct communities that are interned now.
+  std::size_t size() const { return dedupTable_->size(); }
+
+  void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
+
+ private:
+  ~ExtCommDedupTable() override;
+  void handleInitialized();
+
+  NotifyingRouteTargetList::Ptr producerRtList_;
+  Tyr::Ptr<ExtCommLifeTimeNotifiee> lifeTimeNotifiee_;
+  Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
+  const Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
+};
+
+VELBGP_EXPORT ExtCommDedupTable::Ptr extCommDedupTableFactory(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
+VELBGP_EXPORT ExtCommDedupTable::Ptr ExtCommDedupTableIs(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
+
+}  // namespace Routing::Bgp

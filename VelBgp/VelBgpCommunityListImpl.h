@@ -1,0 +1,92 @@
+// Shared by the sources of the community lists: hashing, comparing and reading of sorted vectors, whatever their holder.
+// A holder T offers commVectorSorted(), size and value of its elements through the two functions below.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "BgpCommon/BgpHashMixImpl.h"
+#include "Tyr/Assert.h"
+#include "VelBgp/VelBgpCommunityList.h"
+
+namespace Routing::Bgp {
+
+inline std::uint64_t valueOf(std::uint64_t value) noexcept { return value; }
+inline std::uint64_t valueOf(const ExtComm* comm) noexcept { return comm->community(); }
+inline std::uint64_t valueOf(const ExtComm::PtrConst& comm) noexcept { return comm->community(); }
+
+struct ExtCommLessThan {
+  template <typename Element>
+  bool operator()(const Element& a, const Element& b) const noexcept {
+    return valueOf(a) < valueOf(b);
+  }
+};
+struct ExtCommEqual {
+  template <typename Element>
+  bool operator()(const Element& a, const Element& b) const noexcept {
+    return valueOf(a) == valueOf(b);
+  }
+};
+
+template <typename T>
+std::uint32_t hashExtCommList(const T* t) {
+  TYR_ASSERT(t->commVectorSorted());
+  Keel::HashMix mix;
+  for (const auto& comm : t->comms()) mix.mixBytes8(valueOf(comm));
+  return mix.value();
+}
+inline std::uint32_t hashExtCommList(const ExtCommListContentU64* t) {
+  TYR_ASSERT(t->commVectorSorted());
+  return Keel::HashMix::ofWords(t->comms().data(), t->comms().size());
+}
+
+// Sorts counted pointers by value and drops repeats, keeping the first of each run.
+template <typename Vector>
+void sortAndUnique(Vector& comms) {
+  std::sort(comms.begin(), comms.end(), ExtCommLessThan());
+  comms.erase(std::unique(comms.begin(), comms.end(), ExtCommEqual()), comms.end());
+}
+
+// Interned communities of one table are equal exactly when they are one object, so the values are seldom looked at.
+inline bool sameCommunity(const ExtComm::PtrConst& inContent, const ExtComm* inList) noexcept {
+  return inContent.get() == inList || inContent->community() == inList->community();
+}
+inline bool sameCommunity(std::uint64_t inContent, const ExtComm* inList) noexcept {
+  return inContent == inList->community();
+}
+
+template <typename Content, typename List>
+bool compareExtCommContent(const Content* content, const List* list) {
+  TYR_ASSERT(list->commVectorSorted());
+  TYR_ASSERT(content->commVectorSorted());
+  const ExtCommRange comms = list->comms();
+  const auto& values = content->comms();
+  if (values.size() != comms.size()) return false;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (!sameCommunity(values[i], comms[i])) return false;
+  }
+  return true;
+}
+
+template <typename List>
+bool compareExtCommLists(const List* lhs, const List* rhs) {
+  TYR_ASSERT(lhs->commVectorSorted());
+  TYR_ASSERT(rhs->commVectorSorted());
+  const ExtCommRange left = lhs->comms();
+  const ExtCommRange right = rhs->comms();
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](const ExtComm* a, const ExtComm* b) { return a == b || a->community() == b->community(); });
+}
+
+template <typename List>
+ExtCommRange sortedComms(const List* arg, const Keel::PtrInterfaceArray<ExtComm>& comms) {
+  TYR_ASSERT(arg->commVectorSorted());
+  return comms.range();
+}
+
+inline void checkClassification(ExtCommClassification classification) {
+  TYR_ASSERT_TEXT(classification < Tyr::Range<ExtCommClassification>::size(), "classification < Tyr::Range< ExtCommClassification >::size()");
+}
+
+}  // namespace Routing::Bgp

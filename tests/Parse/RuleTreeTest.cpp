@@ -1,0 +1,247 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <stdexcept>
+#include <vector>
+
+#include "VelBgp/Parse/ExtCommContainer.h"
+#include "support/Death.h"
+#include "support/LeakCheck.h"
+
+namespace Routing::Bgp::test {
+namespace {
+
+using CollectionsPtr = BgpParseExtCommRuleCollections::PtrConst;
+using Numbers = std::vector<unsigned>;
+
+constexpr ExtCommContent color(0x030b000000000064);
+constexpr ExtCommContent evpn(0x0600000000000001);
+
+Numbers ascending(unsigned first, unsigned last) {
+  Numbers numbers(last - first + 1);
+  std::iota(numbers.begin(), numbers.end(), first);
+  return numbers;
+}
+
+// Writes down which hooks are called.
+class Recorder : public BgpParseExtCommPluginBaseSm {
+ public:
+  Recorder(const CollectionsPtr& collections, Numbers* heard)
+      : BgpParseExtCommPluginBaseSm(collections), heard_(heard) {
+    handleStartup();
+  }
+#define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ruleInstance, handle, instantiateSubRule, add, number, ...) \
+  void instantiateSubRule(const Key& key, const BgpParseExtCommControl& control) const override {       \
+    EXPECT_EQ(control, key.rule()->control());                                                          \
+    heard_->push_back(number);                                                                          \
+  }
+#include "VelBgp/Parse/ExtCommFamilies.def"
+
+ private:
+  Numbers* heard_;
+};
+
+// A sub-rule that makes route targets out of colors, or declines.
+class OddRule : public BgpParseExtComSubTypeTransOpaqueRuleBase {
+ public:
+  OddRule(const BgpParseExtCommControl& control, bool declines)
+      : BgpParseExtComSubTypeTransOpaqueRuleBase(control, extCommPktSubtypeTransOpaqueColorExtendedCommunity),
+        declines_(declines) {
+    ++live;
+  }
+  ~OddRule() override { --live; }
+  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
+    return declines_ ? nullptr : ExtCommIs(extCommClassificationRouteTarget, content);
+  }
+  static inline int live = 0;
+
+ private:
+  const bool declines_;
+};
+
+class OddPlugin : public BgpParseExtCommPluginBaseSm {
+ public:
+  OddPlugin(const CollectionsPtr& collections, bool declines)
+      : BgpParseExtCommPluginBaseSm(collections), declines_(declines) {
+    handleStartup();
+  }
+  void instantiateExtCommSubTypeTransOpaqueSubRule(const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
+                                                   const BgpParseExtCommControl& control) const override {
+    ++calls;
+    addExtCommSubTypeTransOpaqueSubRule(key, Tyr::make<OddRule>(control, declines_));
+  }
+  mutable int calls = 0;
+
+ private:
+  const bool declines_;
+};
+
+class RuleTreeTest : public testing::Test {
+ protected:
+  ExtComm::PtrConst decode(const ExtCommContent& content) const { return root->parseExtendedCommunity(content); }
+  std::string_view typeOf(const ExtCommContent& content) const { return decode(content)->fwkType().unqualifiedName(); }
+
+  BgpParseExtCommRuleCollections::Ptr collections = BgpParseExtCommRuleCollectionsIs();
+  BgpParseExtendedCommunityRule::Ptr root;
+  void build() { root = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl(collections)); }
+};
+
+TEST_F(RuleTreeTest, RulesAreAnnouncedInTheOrderOfTheTable) {
+  Numbers announced, early, late;
+  const auto handle = collections->notifieeList().attach([&](unsigned n, const auto&) { announced.push_back(n); });
+  const auto earlyPlugin = Tyr::make<Recorder>(collections, &early);
+  EXPECT_EQ(early, Numbers());
+  build();
+  Numbers built = ascending(131, 143);
+  built.push_back(130);
+  EXPECT_EQ(announced, built);
+  EXPECT_EQ(early, built);
+  const auto latePlugin = Tyr::make<Recorder>(collections, &late);
+  EXPECT_EQ(late, ascending(130, 143));
+  announced.clear();
+  early.clear();
+  root.reset();
+  EXPECT_EQ(announced.front(), 130u);
+  // Deliberate: the hooks are called for what leaves, too.
+  EXPECT_EQ(early, announced);
+  std::sort(announced.begin(), announced.end());
+  EXPECT_EQ(announced, ascending(130, 143));
+}
+
+TEST_F(RuleTreeTest, TheTreeServesElevenTypesAndTwoOfIpv6) {
+  build();
+  std::vector<unsigned> served;
+  for (unsigned octet = 0; octet < 256; ++octet) {
+    const auto rule = root->typeRule(BgpExtCommPktType(octet));
+    if (rule != nullptr && rule->pktType() == octet) served.push_back(octet);
+    EXPECT_EQ(root->ip6TypeRule(BgpExtCommIp6PktType(octet)) != nullptr, octet == 0x00 || octet == 0x40);
+  }
+  EXPECT_EQ(served, (std::vector<unsigned>{0, 1, 2, 3, 0x40, 0x41, 0x42, 0x43, 0x80, 0x81, 0x82}));
+}
+
+TEST_F(RuleTreeTest, ADecliningSubRuleLeavesItToTheTypesFallback) {
+  const auto plugin = Tyr::make<OddPlugin>(collections, true);
+  build();
+  EXPECT_EQ(typeOf(color), "ExtCommSubtyped");
+}
+
+TEST_F(RuleTreeTest, ALaterSubRuleReplacesAndReleasesTheEarlier) {
+  const auto first = Tyr::make<OddPlugin>(collections, true);
+  const auto second = Tyr::make<OddPlugin>(collections, false);
+  build();
+  EXPECT_EQ(decode(color)->classification(), extCommClassificationRouteTarget);
+  EXPECT_EQ(OddRule::live, 1);
+  const auto late = Tyr::make<OddPlugin>(collections, true);
+  EXPECT_EQ(typeOf(color), "ExtCommSubtyped");
+  EXPECT_EQ(OddRule::live, 1);
+  EXPECT_EQ(late->calls, 1);
+  root.reset();
+  EXPECT_EQ(late->calls, 2);
+  EXPECT_EQ(OddRule::live, 0);
+}
+
+TEST_F(RuleTreeTest, APluginThatIsGoneOrHasNoCollectionsNeverReacts) {
+  Numbers heard;
+  Tyr::make<Recorder>(collections, &heard).reset();
+  const auto deaf = Tyr::make<Recorder>(nullptr, &heard);
+  build();
+  EXPECT_EQ(collections->notifieeList().size(), 0u);
+  EXPECT_EQ(heard, Numbers());
+}
+
+TEST_F(RuleTreeTest, SubRulesCanBeTakenOut) {
+  const auto plugin = Tyr::make<OddPlugin>(collections, false);
+  BgpParseExtCommTransOpaqueRule* opaque = nullptr;
+  const auto handle = collections->notifieeList().attach([&](unsigned, const auto& key) {
+    const auto* opaqueKey = std::get_if<BgpParseExtCommSubTypeTransOpaqueRuleKey>(&key);
+    if (opaqueKey != nullptr) opaque = opaqueKey->rule();
+  });
+  build();
+  ASSERT_NE(opaque, nullptr);
+  EXPECT_EQ(opaque->subTypeRuleDel(extCommPktSubtypeTransOpaqueDefaultGateway), nullptr);
+  const auto taken = opaque->subTypeRuleDel(extCommPktSubtypeTransOpaqueColorExtendedCommunity);
+  EXPECT_EQ(typeOf(color), "ExtCommSubtyped");
+  opaque->subTypeRuleIs(taken);
+  EXPECT_EQ(typeOf(color), "ExtComm");
+  opaque->subTypeRuleDelAll();
+  EXPECT_EQ(opaque->subTypeRuleCount(), 0u);
+  EXPECT_THROW(opaque->subTypeRuleIs(nullptr), Tyr::NullArgumentException);
+}
+
+class EvpnRule : public BgpParseExtendedCommunityTypeRuleBase {
+ public:
+  EvpnRule(const BgpParseExtCommControl& control, bool declines)
+      : BgpParseExtendedCommunityTypeRuleBase(control, extCommPktTypeTransEvpn), declines_(declines) {}
+  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
+    return declines_ ? nullptr : ExtCommSubtypedIs(extCommClassificationEvpn, content);
+  }
+
+ private:
+  const bool declines_;
+};
+
+class EvpnPlugin : public BgpParseExtCommPluginBaseSm {
+ public:
+  explicit EvpnPlugin(const CollectionsPtr& collections) : BgpParseExtCommPluginBaseSm(collections) { handleStartup(); }
+  void instantiateExtendedCommunityTypeSubRule(const BgpParseExtendedCommunityRuleKey& key,
+                                               const BgpParseExtCommControl& control) const override {
+    addExtendedCommunityTypeSubRule(key, Tyr::make<EvpnRule>(control, false));
+  }
+};
+
+TEST_F(RuleTreeTest, APluginMayAddAWholeType) {
+  const auto plugin = Tyr::make<EvpnPlugin>(collections);
+  build();
+  EXPECT_EQ(decode(evpn)->classification(), extCommClassificationEvpn);
+  root->typeRuleIs(Tyr::make<EvpnRule>(BgpParseExtCommControl(), true));
+  EXPECT_EQ(typeOf(evpn), "ExtComm");
+  EXPECT_NE(root->typeRuleDel(extCommPktTypeTransEvpn), nullptr);
+  EXPECT_EQ(root->typeRuleDel(extCommPktTypeTransEvpn), nullptr);
+  const auto ip6 = root->ip6TypeRuleDel(extCommIp6PktTypeTransIpv6Address);
+  ASSERT_NE(ip6, nullptr);
+  root->ip6TypeRuleIs(ip6);
+  EXPECT_EQ(root->ip6TypeRule(extCommIp6PktTypeTransIpv6Address), ip6);
+  root->typeRuleDelAll();
+  root->ip6TypeRuleDelAll();
+  EXPECT_EQ(root->ip6TypeRuleDel(extCommIp6PktTypeNonTransIpv6Address), nullptr);
+  EXPECT_EQ(typeOf(color), "ExtComm");
+  EXPECT_THROW(root->typeRuleIs(nullptr), Tyr::NullArgumentException);
+  EXPECT_THROW(root->ip6TypeRuleIs(nullptr), Tyr::NullArgumentException);
+}
+
+TEST_F(RuleTreeTest, ATreeWithoutCollectionsDecodesToFallbacks) {
+  root = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl());
+  EXPECT_EQ(typeOf(ExtCommContent(0x0002fde800000064)), "ExtCommAsNumber");
+}
+
+class ThrowingPlugin : public BgpParseExtCommPluginBaseSm {
+ public:
+  using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
+  void instantiateExtCommSubTypeTransGenericSubRule(const BgpParseExtCommSubTypeTransGenericRuleKey&,
+                                                    const BgpParseExtCommControl&) const override {
+    throw std::runtime_error("no room");
+  }
+};
+
+// A key that stayed would name a rule that was never finished.
+TEST_F(RuleTreeTest, AHookThatThrowsLeavesNoKeyBehind) {
+  const auto plugin = Tyr::make<ThrowingPlugin>(collections);
+  EXPECT_THROW(build(), std::runtime_error);
+#define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ruleInstance, ...) EXPECT_TRUE(collections->ruleInstance().empty());
+#include "VelBgp/Parse/ExtCommFamilies.def"
+}
+
+// Deliberate: the first text has its operands the other way round.
+TEST_F(RuleTreeTest, ANullSubRuleStopsTheProcess) {
+  const auto plugin = BgpParseExtCommPluginBaseSmIs(collections);
+  build();
+#define BGP_PARSE_EXT_COMM_ROOT(Rule, Key, ruleInstance, handle, instantiate, addSubRule, ...) \
+  EXPECT_ASSERTION(plugin->addSubRule(*collections->ruleInstance().begin(), nullptr), "__null != rule");
+#define BGP_PARSE_EXT_COMM_FAMILY(Rule, Key, ruleInstance, handle, instantiate, addSubRule, ...) \
+  EXPECT_ASSERTION(plugin->addSubRule(*collections->ruleInstance().begin(), nullptr), "rule != __null");
+#include "VelBgp/Parse/ExtCommFamilies.def"
+}
+
+}  // namespace
+}  // namespace Routing::Bgp::test
