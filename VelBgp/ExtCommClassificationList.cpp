@@ -35,7 +35,7 @@ bool ExtCommClassificationList::compare(const Keel::DedupHandleBase* other) cons
 }
 
 bool ExtCommClassificationList::compareByContent(const Keel::DedupContentHandle& content) const {
-  return compareExtCommContent(static_cast<const ExtCommClassificationListContent*>(&content), this);
+  return compareExtCommContent(static_cast<const ExtCommClassificationListContent*>(&content), this, comms());
 }
 
 void ExtCommClassificationList::checkPrunable(const ExtComm::PtrConst& comm) {
@@ -87,7 +87,8 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const
                                          ? *table->rtExtCommClassificationListDedupTableRaw()
                                          : table->extCommClassificationListDedupTable();
   auto equal = [&content](const Keel::DedupHandleBase& list) {
-    return compareExtCommContent(&content, static_cast<const ExtCommClassificationList*>(&list));
+    const auto& interned = static_cast<const ExtCommClassificationList&>(list);
+    return compareExtCommContent(&content, &interned, interned.comms_.range());
   };
   Keel::DedupHandleBase* interned = dedupTable.find(hash, equal);
   if (interned == nullptr) {
@@ -151,9 +152,10 @@ RtExtCommClassificationList::Ptr rtExtCommClassificationListFactory(ExtCommClass
 const ExtCommClassificationList* ExtCommClassificationLists::lookup(ExtCommClassification classification) const {
   checkClassification(classification);
   const Range lists = range();
-  const auto found = std::lower_bound(
-      lists.begin(), lists.end(), classification,
-      [](const ExtCommClassificationList* list, ExtCommClassification sought) { return list->classification() < sought; });
+  const auto found = std::lower_bound(lists.begin(), lists.end(), classification,
+                                      [](const ExtCommClassificationList* list, ExtCommClassification sought) {
+                                        return list->classification() < sought;
+                                      });
   if (found == lists.end() || (*found)->classification() != classification) return nullptr;
   return *found;
 }

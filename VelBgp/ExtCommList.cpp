@@ -14,13 +14,34 @@ constexpr std::uint32_t bitOf(ExtCommClassification classification) noexcept {
 }  // namespace
 
 ExtCommList::~ExtCommList() {
-  // Only a list whose making was broken off still holds references itself.
-  if (splitOff_ != splitOffAll) {
-    for (const ExtComm* comm : comms_.range()) {
-      if (comm != nullptr && (splitOff_ & bitOf(comm->classification())) == 0) comm->referenceRelease();
-    }
-  }
-  comms_.forgetElements();
+  // The classification lists hold the references, unless the list's making was broken off.
+  if ((userData() & splitBit) != 0) comms_.forgetElements();
+}
+
+namespace {
+
+// What a list keeps behind itself: the value of a single community, or the references of more but for their count.
+constexpr std::size_t octetsBehind(std::uint32_t communities) noexcept {
+  if (communities == 1) return sizeof(std::uint64_t);
+  return Keel::detail::refBlockOctets(communities) - sizeof(std::uint32_t);
+}
+
+}  // namespace
+
+void* ExtCommList::operator new(std::size_t octets, std::uint32_t communities) {
+  const std::size_t all = octets + octetsBehind(communities);
+  return DedupHandleBase::operator new(all <= Keel::SlabHeap::maxOctets ? all : octets);
+}
+
+void ExtCommList::commCountIs(std::uint32_t count) {
+  const bool room = Keel::SlabHeap::octetsOf(this) >= sizeof(ExtCommList) + octetsBehind(count);
+  comms_.sizeIs(count, room ? &ownBlock_ : nullptr);
+  if (room && count == 1) userDataIs(userData() | ownValueBit);
+}
+
+void ExtCommList::commIs(std::uint32_t index, ExtComm::PtrConst comm) noexcept {
+  if (hasOwnValue()) *reinterpret_cast<std::uint64_t*>(this + 1) = comm->community();
+  comms_.elementIs(index, std::move(comm));
 }
 
 const Tyr::FwkType& ExtCommList::fwkType() const {
@@ -38,32 +59,34 @@ bool ExtCommList::compareByContent(const Keel::DedupContentHandle& content) cons
   return static_cast<const ExtCommListContentBase&>(content).compareWithExtCommList(this);
 }
 
-ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
-                                                const ExtCommListContentBase& content) {
-  return dedupContentOf(table, content);
-}
-
-// The form that attributes arrive in: known at compile time, a hit makes no virtual call.
-ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
-                                                const ExtCommListContentU64& content) {
-  return dedupContentOf(table, content);
-}
-
-template <typename Content>
-ExtCommList::PtrConst ExtCommList::dedupContentOf(const ExtCommListDedupTable* table, const Content& content) {
-  const std::uint32_t hash = content.sortAndHash();
-  auto equal = [&content](const Keel::DedupHandleBase& list) {
-    return content.compareWithExtCommList(static_cast<const ExtCommList*>(&list));
+template <typename Equal>
+ExtCommList::PtrConst ExtCommList::findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
+                                              std::uint32_t hash, Equal&& equal) {
+  auto equalHandle = [&equal](const Keel::DedupHandleBase& list) {
+    return equal(static_cast<const ExtCommList&>(list));
   };
-  if (Keel::DedupHandleBase* found = table->extCommListDedupTable().find(hash, equal)) {
+  if (Keel::DedupHandleBase* found = table->extCommListDedupTable().find(hash, equalHandle)) {
     return PtrConst(static_cast<const ExtCommList*>(found), false);
   }
   return make(table, content, hash);
 }
 
+ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
+                                                const ExtCommListContentBase& content) {
+  return findOrMake(table, content, content.sortAndHash(),
+                    [&content](const ExtCommList& list) { return content.compareWithExtCommList(&list); });
+}
+
+// The form that attributes arrive in: known at compile time, a hit makes no virtual call.
+ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
+                                                const ExtCommListContentU64& content) {
+  return findOrMake(table, content, content.sortAndHashInLine(),
+                    [&content](const ExtCommList& list) { return content.equals(list); });
+}
+
 ExtCommList::PtrConst ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                                         std::uint32_t hash) {
-  const Ptr list(new ExtCommList);
+  const Ptr list(new (static_cast<std::uint32_t>(content.communityCount())) ExtCommList);
   list->notificationActiveIs(true);
   content.populateExtCommList(list.get());
   list->commVectorSortedIs(true);
@@ -79,19 +102,68 @@ ExtCommList::PtrConst ExtCommList::dedupSingleU64(const ExtCommDedupTable* commT
   return dedupContent(table, content);
 }
 
+// The split of a list under way. The references to the communities of a classification move on to its classification
+// list as soon as that is asked for; when the split is over, in whatever way, the list holds none itself.
+class ExtCommList::Split {
+ public:
+  explicit Split(ExtCommList& list) noexcept : list_(list) {}
+  Split(const Split&) = delete;
+  Split& operator=(const Split&) = delete;
+  ~Split() {
+    if (left_ != 0) releaseWhatIsLeft();
+    list_.userDataIs(list_.userData() | splitBit);
+  }
+
+  void add(const ExtComm& comm) {
+    const ExtCommClassification classification = comm.classification();
+    checkClassification(classification);
+    ++counts_[classification];
+    left_ |= bitOf(classification);
+  }
+  std::uint32_t present() const noexcept { return left_; }
+
+  // Ascending by classification. Without a table the lists are private ones.
+  void run(const ExtCommListDedupTable* table) {
+    list_.classificationLists_.array_.sizeIs(static_cast<std::uint32_t>(std::popcount(left_)));
+    for (std::uint32_t place = 0; left_ != 0; ++place) {
+      const auto classification = ExtCommClassification(std::countr_zero(left_));
+      list_.classificationLists_.array_.elementIs(place, splitOff(table, classification));
+    }
+  }
+
+ private:
+  void releaseWhatIsLeft() noexcept {
+    for (const ExtComm* comm : list_.comms_.range()) {
+      if ((left_ & bitOf(comm->classification())) != 0) comm->referenceRelease();
+    }
+  }
+  ExtCommClassificationList::PtrConst splitOff(const ExtCommListDedupTable* table,
+                                               ExtCommClassification classification) {
+    ExtCommClassificationListContent content(classification);
+    content.expectedCommunityCountIs(counts_[classification]);  // the last thing that can fail before references move
+    for (const ExtComm* comm : list_.comms_.range()) {
+      if (comm->classification() == classification) ExtCommVectorAdd(ExtComm::PtrConst(comm, false), content.comms_);
+    }
+    left_ &= ~bitOf(classification);
+    content.commVectorSorted_ = true;  // a part of a sorted vector
+    const std::uint32_t hash = content.sortAndHash();
+    if (table == nullptr) return ExtCommClassificationList::allocateExtCommClassificationList(content);
+    return ExtCommClassificationList::dedupSorted(table, content, hash);
+  }
+
+  ExtCommList& list_;
+  std::uint32_t counts_[Tyr::Range<ExtCommClassification>::size()] = {};
+  std::uint32_t left_ = 0;  // the classifications whose references the list still holds
+};
+
 void ExtCommList::createClassificationListVector(const ExtCommListDedupTable* table) {
   TYR_ASSERT(commVectorSorted());
   TYR_ASSERT(classificationLists_.array_.empty());
-  std::uint32_t counts[Tyr::Range<ExtCommClassification>::size()] = {};
-  std::uint32_t present = 0;
-  CommVectorAttrs attrs = commVectorAttrs();
   bool policyMatchStrepUI = false;
   bool unspecifiedAsNumber = false;
+  Split split(*this);
   for (const ExtComm* comm : comms_.range()) {
-    const ExtCommClassification classification = comm->classification();
-    checkClassification(classification);
-    ++counts[classification];
-    present |= bitOf(classification);
+    split.add(*comm);
     transitiveCount_ += comm->getContent().transitive();
     policyMatchStrepUI |= comm->internedPolicyMatchStrepUI();
     unspecifiedAsNumber |= comm->internedLinkBandwidthWithUnspecifiedAsNumber();
@@ -100,33 +172,13 @@ void ExtCommList::createClassificationListVector(const ExtCommListDedupTable* ta
     transitiveCount_ = 0;
     policyMatchStrepUI = false;
   }
-  classificationLists_.array_.sizeIs(static_cast<std::uint32_t>(std::popcount(present)));
-  std::uint32_t place = 0;
-  for (std::uint32_t left = present; left != 0; left &= left - 1) {
-    const auto classification = ExtCommClassification(std::countr_zero(left));
-    splitOff(table, classification, counts[classification], place++);
-  }
-  splitOff_ = splitOffAll;
+  const bool linkBandwidth = (split.present() & bitOf(extCommClassificationLinkBandwidth)) != 0;
+  split.run(table);
+  CommVectorAttrs attrs = commVectorAttrs();
   attrs.hasPolicyMatchStrepUICommunitiesIs(policyMatchStrepUI);
   attrs.hasLinkBandwidthWithUnspecifiedAsNumberIs(unspecifiedAsNumber);
-  attrs.hasLinkBandwidthIs((present & bitOf(extCommClassificationLinkBandwidth)) != 0);
+  attrs.hasLinkBandwidthIs(linkBandwidth);
   commVectorAttrsIs(attrs);
-}
-
-// All that can fail comes before the references move or after: a list that is broken off gives each back once.
-void ExtCommList::splitOff(const ExtCommListDedupTable* table, ExtCommClassification classification,
-                           std::uint32_t count, std::uint32_t place) {
-  ExtCommClassificationListContent content(classification);
-  content.expectedCommunityCountIs(count);
-  for (const ExtComm* comm : comms_.range()) {
-    if (comm->classification() == classification) ExtCommVectorAdd(ExtComm::PtrConst(comm, false), content.comms_);
-  }
-  splitOff_ = static_cast<std::uint16_t>(splitOff_ | bitOf(classification));
-  content.commVectorSorted_ = true;  // a part of a sorted vector
-  const std::uint32_t hash = content.sortAndHash();
-  classificationLists_.array_.elementIs(
-      place, table == nullptr ? ExtCommClassificationList::allocateExtCommClassificationList(content)
-                              : ExtCommClassificationList::dedupSorted(table, content, hash));
 }
 
 void ExtCommList::computeCommVectorAttrs() {

@@ -1,7 +1,6 @@
 #include <iterator>
 #include <utility>
 
-#include "Keel/SortUnique.h"
 #include "Tyr/Exception.h"
 #include "Tyr/Strep.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
@@ -10,8 +9,9 @@ namespace Routing::Bgp {
 
 ExtComm::PtrConst ExtCommVectorLookup(bool commVectorSorted, const ExtCommRange& vector, std::uint64_t community) {
   TYR_ASSERT(commVectorSorted);
-  const auto found = std::lower_bound(vector.begin(), vector.end(), community,
-                                      [](const ExtComm* comm, std::uint64_t value) { return comm->community() < value; });
+  const auto found =
+      std::lower_bound(vector.begin(), vector.end(), community,
+                       [](const ExtComm* comm, std::uint64_t value) { return comm->community() < value; });
   if (found == vector.end()) return nullptr;
   const ExtComm* extComm = *found;
   if (extComm->community() == community) return extComm;
@@ -69,31 +69,24 @@ std::uint32_t ExtCommListContent::sortAndHash() const {
 }
 
 void ExtCommListContent::populateExtCommList(ExtCommList* list) const {
-  list->comms_.sizeIs(static_cast<std::uint32_t>(comms_.size()));
-  for (std::uint32_t i = 0; i < comms_.size(); ++i) list->comms_.elementIs(i, comms_[i]);
+  list->commCountIs(static_cast<std::uint32_t>(comms_.size()));
+  for (std::uint32_t i = 0; i < comms_.size(); ++i) list->commIs(i, comms_[i]);
 }
 
 bool ExtCommListContent::compareWithExtCommList(const ExtCommList* list) const {
-  return compareExtCommContent(this, list);
+  return compareExtCommContent(this, list, list->comms());
 }
 
-std::uint32_t ExtCommListContentU64::sortAndHash() const {
-  if (!commVectorSorted_) {
-    comms_.resize(Keel::sortUnique(comms_.data(), comms_.size()));
-    commVectorSorted_ = true;
-  }
-  return hash_ = hashExtCommList(this);
-}
+std::uint32_t ExtCommListContentU64::sortAndHash() const { return sortAndHashInLine(); }
 
 void ExtCommListContentU64::populateExtCommList(ExtCommList* list) const {
   const auto count = static_cast<std::uint32_t>(comms_.size());
-  list->comms_.sizeIs(count);
-  ExtComm::dedupContents(table_, comms_.data(), count, list->comms_);
+  list->commCountIs(count);
+  ExtComm::dedupContents(table_, comms_.data(), count,
+                         [list](std::uint32_t i, ExtComm::PtrConst comm) { list->commIs(i, std::move(comm)); });
 }
 
-bool ExtCommListContentU64::compareWithExtCommList(const ExtCommList* list) const {
-  return compareExtCommContent(this, list);
-}
+bool ExtCommListContentU64::compareWithExtCommList(const ExtCommList* list) const { return equals(*list); }
 
 ExtCommClassificationListContent::ExtCommClassificationListContent(ExtCommClassification classification)
     : classification_(classification) {
@@ -127,8 +120,8 @@ bool operator<(const ExtCommClassificationListContent& lhs, const ExtCommClassif
 
 std::string valueToStrep(const ExtCommClassificationListContent& content) {
   return "Value('Routing::Bgp::ExtCommClassificationListContent', ** {'classification': " +
-         stringValue(content.classification()) + ", 'commVectorSorted': " + Tyr::valueToStrep(content.commVectorSorted()) +
-         "})";
+         stringValue(content.classification()) +
+         ", 'commVectorSorted': " + Tyr::valueToStrep(content.commVectorSorted()) + "})";
 }
 
 std::ostream& operator<<(std::ostream& stream, const ExtCommClassificationListContent& content) {

@@ -82,7 +82,8 @@ void NotifyingRtExtCommListCollection::rtExtCommListDelAll() {
 }
 
 void NotifyingRtExtCommListCollection::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
-  context.line(indent, "NotifyingRtExtCommListCollection rtExtCommLists #" + std::to_string(rtExtCommListCount()) + ";");
+  context.line(indent,
+               "NotifyingRtExtCommListCollection rtExtCommLists #" + std::to_string(rtExtCommListCount()) + ";");
   std::vector<std::string> members;
   for (const Key& notifier : rtExtCommList_) members.push_back("rtExtCommList " + notifier->toStrep());
   std::sort(members.begin(), members.end());
@@ -99,8 +100,8 @@ void RtExtCommListLifeTimeNotifiee::handleInsert(Keel::DedupHandleBase* handle) 
   TYR_ASSERT(__null == rtExtCommList->lifeTimeNotifier());
   const auto notifier = Tyr::make<RtExtCommListLifeTimeNotifier>(handle);
   rtExtCommList->lifeTimeNotifierIs(notifier);
-  TYR_TRACE(9, " handle: " << static_cast<const ExtCommClassificationList*>(rtExtCommList)
-                           << " rtExtCommListLifeTimeNotifier: " << notifier.get());
+  TYR_TRACE(9, "handle: " << static_cast<const ExtCommClassificationList*>(rtExtCommList)
+                          << " rtExtCommListLifeTimeNotifier: " << notifier.get());
   collection_->rtExtCommListIs(notifier);
 }
 
@@ -108,8 +109,8 @@ void RtExtCommListLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandl
   auto* rtExtCommList = static_cast<RtExtCommClassificationList*>(rawHandle);
   const RtExtCommListLifeTimeNotifier::Ptr held = rtExtCommList->lifeTimeNotifier();
   const RtExtCommListLifeTimeNotifier* lifeTimeNotifier = held.get();
-  TYR_TRACE(9, " handle: " << static_cast<const ExtCommClassificationList*>(rtExtCommList)
-                           << " rtExtCommListLifeTimeNotifier: " << lifeTimeNotifier);
+  TYR_TRACE(9, "handle: " << static_cast<const ExtCommClassificationList*>(rtExtCommList)
+                          << " rtExtCommListLifeTimeNotifier: " << lifeTimeNotifier);
   TYR_ASSERT(__null != lifeTimeNotifier);
   collection_->rtExtCommListDel(held);
   rtExtCommList->lifeTimeNotifierIs(nullptr);

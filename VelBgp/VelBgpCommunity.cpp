@@ -229,36 +229,18 @@ ExtComm::PtrConst ExtComm::dedupHashed(const ExtCommDedupTable* table, const Ext
   const auto* found = table->dedupTable().find(hash, [&content](const Keel::DedupHandleBase& object) {
     return static_cast<const ExtComm&>(object).content_ == content;
   });
-  if (found == nullptr) return decodeAndInsert(table, content);
+  if (found == nullptr) return decodeAndInsert(table, content, hash);
   return PtrConst(static_cast<const ExtComm*>(found), false);  // with the reference that find() took
 }
 
-ExtComm::PtrConst ExtComm::decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content) {
+ExtComm::PtrConst ExtComm::decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content,
+                                           std::uint32_t hash) {
   const PtrConst decoded = table->parseExtCommRule()->parseExtendedCommunity(content);
   auto* fresh = const_cast<ExtComm*>(decoded.get());  // nobody else knows it before it is in the table
   fresh->rememberListTraits();
-  const auto* dedupHandle = table->dedupTable().dedup(fresh);
+  const auto* dedupHandle = table->dedupTable().dedup(fresh, hash);
   TYR_ASSERT(dedupHandle);
   return PtrConst(static_cast<const ExtComm*>(dedupHandle), false);
-}
-
-void ExtComm::dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n,
-                            Keel::PtrInterfaceArray<ExtComm>& array) {
-  // Three passes over a block, so that the memory of all its lookups is under way before the first one waits for it.
-  constexpr std::uint32_t block = 64;
-  std::array<std::uint32_t, block> hashes;
-  const Keel::DedupHashTable& dedupTable = table->dedupTable();
-  for (std::uint32_t first = 0; first < n; first += block) {
-    const std::uint32_t count = std::min(block, n - first);
-    for (std::uint32_t i = 0; i < count; ++i) {
-      hashes[i] = hashOf(ExtCommContent(values[first + i]));
-      dedupTable.prefetchBucket(hashes[i]);
-    }
-    for (std::uint32_t i = 0; i < count; ++i) dedupTable.prefetchEntry(hashes[i]);
-    for (std::uint32_t i = 0; i < count; ++i) {
-      array.elementIs(first + i, dedupHashed(table, ExtCommContent(values[first + i]), hashes[i]));
-    }
-  }
 }
 
 // ---- The table

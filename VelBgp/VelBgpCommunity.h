@@ -10,6 +10,8 @@
 // Threads: objects are immutable. Interning follows the table's variant (Keel/DedupHashTable.h).
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -17,7 +19,6 @@
 #include <string_view>
 
 #include "Keel/DedupHashTable.h"
-#include "Keel/PtrInterfaceArray.h"
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Enumeration.h"
 #include "Tyr/Export.h"
@@ -85,10 +86,10 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   using PtrConst = Tyr::Ptr<const ExtComm>;
 
   // Options of the text forms: six flags in one octet.
-#define ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS(FLAG)                                            \
-  FLAG(strepFormatDefault)                                                                       \
-  FLAG(strepFormatClassification) FLAG(strepFormatUI) FLAG(strepFormatJson) FLAG(strepFormatAsdot) \
-      FLAG(strepFormatLinkBwWeighted)
+#define ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS(FLAG) \
+  FLAG(strepFormatDefault)                            \
+  FLAG(strepFormatClassification)                     \
+  FLAG(strepFormatUI) FLAG(strepFormatJson) FLAG(strepFormatAsdot) FLAG(strepFormatLinkBwWeighted)
   class StrepFormat {
     TYR_FLAG_SET(StrepFormat, "Routing::Bgp::ExtComm::StrepFormat", ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS)
 
@@ -164,9 +165,9 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
 
   // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
   static PtrConst dedupContent(const ExtCommDedupTable* table, const ExtCommContent& content);
-  // dedupContent of each of n values into the n empty places of `array`, with the table's memory fetched ahead.
-  static void dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n,
-                            Keel::PtrInterfaceArray<ExtComm>& array);
+  // dedupContent of each of n values, with the table's memory fetched ahead; sink(index, PtrConst) gets the results.
+  template <typename Sink>
+  static void dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n, Sink&& sink);
 
   static std::uint32_t hashOf(const ExtCommContent& content) noexcept;
 
@@ -176,7 +177,7 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   void fourByteAsBitIs(bool fourByteAs) noexcept;
 
  private:
-  static PtrConst decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content);
+  static PtrConst decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
   static PtrConst dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
   void rememberListTraits() noexcept;
 
@@ -207,8 +208,8 @@ VELBGP_EXPORT ExtComm::PtrConst ExtCommSubtypedIs(ExtCommClassification classifi
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtComm* extComm);
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtComm& extComm);
 
-// The type prefix of UI texts: type octet without its 0x40 bit and subtype octet in hex, `text`, "(NT)" if not transitive.
-// Deliberate: the 0x40 bit shows only as "(NT)", never in the digits.
+// The type prefix of UI texts: type octet without its 0x40 bit and subtype octet in hex, `text`, "(NT)" if not
+// transitive. Deliberate: the 0x40 bit shows only as "(NT)", never in the digits.
 VELBGP_EXPORT void addExtCommTypeAsString(Tyr::DynamicBufferInterface& buffer, const char* text, std::uint8_t typeOctet,
                                           std::uint8_t subtypeOctet, bool transitive);
 VELBGP_EXPORT std::string extCommTypeAsString(const char* text, std::uint8_t typeOctet, std::uint8_t subtypeOctet,
@@ -256,6 +257,25 @@ class VELBGP_EXPORT ExtCommDedupTable final : public Tyr::PtrInterface {
   Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
   const Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
 };
+
+template <typename Sink>
+void ExtComm::dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n, Sink&& sink) {
+  // Three passes over a block, so that the memory of all its lookups is under way before the first one waits for it.
+  constexpr std::uint32_t block = 64;
+  std::array<std::uint32_t, block> hashes;
+  const Keel::DedupHashTable& dedupTable = table->dedupTable();
+  for (std::uint32_t first = 0; first < n; first += block) {
+    const std::uint32_t count = std::min(block, n - first);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      hashes[i] = hashOf(ExtCommContent(values[first + i]));
+      dedupTable.prefetchBucket(hashes[i]);
+    }
+    for (std::uint32_t i = 0; i < count; ++i) dedupTable.prefetchEntry(hashes[i]);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      sink(first + i, dedupHashed(table, ExtCommContent(values[first + i]), hashes[i]));
+    }
+  }
+}
 
 VELBGP_EXPORT ExtCommDedupTable::Ptr extCommDedupTableFactory(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
 VELBGP_EXPORT ExtCommDedupTable::Ptr ExtCommDedupTableIs(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);

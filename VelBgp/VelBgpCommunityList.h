@@ -2,19 +2,20 @@
 //
 //   ExtCommListContent, ExtCommListContentU64   what a list is built from: interned communities, or raw values
 //   ExtCommList                                 the interned list: ascending by value, no value twice
-//   ExtCommClassificationList                   its communities of one classification, shared between lists that agree on them
-//   LinkBandwidthExtCommClassificationList      knows the best bandwidth
-//   RtExtCommClassificationList                 announced to the NotifyingRtExtCommListCollection
-//   ExtCommListDedupTable                       interns both, one object per distinct sequence of values
+//   ExtCommClassificationList                   its communities of one classification, shared between lists that agree
+//   on them LinkBandwidthExtCommClassificationList      knows the best bandwidth RtExtCommClassificationList announced
+//   to the NotifyingRtExtCommListCollection ExtCommListDedupTable                       interns both, one object per
+//   distinct sequence of values
 //
 //   ExtCommListContentU64 content(communityTable);
 //   content.commIs(0x0002fde800000064);                        // any order, repeats allowed
 //   ExtCommList::PtrConst list = ExtCommList::dedupContent(listTable, content);
 //
-// Ownership: a content belongs to its caller and can be used again after reset(). Lists are immutable, shared through their
-// PtrConst (one word) and leave their table with the last one. A list keeps its communities alive, not the tables.
-// Threads: contents belong to one thread; interning follows the table's variant (Keel/DedupHashTable.h); lists are read-only.
-// Memory: 48 octets for a list, 32 or 40 for a classification list, 4 + 4n for the n communities of either (none for one).
+// Ownership: a content belongs to its caller and can be used again after reset(). Lists are immutable, shared through
+// their PtrConst (one word) and leave their table with the last one. A list keeps its communities alive, not the
+// tables. Threads: contents belong to one thread; interning follows the table's variant (Keel/DedupHashTable.h); lists
+// are read-only. Memory: a list of n communities takes 48 + 4n octets (56 for one), a classification list 32 or 40 and,
+// for more than one, 4 + 4n.
 #pragma once
 
 #include <boost/container/small_vector.hpp>
@@ -140,6 +141,12 @@ class VELBGP_EXPORT ExtCommListContentU64 final : public ExtCommListContentBase 
   std::uint64_t communityAt(std::size_t index) const override { return comms_[index]; }
 
  private:
+  friend class ExtCommList;
+
+  // The bodies of the operations of the same names, for a caller that can take them in line.
+  std::uint32_t sortAndHashInLine() const;
+  bool equals(const ExtCommList& list) const;
+
   mutable Vector comms_;
   const ExtCommDedupTable* table_;
 };
@@ -309,23 +316,31 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
   using Ptr = Tyr::Ptr<ExtCommList>;
   using PtrConst = Tyr::Ptr<const ExtCommList>;
 
-#define ROUTING_BGP_EXT_COMM_LIST_ATTRS(FLAG)                                             \
-  FLAG(sorted)                                                                            \
-  FLAG(hasLinkBandwidth) FLAG(hasLinkBandwidthWithUnspecifiedAsNumber)                    \
-      FLAG(hasOriginValidationState) FLAG(hasPolicyMatchStrepUICommunities) FLAG(hasPrunableValues)
+#define ROUTING_BGP_EXT_COMM_LIST_ATTRS(FLAG)                                                                         \
+  FLAG(sorted)                                                                                                        \
+  FLAG(hasLinkBandwidth)                                                                                              \
+  FLAG(hasLinkBandwidthWithUnspecifiedAsNumber) FLAG(hasOriginValidationState) FLAG(hasPolicyMatchStrepUICommunities) \
+      FLAG(hasPrunableValues)
   class CommVectorAttrs {
     TYR_FLAG_SET(CommVectorAttrs, "Routing::Bgp::ExtCommList::CommVectorAttrs", ROUTING_BGP_EXT_COMM_LIST_ATTRS)
   };
 #undef ROUTING_BGP_EXT_COMM_LIST_ATTRS
 
   // Which communities go into an outgoing attribute.
-#define ROUTING_BGP_EXT_COMM_LIST_SERIALIZATION(FLAG) FLAG(all) FLAG(transitive) FLAG(linkBandwidth) FLAG(originAsValidity)
+#define ROUTING_BGP_EXT_COMM_LIST_SERIALIZATION(FLAG) \
+  FLAG(all) FLAG(transitive) FLAG(linkBandwidth) FLAG(originAsValidity)
   class Serialization {
     TYR_FLAG_SET(Serialization, "Routing::Bgp::ExtCommList::Serialization", ROUTING_BGP_EXT_COMM_LIST_SERIALIZATION)
   };
 #undef ROUTING_BGP_EXT_COMM_LIST_SERIALIZATION
 
   ExtCommList() noexcept = default;
+  // new (count) ExtCommList has room for its communities right behind it, so that a lookup finds both in one place.
+  static void* operator new(std::size_t octets) { return DedupHandleBase::operator new(octets); }
+  static void* operator new(std::size_t octets, std::uint32_t communities);
+  static void operator delete(void* list) noexcept { DedupHandleBase::operator delete(list); }
+  static void operator delete(void* list, std::uint32_t) noexcept { DedupHandleBase::operator delete(list); }
+
   const Tyr::FwkType& fwkType() const override;
 
   std::uint32_t hash() const override;
@@ -356,7 +371,7 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
 
   // A stored octet above 63 is thrown as the flag set's range error.
   CommVectorAttrs commVectorAttrs() const { return CommVectorAttrs(userDataOctet(0)); }
-  void commVectorAttrsIs(CommVectorAttrs attrs) noexcept { userDataIs(attrs.value()); }
+  void commVectorAttrsIs(CommVectorAttrs attrs) noexcept { userDataIs((userData() & ~0xffu) | attrs.value()); }
   bool commVectorSorted() const { return commVectorAttrs().sorted(); }
   void commVectorSortedIs(bool sorted);
   bool hasLinkBandwidth() const { return commVectorAttrs().hasLinkBandwidth(); }
@@ -368,15 +383,16 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
   bool hasPrunableValues() const { return commVectorAttrs().hasPrunableValues(); }
 
   // `all` alone with non-transitive communities included, else `transitive` and what else is included.
-  static Serialization serialization(bool includeNonTransitive, bool includeLinkBandwidth, bool includeOriginAsValidity);
+  static Serialization serialization(bool includeNonTransitive, bool includeLinkBandwidth,
+                                     bool includeOriginAsValidity);
   static bool serializable(const ExtComm& comm, Serialization s);
   static bool serializable(const ExtComm::PtrConst& comm, Serialization s) { return serializable(*comm, s); }
   // Deliberate: link bandwidth and origin validation state count once each, however many the list holds.
   std::uint32_t serializableCommunities(Serialization s) const;
   // An EXTENDED COMMUNITIES attribute (RFC 4360), header included; empty when there is nothing to send. Deliberate: the
-  // announced length comes from serializableCommunities(), while every serializable community is written. Under a filter
-  // the two disagree for a list with two link bandwidths or validation states, so prune() such a list first. Asserts that
-  // the value fits in 65,535 octets.
+  // announced length comes from serializableCommunities(), while every serializable community is written. Under a
+  // filter the two disagree for a list with two link bandwidths or validation states, so prune() such a list first.
+  // Asserts that the value fits in 65,535 octets.
   std::string serialize(Serialization s) const;
 
   // The interned list without its prunable communities: this one if there are none, null if nothing is left.
@@ -392,23 +408,33 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
 
   ~ExtCommList() override;
 
-  template <typename Content>
-  static PtrConst dedupContentOf(const ExtCommListDedupTable* table, const Content& content);
+  template <typename Equal>
+  static PtrConst findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
+                             std::uint32_t hash, Equal&& equal);
   static PtrConst make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content, std::uint32_t hash);
   // Splits the communities by classification; without a table the classification lists are private ones.
   void createClassificationListVector(const ExtCommListDedupTable* table);
-  void splitOff(const ExtCommListDedupTable* table, ExtCommClassification classification, std::uint32_t count,
-                std::uint32_t place);
+  class Split;
   void computeCommVectorAttrs();
 
-  // The references to the communities of a classification move on to its classification list as soon as that exists.
-  // splitOff_ has a bit for each classification whose references have moved.
-  static constexpr std::uint16_t splitOffAll = 0xffff;
+  // Filled once: places for `count` communities, then each of them with a reference that the list takes over.
+  void commCountIs(std::uint32_t count);
+  void commIs(std::uint32_t index, ExtComm::PtrConst comm) noexcept;
+
+  // The value of a list of one, kept behind it as well: the commonest lists are then found without a look at the
+  // community.
+  bool hasOwnValue() const noexcept { return (userData() & ownValueBit) != 0; }
+  std::uint64_t ownValue() const noexcept { return *reinterpret_cast<const std::uint64_t*>(this + 1); }
+
+  // User data: octet 0 holds the attributes; the references to the communities have moved on to the classification
+  // lists; there is a value behind the list.
+  static constexpr std::uint32_t splitBit = 1u << 8;
+  static constexpr std::uint32_t ownValueBit = 1u << 9;
 
   Keel::PtrInterfaceArray<ExtComm> comms_;
   ExtCommClassificationLists classificationLists_;
   std::uint32_t transitiveCount_ = 0;
-  std::uint16_t splitOff_ = 0;
+  std::uint32_t ownBlock_ = 0;  // the count of the block of references that goes on behind the list
 };
 static_assert(sizeof(ExtCommList) == 48);
 

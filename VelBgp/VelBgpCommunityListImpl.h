@@ -1,5 +1,5 @@
-// Shared by the sources of the community lists: hashing, comparing and reading of sorted vectors, whatever their holder.
-// A holder T offers commVectorSorted(), size and value of its elements through the two functions below.
+// Shared by the sources of the community lists: hashing, comparing and reading of sorted vectors, whatever their
+// holder. A holder T offers commVectorSorted(), size and value of its elements through the two functions below.
 #pragma once
 
 #include <algorithm>
@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "BgpCommon/BgpHashMixImpl.h"
+#include "Keel/SortUnique.h"
 #include "Tyr/Assert.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
@@ -38,7 +39,7 @@ std::uint32_t hashExtCommList(const T* t) {
 }
 inline std::uint32_t hashExtCommList(const ExtCommListContentU64* t) {
   TYR_ASSERT(t->commVectorSorted());
-  return Keel::HashMix::ofWords(t->comms().data(), t->comms().size());
+  return hashExtCommValues(t->comms().data(), t->comms().size());
 }
 
 // Sorts counted pointers by value and drops repeats, keeping the first of each run.
@@ -56,11 +57,11 @@ inline bool sameCommunity(std::uint64_t inContent, const ExtComm* inList) noexce
   return inContent == inList->community();
 }
 
+// `comms` are the list's.
 template <typename Content, typename List>
-bool compareExtCommContent(const Content* content, const List* list) {
+inline bool compareExtCommContent(const Content* content, const List* list, const ExtCommRange& comms) {
   TYR_ASSERT(list->commVectorSorted());
   TYR_ASSERT(content->commVectorSorted());
-  const ExtCommRange comms = list->comms();
   const auto& values = content->comms();
   if (values.size() != comms.size()) return false;
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -85,8 +86,23 @@ ExtCommRange sortedComms(const List* arg, const Keel::PtrInterfaceArray<ExtComm>
   return comms.range();
 }
 
+// A hit is nothing but these two and a walk along one chain, so they are kept free of calls.
+inline std::uint32_t ExtCommListContentU64::sortAndHashInLine() const {
+  if (!commVectorSorted_) {
+    if (comms_.size() > 1) comms_.resize(Keel::sortUnique(comms_.data(), comms_.size()));
+    commVectorSorted_ = true;
+  }
+  return hash_ = hashExtCommList(this);
+}
+
+inline bool ExtCommListContentU64::equals(const ExtCommList& list) const {
+  if (list.hasOwnValue() && commVectorSorted_) return comms_.size() == 1 && comms_[0] == list.ownValue();
+  return compareExtCommContent(this, &list, list.comms_.range());
+}
+
 inline void checkClassification(ExtCommClassification classification) {
-  TYR_ASSERT_TEXT(classification < Tyr::Range<ExtCommClassification>::size(), "classification < Tyr::Range< ExtCommClassification >::size()");
+  TYR_ASSERT_TEXT(classification < Tyr::Range<ExtCommClassification>::size(),
+                  "classification < Tyr::Range< ExtCommClassification >::size()");
 }
 
 }  // namespace Routing::Bgp

@@ -16,15 +16,17 @@ void DedupHandleBase::assertIsDeduped() const { TYR_ASSERT(everDeduped()); }
 
 DedupHandleState DedupHandleBase::dedupState() const noexcept {
   switch (owner_.load(std::memory_order_relaxed)) {
-    case ownerNone: return DedupHandleState::neverDeduped;
-    case ownerBarred: return DedupHandleState::notInTable;
-    default: return DedupHandleState::deduped;
+    case ownerNone:
+      return DedupHandleState::neverDeduped;
+    case ownerBarred:
+      return DedupHandleState::notInTable;
+    default:
+      return DedupHandleState::deduped;
   }
 }
 
 void DedupHandleBase::lastReferenceRelease() const noexcept {
   auto* self = const_cast<DedupHandleBase*>(this);
-  // The virtual destructor finds the object's size, and with it its size class, by itself.
   if (DedupHashTable::letGo(self)) delete self;
 }
 

@@ -1,9 +1,9 @@
 // DedupHandleBase: the base of every interned object. DedupContentHandle: the base of what one is looked up by.
 //
-// An interned object is made by `new` with a count of zero and "never deduped", is handed to one DedupHashTable, and from
-// then on is immutable and shared through Tyr::Ptr (one word). When its last pointer goes it leaves its table and is
-// deleted. Objects live in Keel::handleHeap(); at most 2048 octets each, and DedupHandleBase must be their first base.
-// Counts follow the protocol at the head of Keel/DedupHashTable.h.
+// An interned object is made by `new` with a count of zero and "never deduped", is handed to one DedupHashTable, and
+// from then on is immutable and shared through Tyr::Ptr (one word). When its last pointer goes it leaves its table and
+// is deleted. Objects live in Keel::handleHeap(); at most 2048 octets each, and DedupHandleBase must be their first
+// base. Counts follow the protocol at the head of Keel/DedupHashTable.h.
 #pragma once
 
 #include <atomic>
@@ -57,7 +57,8 @@ class VELBGP_EXPORT DedupHandleBase {
   // Stops the process when the object was never interned.
   virtual void assertIsDeduped() const;
 
-  // The hash of the content, the same before and after interning, and equal to that of a DedupContentHandle that matches.
+  // The hash of the content, the same before and after interning, and equal to that of a DedupContentHandle that
+  // matches.
   virtual std::uint32_t hash() const = 0;
   // Equality of content with an object of the same class family.
   virtual bool compare(const DedupHandleBase* other) const = 0;
@@ -77,7 +78,7 @@ class VELBGP_EXPORT DedupHandleBase {
   }
 
   static void* operator new(std::size_t octets) { return handleHeap().allocate(octets); }
-  static void operator delete(void* object, std::size_t octets) noexcept { handleHeap().release(object, octets); }
+  static void operator delete(void* object) noexcept { SlabHeap::release(object); }
 
   // Takes a reference that Tyr::Ptr(object, false) or another release will give back.
   void referenceAdd() const noexcept {
@@ -108,7 +109,9 @@ class VELBGP_EXPORT DedupHandleBase {
   void userDataIs(std::uint32_t data) noexcept {
     userData_ = static_cast<std::uint16_t>((userData_ & notificationActiveBit) | (data & userDataMask));
   }
-  std::uint8_t userDataOctet(unsigned index) const noexcept { return static_cast<std::uint8_t>(userData() >> (8 * index)); }
+  std::uint8_t userDataOctet(unsigned index) const noexcept {
+    return static_cast<std::uint8_t>(userData() >> (8 * index));
+  }
 
   static constexpr std::uint16_t userDataMask = 0x7fff;
 
@@ -128,8 +131,8 @@ class VELBGP_EXPORT DedupHandleBase {
   //         vtable   count   hash    next    owner   user data
   mutable std::atomic<std::uint32_t> count_{0};
   std::uint32_t hash_ = 0;
-  SlabRef next_ = 0;                      // the chain of our bucket
-  std::atomic<std::uint16_t> owner_{0};   // the number of the table that holds us, ownerNone or ownerBarred
+  SlabRef next_ = 0;                     // the chain of our bucket
+  std::atomic<std::uint16_t> owner_{0};  // the number of the table that holds us, ownerNone or ownerBarred
   std::uint16_t userData_ = 0;
 };
 static_assert(sizeof(DedupHandleBase) == 24);

@@ -2,7 +2,9 @@
 //
 //   empty         the word is all ones but bit 0
 //   one element   the word is its address (bit 0 is clear): no allocation
-//   more          bit 0 is set and the rest is the address of a block: a 32-bit count, then a 32-bit SlabRef per element
+//   more          bit 0 is set and the rest is the address of a block: a 32-bit count, then a 32-bit SlabRef per
+//   element;
+//                 bit 1 says that the block is a part of the array's owner and goes with it
 //
 // Filled once, in place, by its one owner; read-only and readable from any thread afterwards. The destructor gives the
 // elements' references back, unless forgetElements() said that somebody else holds them.
@@ -27,7 +29,12 @@ struct RefBlock {
   std::uint32_t count;
   SlabRef refs[1];
 };
+constexpr std::size_t refBlockOctets(std::uint32_t count) noexcept {
+  return sizeof(std::uint32_t) + count * sizeof(SlabRef);
+}
 VELBGP_EXPORT RefBlock* newRefBlock(std::uint32_t count);
+// All references null, so that a half-filled array can be destroyed.
+VELBGP_EXPORT void clearRefBlock(RefBlock* block, std::uint32_t count) noexcept;
 VELBGP_EXPORT void deleteRefBlock(RefBlock* block) noexcept;
 
 }  // namespace detail
@@ -82,7 +89,9 @@ class PtrInterfaceRange {
 
   std::uint32_t size() const noexcept { return size_; }
   bool empty() const noexcept { return size_ == 0; }
-  const T* operator[](std::size_t index) const noexcept { return refs_ == nullptr ? single_ : handleAt<T>(refs_[index]); }
+  const T* operator[](std::size_t index) const noexcept {
+    return refs_ == nullptr ? single_ : handleAt<T>(refs_[index]);
+  }
   const T* front() const noexcept { return (*this)[0]; }
   const T* back() const noexcept { return (*this)[size_ - 1]; }
   iterator begin() const noexcept { return {refs_, single_, 0}; }
@@ -110,11 +119,15 @@ class PtrInterfaceArray {
     forgetElements();
   }
 
-  // Makes room for exactly `count` elements, all null, in an empty array. Throws std::bad_alloc.
-  void sizeIs(std::uint32_t count) {
+  // Makes room for exactly `count` elements, all null, in an empty array: for more than one in `ownersRoom`, memory of
+  // the owner's for such a block that is aligned to 4, or in a block of its own. Throws std::bad_alloc.
+  void sizeIs(std::uint32_t count, void* ownersRoom = nullptr) {
     TYR_ASSERT(empty());
     if (count == 1) word_ = 0;
-    if (count > 1) word_ = reinterpret_cast<std::uintptr_t>(detail::newRefBlock(count)) | blockBit;
+    if (count < 2) return;
+    auto* block = ownersRoom == nullptr ? detail::newRefBlock(count) : static_cast<detail::RefBlock*>(ownersRoom);
+    detail::clearRefBlock(block, count);
+    word_ = reinterpret_cast<std::uintptr_t>(block) | blockBit | (ownersRoom == nullptr ? 0 : ownersBit);
   }
   // Takes over the caller's reference. The place was null.
   void elementIs(std::uint32_t index, Tyr::Ptr<const T> element) noexcept {
@@ -127,7 +140,7 @@ class PtrInterfaceArray {
   }
   // Empties the array without giving references back.
   void forgetElements() noexcept {
-    if (isBlock()) detail::deleteRefBlock(block());
+    if (isBlock() && (word_ & ownersBit) == 0) detail::deleteRefBlock(block());
     word_ = emptyWord;
   }
 
@@ -141,10 +154,13 @@ class PtrInterfaceArray {
 
  private:
   static constexpr std::uintptr_t blockBit = 1;
+  static constexpr std::uintptr_t ownersBit = 2;
   static constexpr std::uintptr_t emptyWord = ~blockBit;
 
   bool isBlock() const noexcept { return (word_ & blockBit) != 0; }
-  detail::RefBlock* block() const noexcept { return reinterpret_cast<detail::RefBlock*>(word_ & ~blockBit); }
+  detail::RefBlock* block() const noexcept {
+    return reinterpret_cast<detail::RefBlock*>(word_ & ~(blockBit | ownersBit));
+  }
 
   std::uintptr_t word_ = emptyWord;
 };

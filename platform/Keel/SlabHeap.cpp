@@ -22,8 +22,8 @@ std::array<std::atomic<char*>, slabMaxChunks> slabChunks{};
 
 namespace {
 
-// Use of a freed slot is an error that the address sanitizer shall see, though the memory stays ours. What the lock-free
-// side may still look at, the octets before the link, is left readable.
+// Use of a freed slot is an error that the address sanitizer shall see, though the memory stays ours. What the
+// lock-free side may still look at, the octets before the link, is left readable.
 void forbid([[maybe_unused]] void* octets, [[maybe_unused]] std::size_t count) noexcept {
 #ifdef KEEL_ADDRESS_SANITIZER
   __asan_poison_memory_region(octets, count);
@@ -129,8 +129,6 @@ void* SlabHeap::allocate(std::size_t octets) {
   TYR_ASSERT(octets <= maxOctets && pool.slotOctets >= pool.linkOffset + sizeof(void*));
   return pool.take();
 }
-
-void SlabHeap::release(void* slot, std::size_t octets) noexcept { poolOf(octets).give(slot); }
 
 std::size_t SlabHeap::liveSlots() const noexcept {
   std::size_t slots = 0;

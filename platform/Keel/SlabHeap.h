@@ -1,12 +1,12 @@
 // SlabHeap: where interned objects and their arrays live, and the 32-bit references to them.
 //
-// Memory comes in chunks of 64 KiB, each cut into slots of one size (multiples of 8 octets, up to 2048). A slot is named by
-// its address or by a SlabRef, half as wide: the chunk's number and the slot's place in it. So a list of n communities
-// takes 4n octets, and a table's buckets and chains 4 each. References reach 32 GiB; beyond that allocation fails with
-// std::bad_alloc. Chunks are never given back: a freed slot is used again for an object of its size class.
+// Memory comes in chunks of 64 KiB, each cut into slots of one size (multiples of 8 octets, up to 2048). A slot is
+// named by its address or by a SlabRef, half as wide: the chunk's number and the slot's place in it. So a list of n
+// communities takes 4n octets, and a table's buckets and chains 4 each. References reach 32 GiB; beyond that allocation
+// fails with std::bad_alloc. Chunks are never given back: a freed slot is used again for an object of its size class.
 //
-// Two heaps share the chunks' numbering and no slot. `handles` holds only objects that derive from DedupHandleBase, so a
-// word that was once a reference count stays one; `blocks` holds everything else.
+// Two heaps share the chunks' numbering and no slot. `handles` holds only objects that derive from DedupHandleBase, so
+// a word that was once a reference count stays one; `blocks` holds everything else.
 //
 // Threads: allocation and release lock one size class while the agent is multi-threaded (Tyr/Threading.h) and nothing
 // otherwise. at() and refOf() take no lock.
@@ -46,7 +46,7 @@ inline constexpr std::size_t slabChunkHeader = 64;
 extern VELBGP_EXPORT std::array<std::atomic<char*>, slabMaxChunks> slabChunks;
 
 // Slots of one size. The link of a free slot lies at linkOffset, past what must survive in it.
-class SlabPool {
+class VELBGP_EXPORT SlabPool {
  public:
   void* take();
   void give(void* slot) noexcept;
@@ -80,8 +80,10 @@ class VELBGP_EXPORT SlabHeap {
 
   // A slot of at least `octets` (1 to maxOctets), aligned to 8. Throws std::bad_alloc.
   void* allocate(std::size_t octets);
-  // `octets` as given to allocate().
-  void release(void* slot, std::size_t octets) noexcept;
+  // Back to where it was taken from, whatever its size.
+  static void release(void* slot) noexcept { chunkOf(slot)->pool->give(slot); }
+  // What a slot holds: at least what was asked for.
+  static std::size_t octetsOf(const void* slot) noexcept { return chunkOf(slot)->pool->slotOctets; }
 
   // Slots in use now, and the octets that they take.
   std::size_t liveSlots() const noexcept;
@@ -93,14 +95,18 @@ class VELBGP_EXPORT SlabHeap {
   }
   // The reference of a slot of either heap; for any other address the answer is meaningless.
   static SlabRef refOf(const void* slot) noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(slot);
-    const auto place = address % detail::slabChunkOctets;
-    const auto* chunk = reinterpret_cast<const detail::SlabChunk*>(address - place);
-    return (chunk->number << detail::slabSlotBits) | static_cast<SlabRef>(place / detail::slabUnit);
+    const auto place = reinterpret_cast<std::uintptr_t>(slot) % detail::slabChunkOctets;
+    return (chunkOf(slot)->number << detail::slabSlotBits) | static_cast<SlabRef>(place / detail::slabUnit);
   }
 
  private:
-  detail::SlabPool& poolOf(std::size_t octets) noexcept { return pools_[(octets + detail::slabUnit - 1) / detail::slabUnit]; }
+  static const detail::SlabChunk* chunkOf(const void* slot) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(slot);
+    return reinterpret_cast<const detail::SlabChunk*>(address - address % detail::slabChunkOctets);
+  }
+  detail::SlabPool& poolOf(std::size_t octets) noexcept {
+    return pools_[(octets + detail::slabUnit - 1) / detail::slabUnit];
+  }
 
   std::array<detail::SlabPool, maxOctets / detail::slabUnit + 1> pools_;
 };

@@ -32,7 +32,7 @@ TEST(SlabHeap, SlotsAreDisjointAndReferencesLeadBack) {
       EXPECT_TRUE(next == slots.end() || slot + octets <= next->first);
     }
     EXPECT_EQ(heap.liveSlots(), slots.size());
-    for (const auto& [slot, octets] : slots) heap.release(slot, octets);
+    for (const auto& slot : slots) SlabHeap::release(slot.first);
     EXPECT_EQ(heap.liveSlots(), 0u);
     EXPECT_EQ(heap.liveOctets(), 0u);
   }
@@ -43,11 +43,12 @@ TEST(SlabHeap, FreedSlotsAreUsedAgainAndKeepTheirFirstOctets) {
   SlabHeap heap(16);
   auto* slot = static_cast<char*>(heap.allocate(32));
   std::memcpy(slot, "0123456789abcde", 16);
-  heap.release(slot, 32);
+  EXPECT_EQ(SlabHeap::octetsOf(slot), 32u);
+  SlabHeap::release(slot);
   void* again = heap.allocate(30);  // the same size class
   EXPECT_EQ(again, slot);
   EXPECT_STREQ(static_cast<char*>(again), "0123456789abcde");
-  heap.release(again, 30);
+  SlabHeap::release(again);
 }
 
 TEST(SlabHeap, RefusesSizesThatItHasNoClassFor) {

@@ -222,10 +222,10 @@ TEST_P(InterningTest, ManyAtOnceGiveTheObjectsThatOneByOneGives) {
       values.push_back(routeTarget + i % 150);
       if (i % 3 == 0) before.push_back(intern(values.back()));
     }
-    Keel::PtrInterfaceArray<ExtComm> array;
-    array.sizeIs(n);
-    ExtComm::dedupContents(table.get(), values.data(), n, array);
-    for (std::uint32_t i = 0; i < n; ++i) EXPECT_EQ(array[i], intern(values[i]).get());
+    std::vector<ExtComm::PtrConst> all(n);
+    ExtComm::dedupContents(table.get(), values.data(), n,
+                           [&](std::uint32_t i, ExtComm::PtrConst comm) { all[i] = std::move(comm); });
+    for (std::uint32_t i = 0; i < n; ++i) EXPECT_EQ(all[i], intern(values[i]));
     EXPECT_EQ(table->size(), std::min(n, 150u));
   }
   EXPECT_EQ(table->size(), 0u);
