@@ -46,7 +46,6 @@ function(velbgp_component name)
   else()
     set(scope INTERFACE)
     add_library(${target} INTERFACE)
-    target_compile_features(${target} INTERFACE cxx_std_20)
   endif()
 
   # Tables of rows are read with macros defined, so they cannot be verified to compile alone.
@@ -61,5 +60,6 @@ function(velbgp_component name)
   velbgp_publish_headers("${arg_ROOT}" ${arg_HEADERS})
 
   list(TRANSFORM arg_USES PREPEND velbgp_)
+  target_compile_features(${target} ${scope} cxx_std_20)
   target_link_libraries(${target} ${scope} Boost::headers ${arg_USES} ${arg_LINKS})
 endfunction()

@@ -1,0 +1,2 @@
+# status: 1
+velbgp decode --json

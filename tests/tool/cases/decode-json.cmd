@@ -1,0 +1,1 @@
+velbgp decode --json

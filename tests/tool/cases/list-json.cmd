@@ -1,0 +1,1 @@
+velbgp list --json --match 'RT:65000'

@@ -1,0 +1,1 @@
+velbgp list 0x4004fde84cee6b28 0x030b000000000064

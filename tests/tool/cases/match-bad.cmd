@@ -1,0 +1,2 @@
+# status: 2
+velbgp mrt --match '(' /dev/null

@@ -1,0 +1,1 @@
+velbgp mrt --top 0 --match . /dev/null

@@ -1,0 +1,157 @@
+#include <CLI/CLI.hpp>
+#include <charconv>
+
+#include "tools/velbgp/Commands.h"
+#include "tools/velbgp/Console.h"
+#include "tools/velbgp/Text.h"
+
+namespace VelBgpTool {
+
+namespace {
+
+constexpr int statusUnusable = 2;
+// CLI11 takes "[a,b]" apart as an array, and "{}" as none. A value or file of such a name is kept whole by this mark.
+constexpr char wholeMark = '\x01';
+
+std::vector<std::string> arguments(int argc, const char* const* argv) {
+  std::vector<std::string> reversed;
+  for (int i = argc - 1; i > 0; --i) {
+    std::string argument(argv[i]);
+    if ((argument.starts_with('[') && argument.ends_with(']')) || argument == "{}") argument += wholeMark;
+    // The empty expression; CLI11 would take the next argument instead.
+    if (argument == "--match=") {
+      reversed.emplace_back();
+      argument.pop_back();
+    }
+    reversed.push_back(std::move(argument));
+  }
+  return reversed;
+}
+
+void unmark(std::string& argument) {
+  if (argument.ends_with(wholeMark)) argument.pop_back();
+}
+
+class CommandLine {
+ public:
+  CommandLine() {
+    app_.require_subcommand(1);
+    app_.set_version_flag("--version", version, "Print the version and exit");
+    app_.footer("Run velbgp SUBCOMMAND --help for its options; velbgp(1) has the details.");
+    addDecode();
+    addList();
+    addMrt();
+    addSample();
+  }
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+
+  std::optional<Options> parse(std::vector<std::string> reversed, Console& console, int& status) {
+    try {
+      requireSubcommand(reversed);
+      app_.parse(std::move(reversed));
+      return finished();
+    } catch (const CLI::CallForHelp&) {
+      const auto chosen = app_.get_subcommands();
+      console.print(chosen.empty() ? app_.help() : chosen.front()->help("velbgp"));
+    } catch (const CLI::CallForVersion& wanted) {
+      console.line(wanted.what());
+    } catch (const CLI::ParseError& error) {
+      std::string what = error.what();
+      std::erase(what, wholeMark);
+      while (what.ends_with('\n')) what.pop_back();
+      console.error(escaped(what) + " (see velbgp --help)");
+      status = statusUnusable;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  static constexpr const char* version = "velbgp " VELBGP_VERSION;
+
+  // CLI11 would only say that one is required.
+  void requireSubcommand(const std::vector<std::string>& reversed) {
+    if (reversed.empty() || reversed.back().starts_with('-')) return;
+    const auto isNamed = [&](const CLI::App* sub) { return sub->get_name() == reversed.back(); };
+    if (!app_.get_subcommands(isNamed).empty()) return;
+    throw CLI::ValidationError(quote(reversed.back()) + " is no subcommand, expected decode, list, mrt or sample");
+  }
+
+  CLI::App* subcommand(Options::Command command, const char* name, const char* purpose) {
+    CLI::App* sub = app_.add_subcommand(name, purpose);
+    sub->set_version_flag("--version", version, "Print the version and exit");
+    sub->callback([this, command] { options_.command = command; });
+    return sub;
+  }
+
+  void addJson(CLI::App* sub, const char* what) { sub->add_flag("--json", options_.json, what); }
+  void addMvpn(CLI::App* sub) {
+    sub->add_flag_callback(
+        "--no-mvpn", [this] { options_.mvpn = false; }, "Decode as if the toggle Mvpn were off");
+  }
+  void addMatch(CLI::App* sub) {
+    sub->add_option("--match", match_, "Match each list with this POSIX extended regular expression")
+        ->type_name("REGEX");
+  }
+  CLI::Option* addInputs(CLI::App* sub, const char* name, const char* what) {
+    return sub->add_option(name, options_.inputs, what)->type_name("");
+  }
+
+  // CLI11's own conversion takes signs, and a leading zero for octal.
+  static void addNumber(CLI::App* sub, const char* name, const char* letter, std::uint64_t& number, const char* what) {
+    const auto read = [name, &number](const std::string& text) {
+      const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+      if (error == std::errc() && end == text.data() + text.size()) return;
+      throw CLI::ValidationError(name, quote(text) + " is no number, expected one from 0 to 18446744073709551615");
+    };
+    sub->add_option_function<std::string>(name, read, what)->type_name(letter);
+  }
+
+  void addDecode() {
+    CLI::App* sub = subcommand(Options::Command::decode, "decode", "Say what each community value is");
+    addJson(sub, "One JSON object a value");
+    addMvpn(sub);
+    addInputs(sub, "VALUE", "0x and 16 hex digits; without any, one a line of standard input");
+  }
+  void addList() {
+    CLI::App* sub = subcommand(Options::Command::list, "list", "Intern the communities of a path as lists");
+    addJson(sub, "One JSON object a path");
+    addMatch(sub);
+    addMvpn(sub);
+    addInputs(sub, "VALUE", "The values of one path; without any, one path a line of standard input");
+  }
+  void addMrt() {
+    CLI::App* sub = subcommand(Options::Command::mrt, "mrt", "Intern the communities of all paths of MRT files");
+    addJson(sub, "One JSON object for all files together");
+    addNumber(sub, "--top", "N", options_.top, "Show the N most used lists and communities (default 10)");
+    addMatch(sub);
+    addMvpn(sub);
+    addInputs(sub, "FILE", "MRT files, plain, gzip or bzip2; - is standard input")->required();
+  }
+  void addSample() {
+    CLI::App* sub = subcommand(Options::Command::sample, "sample", "Write an MRT stream to try things on");
+    addNumber(sub, "--paths", "N", options_.paths, "How many paths (default 10000)");
+    addNumber(sub, "--seed", "S", options_.seed, "The same seed gives the same stream (default 1)");
+  }
+
+  Options finished() {
+    // Told apart here because an empty expression is one too: it matches everything.
+    const CLI::Option* option = app_.get_subcommands().front()->get_option_no_throw("--match");
+    if (option != nullptr && option->count() != 0) options_.match = match_;
+    for (std::string& input : options_.inputs) unmark(input);
+    if (options_.match) unmark(*options_.match);
+    return options_;
+  }
+
+  CLI::App app_{"BGP communities as the VelBgp library sees them", "velbgp"};
+  Options options_;
+  std::string match_;
+};
+
+}  // namespace
+
+std::optional<Options> parseCommandLine(int argc, const char* const* argv, Console& console, int& status) {
+  return CommandLine().parse(arguments(argc, argv), console, status);
+}
+
+}  // namespace VelBgpTool

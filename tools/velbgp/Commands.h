@@ -1,0 +1,41 @@
+// The subcommands, and what the command line asks of them.
+//
+// Each prints its results on the console and reports bad input there; the tool's exit status follows from the console.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Routing::RouteMap {
+class PosixRegex;
+}
+
+namespace VelBgpTool {
+
+class Console;
+
+struct Options {
+  enum class Command { decode, list, mrt, sample };
+
+  Command command = Command::decode;
+  bool json = false;
+  bool mvpn = true;
+  std::vector<std::string> inputs;  // values or files
+  std::optional<std::string> match;
+  std::uint64_t top = 10;
+  std::uint64_t paths = 10'000;
+  std::uint64_t seed = 1;
+};
+
+// The options of a usable command line; nothing when all is done, with `status` set: help or version was asked for, or
+// the command line was not usable and a message says why.
+std::optional<Options> parseCommandLine(int argc, const char* const* argv, Console& console, int& status);
+
+void decodeCommand(const Options& options, Console& console);
+void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
+void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
+void sampleCommand(const Options& options, Console& console);
+
+}  // namespace VelBgpTool

@@ -1,0 +1,62 @@
+#include <unistd.h>
+
+#include <boost/json/serialize.hpp>
+
+#include "tools/velbgp/Agent.h"
+#include "tools/velbgp/Commands.h"
+#include "tools/velbgp/Console.h"
+#include "tools/velbgp/Kind.h"
+#include "tools/velbgp/Lines.h"
+
+namespace VelBgpTool {
+
+namespace {
+
+class Decoder {
+ public:
+  Decoder(const Options& options, Console& console) : json_(options.json), console_(console), agent_(options.mvpn) {}
+
+  // One line of input or one argument.
+  void inputIs(const Place& place, std::string_view text) {
+    std::string problem;
+    if (const auto value = parseValue(trimmed(text), problem)) return print(*value);
+    console_.error(place,
+                   words(text).size() > 1 ? quote(trimmed(text)) + " is more than one value, expected one" : problem);
+  }
+
+ private:
+  void print(const TypedValue& value) {
+    boost::json::object out;
+    out["kind"] = kindRows[value.kind].name;
+    out["value"] = hexValue(value.wire());
+    kinds_.at(value.kind).decode(value.wire(), out);
+    json_ ? console_.line(boost::json::serialize(out)) : printForPeople(out);
+  }
+
+  void printForPeople(boost::json::object& out) {
+    if (!first_) console_.line("");
+    first_ = false;
+    console_.line(heading(console_, std::string_view(out["value"].get_string())));
+    out.stable_erase("value");
+    printBlock(console_, out, 2);
+  }
+
+  bool json_;
+  bool first_ = true;
+  Console& console_;
+  Agent agent_;
+  Kinds kinds_{agent_};
+};
+
+}  // namespace
+
+void decodeCommand(const Options& options, Console& console) {
+  Decoder decoder(options, console);
+  for (std::size_t i = 0; i < options.inputs.size(); ++i) decoder.inputIs({"argument", i + 1}, options.inputs[i]);
+  if (!options.inputs.empty()) return;
+  for (LineReader reader(STDIN_FILENO, console); reader.next();) {
+    decoder.inputIs({"stdin", reader.number()}, reader.line());
+  }
+}
+
+}  // namespace VelBgpTool

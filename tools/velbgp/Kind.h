@@ -1,0 +1,108 @@
+// The kinds of community as the tool sees them: one row each that says how a value is typed and where it stands on the
+// wire, and one object each that does with values what an agent does, through the library.
+//
+// All values pass as wire octets; a kind's source alone knows the library's types. Single-threaded.
+#pragma once
+
+#include <array>
+#include <boost/json/object.hpp>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/velbgp/Text.h"
+
+namespace Routing::RouteMap {
+class PosixRegex;
+}
+
+namespace VelBgpTool {
+
+class Agent;
+
+// How often something was met, and what is printed for it.
+struct Use {
+  std::uint64_t count;
+  std::string text;
+};
+
+// What an agent does with one kind. Lists are interned and held till the object goes, and are named by their number: 0
+// for the first distinct one met, 1 for the next.
+class Kind {
+ public:
+  virtual ~Kind() = default;
+
+  // Adds what `decode` prints of one value, in order.
+  virtual void decode(Octets value, boost::json::object& out) = 0;
+
+  // Interns the values, whole ones back to back, in any order and with repeats, as the list of one more path.
+  virtual std::uint32_t pathIs(Octets values) = 0;
+  // What `list` prints of a list, in order. Notes get what a reader of it should know.
+  virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
+  // The answer is remembered for a list: ask with one expression only.
+  virtual bool matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
+  // Kinds without a text to match leave `match` out.
+  virtual bool matchable() const { return true; }
+
+  // What interning keeps now.
+  virtual std::size_t distinctLists() const = 0;
+  virtual std::size_t distinctCommunities() const = 0;
+  // The most used, most first, for people; of as many uses, the one met first comes first.
+  virtual std::vector<Use> topLists(std::size_t count) const = 0;
+  virtual std::vector<Use> topCommunities(std::size_t count) const = 0;
+  // Adds the received communities by classification to the counts. Kinds without classification add nothing.
+  virtual void classify(std::map<unsigned, std::uint64_t>& counts) const { (void)counts; }
+};
+
+struct KindRow {
+  const char* name;
+  const char* attributeName;
+  std::uint8_t attribute;  // path attribute code
+  std::uint8_t octets;     // of one value on the wire
+  bool hasHexForm(std::size_t digits) const { return digits == 2U * octets; }
+  // Whether the text has the shape of this kind's form for people (null: it has none).
+  bool (*typed)(std::string_view text);
+  // Null: communities of this kind are recognised, but not supported yet.
+  std::unique_ptr<Kind> (*make)(Agent& agent);
+};
+
+// In the order in which output names them.
+inline constexpr std::size_t kindCount = 4;
+extern const std::array<KindRow, kindCount> kindRows;
+
+// The row of a path attribute code, or kindCount.
+std::size_t kindOfAttribute(std::uint8_t code);
+
+// The largest number of values that one attribute carries.
+constexpr std::size_t attributeCapacity(const KindRow& row) { return 65535U / row.octets; }
+
+struct TypedValue {
+  std::size_t kind;
+  std::array<std::uint8_t, 20> octets;
+  Octets wire() const { return {octets.data(), kindRows[kind].octets}; }
+};
+
+// Reads one value of a supported kind as people type it; else `problem` says what is wrong and what was expected.
+std::optional<TypedValue> parseValue(std::string_view text, std::string& problem);
+
+// The kinds of one run, made when first needed.
+class Kinds {
+ public:
+  explicit Kinds(Agent& agent) : agent_(agent) {}
+  static bool supported(std::size_t kind) { return kindRows[kind].make != nullptr; }
+  // Only for supported kinds.
+  Kind& at(std::size_t kind) {
+    if (!made_[kind]) made_[kind] = kindRows[kind].make(agent_);
+    return *made_[kind];
+  }
+
+ private:
+  Agent& agent_;
+  std::array<std::unique_ptr<Kind>, kindCount> made_;
+};
+
+}  // namespace VelBgpTool

@@ -1,0 +1,51 @@
+// Typed input: the lines of a text stream, and the words on one.
+//
+// A line grows with what was read; nothing is assumed about its length, its characters or its end. Single-threaded.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/velbgp/Progress.h"
+
+namespace VelBgpTool {
+
+class Console;
+
+// Spaces, tabs and carriage returns; nothing else parts words.
+std::string_view trimmed(std::string_view text);
+std::vector<std::string_view> words(std::string_view text);
+
+// Reads standard input line by line. Before it waits for more, it flushes the console: whoever feeds us line by line
+// sees each answer before being asked for the next.
+class LineReader {
+ public:
+  LineReader(int fd, Console& console)
+      : fd_(fd), console_(console), progress_(console, "stdin", sizeOfFile(fd), true) {}
+
+  // Steps to the next line that is neither blank nor a comment; false at the end. A read error is reported and is an
+  // end.
+  bool next();
+  // Without its line feed. Valid until the next step.
+  std::string_view line() const { return line_; }
+  // Which line of the input this is, from 1, those skipped counted.
+  std::uint64_t number() const { return number_; }
+
+ private:
+  bool nextPhysical();
+  bool fill();
+
+  int fd_;
+  Console& console_;
+  Progress progress_;
+  std::uint64_t taken_ = 0;
+  std::string buffer_;
+  std::size_t begin_ = 0;
+  std::string_view line_;
+  std::uint64_t number_ = 0;
+  bool atEnd_ = false;
+};
+
+}  // namespace VelBgpTool

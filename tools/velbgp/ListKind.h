@@ -1,0 +1,145 @@
+// What all kinds do alike: numbering the interned lists, holding them, and counting what they carried.
+//
+// ListKind<Traits> is a Kind. The traits of a kind give its library types and texts:
+//   List                       counted pointer to an interned list, null for none
+//   Community                  a community of a held list: hashable, equal for equal values
+//   intern(values)             the interned list of values as on the wire
+//   communities(list)          its communities, ascending;  find(list, value)  the one of these wire octets
+//   octets                     of one value
+//   wire(community)            its octets;  text(community)  as people read it;  classification(community)
+//   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
+//   matches(list, regex), distinctLists(), distinctCommunities()
+#pragma once
+
+#include <algorithm>
+#include <boost/json/array.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
+#include <utility>
+
+#include "tools/velbgp/Kind.h"
+
+namespace VelBgpTool {
+
+// Values as a JSON array of "0x..." texts.
+template <typename Traits, typename Range>
+boost::json::array hexValues(const Range& communities) {
+  boost::json::array values;
+  for (const auto& community : communities) values.emplace_back(hexValue(Traits::wire(community)));
+  return values;
+}
+
+template <typename Traits>
+class ListKind : public Kind {
+ public:
+  explicit ListKind(Agent& agent) : traits_(agent) {}
+
+  void decode(Octets value, boost::json::object& out) override { traits_.decode(value, out); }
+
+  std::uint32_t pathIs(Octets values) override {
+    const auto list = traits_.intern(values);
+    const std::uint32_t number = numberOf(list);
+    ++paths_[number];
+    if (Traits::communities(list).size() != values.size() / Traits::octets) countRepeats(list, values);
+    return number;
+  }
+
+  boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const override {
+    boost::json::object out;
+    out["id"] = number;
+    out["values"] = hexValues<Traits>(Traits::communities(lists_[number]));
+    traits_.describe(lists_[number], out, notes);
+    return out;
+  }
+
+  bool matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) override {
+    answers_.resize(lists_.size(), Answer::unknown);
+    Answer& answer = answers_[number];
+    if (answer == Answer::unknown) answer = Traits::matches(lists_[number], regex) ? Answer::yes : Answer::no;
+    return answer == Answer::yes;
+  }
+
+  std::size_t distinctLists() const override { return traits_.distinctLists(); }
+  std::size_t distinctCommunities() const override { return traits_.distinctCommunities(); }
+
+  std::vector<Use> topLists(std::size_t count) const override {
+    std::vector<std::pair<std::uint32_t, std::uint64_t>> uses;
+    for (std::uint32_t number = 0; number < paths_.size(); ++number) uses.emplace_back(number, paths_[number]);
+    return top(std::move(uses), count, [this](std::uint32_t number) { return listText(number); });
+  }
+
+  std::vector<Use> topCommunities(std::size_t count) const override {
+    return top(communityUses(), count, [](const Community& community) {
+      return hexValue(Traits::wire(community)) + "  " + Traits::text(community);
+    });
+  }
+
+  void classify(std::map<unsigned, std::uint64_t>& counts) const override {
+    for (const auto& [community, count] : communityUses()) counts[Traits::classification(community)] += count;
+  }
+
+ private:
+  using List = typename Traits::List;
+  using Community = typename Traits::Community;
+  using CommunityUses = std::vector<std::pair<Community, std::uint64_t>>;
+  enum class Answer : std::uint8_t { unknown, no, yes };
+
+  std::uint32_t numberOf(const List& list) {
+    const auto [place, isNew] = numbers_.try_emplace(&*list, static_cast<std::uint32_t>(lists_.size()));
+    if (isNew) {
+      lists_.push_back(list);
+      paths_.push_back(0);
+    }
+    return place->second;
+  }
+
+  // A list holds a value once, however often it was received: what it lost is counted here.
+  void countRepeats(const List& list, Octets values) {
+    for (; !values.empty(); values = values.subspan(Traits::octets)) {
+      ++repeats_[Traits::find(list, values.first(Traits::octets))];
+    }
+    for (const Community& community : Traits::communities(list)) --repeats_[community];
+  }
+
+  // How often each community was received, in the order first met.
+  CommunityUses communityUses() const {
+    CommunityUses uses;
+    boost::unordered_flat_map<Community, std::size_t> places;
+    const auto add = [&](const Community& community, std::uint64_t count) {
+      const auto [place, isNew] = places.try_emplace(community, uses.size());
+      if (isNew) uses.emplace_back(community, 0);
+      uses[place->second].second += count;
+    };
+    for (std::size_t number = 0; number < lists_.size(); ++number) {
+      for (const Community& community : Traits::communities(lists_[number])) add(community, paths_[number]);
+    }
+    for (const auto& [community, count] : repeats_) add(community, count);
+    return uses;
+  }
+
+  std::string listText(std::uint32_t number) const {
+    std::string text;
+    for (const Community& community : Traits::communities(lists_[number])) {
+      if (!text.empty()) text += ", ";
+      text += Traits::text(community);
+    }
+    return text;
+  }
+
+  template <typename Key, typename Text>
+  static std::vector<Use> top(std::vector<std::pair<Key, std::uint64_t>> uses, std::size_t count, Text text) {
+    std::stable_sort(uses.begin(), uses.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
+    uses.resize(std::min(uses.size(), count));
+    std::vector<Use> found;
+    for (const auto& [key, number] : uses) found.push_back({number, text(key)});
+    return found;
+  }
+
+  Traits traits_;
+  std::vector<List> lists_;           // held, by number
+  std::vector<std::uint64_t> paths_;  // that carried it, by number
+  std::vector<Answer> answers_;       // to the one expression, by number
+  boost::unordered_flat_map<const void*, std::uint32_t> numbers_;
+  boost::unordered_flat_map<Community, std::uint64_t> repeats_;
+};
+
+}  // namespace VelBgpTool

@@ -1,0 +1,134 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "tools/velbgp/Agent.h"
+#include "tools/velbgp/Commands.h"
+#include "tools/velbgp/Console.h"
+#include "tools/velbgp/MrtReader.h"
+#include "tools/velbgp/MrtReport.h"
+#include "tools/velbgp/Progress.h"
+
+namespace VelBgpTool {
+
+namespace {
+
+class File {
+ public:
+  // "-" is standard input.
+  explicit File(const std::string& name)
+      : standard_(name == "-"),
+        source_(standard_ ? "stdin" : name),
+        fd_(standard_ ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (fd_ < 0) problem_ = std::strerror(errno);
+    struct stat status {};
+    if (fd_ >= 0 && ::fstat(fd_, &status) == 0 && S_ISDIR(status.st_mode)) problem_ = std::strerror(EISDIR);
+  }
+  ~File() {
+    if (fd_ >= 0 && !standard_) ::close(fd_);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  int fd() const { return fd_; }
+  const std::string& source() const { return source_; }
+  // Why it cannot be read, or empty.
+  const std::string& problem() const { return problem_; }
+
+ private:
+  bool standard_;
+  std::string source_;
+  int fd_;
+  std::string problem_;
+};
+
+// Takes in the paths of all files: interns and counts their communities.
+class Census final : public MrtSink {
+ public:
+  Census(Kinds& kinds, const Routing::RouteMap::PosixRegex* match, Console& console)
+      : kinds_(kinds), match_(match), console_(console) {}
+
+  void fileIs(const File& file);
+  const MrtTotals& totals() const { return totals_; }
+
+  void recordIs(const MrtRecord& record, std::uint64_t offset) override;
+  void faultIs(std::uint64_t offset, const std::string& fault) override {
+    console_.error({source_, offset, true}, fault);
+  }
+  void progressed() override { progress_->doneIs(input_->taken()); }
+
+ private:
+  bool wellFormed(const CommunityAttribute& attribute, std::uint64_t offset);
+  // Counts and interns; whether its list matches the expression.
+  bool attributeIs(const CommunityAttribute& attribute);
+
+  Kinds& kinds_;
+  const Routing::RouteMap::PosixRegex* match_;
+  Console& console_;
+  MrtTotals totals_;
+  std::string source_;
+  // Of the file that is being read.
+  const Unpacker* input_ = nullptr;
+  Progress* progress_ = nullptr;
+};
+
+void Census::fileIs(const File& file) {
+  if (!file.problem().empty()) {
+    console_.error({file.source(), 0, true}, "cannot be read: " + file.problem() + ", expected an MRT file");
+    return;
+  }
+  ++totals_.files;
+  source_ = file.source();
+  Unpacker input(file.fd());
+  Progress progress(console_, source_, sizeOfFile(file.fd()), false);
+  input_ = &input;
+  progress_ = &progress;
+  MrtReader reader(input, *this);
+  reader.read();
+  totals_.counts += reader.counts();
+}
+
+void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
+  constexpr std::uint32_t none = UINT32_MAX;
+  std::uint32_t matched = none;
+  for (const CommunityAttribute& attribute : record.attributes()) {
+    if (!wellFormed(attribute, offset) || !attributeIs(attribute) || matched == attribute.path) continue;
+    matched = attribute.path;
+    ++totals_.matches;
+  }
+}
+
+bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offset) {
+  const KindRow& row = kindRows[attribute.kind];
+  if (!attribute.value.empty() && attribute.value.size() % row.octets == 0) return true;
+  ++totals_.counts.malformed;
+  faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
+                      " of the record has " + std::to_string(attribute.value.size()) +
+                      " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
+  return false;
+}
+
+bool Census::attributeIs(const CommunityAttribute& attribute) {
+  if (!Kinds::supported(attribute.kind)) return false;
+  ++totals_.received[attribute.kind].paths;
+  totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
+  Kind& kind = kinds_.at(attribute.kind);
+  const std::uint32_t number = kind.pathIs(attribute.value);
+  return match_ != nullptr && kind.matchable() && kind.matches(number, *match_);
+}
+
+}  // namespace
+
+void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
+  Agent agent(options.mvpn);
+  Kinds kinds(agent);
+  Census census(kinds, match, console);
+  for (const std::string& name : options.inputs) census.fileIs(File(name));
+  if (options.json) return printMrtJson(census.totals(), kinds, console);
+  printMrtForPeople(census.totals(), kinds, agent, options.top, console);
+}
+
+}  // namespace VelBgpTool

@@ -1,0 +1,85 @@
+// Reads the records of an MRT stream, one after the other, and hands the good ones on.
+//
+// Lengths are claims: memory grows with the octets that came, never with those that were announced, and records that
+// are skipped are not kept at all. Single-threaded.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "tools/velbgp/MrtRecord.h"
+#include "tools/velbgp/Unpack.h"
+
+namespace VelBgpTool {
+
+struct MrtCounts {
+  std::uint64_t records = 0;
+  std::uint64_t paths = 0;
+  std::uint64_t malformed = 0;
+  std::uint64_t skipped = 0;
+
+  MrtCounts& operator+=(const MrtCounts& other);
+};
+
+// What hears of the records. Offsets are those of the records in the unpacked stream.
+class MrtSink {
+ public:
+  virtual ~MrtSink() = default;
+  // A record with paths. Valid during the call only.
+  virtual void recordIs(const MrtRecord& record, std::uint64_t offset) = 0;
+  // A malformed record, or the break of a compressed stream, or a failed read.
+  virtual void faultIs(std::uint64_t offset, const std::string& fault) = 0;
+  // Now and then, also while records are skipped.
+  virtual void progressed() {}
+};
+
+// The stretch of the stream that is in memory: read from the front, filled at the back.
+class StreamWindow {
+ public:
+  explicit StreamWindow(Unpacker& input);
+
+  // Fetches until `count` octets are here or the input ends, and gives those that are, at most `count`.
+  Octets fetch(std::size_t count);
+  void consume(std::size_t count) { begin_ += count; }
+  // Drops octets, fetched or not; how many there were to drop.
+  std::uint64_t skip(std::uint64_t count);
+
+ private:
+  void makeRoom();
+  // Makes room and fetches what one read gives.
+  bool fill();
+
+  Unpacker& input_;
+  std::size_t capacity_;
+  std::unique_ptr<std::uint8_t[]> octets_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+};
+
+class MrtReader {
+ public:
+  MrtReader(Unpacker& input, MrtSink& sink) : input_(input), window_(input), sink_(sink) {}
+
+  // Reads to the end.
+  void read();
+  // Attributes that are malformed inside good records are the sink's to count.
+  const MrtCounts& counts() const { return counts_; }
+
+ private:
+  bool readRecord();
+  bool readBody(const MrtHeader& header);
+  void bodyIs(const MrtHeader& header, Octets body);
+  bool dropBody(const MrtHeader& header, const std::string& fault);
+  bool endedInside(const std::string& where);
+  void recordFault(const MrtHeader& header, const std::string& fault);
+
+  Unpacker& input_;
+  StreamWindow window_;
+  MrtSink& sink_;
+  MrtRecord record_;
+  MrtCounts counts_;
+  std::uint64_t offset_ = 0;  // of the current record
+};
+
+}  // namespace VelBgpTool

@@ -1,0 +1,355 @@
+#include "tools/velbgp/MrtRecord.h"
+
+#include <array>
+
+#include "tools/velbgp/Kind.h"
+
+namespace VelBgpTool {
+
+// Reads forward and never past the end: each step says whether there was enough, and moves only if there was.
+class Cursor {
+ public:
+  explicit Cursor(Octets octets) : rest_(octets) {}
+
+  std::size_t left() const { return rest_.size(); }
+  Octets rest() const { return rest_; }
+
+  bool skip(std::size_t count) {
+    if (count > rest_.size()) return false;
+    rest_ = rest_.subspan(count);
+    return true;
+  }
+  bool take(std::size_t count, Octets& out) {
+    if (count > rest_.size()) return false;
+    out = rest_.first(count);
+    rest_ = rest_.subspan(count);
+    return true;
+  }
+  bool octet(std::uint32_t& out) { return number<1>(out); }
+  bool twoOctets(std::uint32_t& out) { return number<2>(out); }
+
+ private:
+  template <std::size_t count>
+  bool number(std::uint32_t& out) {
+    if (count > rest_.size()) return false;
+    out = static_cast<std::uint32_t>(bigEndian(rest_.first<count>()));
+    rest_ = rest_.subspan(count);
+    return true;
+  }
+
+  Octets rest_;
+};
+
+namespace {
+
+enum MrtType : std::uint16_t { tableDumpV2 = 13, bgp4mpType = 16, bgp4mpEt = 17 };
+
+enum TableDumpSubtype : std::uint16_t {
+  peerIndexTable = 1,
+  ribIpv4Unicast = 2,
+  ribIpv4Multicast = 3,
+  ribIpv6Unicast = 4,
+  ribIpv6Multicast = 5,
+  ribGeneric = 6,
+  geoPeerTable = 7,
+  ribIpv4UnicastAddPath = 8,
+  ribIpv4MulticastAddPath = 9,
+  ribIpv6UnicastAddPath = 10,
+  ribIpv6MulticastAddPath = 11,
+  ribGenericAddPath = 12,
+};
+
+// What a BGP4MP subtype holds; the local and additional-path ones are laid out like the others.
+struct Bgp4mpLayout {
+  bool known;
+  bool fourOctetAs;
+  bool stateChange;
+};
+constexpr std::array<Bgp4mpLayout, 12> bgp4mpLayouts = {{
+    {true, false, true},    // STATE_CHANGE
+    {true, false, false},   // MESSAGE
+    {false, false, false},  // ENTRY, deprecated
+    {false, false, false},  // SNAPSHOT, deprecated
+    {true, true, false},    // MESSAGE_AS4
+    {true, true, true},     // STATE_CHANGE_AS4
+    {true, false, false},   // MESSAGE_LOCAL
+    {true, true, false},    // MESSAGE_AS4_LOCAL
+    {true, false, false},   // MESSAGE_ADDPATH
+    {true, true, false},    // MESSAGE_AS4_ADDPATH
+    {true, false, false},   // MESSAGE_LOCAL_ADDPATH
+    {true, true, false},    // MESSAGE_AS4_LOCAL_ADDPATH
+}};
+
+constexpr unsigned ipv4Bits = 32;
+constexpr unsigned ipv6Bits = 128;
+constexpr unsigned ipv4Family = 1;
+constexpr unsigned ipv6Family = 2;
+constexpr std::size_t leastUpdate = 23;
+
+constexpr std::size_t octetsOfBits(std::uint32_t bits) { return (bits + 7) / 8; }
+
+// The row of kindRows for each path attribute code.
+const std::array<std::uint8_t, 256> kindOfCode = [] {
+  std::array<std::uint8_t, 256> kinds{};
+  for (unsigned code = 0; code < kinds.size(); ++code) {
+    kinds[code] = static_cast<std::uint8_t>(kindOfAttribute(static_cast<std::uint8_t>(code)));
+  }
+  return kinds;
+}();
+
+// Steps over one NLRI that is a length in bits and a prefix.
+bool skipPrefix(Cursor& body, std::uint32_t& bits) { return body.octet(bits) && body.skip(octetsOfBits(bits)); }
+
+// Steps over one NLRI of a family that says its length in octets: flow specification, EVPN and multicast VPN, VPLS,
+// link state. False for all others.
+bool skipOctetCounted(Cursor& body, std::uint32_t safi) {
+  std::uint32_t length = 0;
+  switch (safi) {
+    case 5:
+    case 70:
+      return body.skip(1) && body.octet(length) && body.skip(length);
+    case 65:
+      return body.twoOctets(length) && body.skip(length);
+    case 71:
+    case 72:
+      return body.skip(2) && body.twoOctets(length) && body.skip(length);
+    case 133:
+    case 134:
+      if (body.left() != 0 && body.rest()[0] >= 0xf0) return body.twoOctets(length) && body.skip(length & 0x0fff);
+      return body.octet(length) && body.skip(length);
+    default:
+      return false;
+  }
+}
+
+// Steps over one RIB entry but its attributes, which it gives out.
+bool takeEntry(Cursor& body, bool pathIds, Octets& attributes) {
+  constexpr std::size_t peerAndTime = 6;
+  constexpr std::size_t pathId = 4;
+  std::uint32_t length;
+  return body.skip(pathIds ? peerAndTime + pathId : peerAndTime) && body.twoOctets(length) &&
+         body.take(length, attributes);
+}
+
+// Whether the entries end exactly where the record does.
+bool entriesFit(Cursor body, bool pathIds) {
+  std::uint32_t count;
+  if (!body.twoOctets(count)) return false;
+  for (Octets attributes; count != 0; --count) {
+    if (!takeEntry(body, pathIds, attributes)) return false;
+  }
+  return body.left() == 0;
+}
+
+// The ways to read a RIB_GENERIC record; the first that comes out even is taken. The path identifier belongs before the
+// NLRI (RFC 8050), but most writers put it in each entry.
+struct GenericReading {
+  bool idInNlri;
+  bool idInEntries;
+  bool prefix;  // else an NLRI that counts octets
+};
+constexpr GenericReading genericReadings[] = {
+    {true, false, true},  {true, false, false}, {false, true, true},
+    {false, true, false}, {false, false, true}, {false, false, false},
+};
+
+bool isPlainPrefix(std::uint32_t afi, std::uint32_t safi) {
+  return (afi == ipv4Family || afi == ipv6Family) && (safi == 1 || safi == 2);
+}
+
+std::string prefixTooLong(std::uint32_t bits, unsigned most) {
+  return "a prefix of " + std::to_string(bits) + " bits, expected at most " + std::to_string(most);
+}
+
+}  // namespace
+
+MrtHeader::MrtHeader(Octets octets)
+    : type(static_cast<std::uint16_t>(bigEndian(octets.subspan(4, 2)))),
+      subtype(static_cast<std::uint16_t>(bigEndian(octets.subspan(6, 2)))),
+      length(static_cast<std::uint32_t>(bigEndian(octets.subspan(8, 4)))) {}
+
+bool MrtRecord::reads(const MrtHeader& header) {
+  if (header.type == tableDumpV2) return header.subtype >= peerIndexTable && header.subtype <= ribGenericAddPath;
+  if (header.type != bgp4mpType && header.type != bgp4mpEt) return false;
+  return header.subtype < bgp4mpLayouts.size() && bgp4mpLayouts[header.subtype].known;
+}
+
+std::uint64_t MrtRecord::largestBody(const MrtHeader& header) {
+  // Microseconds, two four-octet AS numbers, interface and family, two IPv6 addresses, and the longest BGP message.
+  constexpr std::uint64_t largestMessage = 4 + 8 + 4 + 32 + 65535;
+  return header.type == tableDumpV2 ? UINT32_MAX : largestMessage;
+}
+
+MrtRecord::Verdict MrtRecord::bodyIs(const MrtHeader& header, Octets body) {
+  paths_ = 0;
+  attributes_.clear();
+  if (!read(header, body)) return Verdict::malformed;
+  return paths_ == 0 ? Verdict::silent : Verdict::paths;
+}
+
+bool MrtRecord::read(const MrtHeader& header, Octets octets) {
+  Cursor body(octets);
+  if (header.type == tableDumpV2) return tableDump(header.subtype, body);
+  constexpr std::size_t microseconds = 4;
+  if (header.type == bgp4mpEt && !body.skip(microseconds)) return cutOff("its microseconds");
+  return bgp4mp(header.subtype, body);
+}
+
+bool MrtRecord::tableDump(std::uint16_t subtype, Cursor& body) {
+  switch (subtype) {
+    case peerIndexTable:
+      return peerTable(body, false);
+    case geoPeerTable:
+      return peerTable(body, true);
+    case ribIpv4Unicast:
+    case ribIpv4Multicast:
+      return rib(body, ipv4Bits, false);
+    case ribIpv6Unicast:
+    case ribIpv6Multicast:
+      return rib(body, ipv6Bits, false);
+    case ribIpv4UnicastAddPath:
+    case ribIpv4MulticastAddPath:
+      return rib(body, ipv4Bits, true);
+    case ribIpv6UnicastAddPath:
+    case ribIpv6MulticastAddPath:
+      return rib(body, ipv6Bits, true);
+    default:
+      return genericRib(body, subtype == ribGenericAddPath);
+  }
+}
+
+bool MrtRecord::peerTable(Cursor& body, bool withPlaces) {
+  constexpr std::size_t place = 8;  // latitude and longitude (RFC 6397)
+  constexpr std::uint32_t ipv6Peer = 1;
+  constexpr std::uint32_t fourOctetAsPeer = 2;
+  std::uint32_t nameLength;
+  std::uint32_t count;
+  if (!body.skip(4) || !body.twoOctets(nameLength) || !body.skip(nameLength + (withPlaces ? place : 0)) ||
+      !body.twoOctets(count)) {
+    return cutOff("its peer table's header");
+  }
+  for (; count != 0; --count) {
+    std::uint32_t type;
+    if (!body.octet(type)) return cutOff("a peer");
+    const std::size_t address = (type & ipv6Peer) != 0 ? 16 : 4;
+    const std::size_t as = (type & fourOctetAsPeer) != 0 ? 4 : 2;
+    if (!body.skip(4 + address + as + (withPlaces ? place : 0))) return cutOff("a peer");
+  }
+  return fullyRead(body);
+}
+
+bool MrtRecord::rib(Cursor& body, unsigned mostBits, bool pathIds) {
+  constexpr std::size_t sequence = 4;
+  std::uint32_t bits;
+  if (!body.skip(sequence) || !body.octet(bits)) return cutOff("its RIB header");
+  if (bits > mostBits) return malformed(prefixTooLong(bits, mostBits));
+  if (!body.skip(octetsOfBits(bits))) return cutOff("its prefix");
+  return ribEntries(body, pathIds);
+}
+
+bool MrtRecord::genericRib(Cursor& body, bool addPath) {
+  std::uint32_t afi;
+  std::uint32_t safi;
+  if (!body.skip(4) || !body.twoOctets(afi) || !body.octet(safi)) return cutOff("its RIB header");
+  for (const GenericReading& reading : genericReadings) {
+    Cursor at = body;
+    std::uint32_t bits = 0;
+    if ((reading.idInNlri || reading.idInEntries) != addPath || (reading.idInNlri && !at.skip(4))) continue;
+    if (!(reading.prefix ? skipPrefix(at, bits) : skipOctetCounted(at, safi))) continue;
+    if (!entriesFit(at, reading.idInEntries)) continue;
+    const unsigned mostBits = afi == ipv4Family ? ipv4Bits : ipv6Bits;
+    if (isPlainPrefix(afi, safi) && bits > mostBits) return malformed(prefixTooLong(bits, mostBits));
+    return ribEntries(at, reading.idInEntries);
+  }
+  return malformed("its NLRI and RIB entries do not end where the record does, expected them to");
+}
+
+bool MrtRecord::ribEntries(Cursor& body, bool pathIds) {
+  std::uint32_t count;
+  if (!body.twoOctets(count)) return cutOff("its RIB header");
+  for (; count != 0; --count) {
+    Octets attributes;
+    if (!takeEntry(body, pathIds, attributes)) return cutOff("a RIB entry");
+    if (!attributesOf(attributes)) return false;
+    ++paths_;
+  }
+  return fullyRead(body);
+}
+
+bool MrtRecord::bgp4mp(std::uint16_t subtype, Cursor& body) {
+  const Bgp4mpLayout& layout = bgp4mpLayouts[subtype];
+  constexpr std::size_t interfaceIndex = 2;
+  std::uint32_t family;
+  if (!body.skip((layout.fourOctetAs ? 8 : 4) + interfaceIndex) || !body.twoOctets(family)) return cutOff("its header");
+  if (family != ipv4Family && family != ipv6Family) {
+    return malformed("address family " + std::to_string(family) + ", expected 1 or 2");
+  }
+  if (!body.skip(family == ipv4Family ? 8 : 32)) return cutOff("its addresses");
+  if (!layout.stateChange) return bgpMessage(body);
+  constexpr std::size_t states = 4;
+  return body.skip(states) ? fullyRead(body) : cutOff("its states");
+}
+
+bool MrtRecord::bgpMessage(Cursor& body) {
+  constexpr std::size_t marker = 16;
+  constexpr std::uint32_t updateType = 2;
+  const std::size_t size = body.left();
+  std::uint32_t length;
+  std::uint32_t type;
+  if (!body.skip(marker) || !body.twoOctets(length) || !body.octet(type)) return cutOff("its BGP header");
+  if (length != size) {
+    return malformed("a BGP message that announces " + std::to_string(length) + " octets, expected the record's " +
+                     std::to_string(size));
+  }
+  if (type != updateType) return true;
+  if (size < leastUpdate) {
+    return malformed("an UPDATE of " + std::to_string(size) + " octets, expected at least " +
+                     std::to_string(leastUpdate));
+  }
+  return update(body);
+}
+
+bool MrtRecord::update(Cursor& body) {
+  std::uint32_t length;
+  if (!body.twoOctets(length) || !body.skip(length) || !body.twoOctets(length)) return cutOff("its withdrawn routes");
+  Octets block;
+  if (!body.take(length, block)) return cutOff("its path attributes");
+  if (block.empty()) return true;
+  if (!attributesOf(block)) return false;
+  ++paths_;
+  return true;
+}
+
+bool MrtRecord::attributesOf(Octets block) {
+  constexpr std::uint8_t extendedLength = 0x10;
+  unsigned seen = 0;
+  while (!block.empty()) {
+    const std::size_t header = (block[0] & extendedLength) != 0 ? 4 : 3;
+    if (block.size() < header) return cutOff("a path attribute's header");
+    const std::uint8_t code = block[1];
+    const std::size_t length = header == 4 ? std::size_t{block[2]} << 8 | block[3] : block[2];
+    if (length > block.size() - header) return cutOff("a path attribute");
+    if (const unsigned kind = kindOfCode[code]; kind < kindCount && (seen >> kind & 1) == 0) {
+      seen |= 1U << kind;
+      attributes_.push_back({paths_, kind, block.subspan(header, length)});
+    }
+    block = block.subspan(header + length);
+  }
+  return true;
+}
+
+bool MrtRecord::malformed(std::string fault) {
+  fault_ = std::move(fault);
+  return false;
+}
+
+bool MrtRecord::cutOff(const char* where) {
+  return malformed(std::string("it ends inside ") + where + ", expected all of it");
+}
+
+bool MrtRecord::fullyRead(const Cursor& body) {
+  if (body.left() == 0) return true;
+  return malformed("octets are left over at its end (" + std::to_string(body.left()) + "), expected none");
+}
+
+}  // namespace VelBgpTool

@@ -1,0 +1,229 @@
+#include <algorithm>
+
+#include "tools/velbgp/Commands.h"
+#include "tools/velbgp/Console.h"
+#include "tools/velbgp/Progress.h"
+#include "tools/velbgp/SamplePaths.h"
+
+namespace VelBgpTool {
+
+namespace {
+
+constexpr std::uint32_t startTime = 1'700'000'000;
+constexpr std::uint32_t localAs = 65000;
+constexpr unsigned peerCount = 8;
+constexpr std::uint32_t peerAs(unsigned peer) { return 65100 + peer; }
+constexpr std::uint32_t peerAddress(unsigned peer) { return 0x0a000001 + (peer << 8); }
+
+// Octets in network order.
+class Wire {
+ public:
+  template <unsigned count>
+  Wire& number(std::uint64_t value) {
+    for (unsigned i = count; i-- != 0;) octets_ += static_cast<char>(value >> (8 * i));
+    return *this;
+  }
+  Wire& u8(std::uint64_t value) { return number<1>(value); }
+  Wire& u16(std::uint64_t value) { return number<2>(value); }
+  Wire& u32(std::uint64_t value) { return number<4>(value); }
+  Wire& u64(std::uint64_t value) { return number<8>(value); }
+  Wire& text(std::string_view octets) {
+    octets_ += octets;
+    return *this;
+  }
+  std::string_view view() const { return octets_; }
+  std::size_t size() const { return octets_.size(); }
+
+ private:
+  std::string octets_;
+};
+
+// One route: how its family writes NLRI and next hop.
+struct Route {
+  enum class Family { vpnIpv4, ipv4, ipv6 };
+  static constexpr std::uint32_t safiUnicast = 1;
+  static constexpr std::uint32_t safiVpn = 128;
+
+  Family family;
+  std::uint32_t number;
+
+  unsigned afi() const { return family == Family::ipv6 ? 2 : 1; }
+  unsigned safi() const { return family == Family::vpnIpv4 ? safiVpn : safiUnicast; }
+
+  // A length in bits and a prefix: a /24, or a /48, with label and route distinguisher before it in a VPN.
+  Wire nlri() const {
+    Wire wire;
+    switch (family) {
+      case Family::vpnIpv4:
+        return wire.u8(24 + 64 + 24)
+            .number<3>(16 * (1000 + number % 1000) + 1)
+            .u16(0)
+            .u16(localAs)
+            .u32(number % 100)
+            .number<3>(0x0a0000 + number % 0xffff);
+      case Family::ipv4:
+        return wire.u8(24).number<3>(0x0b0000 + number % 0xffff);
+      case Family::ipv6:
+        return wire.u8(48).u32(0x20010db8).u16(number);
+    }
+    return wire;
+  }
+  Wire nextHop(unsigned peer) const {
+    Wire wire;
+    switch (family) {
+      case Family::vpnIpv4:
+        return wire.u8(12).u64(0).u32(peerAddress(peer));
+      case Family::ipv4:
+        return wire.u8(4).u32(peerAddress(peer));
+      case Family::ipv6:
+        return wire.u8(16).u64(0x20010db800000000).u64(peer);
+    }
+    return wire;
+  }
+};
+
+class SampleWriter {
+ public:
+  SampleWriter(const Options& options, Console& console)
+      : paths_(options.paths, options.seed),
+        left_(options.paths),
+        whole_(options.paths),
+        console_(console),
+        progress_(console, "sample", options.paths, true) {}
+
+  // Half of the paths as a table, half as the updates that follow it.
+  void write() {
+    const std::uint64_t updates = left_ / 2;
+    writePeers();
+    while (left_ > updates) writeRib(left_ - updates);
+    while (left_ > 0) writeUpdate();
+  }
+
+ private:
+  static constexpr unsigned tableDump = 13;
+  static constexpr unsigned bgp4mp = 16;
+
+  Random& random() { return paths_.random(); }
+
+  void record(unsigned type, unsigned subtype, const Wire& body) {
+    const auto time = static_cast<std::uint32_t>(startTime + written_ / 100);
+    console_.print(Wire().u32(time).u16(type).u16(subtype).u32(body.size()).view());
+    console_.print(body.view());
+    ++written_;
+    progress_.doneIs(whole_ - left_);
+  }
+
+  void writePeers() {
+    constexpr unsigned peerTable = 1;
+    constexpr unsigned fourOctetAs = 2;
+    constexpr std::string_view view = "sample";
+    Wire body;
+    body.u32(0x0a0000fe).u16(view.size()).text(view).u16(peerCount);
+    for (unsigned peer = 0; peer < peerCount; ++peer) {
+      body.u8(fourOctetAs).u32(peerAddress(peer)).u32(peerAddress(peer)).u32(peerAs(peer));
+    }
+    record(tableDump, peerTable, body);
+  }
+
+  Route route() {
+    const std::uint32_t share = random().below(100);
+    const auto family = share < 70 ? Route::Family::vpnIpv4 : share < 85 ? Route::Family::ipv4 : Route::Family::ipv6;
+    return {family, static_cast<std::uint32_t>(written_)};
+  }
+
+  // One prefix with the paths of one to three peers.
+  void writeRib(std::uint64_t most) {
+    constexpr unsigned ribIpv4 = 2;
+    constexpr unsigned ribIpv6 = 4;
+    constexpr unsigned ribGeneric = 6;
+    const Route to = route();
+    const auto count = std::min<std::uint64_t>(most, 1 + random().below(3));
+    Wire body;
+    body.u32(sequence_++);
+    if (to.family == Route::Family::vpnIpv4) body.u16(to.afi()).u8(to.safi());
+    body.text(to.nlri().view()).u16(count);
+    for (std::uint64_t i = 0; i < count; ++i) {
+      const unsigned peer = random().below(peerCount);
+      // A table keeps of the multiprotocol attribute only the next hop.
+      Wire attributes = commonAttributes(peer);
+      if (to.family == Route::Family::ipv4) {
+        addNextHop(attributes, peer);
+      } else {
+        addAttribute(attributes, 0x80, 14, to.nextHop(peer));
+      }
+      addCommunities(attributes);
+      body.u16(peer).u32(startTime).u16(attributes.size()).text(attributes.view());
+    }
+    const bool generic = to.family == Route::Family::vpnIpv4;
+    record(tableDump, generic ? ribGeneric : to.family == Route::Family::ipv4 ? ribIpv4 : ribIpv6, body);
+    left_ -= count;
+  }
+
+  void writeUpdate() {
+    constexpr unsigned messageAs4 = 4;
+    const Route to = route();
+    const unsigned peer = random().below(peerCount);
+    Wire attributes = commonAttributes(peer);
+    const bool plain = to.family == Route::Family::ipv4;
+    if (plain) {
+      addNextHop(attributes, peer);
+    } else {
+      Wire reach;
+      reach.u16(to.afi()).u8(to.safi()).text(to.nextHop(peer).view()).u8(0).text(to.nlri().view());
+      addAttribute(attributes, 0x80, 14, reach);
+    }
+    addCommunities(attributes);
+    Wire update;
+    update.u16(0).u16(attributes.size()).text(attributes.view());
+    if (plain) update.text(to.nlri().view());
+    constexpr unsigned bgpHeader = 19;
+    constexpr unsigned updateType = 2;
+    Wire body;
+    body.u32(peerAs(peer)).u32(localAs).u16(0).u16(1).u32(peerAddress(peer)).u32(0x0a0000fe);
+    body.u64(~std::uint64_t{0}).u64(~std::uint64_t{0}).u16(bgpHeader + update.size()).u8(updateType);
+    record(bgp4mp, messageAs4, body.text(update.view()));
+    --left_;
+  }
+
+  // ORIGIN, AS_PATH with four-octet numbers, LOCAL_PREF.
+  Wire commonAttributes(unsigned peer) {
+    constexpr unsigned sequence = 2;
+    const unsigned hops = 1 + random().below(3);
+    Wire path;
+    path.u8(sequence).u8(hops).u32(peerAs(peer));
+    for (unsigned hop = 1; hop < hops; ++hop) path.u32(64512 + random().below(200));
+    Wire attributes;
+    addAttribute(attributes, 0x40, 1, Wire().u8(0));
+    addAttribute(attributes, 0x40, 2, path);
+    addAttribute(attributes, 0x40, 5, Wire().u32(100));
+    return attributes;
+  }
+
+  static void addNextHop(Wire& attributes, unsigned peer) {
+    addAttribute(attributes, 0x40, 3, Wire().u32(peerAddress(peer)));
+  }
+
+  void addCommunities(Wire& attributes) {
+    Wire value;
+    for (const std::uint64_t community : paths_.next()) value.u64(community);
+    if (value.size() != 0) addAttribute(attributes, 0xc0, 16, value);
+  }
+
+  static void addAttribute(Wire& attributes, unsigned flags, unsigned code, const Wire& value) {
+    attributes.u8(flags).u8(code).u8(value.size()).text(value.view());
+  }
+
+  SamplePaths paths_;
+  std::uint64_t left_;
+  std::uint64_t whole_;
+  std::uint64_t written_ = 0;
+  std::uint32_t sequence_ = 0;
+  Console& console_;
+  Progress progress_;
+};
+
+}  // namespace
+
+void sampleCommand(const Options& options, Console& console) { SampleWriter(options, console).write(); }
+
+}  // namespace VelBgpTool

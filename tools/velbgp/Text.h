@@ -1,0 +1,51 @@
+// Text of the tool's own: quoting of untrusted input, hex digits, and the columns, blocks and bars that people read.
+//
+// Nothing here knows a community: what is said about one comes from the library.
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace VelBgpTool {
+
+class Console;
+
+using Octets = std::span<const std::uint8_t>;
+
+// The input with its control characters and octets that are no UTF-8 as escapes (\n, \x1b).
+std::string escaped(std::string_view input);
+// The same between double quotes, quotes and backslashes escaped as well, cut after 80 characters.
+std::string quote(std::string_view input);
+
+// Lower-case hex digits, two an octet.
+void appendHex(std::string& out, Octets octets);
+// The same behind "0x".
+std::string hexValue(Octets octets);
+
+std::uint64_t bigEndian(Octets octets);
+
+// Columns that line up: the first row is the heading, the first column is left-aligned, the others right-aligned.
+class Columns {
+ public:
+  void rowIs(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  bool empty() const { return rows_.size() < 2; }
+  void print(Console& console) const;
+
+ private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+// An object as lines "key  value", keys lined up, nested objects indented below their key.
+void printBlock(Console& console, const boost::json::object& object, unsigned indent);
+
+// A bar of at most `width` marks for `value` where `largest` fills it; anything above nothing shows one mark.
+std::string bar(std::uint64_t value, std::uint64_t largest, unsigned width);
+
+// Bold on a terminal that takes colour, else the text as it is.
+std::string heading(const Console& console, std::string_view text);
+
+}  // namespace VelBgpTool

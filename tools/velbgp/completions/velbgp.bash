@@ -1,0 +1,26 @@
+# Bash completion for velbgp.
+_velbgp() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} options
+  COMPREPLY=()
+  if ((COMP_CWORD == 1)); then
+    mapfile -t COMPREPLY < <(compgen -W 'decode list mrt sample --help --version' -- "$current")
+    return
+  fi
+  case $previous in
+    --match | --top | --paths | --seed) return ;;
+  esac
+  case ${COMP_WORDS[1]} in
+    decode) options='--json --no-mvpn' ;;
+    list) options='--json --match --no-mvpn' ;;
+    mrt) options='--json --top --match --no-mvpn' ;;
+    sample) options='--paths --seed' ;;
+    *) return ;;
+  esac
+  if [[ $current == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$options --help --version" -- "$current")
+  elif [[ ${COMP_WORDS[1]} == mrt ]]; then
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+  fi
+}
+complete -F _velbgp velbgp

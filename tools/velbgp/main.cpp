@@ -1,0 +1,78 @@
+// velbgp: the library on a command line. See velbgp.1.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include "Policy/PosixRegex.h"
+#include "tools/velbgp/Commands.h"
+#include "tools/velbgp/Console.h"
+
+using namespace VelBgpTool;
+
+namespace {
+
+constexpr int statusGood = 0;
+constexpr int statusBad = 1;
+constexpr int statusUnusable = 2;
+
+// Fills the places of closed standard streams with ones that fail as closed ones do, lest a file that is opened later
+// takes them and results are written into it.
+void holdStandardStreams() {
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(fd, F_GETFD) == -1) static_cast<void>(::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
+}
+
+void run(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
+  switch (options.command) {
+    case Options::Command::decode:
+      return decodeCommand(options, console);
+    case Options::Command::list:
+      return listCommand(options, match, console);
+    case Options::Command::mrt:
+      return mrtCommand(options, match, console);
+    case Options::Command::sample:
+      return sampleCommand(options, console);
+  }
+}
+
+int runCommand(const Options& options, Console& console) {
+  std::optional<Routing::RouteMap::PosixRegex> match;
+  try {
+    if (options.match) match.emplace(*options.match);
+  } catch (const Routing::RouteMap::PosixRegexException& error) {
+    console.error(std::string("--match: ") + error.what());
+    return statusUnusable;
+  }
+  run(options, match ? &*match : nullptr, console);
+  return statusGood;
+}
+
+int runTool(int argc, char** argv, Console& console) {
+  int status = statusGood;
+  try {
+    if (const auto options = parseCommandLine(argc, argv, console, status)) status = runCommand(*options, console);
+    console.flush();
+  } catch (const OutputFailure& failure) {
+    // A reader that has seen enough is no error.
+    if (failure.error != EPIPE) console.error(std::string("cannot write the output: ") + std::strerror(failure.error));
+  } catch (const std::bad_alloc&) {
+    console.error("out of memory");
+  }
+  console.progressDel();
+  return status == statusGood && console.failed() ? statusBad : status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  holdStandardStreams();
+  std::signal(SIGPIPE, SIG_IGN);
+  Console console(STDOUT_FILENO, STDERR_FILENO);
+  return runTool(argc, argv, console);
+}
