@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Each benchmark once, for life, not for numbers.
+. "$(dirname "$0")/../scripts/common.sh"
+setup build ci
+build bench
+for program in build/release/bench/*/bench_*; do
+  [ -f "$program" ] || continue
+  echo "$program"
+  "$program" --benchmark_min_time=0.001 --benchmark_repetitions=2 --benchmark_color=false
+done

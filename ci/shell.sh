@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# The shell scripts themselves.
+. "$(dirname "$0")/../scripts/common.sh"
+setup ci
+shellcheck -x -P SCRIPTDIR .ci/run ci/*.sh scripts/common.sh scripts/demo scripts/setup scripts/test tests/install/run.sh

@@ -1,0 +1,44 @@
+// Interns the extended communities of two paths, splits them by classification, matches them and writes them back.
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+#include "Policy/PosixRegex.h"
+#include "VelBgp/Parse/ExtCommContainer.h"
+#include "VelBgp/VelBgpCommunity.h"
+#include "VelBgp/VelBgpCommunityList.h"
+
+using namespace Routing::Bgp;
+
+namespace {
+
+void printHex(const std::string& octets) {
+  for (const unsigned char octet : octets) std::printf("%02x", octet);
+  std::printf("\n");
+}
+
+}  // namespace
+
+int main() {
+  const auto decoder = BgpParseExtCommContainerSmIs();
+  const auto communityTable = ExtCommDedupTableIs(decoder->extCommParser());
+  const auto listTable = ExtCommListDedupTableIs();
+
+  // Values as received: any order, repeats allowed. A content is used again for path after path.
+  ExtCommListContentU64 content(communityTable.get());
+  for (const std::uint64_t value : {0x0002fde800000064, 0x030b000000000064, 0x0002fde800000064}) content.commIs(value);
+  const ExtCommList::PtrConst first = ExtCommList::dedupContent(listTable.get(), content);
+  content.reset();
+  for (const std::uint64_t value : {0x030b000000000064, 0x0002fde800000064}) content.commIs(value);
+  const ExtCommList::PtrConst second = ExtCommList::dedupContent(listTable.get(), content);
+
+  std::cout << stringify(first.get()) << '\n'
+            << "lists: " << listTable->size() << ", the same object: " << std::boolalpha << (first == second) << '\n';
+  for (const ExtCommClassificationList* part : first->classificationLists()) {
+    std::cout << part->classification() << ": " << part->comms().size() << '\n';
+  }
+
+  const Routing::RouteMap::PosixRegex tenant("RT:65000:[0-9]+");
+  std::cout << "of tenant 65000: " << first->matchCommunitiesRegex(&tenant) << '\n' << "attribute: " << std::flush;
+  printHex(first->serialize(ExtCommList::serialization(true, false, false)));
+}

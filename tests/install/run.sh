@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# run.sh BUILD SOURCE CXX: installs BUILD, moves the tree elsewhere, and uses it as strangers do.
+set -euo pipefail
+build=$1 source=$2 cxx=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+fail() { echo "install: $*" >&2; exit 1; }
+
+cmake --install "$build" --prefix "$work/first" >/dev/null
+mv "$work/first" "$prefix"
+
+# Exactly the public headers, and all that they include.
+public=$({
+  cd "$source" && find BgpCommon VelBgp show -name '*.h' -print
+  find platform -name '*.h' -printf '%P\n'
+} | grep -v 'Impl\.h$' | sort)
+installed=$(cd "$prefix/include/velbgp" && find . -name '*.h' -printf '%P\n' | sort)
+diff <(echo "$public") <(echo "$installed") || fail "the installed headers (>) are not the public ones (<)"
+awk '{ print "#include \"" $0 "\"" }' <<<"$installed" >"$work/all.cpp"
+"$cxx" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I"$prefix/include/velbgp" "$work/all.cpp"
+
+"$prefix/bin/velbgp" --version >/dev/null || fail "the installed tool does not start"
+"$prefix/bin/velbgp" decode 0x0002fde800000064 | grep -q RouteTarget || fail "the installed tool does not decode"
+
+# find_package(VelBgp): the examples, on their own.
+cp -r "$source/examples" "$work/stranger"
+cmake -S "$work/stranger" -B "$work/cmake" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/cmake" -j 2 >/dev/null
+ctest --test-dir "$work/cmake" --output-on-failure --no-tests=error
+
+# pkg-config, where it is.
+if command -v pkg-config >/dev/null; then
+  export PKG_CONFIG_PATH
+  PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name velbgp.pc)")
+  # shellcheck disable=SC2046
+  "$cxx" -std=c++20 "$work/stranger/decode.cpp" -o "$work/decode" $(pkg-config --cflags --libs velbgp) \
+    -Wl,-rpath,"$(pkg-config --variable=libdir velbgp)"
+  "$work/decode" | diff - "$work/stranger/decode.out"
+fi
