@@ -5,7 +5,8 @@
 //
 // One class, two variants, chosen from the agent-wide setting (Tyr/Threading.h) when the table is made:
 //
-//   single-threaded  one bucket array, no lock. Every operation, and every release of an object of the table, is to come
+//   single-threaded  one bucket array, no lock. Every operation, and every release of an object of the table, is to
+//   come
 //                    from the thread that made the table; builds without NDEBUG assert it.
 //   multi-threaded   64 shards by the top bits of the hash, each a bucket array under a mutex. Any thread.
 //
@@ -17,7 +18,8 @@
 // An object's word of state is its count; its owner (never deduped, a table's number, barred) changes twice at most.
 //
 //   made        count 0, owner none. Known to its maker alone: no lock, no ordering.
-//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller, then
+//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller,
+//   then
 //               announced. Nobody sees it before; of two threads that insert equal objects the second gets the first's,
 //               and drops its own, which was never announced.
 //   found       under the shard's lock the count goes from n to n + 1, n >= 1.
@@ -25,25 +27,26 @@
 //   released    n to n - 1 without a lock while n > 1, by compare-and-swap with release order, so that the last holder
 //               sees what the others did.
 //   last one    who reads one takes the shard's lock and reads again. Still one (acquire): the reference is ours and no
-//               lookup can add to it while we hold the lock. We unlink the object, bar it from tables and announce that it
-//               left, all with the count at one; unlock; then step to zero and delete. More than one: it was found
+//               lookup can add to it while we hold the lock. We unlink the object, bar it from tables and announce that
+//               it left, all with the count at one; unlock; then step to zero and delete. More than one: it was found
 //               meanwhile, and we step down as any other holder.
 //
 // So a lookup never meets an object without holders, nothing is revived, and the count of an object in a table is never
-// zero. An observer that keeps a pointer to a leaving object (count two when we step down) keeps a whole object that is in
-// no table; the last pointer deletes it.
+// zero. An observer that keeps a pointer to a leaving object (count two when we step down) keeps a whole object that is
+// in no table; the last pointer deletes it.
 //
 // Announcements (DedupLifeTimeNotifiee) run on the interning or releasing thread under the shard's lock and, inside it,
 // one lock of the table, because observers' collections have none. For one content the announcements of leaving and of
-// coming back cannot cross. An observer must not intern into, look up in or let go the last reference of an object of the
-// same table from within; other tables are free, as long as no two tables' observers call into each other.
-// Members of an object are released by its destructor, after unlocking: locks of tables never nest by themselves.
+// coming back cannot cross. An observer must not intern into, look up in or let go the last reference of an object of
+// the same table from within; other tables are free, as long as no two tables' observers call into each other. Members
+// of an object are released by its destructor, after unlocking: locks of tables never nest by themselves.
 //
-// Objects that outlive their table: its destructor tells the notifiee to stop, unlinks and bars what is left. Those objects
-// stay valid and are deleted by their last pointer. No thread may use the table or release its objects meanwhile.
+// Objects that outlive their table: its destructor tells the notifiee to stop, unlinks and bars what is left. Those
+// objects stay valid and are deleted by their last pointer. No thread may use the table or release its objects
+// meanwhile.
 //
-// The single-threaded variant takes no lock and steps counts by load and store; everything else, the order of unlinking,
-// announcing and deleting included, is the same.
+// The single-threaded variant takes no lock and steps counts by load and store; everything else, the order of
+// unlinking, announcing and deleting included, is the same.
 // ---------------------------------------------------------------------------------------------------------------------
 #pragma once
 
@@ -67,7 +70,8 @@ namespace Keel {
 
 class DedupHashTable;
 
-// Hears of every object that enters and leaves a table, in the table's order. See "Announcements" above for what it may do.
+// Hears of every object that enters and leaves a table, in the table's order. See "Announcements" above for what it may
+// do.
 class VELBGP_EXPORT DedupLifeTimeNotifiee : public Tyr::PtrInterface {
  public:
   // After the object is in the table.
@@ -81,9 +85,13 @@ class VELBGP_EXPORT DedupLifeTimeNotifiee : public Tyr::PtrInterface {
   ~DedupLifeTimeNotifiee() override;
 };
 
-// A counted object that stands for one interned object's stay in a table, without keeping it there.
+// A counted object that stands for one interned object's stay in a table, without keeping it there. Lives in
+// blockHeap(): there may be one for each interned object.
 class VELBGP_EXPORT DedupHandleLifeTimeNotifier : public Tyr::PtrInterface {
  public:
+  static void* operator new(std::size_t octets) { return blockHeap().allocate(octets); }
+  static void operator delete(void* notifier) noexcept { SlabHeap::release(notifier); }
+
   explicit DedupHandleLifeTimeNotifier(DedupHandleBase* dedupedObject) noexcept : dedupedObject_(dedupedObject) {}
   // Valid from the object's insert notification to the end of its remove notification.
   DedupHandleBase* getDedupedObjectRawPtr() const noexcept { return dedupedObject_; }
@@ -114,8 +122,8 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // find() through the content's and the objects' virtual operations.
   DedupHandleBase* lookupByContent(const DedupContentHandle& content, std::uint32_t hash) const;
 
-  // Inserts `fresh` (never deduped) unless an equal object is there, and returns the one that is in the table now, with a
-  // reference taken for the caller. A fresh object that lost stays the caller's to drop. Throws std::bad_alloc.
+  // Inserts `fresh` (never deduped) unless an equal object is there, and returns the one that is in the table now, with
+  // a reference taken for the caller. A fresh object that lost stays the caller's to drop. Throws std::bad_alloc.
   DedupHandleBase* dedup(DedupHandleBase* fresh) { return dedup(fresh, fresh->hash()); }
   // For a caller that knows what fresh->hash() would give.
   DedupHandleBase* dedup(DedupHandleBase* fresh, std::uint32_t hash);

@@ -46,7 +46,7 @@ class ChunkSource {
       if (region_ == nullptr) throw std::bad_alloc();
       regionLeft_ = regionChunks;
     }
-    auto* chunk = new (region_) SlabChunk{pool, next_};
+    auto* chunk = new (region_) SlabChunk{pool, next_, false, nullptr, nullptr, nullptr, nullptr};
     slabChunks[next_].store(region_, std::memory_order_release);
     ++next_;
     region_ += slabChunkOctets;
@@ -69,36 +69,44 @@ ChunkSource& chunkSource() noexcept {
 
 }  // namespace
 
-void* SlabPool::carve() {
-  if (fresh_ == freshEnd_) {
-    char* chunk = reinterpret_cast<char*>(chunkSource().take(this));
-    const std::size_t slots = (slabChunkOctets - slabChunkHeader) / slotOctets;
-    fresh_ = chunk + slabChunkHeader;
-    freshEnd_ = fresh_ + slots * slotOctets;
+// The current chunk is full: go on with one that has free slots, or with a new one.
+SlabChunk* SlabPool::nextChunk() {
+  if (partial_ != nullptr) {
+    SlabChunk* chunk = partial_;
+    partial_ = chunk->nextPartial;
+    chunk->partial = false;
+    return chunk;
   }
-  char* slot = fresh_;
-  fresh_ += slotOctets;
-  return slot;
+  SlabChunk* chunk = chunkSource().take(this);
+  chunk->fresh = reinterpret_cast<char*>(chunk) + slabChunkHeader;
+  chunk->end = chunk->fresh + (slabChunkOctets - slabChunkHeader) / slotOctets * slotOctets;
+  return chunk;
 }
 
 void* SlabPool::takeUnlocked() {
-  void* slot = free_;
-  if (slot == nullptr) {
-    slot = carve();
-  } else {
-    permit(slot, slotOctets);
-    free_ = *reinterpret_cast<char**>(free_ + linkOffset);
-  }
+  if (current_ == nullptr || (current_->free == nullptr && current_->fresh == current_->end)) current_ = nextChunk();
   ++live_;
+  char* slot = current_->free;
+  if (slot == nullptr) {
+    slot = current_->fresh;
+    current_->fresh += slotOctets;
+    return slot;
+  }
+  permit(slot, slotOctets);
+  current_->free = *reinterpret_cast<char**>(slot + linkOffset);
   return slot;
 }
 
-void SlabPool::giveUnlocked(void* slot) noexcept {
-  char* octets = static_cast<char*>(slot);
-  *reinterpret_cast<char**>(octets + linkOffset) = free_;
-  free_ = octets;
+void SlabPool::giveUnlocked(char* slot) noexcept {
+  SlabChunk* chunk = slabChunkOf(slot);
+  *reinterpret_cast<char**>(slot + linkOffset) = chunk->free;
+  chunk->free = slot;
   --live_;
-  forbid(octets + linkOffset, slotOctets - linkOffset);
+  forbid(slot + linkOffset, slotOctets - linkOffset);
+  if (chunk == current_ || chunk->partial) return;
+  chunk->partial = true;
+  chunk->nextPartial = partial_;
+  partial_ = chunk;
 }
 
 void* SlabPool::take() {
@@ -108,9 +116,9 @@ void* SlabPool::take() {
 }
 
 void SlabPool::give(void* slot) noexcept {
-  if (!Tyr::agentMultiThreaded()) return giveUnlocked(slot);
+  if (!Tyr::agentMultiThreaded()) return giveUnlocked(static_cast<char*>(slot));
   const std::lock_guard lock(mutex_);
-  giveUnlocked(slot);
+  giveUnlocked(static_cast<char*>(slot));
 }
 
 }  // namespace detail

@@ -39,13 +39,26 @@ inline constexpr std::size_t slabMaxChunks = std::size_t{1} << (32 - slabSlotBit
 struct SlabChunk {
   SlabPool* pool;
   std::uint32_t number;
+  bool partial;  // among the pool's partial chunks
+  char* free;    // freed slots, linked
+  char* fresh;   // the part that was never used
+  char* end;
+  SlabChunk* nextPartial;
 };
 inline constexpr std::size_t slabChunkHeader = 64;
+static_assert(sizeof(SlabChunk) <= slabChunkHeader);
+
+inline SlabChunk* slabChunkOf(const void* slot) noexcept {
+  const auto address = reinterpret_cast<std::uintptr_t>(slot);
+  return reinterpret_cast<SlabChunk*>(address - address % slabChunkOctets);
+}
 
 // Chunk addresses by number; [0] stays empty, so that no reference is 0.
 extern VELBGP_EXPORT std::array<std::atomic<char*>, slabMaxChunks> slabChunks;
 
-// Slots of one size. The link of a free slot lies at linkOffset, past what must survive in it.
+// Slots of one size. The link of a free slot lies at linkOffset, past what must survive in it. Slots are taken from one
+// chunk until that is full, whatever the order in which they were freed: objects made together lie together, also in a
+// process that has run for months.
 class VELBGP_EXPORT SlabPool {
  public:
   void* take();
@@ -57,12 +70,11 @@ class VELBGP_EXPORT SlabPool {
 
  private:
   void* takeUnlocked();
-  void giveUnlocked(void* slot) noexcept;
-  void* carve();
+  void giveUnlocked(char* slot) noexcept;
+  SlabChunk* nextChunk();
 
-  char* free_ = nullptr;
-  char* fresh_ = nullptr;  // the part of the newest chunk that was never used
-  char* freshEnd_ = nullptr;
+  SlabChunk* current_ = nullptr;
+  SlabChunk* partial_ = nullptr;  // chunks that were full and have free slots again
   std::size_t live_ = 0;
   std::mutex mutex_;
 };
@@ -100,10 +112,7 @@ class VELBGP_EXPORT SlabHeap {
   }
 
  private:
-  static const detail::SlabChunk* chunkOf(const void* slot) noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(slot);
-    return reinterpret_cast<const detail::SlabChunk*>(address - address % detail::slabChunkOctets);
-  }
+  static detail::SlabChunk* chunkOf(const void* slot) noexcept { return detail::slabChunkOf(slot); }
   detail::SlabPool& poolOf(std::size_t octets) noexcept {
     return pools_[(octets + detail::slabUnit - 1) / detail::slabUnit];
   }
