@@ -103,10 +103,11 @@ ExtCommList::PtrConst ExtCommList::dedupSingleU64(const ExtCommDedupTable* commT
 }
 
 // The split of a list under way. The references to the communities of a classification move on to its classification
-// list as soon as that is asked for; when the split is over, in whatever way, the list holds none itself.
+// list as soon as that is asked for; when the split is over, in whatever way, the list holds none itself, and a community
+// whose reference has moved on is not looked at again: it may be gone.
 class ExtCommList::Split {
  public:
-  explicit Split(ExtCommList& list) noexcept : list_(list) {}
+  explicit Split(ExtCommList& list) : list_(list) { classifications_.reserve(list.comms_.size()); }
   Split(const Split&) = delete;
   Split& operator=(const Split&) = delete;
   ~Split() {
@@ -114,9 +115,11 @@ class ExtCommList::Split {
     list_.userDataIs(list_.userData() | splitBit);
   }
 
+  // Called for each community in order; cannot fail.
   void add(const ExtComm& comm) {
     const ExtCommClassification classification = comm.classification();
     checkClassification(classification);
+    classifications_.push_back(classification);
     ++counts_[classification];
     left_ |= bitOf(classification);
   }
@@ -127,31 +130,46 @@ class ExtCommList::Split {
     list_.classificationLists_.array_.sizeIs(static_cast<std::uint32_t>(std::popcount(left_)));
     for (std::uint32_t place = 0; left_ != 0; ++place) {
       const auto classification = ExtCommClassification(std::countr_zero(left_));
-      list_.classificationLists_.array_.elementIs(place, splitOff(table, classification));
+      ExtCommClassificationList::PtrConst made = splitOff(table, classification);
+      borrowFrom(*made);
+      list_.classificationLists_.array_.elementIs(place, std::move(made));
     }
   }
 
  private:
+  template <typename Visit>
+  void forEachOf(ExtCommClassification classification, Visit&& visit) {
+    for (std::uint32_t i = 0; i < classifications_.size(); ++i) {
+      if (classifications_[i] == classification) visit(i);
+    }
+  }
   void releaseWhatIsLeft() noexcept {
-    for (const ExtComm* comm : list_.comms_.range()) {
-      if ((left_ & bitOf(comm->classification())) != 0) comm->referenceRelease();
+    for (std::uint32_t i = 0; i < classifications_.size(); ++i) {
+      if ((left_ & bitOf(classifications_[i])) != 0) list_.comms_[i]->referenceRelease();
     }
   }
   ExtCommClassificationList::PtrConst splitOff(const ExtCommListDedupTable* table,
                                                ExtCommClassification classification) {
     ExtCommClassificationListContent content(classification);
     content.expectedCommunityCountIs(counts_[classification]);  // the last thing that can fail before references move
-    for (const ExtComm* comm : list_.comms_.range()) {
-      if (comm->classification() == classification) ExtCommVectorAdd(ExtComm::PtrConst(comm, false), content.comms_);
-    }
+    forEachOf(classification,
+              [&](std::uint32_t i) { ExtCommVectorAdd(ExtComm::PtrConst(list_.comms_[i], false), content.comms_); });
     left_ &= ~bitOf(classification);
     content.commVectorSorted_ = true;  // a part of a sorted vector
     const std::uint32_t hash = content.sortAndHash();
     if (table == nullptr) return ExtCommClassificationList::allocateExtCommClassificationList(content);
     return ExtCommClassificationList::dedupSorted(table, content, hash);
   }
+  // A classification list that was there already may hold other objects of the same values, interned in another table:
+  // the list goes over to those, which are kept alive.
+  void borrowFrom(const ExtCommClassificationList& made) noexcept {
+    const ExtCommRange kept = made.comms_.range();
+    std::size_t next = 0;
+    forEachOf(made.classification(), [&](std::uint32_t i) { list_.comms_.elementBorrow(i, kept[next++]); });
+  }
 
   ExtCommList& list_;
+  boost::container::small_vector<ExtCommClassification, 64> classifications_;  // of each community
   std::uint32_t counts_[Tyr::Range<ExtCommClassification>::size()] = {};
   std::uint32_t left_ = 0;  // the classifications whose references the list still holds
 };
@@ -165,8 +183,8 @@ void ExtCommList::createClassificationListVector(const ExtCommListDedupTable* ta
   for (const ExtComm* comm : comms_.range()) {
     split.add(*comm);
     transitiveCount_ += comm->getContent().transitive();
-    policyMatchStrepUI |= comm->internedPolicyMatchStrepUI();
-    unspecifiedAsNumber |= comm->internedLinkBandwidthWithUnspecifiedAsNumber();
+    policyMatchStrepUI |= comm->policyMatchStrepUI();
+    unspecifiedAsNumber |= comm->isLinkBandwidthWithUnspecifiedAsNumber();
   }
   if (table == nullptr) {
     transitiveCount_ = 0;

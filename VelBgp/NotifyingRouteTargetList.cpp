@@ -23,16 +23,25 @@ std::string RouteTarget::toStrep(bool asDot) const {
   return buffer.str();
 }
 
+namespace {
+
+template <typename Key>
+void tell(Tyr::NotifieeList<Key>& observers, unsigned attribute, const Key& key) noexcept {
+  observers.notify(attribute, key);
+}
+
+}  // namespace
+
 NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
 
 void NotifyingRouteTargetList::rtIs(const RouteTarget& rt) {
-  if (rt_.insert(rt).second) notifieeList_.notify(attributeRt, rt);
+  if (rt_.insert(rt).second) tell(notifieeList_, attributeRt, rt);
 }
 
 bool NotifyingRouteTargetList::rtDel(const RouteTarget& rt) {
   const RouteTarget key = rt;  // `rt` may be the member itself
   if (rt_.erase(key) == 0) return false;
-  notifieeList_.notify(attributeRt, key);
+  tell(notifieeList_, attributeRt, key);
   return true;
 }
 
@@ -67,13 +76,13 @@ std::string RtExtCommListLifeTimeNotifier::toStrep() const { return stringify(rt
 NotifyingRtExtCommListCollection::~NotifyingRtExtCommListCollection() = default;
 
 void NotifyingRtExtCommListCollection::rtExtCommListIs(const Key& notifier) {
-  if (rtExtCommList_.insert(notifier).second) notifieeList_.notify(attributeRtExtCommList, notifier);
+  if (rtExtCommList_.insert(notifier).second) tell(notifieeList_, attributeRtExtCommList, notifier);
 }
 
 bool NotifyingRtExtCommListCollection::rtExtCommListDel(const Key& notifier) {
   const Key key = notifier;  // keeps it for the observers, also when `notifier` is the member itself
   if (rtExtCommList_.erase(key) == 0) return false;
-  notifieeList_.notify(attributeRtExtCommList, key);
+  tell(notifieeList_, attributeRtExtCommList, key);
   return true;
 }
 

@@ -4,9 +4,11 @@
 //   NotifyingRouteTargetList           the values of all interned route targets
 //   NotifyingRtExtCommListCollection   all interned route-target classification lists, each by its notifier
 //
-// Both are filled and emptied by the interning tables' lifetime announcements alone; everyone else attaches observers and
-// reads. An observer is told of each appearance and each disappearance once, by (attribute, key), and asks the collection
-// which of the two it was.
+// Both are filled and emptied by the interning tables' lifetime announcements alone; everyone else attaches observers
+// and reads. An observer is told of each appearance and each disappearance once, by (attribute, key), and asks the
+// collection which of the two it was.
+//
+// An observer must not throw: that ends the process, for its picture could no longer be trusted.
 //
 // Threads: no lock of their own. Announcements come on the interning or releasing thread, one at a time per table
 // (Keel/DedupHashTable.h says what an observer must not do in one); reading and attaching is for a moment when no other
@@ -34,8 +36,8 @@ class RtExtCommClassificationList;
 struct RouteTarget {
   std::uint64_t value = 0;
 
-  // Administrator, ":" and number, as the type octet lays them out; any type but IPv4 address and four-octet AS reads as a
-  // two-octet AS.
+  // Administrator, ":" and number, as the type octet lays them out; any type but IPv4 address and four-octet AS reads
+  // as a two-octet AS.
   VELBGP_EXPORT std::string toStrep(bool asDot) const;
 
   friend constexpr bool operator==(const RouteTarget&, const RouteTarget&) noexcept = default;
@@ -47,7 +49,9 @@ class VELBGP_EXPORT NotifyingRouteTargetList final : public Tyr::PtrInterface {
   using Ptr = Tyr::Ptr<NotifyingRouteTargetList>;
   using PtrConst = Tyr::Ptr<const NotifyingRouteTargetList>;
   struct Hash {
-    std::size_t operator()(const RouteTarget& rt) const noexcept { return Keel::singleAttributeHash(rt.value, 0x10a8ab); }
+    std::size_t operator()(const RouteTarget& rt) const noexcept {
+      return Keel::singleAttributeHash(rt.value, 0x10a8ab);
+    }
   };
   using Set = boost::unordered_flat_set<RouteTarget, Hash>;
 

@@ -89,11 +89,6 @@ void ExtComm::fourByteAsBitIs(bool fourByteAs) noexcept {
   userDataIs(fourByteAs ? userData() | fourByteAsMask : userData() & ~fourByteAsMask);
 }
 
-void ExtComm::rememberListTraits() noexcept {
-  userDataIs(userData() | (policyMatchStrepUI() ? policyMatchStrepUIBit : 0) |
-             (isLinkBandwidthWithUnspecifiedAsNumber() ? unspecifiedAsNumberBit : 0));
-}
-
 ExtComm::PtrConst extCommFactory(ExtCommClassification classification, const ExtCommContent& content) {
   return Tyr::make<ExtComm>(classification, content);
 }
@@ -237,7 +232,6 @@ ExtComm::PtrConst ExtComm::decodeAndInsert(const ExtCommDedupTable* table, const
                                            std::uint32_t hash) {
   const PtrConst decoded = table->parseExtCommRule()->parseExtendedCommunity(content);
   auto* fresh = const_cast<ExtComm*>(decoded.get());  // nobody else knows it before it is in the table
-  fresh->rememberListTraits();
   const auto* dedupHandle = table->dedupTable().dedup(fresh, hash);
   TYR_ASSERT(dedupHandle);
   return PtrConst(static_cast<const ExtComm*>(dedupHandle), false);

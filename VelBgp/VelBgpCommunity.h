@@ -157,12 +157,6 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   // toStrepForPolicy with the classification and UI bits and those asked for.
   std::string toStrepForUI(bool asdot, bool linkBwWeighted, bool json) const;
 
-  // What a list of communities needs to know of each, asked of the virtual operations once, when it is interned.
-  bool internedPolicyMatchStrepUI() const noexcept { return (userData() & policyMatchStrepUIBit) != 0; }
-  bool internedLinkBandwidthWithUnspecifiedAsNumber() const noexcept {
-    return (userData() & unspecifiedAsNumberBit) != 0;
-  }
-
   // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
   static PtrConst dedupContent(const ExtCommDedupTable* table, const ExtCommContent& content);
   // dedupContent of each of n values, with the table's memory fetched ahead; sink(index, PtrConst) gets the results.
@@ -179,11 +173,8 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
  private:
   static PtrConst decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
   static PtrConst dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
-  void rememberListTraits() noexcept;
 
   static constexpr std::uint32_t fourByteAsMask = 1u << 8;
-  static constexpr std::uint32_t policyMatchStrepUIBit = 1u << 9;
-  static constexpr std::uint32_t unspecifiedAsNumberBit = 1u << 10;
 
   const ExtCommContent content_;
 };
@@ -229,7 +220,7 @@ class VELBGP_EXPORT ExtCommLifeTimeNotifiee final : public Keel::DedupLifeTimeNo
   const NotifyingRouteTargetList::Ptr list_;
 };
 
-// One per agent. Must outlive no object of its own (Keel/DedupHashTable.h); lists keep no pointer to it.
+// One per agent. Communities may outlive it; they are then in no table (Keel/DedupHashTable.h).
 class VELBGP_EXPORT ExtCommDedupTable final : public Tyr::PtrInterface {
  public:
   using Ptr = Tyr::Ptr<ExtCommDedupTable>;

@@ -2,10 +2,10 @@
 //
 //   ExtCommListContent, ExtCommListContentU64   what a list is built from: interned communities, or raw values
 //   ExtCommList                                 the interned list: ascending by value, no value twice
-//   ExtCommClassificationList                   its communities of one classification, shared between lists that agree
-//   on them LinkBandwidthExtCommClassificationList      knows the best bandwidth RtExtCommClassificationList announced
-//   to the NotifyingRtExtCommListCollection ExtCommListDedupTable                       interns both, one object per
-//   distinct sequence of values
+//   ExtCommClassificationList                   its communities of one classification, shared between lists
+//   LinkBandwidthExtCommClassificationList      knows the best bandwidth
+//   RtExtCommClassificationList                 announced to the NotifyingRtExtCommListCollection
+//   ExtCommListDedupTable                       interns both, one object per distinct sequence of values
 //
 //   ExtCommListContentU64 content(communityTable);
 //   content.commIs(0x0002fde800000064);                        // any order, repeats allowed
@@ -316,11 +316,11 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
   using Ptr = Tyr::Ptr<ExtCommList>;
   using PtrConst = Tyr::Ptr<const ExtCommList>;
 
-#define ROUTING_BGP_EXT_COMM_LIST_ATTRS(FLAG)                                                                         \
-  FLAG(sorted)                                                                                                        \
-  FLAG(hasLinkBandwidth)                                                                                              \
-  FLAG(hasLinkBandwidthWithUnspecifiedAsNumber) FLAG(hasOriginValidationState) FLAG(hasPolicyMatchStrepUICommunities) \
-      FLAG(hasPrunableValues)
+#define ROUTING_BGP_EXT_COMM_LIST_ATTRS(FLAG)   \
+  FLAG(sorted)                                  \
+  FLAG(hasLinkBandwidth)                        \
+  FLAG(hasLinkBandwidthWithUnspecifiedAsNumber) \
+  FLAG(hasOriginValidationState) FLAG(hasPolicyMatchStrepUICommunities) FLAG(hasPrunableValues)
   class CommVectorAttrs {
     TYR_FLAG_SET(CommVectorAttrs, "Routing::Bgp::ExtCommList::CommVectorAttrs", ROUTING_BGP_EXT_COMM_LIST_ATTRS)
   };

@@ -1,8 +1,7 @@
 // Small value types of the attribute code.
 //
 //   BgpMaybeU63       an optional unsigned number of up to 63 bits, whose bounds a derived class sets
-//   BgpDenseU32Attr   16 flags, 4 octets or 2 halves in one 32-bit word, so that small attributes of a path take one
-//   word
+//   BgpDenseU32Attr   16 flags, 4 octets or 2 halves in one 32-bit word, for the small attributes of a path
 //
 // Threads: plain values. Errors: Tyr::RangeException for what is out of bounds, Tyr::ParseException from reading.
 #pragma once

@@ -14,6 +14,11 @@ bool DedupHandleBase::everDeduped() const { return dedupState() != dedupHandleSt
 
 void DedupHandleBase::assertIsDeduped() const { TYR_ASSERT(everDeduped()); }
 
+void DedupHandleBase::notInTableIs() noexcept {
+  TYR_ASSERT(!isDeduped());
+  owner_.store(ownerBarred, std::memory_order_relaxed);
+}
+
 DedupHandleState DedupHandleBase::dedupState() const noexcept {
   switch (owner_.load(std::memory_order_relaxed)) {
     case ownerNone:

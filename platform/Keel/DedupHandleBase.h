@@ -65,8 +65,8 @@ class VELBGP_EXPORT DedupHandleBase {
   virtual bool compareByContent(const DedupContentHandle& content) const = 0;
 
   DedupHandleState dedupState() const noexcept;
-  // For an object that must never be taken for an interned one.
-  void notInTableIs() noexcept { owner_.store(ownerBarred, std::memory_order_relaxed); }
+  // For an object that must never be taken for an interned one. Asserts that it is in no table.
+  void notInTableIs() noexcept;
 
   std::uint32_t referenceCount() const noexcept { return count_.load(std::memory_order_relaxed); }
   // What hash() gave when the object was interned; 0 before.

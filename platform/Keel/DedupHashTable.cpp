@@ -54,12 +54,18 @@ SlabRef* newHeads(std::uint32_t buckets) {
 DedupHashTable::DedupHashTable(std::string name)
     : name_(std::move(name)),
       multiThreaded_(Tyr::agentMultiThreaded()),
-      number_(tableDirectory.add(this)),
+#ifdef NDEBUG
+      checksThread_(false),
+#else
+      checksThread_(!multiThreaded_),
+#endif
       shards_(std::make_unique<Shard[]>(multiThreaded_ ? std::size_t{1} << shardBits : 1)),
-      ownerThread_(std::this_thread::get_id()) {}
+      number_(tableDirectory.add(this)),
+      ownerThread_(std::this_thread::get_id()) {
+}
 
 DedupHashTable::~DedupHashTable() {
-  lifeTimeNotifieeIs(nullptr);
+  if (lifeTimeNotifiee_ != nullptr) lifeTimeNotifiee_->handleNotificationStop(this);
   for (std::size_t i = 0; i < (multiThreaded_ ? std::size_t{1} << shardBits : 1); ++i) bar(shards_[i]);
   tableDirectory.remove(number_);
 }
@@ -88,13 +94,24 @@ DedupHandleBase* DedupHashTable::dedupIn(Shard& shard, DedupHandleBase* fresh, s
   fresh->referenceAdd();
   *bucket = handleRef(fresh);
   ++shard.size;
-  announce([fresh](DedupLifeTimeNotifiee& notifiee) { notifiee.handleInsert(fresh); });
+  announceInsert(shard, fresh);
   return fresh;
 }
 
-// An observer's exception has nowhere to go: half of the agent would know an object that the other half does not.
+// When the notifiee has no memory for an object, the object was never here.
+void DedupHashTable::announceInsert(Shard& shard, DedupHandleBase* fresh) {
+  try {
+    announce([fresh](DedupLifeTimeNotifiee& notifiee) { notifiee.handleInsert(fresh); });
+  } catch (...) {
+    unlink(shard, fresh);
+    fresh->owner_.store(DedupHandleBase::ownerNone, std::memory_order_relaxed);
+    fresh->count_.fetch_sub(1, std::memory_order_relaxed);  // the caller holds another
+    throw;
+  }
+}
+
 template <typename Announce>
-void DedupHashTable::announce(Announce&& call) noexcept {
+void DedupHashTable::announce(Announce&& call) {
   if (lifeTimeNotifiee_ == nullptr) return;
   if (!multiThreaded_) return call(*lifeTimeNotifiee_);
   const std::lock_guard lock(notificationMutex_);
@@ -124,7 +141,7 @@ bool DedupHashTable::leave(DedupHandleBase* handle) noexcept {
     }
   }
   unlink(shard, handle);
-  handle->notInTableIs();
+  handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_relaxed);
   announce([handle](DedupLifeTimeNotifiee& notifiee) { notifiee.handleRemove(handle); });
   if (multiThreaded_) lock.unlock();
   return stepDown(handle);
@@ -194,17 +211,15 @@ void DedupHashTable::forEachIn(const Shard& shard, Visit&& visit) {
 void DedupHashTable::bar(Shard& shard) noexcept {
   forEachIn(shard, [](DedupHandleBase* handle, std::uint32_t) {
     handle->next_ = 0;
-    handle->notInTableIs();
+    handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_relaxed);
   });
   std::free(shard.heads);
   std::free(shard.old.heads);
 }
 
 void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
-  std::unique_lock<std::mutex> lock(notificationMutex_, std::defer_lock);
-  if (multiThreaded_) lock.lock();
+  TYR_ASSERT(size() == 0);
   lifeTimeNotifiee_.swap(notifiee);
-  if (notifiee != nullptr) notifiee->handleNotificationStop(this);
 }
 
 std::size_t DedupHashTable::size() const {
@@ -235,9 +250,9 @@ void DedupHashTable::dump(DumpContext& context, std::uint32_t indent) const {
     buckets += shards_[i].heads == nullptr ? 0 : shards_[i].mask + std::size_t{1};
     longest = std::max(longest, longestChain(shards_[i]));
   }
-  context.line(indent, "DedupHashTable " + name_ + (multiThreaded_ ? " multi-threaded" : " single-threaded") + " objects #" +
-                           std::to_string(objects) + " buckets #" + std::to_string(buckets) + " longest chain " +
-                           std::to_string(longest));
+  context.line(indent, "DedupHashTable " + name_ + (multiThreaded_ ? " multi-threaded" : " single-threaded") +
+                           " objects #" + std::to_string(objects) + " buckets #" + std::to_string(buckets) +
+                           " longest chain " + std::to_string(longest));
 }
 
 }  // namespace Keel

@@ -5,9 +5,9 @@
 //
 // One class, two variants, chosen from the agent-wide setting (Tyr/Threading.h) when the table is made:
 //
-//   single-threaded  one bucket array, no lock. Every operation, and every release of an object of the table, is to
-//   come
-//                    from the thread that made the table; builds without NDEBUG assert it.
+//   single-threaded  one bucket array, no lock. Every operation, and every copy and release of a pointer to an object of
+//                    the table, is to come from the thread that made the table. Builds of the library without NDEBUG
+//                    assert it of every lookup, insert and last release.
 //   multi-threaded   64 shards by the top bits of the hash, each a bucket array under a mutex. Any thread.
 //
 // Cost: 4 octets per bucket (load at most 1) and nothing per object beyond DedupHandleBase. Growth is spread over the
@@ -18,8 +18,7 @@
 // An object's word of state is its count; its owner (never deduped, a table's number, barred) changes twice at most.
 //
 //   made        count 0, owner none. Known to its maker alone: no lock, no ordering.
-//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller,
-//   then
+//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller, then
 //               announced. Nobody sees it before; of two threads that insert equal objects the second gets the first's,
 //               and drops its own, which was never announced.
 //   found       under the shard's lock the count goes from n to n + 1, n >= 1.
@@ -40,6 +39,9 @@
 // coming back cannot cross. An observer must not intern into, look up in or let go the last reference of an object of
 // the same table from within; other tables are free, as long as no two tables' observers call into each other. Members
 // of an object are released by its destructor, after unlocking: locks of tables never nest by themselves.
+//
+// A notifiee that throws from handleInsert (no memory) makes dedup() throw, and the object was never in the table; from the
+// others it must not throw.
 //
 // Objects that outlive their table: its destructor tells the notifiee to stop, unlinks and bars what is left. Those
 // objects stay valid and are deleted by their last pointer. No thread may use the table or release its objects
@@ -138,7 +140,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     if (!multiThreaded_ && shard.heads != nullptr) __builtin_prefetch(SlabHeap::at(shard.heads[hash & shard.mask]));
   }
 
-  // Replaces the notifiee; the old one is told to stop. Objects that are in the table already are not announced.
+  // Before the table is used: asserts that it is empty. The destructor tells the notifiee to stop.
   void lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee);
 
   // Objects in the table now.
@@ -207,19 +209,22 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   static void forEachIn(const Shard& shard, Visit&& visit);
   void bar(Shard& shard) noexcept;
   template <typename Announce>
-  void announce(Announce&& call) noexcept;
+  void announce(Announce&& call);
+  void announceInsert(Shard& shard, DedupHandleBase* fresh);
 
+  // The library decides, not the user's build.
   void checkThread() const {
-#ifndef NDEBUG
-    TYR_ASSERT(multiThreaded_ || ownerThread_ == std::this_thread::get_id());
-#endif
+    if (checksThread_) [[unlikely]] {
+      TYR_ASSERT(ownerThread_ == std::this_thread::get_id());
+    }
   }
 
   const std::string name_;
   const Tyr::AgentThreadingUse threadingUse_;
   const bool multiThreaded_;
-  const std::uint16_t number_;
+  const bool checksThread_;
   const std::unique_ptr<Shard[]> shards_;
+  const std::uint16_t number_;
   const std::thread::id ownerThread_;
   std::mutex notificationMutex_;
   Tyr::Ptr<DedupLifeTimeNotifiee> lifeTimeNotifiee_;

@@ -19,7 +19,7 @@ HashKey randomKey() noexcept {
       *word = weak;
     }
   }
-  key.odd |= 1;     // a factor that cannot be zero by itself
+  key.odd |= 1;  // a factor that cannot be zero by itself
   key.finish |= 1;
   return key;
 }

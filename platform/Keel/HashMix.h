@@ -4,8 +4,8 @@
 // random when the library is loaded, so a peer that chooses the values cannot choose the buckets. Never store or send a
 // result. A HashMix belongs to one thread; the constants are read-only and shared.
 //
-// Design: words enter in pairs, each pair one 64x64-to-128-bit multiplication folded to 64 bits, alternating between two
-// lanes so that two multiplications are under way at a time.
+// Design: words enter in pairs, each pair one 64x64-to-128-bit multiplication folded to 64 bits, alternating between
+// two lanes so that two multiplications are under way at a time.
 #pragma once
 
 #include <cstddef>
@@ -90,10 +90,11 @@ class HashMix {
   std::uint64_t words_;
 };
 
-// The hash of one 64-bit value. Values under different seeds are unrelated.
+// The hash of one 64-bit value. Values under different seeds are unrelated. One multiplication would leave values that
+// count up on a lattice, which some keys map to few buckets.
 inline std::uint32_t singleAttributeHash(std::uint64_t value, std::uint32_t seed) noexcept {
-  const std::uint64_t mixed = detail::fold(value ^ detail::hashKey.lane0, detail::hashKey.finish ^ seed);
-  return static_cast<std::uint32_t>(mixed ^ (mixed >> 32));
+  const std::uint64_t once = detail::fold(value ^ detail::hashKey.lane0, detail::hashKey.odd ^ seed);
+  return detail::finish(once, detail::hashKey.lane1, 1);
 }
 
 }  // namespace Keel

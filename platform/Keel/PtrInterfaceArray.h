@@ -2,8 +2,7 @@
 //
 //   empty         the word is all ones but bit 0
 //   one element   the word is its address (bit 0 is clear): no allocation
-//   more          bit 0 is set and the rest is the address of a block: a 32-bit count, then a 32-bit SlabRef per
-//   element;
+//   more          bit 0 is set and the rest is the address of a block: a 32-bit count, then a 32-bit SlabRef each;
 //                 bit 1 says that the block is a part of the array's owner and goes with it
 //
 // Filled once, in place, by its one owner; read-only and readable from any thread afterwards. The destructor gives the
@@ -130,12 +129,13 @@ class PtrInterfaceArray {
     word_ = reinterpret_cast<std::uintptr_t>(block) | blockBit | (ownersRoom == nullptr ? 0 : ownersBit);
   }
   // Takes over the caller's reference. The place was null.
-  void elementIs(std::uint32_t index, Tyr::Ptr<const T> element) noexcept {
-    const T* taken = element.detach();
+  void elementIs(std::uint32_t index, Tyr::Ptr<const T> element) noexcept { elementBorrow(index, element.detach()); }
+  // Puts in the place of an element another one, of which somebody else holds a reference.
+  void elementBorrow(std::uint32_t index, const T* element) noexcept {
     if (isBlock()) {
-      block()->refs[index] = handleRef(taken);
+      block()->refs[index] = handleRef(element);
     } else {
-      word_ = reinterpret_cast<std::uintptr_t>(taken);
+      word_ = reinterpret_cast<std::uintptr_t>(element);
     }
   }
   // Empties the array without giving references back.

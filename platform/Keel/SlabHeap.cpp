@@ -62,10 +62,7 @@ class ChunkSource {
   std::uint32_t next_ = 1;
 };
 
-ChunkSource& chunkSource() noexcept {
-  static auto* const source = new ChunkSource;
-  return *source;
-}
+constinit ChunkSource chunkSource;
 
 }  // namespace
 
@@ -77,7 +74,7 @@ SlabChunk* SlabPool::nextChunk() {
     chunk->partial = false;
     return chunk;
   }
-  SlabChunk* chunk = chunkSource().take(this);
+  SlabChunk* chunk = chunkSource.take(this);
   chunk->fresh = reinterpret_cast<char*>(chunk) + slabChunkHeader;
   chunk->end = chunk->fresh + (slabChunkOctets - slabChunkHeader) / slotOctets * slotOctets;
   return chunk;
@@ -133,8 +130,9 @@ SlabHeap::SlabHeap(std::uint32_t linkOffset) noexcept {
 }
 
 void* SlabHeap::allocate(std::size_t octets) {
+  TYR_ASSERT(octets <= maxOctets);
   detail::SlabPool& pool = poolOf(octets);
-  TYR_ASSERT(octets <= maxOctets && pool.slotOctets >= pool.linkOffset + sizeof(void*));
+  TYR_ASSERT(pool.slotOctets >= pool.linkOffset + sizeof(void*));
   return pool.take();
 }
 

@@ -97,7 +97,7 @@ class VELBGP_EXPORT SlabHeap {
   // What a slot holds: at least what was asked for.
   static std::size_t octetsOf(const void* slot) noexcept { return chunkOf(slot)->pool->slotOctets; }
 
-  // Slots in use now, and the octets that they take.
+  // Slots in use now, and the octets that they take. Not while another thread allocates or releases.
   std::size_t liveSlots() const noexcept;
   std::size_t liveOctets() const noexcept;
 

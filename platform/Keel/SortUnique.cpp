@@ -4,8 +4,9 @@
 #include <memory>
 #include <utility>
 
-// Short runs go through sorting networks: a fixed sequence of exchanges without a branch on the values, so shuffled input
-// costs what sorted input costs. Above 16 values, runs of 16 are merged, the merge choosing by arithmetic as well.
+// Short runs go through sorting networks: a fixed sequence of exchanges without a branch on the values, so shuffled
+// input costs what sorted input costs. Above 16 values, runs of 16 are merged, the merge choosing by arithmetic as
+// well.
 namespace Keel {
 namespace {
 
@@ -28,7 +29,8 @@ inline void oddEvenMerge(std::uint64_t* v) {
     oddEvenMerge<Lo + Stride, N, Stride * 2>(v);
     [v]<std::size_t... K>(std::index_sequence<K...>) {
       (exchange<Lo + Stride + 2 * Stride * K, Lo + 2 * Stride + 2 * Stride * K>(v), ...);
-    }(std::make_index_sequence<(N - Stride - 1) / (2 * Stride)>{});
+    }
+    (std::make_index_sequence<(N - Stride - 1) / (2 * Stride)>{});
   } else {
     exchange<Lo, Lo + Stride>(v);
   }
@@ -77,8 +79,8 @@ void mergeRuns(const std::uint64_t* from, const std::uint64_t* middle, const std
   std::copy(right, end, to);
 }
 
-// Two runs of the same width, the lower half of the result from the front and the upper half from the back: two chains of
-// dependent steps that the processor runs side by side, and no end to test for.
+// Two runs of the same width, the lower half of the result from the front and the upper half from the back: two chains
+// of dependent steps that the processor runs side by side, and no end to test for.
 void mergeEqualRuns(const std::uint64_t* runs, std::size_t width, std::uint64_t* to) {
   const std::uint64_t* left = runs;
   const std::uint64_t* right = runs + width;

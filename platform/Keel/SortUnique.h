@@ -8,8 +8,8 @@
 
 namespace Keel {
 
-// Sorts values[0..n) ascending (unsigned), drops repeats and returns how many are left, at the front. Allocates only above
-// 512 values; then std::bad_alloc may pass, with the values in some order and none lost.
+// Sorts values[0..n) ascending (unsigned), drops repeats and returns how many are left, at the front. Allocates only
+// above 512 values; then std::bad_alloc may pass, with the values in some order and none lost.
 VELBGP_EXPORT std::size_t sortUnique(std::uint64_t* values, std::size_t n);
 
 }  // namespace Keel

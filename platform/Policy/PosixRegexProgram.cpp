@@ -265,7 +265,7 @@ std::string Parser::bracket() {
     at = close + 2;
   }
   if (at >= rest_.size()) unclosedBracket();
-  const std::string whole = "[" + std::string(rest_.substr(0, at + 1));
+  std::string whole = "[" + std::string(rest_.substr(0, at + 1));
   rest_.remove_prefix(at + 1);
   return whole;
 }

@@ -19,7 +19,8 @@ const EnumRow& rowOf(const EnumTable& table, unsigned long number) {
 std::string enumStringValue(const EnumTable& table, unsigned long number) { return rowOf(table, number).name; }
 
 std::ostream& enumToStream(std::ostream& stream, const EnumTable& table, unsigned long number) {
-  return stream << rowOf(table, number).name;
+  const EnumRow* const row = table.row(number);
+  return row == nullptr ? stream << number : stream << row->name;
 }
 
 std::uint32_t enumInstance(const EnumTable& table, unsigned long number) { return rowOf(table, number).number; }

@@ -18,8 +18,9 @@
 //   bool bgpIsValidEnumMember(E)           true for the WIRE rows; O(1) for octets
 //   const char* enumName(E)                the enumerator's name, for the program's life; null for a number without one
 //   std::string stringValue(E)             the same name; Tyr::RangeException for a number without one,
-//   std::string valueToStrep(const E&)     as from these two
+//   std::string valueToStrep(const E&)     as from this one
 //   std::ostream& operator<<(std::ostream&, const E&)
+//                                          the same name; for a number without one, the number: a log must not throw
 //   E EInstance(unsigned long)             the enumerator with this number; Tyr::RangeException if there is none
 //   E EInstance(const std::string&)        the enumerator with this name; Tyr::BadNameException if there is none
 //   void sequenceToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, E*)

@@ -1,6 +1,9 @@
 // Reference-counted objects of the framework and the pointers to them.
 //
-//   class Rule : public Tyr::PtrInterface { public: using Ptr = Tyr::Ptr<Rule>; using PtrConst = Tyr::Ptr<const Rule>;
+//   class Rule : public Tyr::PtrInterface {
+//    public:
+//     using Ptr = Tyr::Ptr<Rule>;
+//     using PtrConst = Tyr::Ptr<const Rule>;
 //   };
 //
 // An object is made with a count of zero by `new` (through its class's factory) and owned by the pointers to it; the

@@ -20,8 +20,9 @@ TEST(HashMix, WholeArrayAndWordByWordAgree) {
 
 // Each of these once went the same way in a draft: a prefix, zeros at the end, two words exchanged, a state ignored.
 TEST(HashMix, TellsOrderLengthAndStateApart) {
-  const std::vector<std::vector<std::uint64_t>> inputs = {
-      {}, {0}, {0, 0}, {0, 0, 0}, {1}, {1, 0}, {0, 1}, {1, 2, 3, 4}, {2, 1, 3, 4}, {3, 4, 1, 2}, {1, 2, 4, 3}, {1, 2, 3}};
+  const std::vector<std::vector<std::uint64_t>> inputs = {{},           {0},          {0, 0},       {0, 0, 0},
+                                                          {1},          {1, 0},       {0, 1},       {1, 2, 3, 4},
+                                                          {2, 1, 3, 4}, {3, 4, 1, 2}, {1, 2, 4, 3}, {1, 2, 3}};
   std::set<std::uint32_t> hashes;
   for (const auto& words : inputs) hashes.insert(HashMix::ofWords(words.data(), words.size()));
   HashMix other(1);

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
+#include <new>
 #include <random>
 #include <set>
 #include <string>
@@ -17,6 +19,23 @@
 #include "VelBgp/VelBgpCommunity.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "support/Death.h"
+
+namespace {
+
+// Counts down to a failure; negative: none.
+int allocationsLeft = -1;
+
+}  // namespace
+
+void* operator new(std::size_t octets) {
+  if (allocationsLeft == 0) throw std::bad_alloc();
+  if (allocationsLeft > 0) --allocationsLeft;
+  void* memory = std::malloc(octets);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace Routing::Bgp::test {
 namespace {
@@ -397,6 +416,52 @@ TEST_P(ListTest, LongAttributesHaveTwoLengthOctets) {
     EXPECT_EQ(attribute.size(), (n < 32 ? 6 : 8) + 16 * n);
   }
   EXPECT_ASSERTION(intern(someValues(8192))->serialize(all), "attrSize <= 0xFFFF");
+}
+
+// Equality is by value, so a classification list may be found that holds other objects than the list was built from: those
+// of a second table, or of one that is gone. The list must hold on to what it shows.
+TEST_P(ListTest, CommunitiesOfSeveralTablesMayMeet) {
+  auto others = ExtCommDedupTableIs(decoder->extCommParser());
+  const ExtCommList::PtrConst first = intern({target});
+  ExtCommListContentU64 elsewhere(others.get());
+  for (const std::uint64_t value : {target, color}) elsewhere.commIs(value);
+  const ExtCommList::PtrConst second = ExtCommList::dedupContent(lists.get(), elsewhere);
+  EXPECT_EQ(others->size(), 1u);  // its target is the first list's
+  ExtCommListContent mixed;
+  mixed.commIs(ExtComm::dedupContent(others.get(), ExtCommContent(target)));
+  mixed.commIs(ExtComm::dedupContent(others.get(), ExtCommContent(gateway)));
+  others.reset();
+  const ExtCommList::PtrConst third = ExtCommList::dedupContent(lists.get(), mixed);
+  mixed.reset();
+  const auto reuse = {intern({origin}), intern({encap}), intern({sourceAs})};
+  EXPECT_EQ(valuesOf(second->comms()), (Values{target, color}));
+  EXPECT_EQ(valuesOf(third->comms()), (Values{target, gateway}));
+  EXPECT_EQ(second->comm(target), first->comm(target));
+  EXPECT_EQ(reuse.size(), 3u);
+}
+
+// Fails at every allocation in turn, until one list is made.
+TEST_P(ListTest, RunningOutOfMemoryLeavesNothingBehind) {
+  const Values values = someValues(200);
+  intern(values);  // what is made once for the whole process
+  int failures = 0;
+  for (bool made = false; !made; ++failures) {
+    const auto freshComms = ExtCommDedupTableIs(decoder->extCommParser());
+    const auto freshLists = ExtCommListDedupTableIs();
+    ExtCommListContentU64 content(freshComms.get());
+    for (const std::uint64_t value : values) content.commIs(value);
+    try {
+      allocationsLeft = failures;
+      made = ExtCommList::dedupContent(freshLists.get(), content) != nullptr;
+    } catch (const std::bad_alloc&) {
+    }
+    allocationsLeft = -1;
+    EXPECT_EQ(freshComms->size(), 0u);
+    EXPECT_EQ(freshLists->size(), 0u);
+    EXPECT_EQ(freshComms->producerRtList()->rtCount(), 0u);
+    EXPECT_EQ(freshLists->notifyingRtExtCommListCollection()->rtExtCommListCount(), 0u);
+  }
+  EXPECT_GT(failures, 3);
 }
 
 TEST_P(ListTest, BrokenPreconditionsStopTheProcess) {
