@@ -1,7 +1,7 @@
 # One target per folder. velbgp_component(Name [ROOT dir] [HEADERS ...] [SOURCES ...] [USES ...] [LINKS ...]) makes the
-# static, position-independent library velbgp_<Name>: the shared library is put together from the objects of all of them,
-# and test programs link just the ones that they need, hidden symbols included. USES names the folders whose headers this
-# one may include, LINKS what it needs from outside, ROOT the folder that its includes are written from.
+# static, position-independent library velbgp_<Name>: the shared library is put together from the objects of all of
+# them, and test programs link just the ones that they need, hidden symbols included. USES names the folders whose
+# headers this one may include, LINKS what it needs from outside, ROOT the folder that its includes are written from.
 set(VELBGP_COMPONENTS "" CACHE INTERNAL "")
 foreach(list IN ITEMS HEADERS PLATFORM_HEADERS)
   set_property(GLOBAL PROPERTY VELBGP_ALL_${list} "")

@@ -1,4 +1,5 @@
-# Runs PROGRAM and fails unless it prints exactly the text in the file EXPECTED, nothing on standard error, and exits with 0.
+# Runs PROGRAM and fails unless it prints exactly the text of the file EXPECTED, nothing on standard error, and
+# exits with 0.
 execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE status)
 file(READ ${EXPECTED} expected)
 if(NOT status EQUAL 0 OR NOT errors STREQUAL "" OR NOT output STREQUAL expected)

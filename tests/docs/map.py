@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Compares docs/map.md with the public headers: every class, struct and enumeration at namespace scope has a row, and every
-row is true. Usage: map.py [--write] [COMPILER]; --write puts the table right.
+"""Compares docs/map.md with the public headers: every class, struct and enumeration at namespace scope has a row, and
+every row is true. Usage: map.py [--write] [COMPILER]; --write puts the table right.
 
 The headers are read as the compiler sees them after its preprocessor, because tables of rows (*.def) declare types too.
 """

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# run.sh BUILD SOURCE CXX: installs BUILD, moves the tree elsewhere, and uses it as strangers do.
+# run.sh BUILD SOURCE CXX GENERATOR: installs BUILD, moves the tree elsewhere, and uses it as strangers do.
 set -euo pipefail
-build=$1 source=$2 cxx=$3
+build=$1 source=$2 cxx=$3 generator=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -25,7 +25,8 @@ awk '{ print "#include \"" $0 "\"" }' <<<"$installed" >"$work/all.cpp"
 
 # find_package(VelBgp): the examples, on their own.
 cp -r "$source/examples" "$work/stranger"
-cmake -S "$work/stranger" -B "$work/cmake" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake -S "$work/stranger" -B "$work/cmake" -G "$generator" -DCMAKE_CXX_COMPILER="$cxx" \
+  -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/cmake" -j 2 >/dev/null
 ctest --test-dir "$work/cmake" --output-on-failure --no-tests=error
 

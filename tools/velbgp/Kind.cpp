@@ -26,14 +26,13 @@ bool isNumbers(std::string_view text, int colons, bool asdot) {
 
 bool isLargeText(std::string_view text) { return isNumbers(text, 2, true); }
 
-// Lower-case words joined by hyphens, as the well-known names are.
-bool isName(std::string_view text) {
-  const std::size_t hyphen = text.find('-');
-  return hyphen != 0 && hyphen != std::string_view::npos &&
-         text.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string_view::npos;
+bool isWellKnownName(std::string_view text) {
+  constexpr std::string_view names[] = {"internet",  "GSHUT",        "llgr-stale", "no-llgr",
+                                        "no-export", "no-advertise", "local-as"};
+  return std::find(std::begin(names), std::end(names), text) != std::end(names);
 }
 
-bool isStandardText(std::string_view text) { return isNumbers(text, 1, false) || isName(text); }
+bool isStandardText(std::string_view text) { return isNumbers(text, 1, false) || isWellKnownName(text); }
 
 // The value of a hex digit, or 16.
 unsigned hexDigit(char c) {
