@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <map>
 #include <new>
 #include <random>
@@ -19,23 +18,7 @@
 #include "VelBgp/VelBgpCommunity.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "support/Death.h"
-
-namespace {
-
-// Counts down to a failure; negative: none.
-int allocationsLeft = -1;
-
-}  // namespace
-
-void* operator new(std::size_t octets) {
-  if (allocationsLeft == 0) throw std::bad_alloc();
-  if (allocationsLeft > 0) --allocationsLeft;
-  void* memory = std::malloc(octets);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#include "support/FailingNew.h"
 
 namespace Routing::Bgp::test {
 namespace {
