@@ -39,10 +39,10 @@ std::vector<fs::path> cases() {
 
 class ToolCase : public testing::TestWithParam<fs::path> {};
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool sanitized = true;
 #elif defined(__has_feature)
-constexpr bool sanitized = __has_feature(address_sanitizer);
+constexpr bool sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
 constexpr bool sanitized = false;
 #endif
