@@ -9,21 +9,17 @@
 #include <random>
 #include <set>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "Keel/HashMix.h"
-#include "VelBgp/Parse/ExtCommContainer.h"
+#include "VelBgp/ListTables.h"
 #include "VelBgp/VelBgpCommunity.h"
-#include "VelBgp/VelBgpCommunityList.h"
 #include "support/Death.h"
 #include "support/FailingNew.h"
 
 namespace Routing::Bgp::test {
 namespace {
-
-using Values = std::vector<std::uint64_t>;
 
 constexpr std::uint64_t target = 0x0002fde800000064, nonTransitiveTarget = 0x4002fde800000064,
                         origin = 0x0003fde800000001, sourceAs = 0x0009fde800000000, routeImport = 0x010b0a0102030007,
@@ -53,48 +49,23 @@ Values someValues(std::size_t n) {
   return values;
 }
 
-class ListTest : public testing::TestWithParam<bool> {
+class ListTest : public testing::TestWithParam<bool>, protected ListTables {
  protected:
-  ListTest() {
-    Tyr::agentMultiThreadedIs(GetParam());
-    decoder = bgpParseExtCommContainerSmFactory(true);
-    comms = ExtCommDedupTableIs(decoder->extCommParser());
-    lists = ExtCommListDedupTableIs();
-  }
-  ~ListTest() override {
-    EXPECT_EQ(sizes(), (Sizes{0, 0, 0, 0}));
-    lists.reset();
-    comms.reset();
-    Tyr::agentMultiThreadedIs(false);
-  }
+  ListTest() : ListTables(GetParam()) {}
+  ~ListTest() override { EXPECT_EQ(sizes(), (Sizes{0, 0, 0, 0})); }
 
-  ExtComm::PtrConst internOne(std::uint64_t value) const {
-    return ExtComm::dedupContent(comms.get(), ExtCommContent(value));
-  }
   template <typename Content>
   Content filled(Content content, const Values& values) const {
-    if constexpr (std::is_same_v<Content, ExtCommListContentU64>) {
-      for (const std::uint64_t value : values) content.commIs(value);
-    } else {
-      for (const std::uint64_t value : values) content.commIs(internOne(value));
-    }
+    for (const std::uint64_t value : values) content.commIs(internOne(value));
     return content;
   }
-  ExtCommListContentU64 raw(const Values& values) const { return filled(ExtCommListContentU64(comms.get()), values); }
   ExtCommListContent pointers(const Values& values) const { return filled(ExtCommListContent(), values); }
-  ExtCommList::PtrConst intern(const Values& values) const {
-    return ExtCommList::dedupContent(lists.get(), raw(values));
-  }
   // Communities, lists, classification lists, those of route targets.
   using Sizes = std::array<std::size_t, 4>;
   Sizes sizes() const {
     return {comms->size(), lists->size(), lists->extCommClassificationListDedupTable().size(),
             lists->rtExtCommClassificationListDedupTableRaw()->size()};
   }
-
-  Tyr::Ptr<BgpParseExtCommContainerSm> decoder;
-  ExtCommDedupTable::Ptr comms;
-  ExtCommListDedupTable::Ptr lists;
 };
 
 INSTANTIATE_TEST_SUITE_P(Variant, ListTest, testing::Bool(),

@@ -10,33 +10,22 @@
 
 #include "Keel/DumpContext.h"
 #include "Policy/PosixRegex.h"
-#include "VelBgp/Parse/ExtCommContainer.h"
+#include "VelBgp/ListTables.h"
 #include "VelBgp/VelBgpCommunity.h"
-#include "VelBgp/VelBgpCommunityList.h"
 #include "support/Death.h"
 
 namespace Routing::Bgp::test {
 namespace {
 
 using RouteMap::PosixRegex;
-using Values = std::vector<std::uint64_t>;
-
 constexpr std::uint64_t target = 0x0002fde800000064, color = 0x030b000000000064, bandwidth = 0x4004fde84cee6b28,
                         valid = 0x4300000000000000, invalid = 0x4300000000000002;
 // Without a text for matching.
 constexpr std::uint64_t cost = 0x0301000000000000, ospfRouteType = 0x0306000000000000, unknown = 0x0700000000000001;
 
-class ListTextTest : public testing::Test {
+class ListTextTest : public testing::Test, protected ListTables {
  protected:
-  ExtCommList::PtrConst intern(const Values& values) const {
-    ExtCommListContentU64 content(comms.get());
-    for (const std::uint64_t value : values) content.commIs(value);
-    return ExtCommList::dedupContent(lists.get(), content);
-  }
-
-  const Tyr::Ptr<BgpParseExtCommContainerSm> decoder = bgpParseExtCommContainerSmFactory(true);
-  const ExtCommDedupTable::Ptr comms = ExtCommDedupTableIs(decoder->extCommParser());
-  const ExtCommListDedupTable::Ptr lists = ExtCommListDedupTableIs();
+  ListTextTest() : ListTables(false) {}
 };
 
 // Every octet prints and is read back; every damage to a text is refused.

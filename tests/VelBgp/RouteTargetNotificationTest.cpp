@@ -15,15 +15,13 @@
 
 #include "Keel/DumpContext.h"
 #include "Tyr/Trace.h"
+#include "VelBgp/ListTables.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
-#include "VelBgp/Parse/ExtCommContainer.h"
 #include "VelBgp/VelBgpCommunity.h"
-#include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp::test {
 namespace {
 
-using Values = std::vector<std::uint64_t>;
 using ValueSet = std::set<std::uint64_t>;
 
 constexpr std::uint64_t target = 0x0002fde800000064, ipTarget = 0x01020a0102030007, color = 0x030b000000000064;
@@ -71,33 +69,16 @@ class Picture {
   Tyr::NotifieeList<NotifyingRtExtCommListCollection::Key>::Handle listHandle_;
 };
 
-class RouteTargetNotificationTest : public testing::TestWithParam<bool> {
+class RouteTargetNotificationTest : public testing::TestWithParam<bool>, protected ListTables {
  protected:
-  RouteTargetNotificationTest() {
-    Tyr::agentMultiThreadedIs(GetParam());
-    decoder = bgpParseExtCommContainerSmFactory(true);
-    comms = ExtCommDedupTableIs(decoder->extCommParser());
-    lists = ExtCommListDedupTableIs();
+  RouteTargetNotificationTest() : ListTables(GetParam()) {
     picture = std::make_unique<Picture>(comms->producerRtList(), lists->notifyingRtExtCommListCollection());
   }
-  ~RouteTargetNotificationTest() override {
+  ~RouteTargetNotificationTest() override {  // the picture sees the tables go
     lists.reset();
     comms.reset();
-    Tyr::agentMultiThreadedIs(false);
   }
 
-  ExtCommList::PtrConst intern(const Values& values) const {
-    ExtCommListContentU64 content(comms.get());
-    for (const std::uint64_t value : values) content.commIs(value);
-    return ExtCommList::dedupContent(lists.get(), content);
-  }
-  ExtComm::PtrConst internOne(std::uint64_t value) const {
-    return ExtComm::dedupContent(comms.get(), ExtCommContent(value));
-  }
-
-  Tyr::Ptr<BgpParseExtCommContainerSm> decoder;
-  ExtCommDedupTable::Ptr comms;
-  ExtCommListDedupTable::Ptr lists;
   std::unique_ptr<Picture> picture;
 };
 
