@@ -62,7 +62,7 @@ void ExtCommListContent::reset() noexcept {
 
 std::uint32_t ExtCommListContent::sortAndHash() const {
   if (!commVectorSorted_) {
-    sortAndUnique(comms_);
+    sortAndUnique(comms_, ExtCommLessThan());
     commVectorSorted_ = true;
   }
   return hash_ = hashExtCommList(this);
@@ -101,7 +101,7 @@ void ExtCommClassificationListContent::commIs(ExtComm::PtrConst comm) {
 
 std::uint32_t ExtCommClassificationListContent::sortAndHash() const {
   if (!commVectorSorted_) {
-    sortAndUnique(comms_);
+    sortAndUnique(comms_, ExtCommLessThan());
     commVectorSorted_ = true;
   }
   return hash_ = hashExtCommList(this);

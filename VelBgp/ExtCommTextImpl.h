@@ -70,8 +70,11 @@ inline void appendTypePrefix(Tyr::DynamicBufferInterface& buffer, const ExtCommC
 }
 
 // One unformatted write: the stream's flags, width and fill neither matter nor change.
+inline std::ostream& writeText(std::ostream& stream, std::string_view text) {
+  return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
 inline void writeText(std::ostream& stream, const Tyr::DynamicBufferInterface& buffer) {
-  stream.write(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+  writeText(stream, buffer.view());
 }
 
 }  // namespace Routing::Bgp

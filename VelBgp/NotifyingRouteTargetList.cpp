@@ -23,6 +23,8 @@ std::string RouteTarget::toStrep(bool asDot) const {
   return buffer.str();
 }
 
+std::string valueToStrep(const RouteTarget& rt) { return valueToStrep(ExtCommContent(rt.value)); }
+
 namespace {
 
 template <typename Key>

@@ -44,6 +44,9 @@ struct RouteTarget {
   friend constexpr bool operator<(const RouteTarget& a, const RouteTarget& b) noexcept { return a.value < b.value; }
 };
 
+// "0x" and 16 lower-case hex digits.
+VELBGP_EXPORT std::string valueToStrep(const RouteTarget& rt);
+
 class VELBGP_EXPORT NotifyingRouteTargetList final : public Tyr::PtrInterface {
  public:
   using Ptr = Tyr::Ptr<NotifyingRouteTargetList>;

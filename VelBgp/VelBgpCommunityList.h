@@ -1,4 +1,5 @@
-// The extended communities of a path, as one interned list.
+// The communities of a path as interned lists: here the extended ones; with this header come those of standard
+// (CommList.h) and large communities (LargeCommList.h).
 //
 //   ExtCommListContent, ExtCommListContentU64   what a list is built from: interned communities, or raw values
 //   ExtCommList                                 the interned list: ascending by value, no value twice
@@ -31,6 +32,8 @@
 #include "Tyr/Export.h"
 #include "Tyr/FlagSet.h"
 #include "Tyr/PtrInterface.h"
+#include "VelBgp/CommList.h"
+#include "VelBgp/LargeCommList.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "VelBgp/VelBgpCommunity.h"
 
@@ -411,7 +414,7 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
   template <typename Equal>
   static PtrConst findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                              std::uint32_t hash, Equal&& equal);
-  static PtrConst make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content, std::uint32_t hash);
+  static Ptr make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content);
   // Splits the communities by classification; without a table the classification lists are private ones.
   void createClassificationListVector(const ExtCommListDedupTable* table);
   class Split;

@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include "BgpCommon/BgpHashMixImpl.h"
-#include "Keel/SortUnique.h"
 #include "Tyr/Assert.h"
+#include "VelBgp/CommVectorImpl.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp {
@@ -40,13 +40,6 @@ std::uint32_t hashExtCommList(const T* t) {
 inline std::uint32_t hashExtCommList(const ExtCommListContentU64* t) {
   TYR_ASSERT(t->commVectorSorted());
   return hashExtCommValues(t->comms().data(), t->comms().size());
-}
-
-// Sorts counted pointers by value and drops repeats, keeping the first of each run.
-template <typename Vector>
-void sortAndUnique(Vector& comms) {
-  std::sort(comms.begin(), comms.end(), ExtCommLessThan());
-  comms.erase(std::unique(comms.begin(), comms.end(), ExtCommEqual()), comms.end());
 }
 
 // Interned communities of one table are equal exactly when they are one object, so the values are seldom looked at.
@@ -89,7 +82,7 @@ ExtCommRange sortedComms(const List* arg, const Keel::PtrInterfaceArray<ExtComm>
 // A hit is nothing but these two and a walk along one chain, so they are kept free of calls.
 inline std::uint32_t ExtCommListContentU64::sortAndHashInLine() const {
   if (!commVectorSorted_) {
-    if (comms_.size() > 1) comms_.resize(Keel::sortUnique(comms_.data(), comms_.size()));
+    sortAndUnique(comms_);
     commVectorSorted_ = true;
   }
   return hash_ = hashExtCommList(this);

@@ -69,7 +69,7 @@ class VELBGP_EXPORT DedupHandleBase {
   void notInTableIs() noexcept;
 
   std::uint32_t referenceCount() const noexcept { return count_.load(std::memory_order_relaxed); }
-  // What hash() gave when the object was interned; 0 before.
+  // The hash under which the object was interned, for most classes that of hash(); 0 before.
   std::uint32_t storedHash() const noexcept { return hash_; }
 
   bool notificationActive() const noexcept { return (userData_ & notificationActiveBit) != 0; }

@@ -1,6 +1,7 @@
 #include "Keel/SortUnique.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -13,17 +14,17 @@ namespace {
 constexpr std::size_t runLength = 16;
 constexpr std::size_t stackValues = 512;
 
-template <std::size_t I, std::size_t J>
-inline void exchange(std::uint64_t* v) {
-  const std::uint64_t a = v[I];
-  const std::uint64_t b = v[J];
+template <std::size_t I, std::size_t J, typename Value>
+inline void exchange(Value* v) {
+  const Value a = v[I];
+  const Value b = v[J];
   v[I] = a < b ? a : b;
   v[J] = a < b ? b : a;
 }
 
 // Batcher's odd-even merge sort for a power of two, unrolled at compile time.
-template <std::size_t Lo, std::size_t N, std::size_t Stride>
-inline void oddEvenMerge(std::uint64_t* v) {
+template <std::size_t Lo, std::size_t N, std::size_t Stride, typename Value>
+inline void oddEvenMerge(Value* v) {
   if constexpr (Stride * 2 < N) {
     oddEvenMerge<Lo, N, Stride * 2>(v);
     oddEvenMerge<Lo + Stride, N, Stride * 2>(v);
@@ -36,8 +37,8 @@ inline void oddEvenMerge(std::uint64_t* v) {
   }
 }
 
-template <std::size_t Lo, std::size_t N>
-inline void oddEvenSort(std::uint64_t* v) {
+template <std::size_t Lo, std::size_t N, typename Value>
+inline void oddEvenSort(Value* v) {
   if constexpr (N > 1) {
     oddEvenSort<Lo, N / 2>(v);
     oddEvenSort<Lo + N / 2, N / 2>(v);
@@ -46,15 +47,16 @@ inline void oddEvenSort(std::uint64_t* v) {
 }
 
 // Padding with the largest value leaves the first n places right, also when that value is among them.
-template <std::size_t N>
-inline void sortPadded(std::uint64_t* values, std::size_t n) {
-  std::uint64_t padded[N];
-  for (std::size_t i = 0; i < N; ++i) padded[i] = i < n ? values[i] : ~std::uint64_t{0};
+template <std::size_t N, typename Value>
+inline void sortPadded(Value* values, std::size_t n) {
+  Value padded[N];
+  for (std::size_t i = 0; i < N; ++i) padded[i] = i < n ? values[i] : std::numeric_limits<Value>::max();
   oddEvenSort<0, N>(padded);
   for (std::size_t i = 0; i < n; ++i) values[i] = padded[i];
 }
 
-void sortRun(std::uint64_t* values, std::size_t n) {
+template <typename Value>
+void sortRun(Value* values, std::size_t n) {
   if (n > 8) {
     sortPadded<16>(values, n);
   } else if (n > 4) {
@@ -67,8 +69,9 @@ void sortRun(std::uint64_t* values, std::size_t n) {
 }
 
 // Merges [from, middle) and [middle, end) into `to`. Neither input is empty.
-void mergeRuns(const std::uint64_t* from, const std::uint64_t* middle, const std::uint64_t* end, std::uint64_t* to) {
-  const std::uint64_t* right = middle;
+template <typename Value>
+void mergeRuns(const Value* from, const Value* middle, const Value* end, Value* to) {
+  const Value* right = middle;
   while (from != middle && right != end) {
     const bool takeRight = *right < *from;
     *to++ = takeRight ? *right : *from;
@@ -81,12 +84,13 @@ void mergeRuns(const std::uint64_t* from, const std::uint64_t* middle, const std
 
 // Two runs of the same width, the lower half of the result from the front and the upper half from the back: two chains
 // of dependent steps that the processor runs side by side, and no end to test for.
-void mergeEqualRuns(const std::uint64_t* runs, std::size_t width, std::uint64_t* to) {
-  const std::uint64_t* left = runs;
-  const std::uint64_t* right = runs + width;
-  const std::uint64_t* leftBack = right - 1;
-  const std::uint64_t* rightBack = right + width - 1;
-  std::uint64_t* toBack = to + 2 * width - 1;
+template <typename Value>
+void mergeEqualRuns(const Value* runs, std::size_t width, Value* to) {
+  const Value* left = runs;
+  const Value* right = runs + width;
+  const Value* leftBack = right - 1;
+  const Value* rightBack = right + width - 1;
+  Value* toBack = to + 2 * width - 1;
   for (std::size_t i = 0; i < width; ++i) {
     const bool takeRight = *right < *left;
     *to++ = takeRight ? *right : *left;
@@ -99,17 +103,18 @@ void mergeEqualRuns(const std::uint64_t* runs, std::size_t width, std::uint64_t*
   }
 }
 
-void mergeSort(std::uint64_t* values, std::size_t n) {
-  std::uint64_t onStack[stackValues];
-  std::unique_ptr<std::uint64_t[]> onHeap;
-  std::uint64_t* scratch = onStack;
+template <typename Value>
+void mergeSort(Value* values, std::size_t n) {
+  Value onStack[stackValues];
+  std::unique_ptr<Value[]> onHeap;
+  Value* scratch = onStack;
   if (n > stackValues) {
-    onHeap = std::make_unique_for_overwrite<std::uint64_t[]>(n);
+    onHeap = std::make_unique_for_overwrite<Value[]>(n);
     scratch = onHeap.get();
   }
   for (std::size_t i = 0; i < n; i += runLength) sortRun(values + i, std::min(runLength, n - i));
-  std::uint64_t* from = values;
-  std::uint64_t* to = scratch;
+  Value* from = values;
+  Value* to = scratch;
   for (std::size_t width = runLength; width < n; width *= 2) {
     for (std::size_t i = 0; i < n; i += 2 * width) {
       const std::size_t middle = std::min(i + width, n);
@@ -127,22 +132,23 @@ void mergeSort(std::uint64_t* values, std::size_t n) {
   if (from != values) std::copy(from, from + n, values);
 }
 
-bool strictlyAscending(const std::uint64_t* values, std::size_t n) {
+template <typename Value>
+bool strictlyAscending(const Value* values, std::size_t n) {
   for (std::size_t i = 1; i < n; ++i) {
     if (values[i - 1] >= values[i]) return false;
   }
   return true;
 }
 
-bool anyRepeat(const std::uint64_t* values, std::size_t n) {
+template <typename Value>
+bool anyRepeat(const Value* values, std::size_t n) {
   bool repeat = false;
   for (std::size_t i = 1; i < n; ++i) repeat |= values[i - 1] == values[i];
   return repeat;
 }
 
-}  // namespace
-
-std::size_t sortUnique(std::uint64_t* values, std::size_t n) {
+template <typename Value>
+std::size_t sortUniqueOf(Value* values, std::size_t n) {
   if (n <= 8) {
     sortRun(values, n);
   } else {
@@ -156,5 +162,10 @@ std::size_t sortUnique(std::uint64_t* values, std::size_t n) {
   if (!anyRepeat(values, n)) return n;
   return static_cast<std::size_t>(std::unique(values, values + n) - values);
 }
+
+}  // namespace
+
+std::size_t sortUnique(std::uint64_t* values, std::size_t n) { return sortUniqueOf(values, n); }
+std::size_t sortUnique(std::uint32_t* values, std::size_t n) { return sortUniqueOf(values, n); }
 
 }  // namespace Keel

@@ -3,23 +3,30 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <random>
 #include <vector>
 
 namespace Keel {
 namespace {
 
+template <typename Value>
+class SortUnique : public testing::Test {};
+using Values = testing::Types<std::uint32_t, std::uint64_t>;
+TYPED_TEST_SUITE(SortUnique, Values);
+
 // Every size past the last switch of method, with many repeats, few, none and the extreme values that pad the networks.
-TEST(SortUnique, AgreesWithTheStandardLibrary) {
+TYPED_TEST(SortUnique, AgreesWithTheStandardLibrary) {
+  constexpr auto largest = std::numeric_limits<TypeParam>::max();
   std::mt19937_64 random(7);
   for (std::size_t n = 0; n < 1100; n += n < 80 ? 1 : 51) {
-    for (const std::uint64_t distinct : {std::uint64_t{3}, std::uint64_t{n + 1}, ~std::uint64_t{0}}) {
+    for (const std::uint64_t distinct : {std::uint64_t{3}, std::uint64_t{n + 1}, std::uint64_t{largest}}) {
       for (int arrangement = 0; arrangement < 4; ++arrangement) {
-        std::vector<std::uint64_t> values(n);
-        for (auto& value : values) value = ~std::uint64_t{0} - random() % distinct;
+        std::vector<TypeParam> values(n);
+        for (auto& value : values) value = static_cast<TypeParam>(largest - random() % distinct);
         if (arrangement == 1) std::sort(values.begin(), values.end());
         if (arrangement == 2) std::sort(values.rbegin(), values.rend());
-        std::vector<std::uint64_t> expected(values);
+        std::vector<TypeParam> expected(values);
         std::sort(expected.begin(), expected.end());
         expected.erase(std::unique(expected.begin(), expected.end()), expected.end());
         values.resize(sortUnique(values.data(), n));
@@ -30,10 +37,10 @@ TEST(SortUnique, AgreesWithTheStandardLibrary) {
 }
 
 // A network that sorts all inputs of zeros and ones sorts everything.
-TEST(SortUnique, NetworksSortAllZeroOneInputs) {
+TYPED_TEST(SortUnique, NetworksSortAllZeroOneInputs) {
   for (const unsigned n : {4u, 8u, 16u}) {
     for (unsigned bits = 0; bits < 1u << n; ++bits) {
-      std::vector<std::uint64_t> values(n);
+      std::vector<TypeParam> values(n);
       for (unsigned i = 0; i < n; ++i) values[i] = bits >> i & 1;
       const std::size_t kept = sortUnique(values.data(), n);
       const bool both = bits != 0 && bits != (1u << n) - 1;

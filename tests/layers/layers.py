@@ -32,7 +32,8 @@ OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 ORDER = (
     "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
-    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "VelBgpCommunityList",
+    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "ValueCommList", "CommList",
+    "LargeCommList", "VelBgpCommunityList",
 )  # fmt: skip
 # Units whose header is split over several.
 PARTS = {f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")}

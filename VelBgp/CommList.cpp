@@ -1,0 +1,123 @@
+#include "VelBgp/CommList.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "Keel/HashMix.h"
+#include "Tyr/PaulHsiehHash.h"
+#include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/ValueCommListImpl.h"
+#include "VelBgp/VelBgpSerialize.h"
+
+namespace Routing::Bgp {
+
+template class ValueCommListContent<CommListTraits>;
+template class ValueCommList<CommListTraits>;
+
+// ---- One value
+
+namespace {
+
+constexpr std::size_t longestValueText = 12;  // "no-advertise", one more than "65535:65535"
+
+// The row of a well-known value, or null. Nearly all values are no such, and these two ranges hold them all.
+const Tyr::EnumRow* wellKnownRow(std::uint32_t value) noexcept {
+  if (value != communityInternet && value < communityGshut) return nullptr;
+  return tyrEnumTable(BgpCommunityValue{}).row(value);
+}
+
+}  // namespace
+
+template <bool wellKnownNames>
+void CommunityFormatter<wellKnownNames>::formatNotWellKnown(Tyr::DynamicBufferInterface& buffer, std::uint32_t value) {
+  buffer.appendDecimal(value >> 16);
+  buffer.append(':');
+  buffer.appendDecimal(value & 0xffff);
+}
+
+template <bool wellKnownNames>
+void CommunityFormatter<wellKnownNames>::format(Tyr::DynamicBufferInterface& buffer, std::uint32_t value) {
+  const Tyr::EnumRow* const row = wellKnownNames ? wellKnownRow(value) : nullptr;
+  row == nullptr ? formatNotWellKnown(buffer, value) : buffer.append(row->text);
+}
+
+template struct CommunityFormatter<false>;
+template struct CommunityFormatter<true>;
+
+std::string CommList::wellKnownName(std::uint32_t value) {
+  const Tyr::EnumRow* const row = wellKnownRow(value);
+  return row == nullptr ? std::string() : row->text;
+}
+
+std::optional<std::uint32_t> CommList::wellKnownValue(std::string_view name) {
+  const auto rows = tyrEnumTable(BgpCommunityValue{}).rows;
+  const auto row = std::find_if(rows.begin(), rows.end(), [name](const Tyr::EnumRow& r) { return r.text == name; });
+  return row == rows.end() ? std::nullopt : std::optional(row->number);
+}
+
+std::string CommList::getStringValue(std::uint32_t value) {
+  Tyr::DynamicBuffer<32> buffer;
+  CommunityFormatter<true>::format(buffer, value);
+  return buffer.str();
+}
+
+std::uint32_t CommListTraits::hash(std::span<const Value> values) {
+  return Tyr::paulHsiehHash(values.data(), values.size_bytes(), 0);
+}
+
+std::uint32_t CommListTraits::tableHash(std::span<const Value> values) {
+  Keel::HashMix mix;
+  for (; values.size() >= 2; values = values.subspan(2)) mix.mixBytes8(std::uint64_t{values[0]} << 32 | values[1]);
+  if (!values.empty()) mix.mixBytes8(values[0]);
+  return mix.value();
+}
+
+void CommListTraits::write(Value value, Serialize& buffer) { buffer.addU32hton(value); }
+
+// ---- The list
+
+CommListContent::~CommListContent() = default;
+CommList::~CommList() = default;
+
+const Tyr::FwkType& CommList::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::CommList"};
+  return type;
+}
+
+CommList::PtrConst CommList::dedupContent(const CommListDedupTable* table, const CommListContent& content) {
+  return findOrMake(table, content, [&content] { return allocateCommListForDedup(content); });
+}
+
+CommList::Ptr CommList::allocateCommListForDedup(const CommListContent& content) { return allocate(content.comms()); }
+
+std::string CommList::toStrep() const { return joined(comms(), longestValueText, CommunityFormatter<true>::format); }
+
+bool CommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
+  return matchJoined(comms(), longestValueText, CommunityFormatter<false>::format, *regex) ||
+         matchJoined(comms(), longestValueText, CommunityFormatter<true>::format, *regex);
+}
+
+std::ostream& formatCommList(std::ostream& stream, const CommList* list) { return writeText(stream, stringify(list)); }
+std::ostream& operator<<(std::ostream& stream, const CommList* list) { return formatCommList(stream, list); }
+std::string stringify(const CommList* list) { return list == nullptr ? "NULL" : list->toStrep(); }
+
+// ---- The tables
+
+CommListDedupTableBase::~CommListDedupTableBase() = default;
+
+void CommListDedupTableBase::initDedupTable(const char* name) { dedupTable_ = Tyr::make<Keel::DedupHashTable>(name); }
+
+// Deliberate: no line end behind the label, which the hash table's own dump follows.
+void CommListDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
+  if (indent != 0) context.printf("%*c", static_cast<int>(indent), ' ');
+  context.printf("DedupTable");
+  dedupTable_->dump(context, indent + 2);
+}
+
+CommListDedupTable::CommListDedupTable() { initDedupTable("commList"); }
+CommListDedupTable::~CommListDedupTable() = default;
+
+CommListDedupTable::Ptr commListDedupTableFactory() { return Tyr::make<CommListDedupTable>(); }
+CommListDedupTable::Ptr CommListDedupTableIs() { return commListDedupTableFactory(); }
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,147 @@
+// The standard communities of a path (RFC 1997) as one interned list, and the well-known values by name.
+//
+//   BgpCommunityValue        the well-known communities (RFC 1997, RFC 8326, RFC 9494)
+//   CommunityFormatter       the text of one value, with or without the well-known names
+//   CommListContent          what a list is built from: 32-bit values in host order, the AS number in the upper half
+//   CommList                 the interned list
+//   CommListDedupTable       interns them, one object per distinct sequence of values
+//   CommListDedupTableBase   what it shares with the table of large communities
+//
+//   CommListContent content;
+//   content.commIs(0xffffff01);                                   // any order, repeats allowed
+//   CommList::PtrConst list = CommList::dedupContent(table, content);
+//
+// Ownership, threads and memory: see ValueCommList.h. The table must outlive nothing; lists may outlive it.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "Keel/DedupHashTable.h"
+#include "Policy/PosixRegex.h"
+#include "Tyr/DynamicBuffer.h"
+#include "Tyr/Enumeration.h"
+#include "Tyr/Export.h"
+#include "Tyr/FwkType.h"
+#include "Tyr/PtrInterface.h"
+#include "VelBgp/ValueCommList.h"
+
+namespace Routing::Bgp {
+
+#define TYR_ENUMERATIONS "VelBgp/BgpCommunityValue.def"
+#include "Tyr/EnumerationDeclare.def"
+
+class CommList;
+class CommListDedupTable;
+
+// "65000:100": both halves in decimal, without leading zeros; with wellKnownNames a well-known value's name instead.
+template <bool wellKnownNames>
+struct VELBGP_EXPORT CommunityFormatter {
+  static void format(Tyr::DynamicBufferInterface& buffer, std::uint32_t value);
+  static void formatNotWellKnown(Tyr::DynamicBufferInterface& buffer, std::uint32_t value);
+};
+extern template struct CommunityFormatter<false>;
+extern template struct CommunityFormatter<true>;
+
+struct VELBGP_EXPORT CommListTraits {
+  using Value = std::uint32_t;
+  using List = CommList;
+  using Table = CommListDedupTable;
+
+  // Paul Hsieh's hash over the values as they lie in memory.
+  static std::uint32_t hash(std::span<const Value> values);
+  static std::uint32_t tableHash(std::span<const Value> values);
+
+  static constexpr BgpPathAttrType attribute = BgpPathAttrType::community;
+  static constexpr std::uint32_t octetsEach = 4;
+  static void write(Value value, Serialize& buffer);
+};
+extern template class ValueCommListContent<CommListTraits>;
+extern template class ValueCommList<CommListTraits>;
+
+class VELBGP_EXPORT CommListContent final : public ValueCommListContent<CommListTraits> {
+ public:
+  CommListContent() = default;
+  CommListContent(const CommListContent&) = default;
+  CommListContent& operator=(const CommListContent&) = default;
+  ~CommListContent() override;
+};
+
+class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
+ public:
+  using Ptr = Tyr::Ptr<CommList>;
+  using PtrConst = Tyr::Ptr<const CommList>;
+
+  const Tyr::FwkType& fwkType() const override;
+
+  // The interned list with this content, made on a miss. Sorts the content. Never null.
+  static PtrConst dedupContent(const CommListDedupTable* table, const CommListContent& content);
+
+  // totalCommunities() values, ascending, in host order.
+  const std::uint32_t* commVectorRawPtr() const noexcept { return comms().data(); }
+
+  // The name of a well-known value, or an empty string; the value of a name, spelled exactly so, or nothing.
+  static std::string wellKnownName(std::uint32_t value);
+  static std::optional<std::uint32_t> wellKnownValue(std::string_view name);
+  // The text of one value, with well-known names.
+  static std::string getStringValue(std::uint32_t value);
+
+  // All values, a blank between them, with well-known names.
+  std::string toStrep() const;
+  // Whether the expression matches the text with numbers alone or, if not, the one with well-known names.
+  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+
+ private:
+  friend ValueCommList<CommListTraits>;
+
+  using ValueCommList::ValueCommList;
+  ~CommList() override;
+  // A new list, never deduped. The content is sorted.
+  static Ptr allocateCommListForDedup(const CommListContent& content);
+};
+
+// toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.
+VELBGP_EXPORT std::ostream& formatCommList(std::ostream& stream, const CommList* list);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const CommList* list);
+VELBGP_EXPORT std::string stringify(const CommList* list);
+
+// One hash table. Deliberate: a list's hash() is not where its table puts it. Paul Hsieh's hash has no key, and a peer
+// that sends lists which collide would make every lookup walk all of them; the table goes by Keel's keyed hash.
+class VELBGP_EXPORT CommListDedupTableBase : public Tyr::PtrInterface {
+ public:
+  Keel::DedupHashTable& dedupTable() const noexcept { return *dedupTable_; }
+  // Distinct lists that are interned now.
+  std::size_t size() const { return dedupTable_->size(); }
+
+  void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
+
+ protected:
+  CommListDedupTableBase() = default;
+  ~CommListDedupTableBase() override;
+  // `name` shows in dumps.
+  void initDedupTable(const char* name);
+
+ private:
+  Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
+};
+
+// One per agent. Must exist before any list is interned.
+class VELBGP_EXPORT CommListDedupTable final : public CommListDedupTableBase {
+ public:
+  using Ptr = Tyr::Ptr<CommListDedupTable>;
+  using PtrConst = Tyr::Ptr<const CommListDedupTable>;
+
+  CommListDedupTable();
+
+ private:
+  ~CommListDedupTable() override;
+};
+
+VELBGP_EXPORT CommListDedupTable::Ptr commListDedupTableFactory();
+VELBGP_EXPORT CommListDedupTable::Ptr CommListDedupTableIs();
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,160 @@
+// The bodies of ValueCommList.h, for the sources that instantiate them.
+#pragma once
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include "Policy/PosixRegex.h"
+#include "Tyr/DynamicBuffer.h"
+#include "Tyr/Exception.h"
+#include "VelBgp/CommVectorImpl.h"
+#include "VelBgp/ValueCommList.h"
+
+namespace Routing::Bgp {
+
+// ---- Content
+
+template <typename Traits>
+ValueCommListContent<Traits>::~ValueCommListContent() = default;
+
+template <typename Traits>
+void ValueCommListContent<Traits>::append(const typename Traits::List* list) {
+  if (list == nullptr) throw Tyr::NullArgumentException("list");
+  const auto values = list->comms();
+  comms_.insert(comms_.end(), values.begin(), values.end());
+  commVectorSorted_ = false;
+}
+
+template <typename Traits>
+void ValueCommListContent<Traits>::sortAndUnique() const {
+  if (commVectorSorted_) return;
+  Bgp::sortAndUnique(comms_);
+  commVectorSorted_ = true;
+}
+
+// The hash of whatever holds a sorted vector of values.
+template <typename Traits, typename T>
+std::uint32_t valueCommListHash(const T* t) {
+  TYR_ASSERT(t->commVectorSorted());
+  return Traits::hash(t->comms());
+}
+
+template <typename Traits>
+std::uint32_t ValueCommListContent<Traits>::hash() const {
+  return valueCommListHash<Traits>(this);
+}
+
+// ---- List
+
+template <typename Traits>
+void* ValueCommList<Traits>::operator new(std::size_t octets, Values values) {
+  const std::size_t behind = fitsInside(values.size()) ? values.size_bytes() : sizeof(Value*);
+  return DedupHandleBase::operator new(std::max(octets, valuesOffset + behind));
+}
+
+template <typename Traits>
+ValueCommList<Traits>::ValueCommList(Values values) : count_(static_cast<std::uint32_t>(values.size())), room_(0) {
+  static_assert(std::is_trivially_copyable_v<Value> && alignof(Value) <= alignof(std::uint32_t));
+  if (values.empty()) return;
+  void* place = room();
+  if (!fitsInside(values.size())) {
+    place = std::malloc(values.size_bytes());
+    if (place == nullptr) throw std::bad_alloc();
+    std::memcpy(room(), &place, sizeof place);
+  }
+  std::memcpy(place, values.data(), values.size_bytes());
+}
+
+template <typename Traits>
+ValueCommList<Traits>::~ValueCommList() {
+  if (!fitsInside(count_)) std::free(const_cast<Value*>(values()));
+}
+
+template <typename Traits>
+const typename ValueCommList<Traits>::Value* ValueCommList<Traits>::values() const noexcept {
+  const char* const inside = reinterpret_cast<const char*>(this) + valuesOffset;
+  if (fitsInside(count_)) return reinterpret_cast<const Value*>(inside);
+  const Value* outside;
+  std::memcpy(&outside, inside, sizeof outside);
+  return outside;
+}
+
+template <typename Traits>
+std::uint32_t ValueCommList<Traits>::hash() const {
+  return Traits::hash(comms());
+}
+
+template <typename Traits>
+bool ValueCommList<Traits>::compare(const Keel::DedupHandleBase* other) const {
+  const Values theirs = static_cast<const ValueCommList*>(other)->comms();
+  return std::equal(comms().begin(), comms().end(), theirs.begin(), theirs.end());
+}
+
+template <typename Traits>
+bool ValueCommList<Traits>::compareByContent(const Keel::DedupContentHandle& handle) const {
+  const auto* content = static_cast<const Content*>(&handle);
+  TYR_ASSERT(content->commVectorSorted());
+  const Values ours = comms();
+  return std::equal(ours.begin(), ours.end(), content->comms().begin(), content->comms().end());
+}
+
+template <typename Traits>
+Tyr::Ptr<typename Traits::List> ValueCommList<Traits>::allocate(Values values) {
+  Tyr::Ptr<List> list(new (values) List(values));
+  list->notificationActiveIs(true);
+  return list;
+}
+
+template <typename Traits>
+template <typename Make>
+Tyr::Ptr<const typename Traits::List> ValueCommList<Traits>::findOrMake(const typename Traits::Table* table,
+                                                                        const Content& content, Make&& make) {
+  content.sortAndUnique();
+  const Values values = content.comms();
+  const auto equal = [values](const List& list) {
+    const Values theirs = list.comms();
+    return theirs.size() == values.size() && std::equal(theirs.begin(), theirs.end(), values.begin());
+  };
+  return table->dedupTable().template findOrDedup<List>(Traits::tableHash(values), equal, make);
+}
+
+template <typename Traits>
+std::string ValueCommList<Traits>::serialize() const {
+  return serializeCommunities(Traits::attribute, Traits::octetsEach, count_, comms(),
+                              [](Serialize& attribute, const Value& value) { Traits::write(value, attribute); });
+}
+
+// ---- Texts
+
+// The values' texts, a blank between them; format(buffer, value) writes one, of at most `longest` characters.
+template <typename Values, typename Format>
+void appendJoined(Tyr::DynamicBufferInterface& buffer, const Values& values, std::size_t longest, Format&& format) {
+  if (values.size() > 8) buffer.reserve(values.size() * (longest + 1));
+  bool first = true;
+  for (const auto& value : values) {
+    if (!first) buffer.append(' ');
+    format(buffer, value);
+    first = false;
+  }
+}
+
+// Whether the expression matches the joined text.
+template <typename Values, typename Format>
+bool matchJoined(const Values& values, std::size_t longest, Format&& format, const RouteMap::PosixRegex& regex) {
+  Tyr::DynamicBuffer<256> buffer;
+  appendJoined(buffer, values, longest, format);
+  buffer.append('\0');
+  return regex.execute(buffer.data()) == 0;
+}
+
+template <typename Values, typename Format>
+std::string joined(const Values& values, std::size_t longest, Format&& format) {
+  Tyr::DynamicBuffer<256> buffer;
+  appendJoined(buffer, values, longest, format);
+  return buffer.str();
+}
+
+}  // namespace Routing::Bgp
