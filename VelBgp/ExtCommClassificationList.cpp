@@ -86,17 +86,16 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const
   Keel::DedupHashTable& dedupTable = content.classification() == extCommClassificationRouteTarget
                                          ? *table->rtExtCommClassificationListDedupTableRaw()
                                          : table->extCommClassificationListDedupTable();
-  auto equal = [&content](const Keel::DedupHandleBase& list) {
-    const auto& interned = static_cast<const ExtCommClassificationList&>(list);
-    return compareExtCommContent(&content, &interned, interned.comms_.range());
-  };
-  Keel::DedupHandleBase* interned = dedupTable.find(hash, equal);
-  if (interned == nullptr) {
-    const Ptr fresh = newOfItsClass(content.classification());
-    fresh->fill(content.comms_);
-    interned = dedupTable.dedup(fresh.get(), hash);
-  }
-  return PtrConst(static_cast<const ExtCommClassificationList*>(interned), false);
+  return dedupTable.findOrDedup<ExtCommClassificationList>(
+      hash,
+      [&content](const ExtCommClassificationList& list) {
+        return compareExtCommContent(&content, &list, list.comms_.range());
+      },
+      [&content] {
+        Ptr fresh = newOfItsClass(content.classification());
+        fresh->fill(content.comms_);
+        return fresh;
+      });
 }
 
 ExtCommClassificationList::Ptr ExtCommClassificationList::newOfItsClass(ExtCommClassification classification) {

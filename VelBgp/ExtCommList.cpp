@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "VelBgp/VelBgpCommunityListImpl.h"
-#include "VelBgp/VelBgpSerialize.h"
 
 namespace Routing::Bgp {
 namespace {
@@ -62,13 +61,7 @@ bool ExtCommList::compareByContent(const Keel::DedupContentHandle& content) cons
 template <typename Equal>
 ExtCommList::PtrConst ExtCommList::findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                                               std::uint32_t hash, Equal&& equal) {
-  auto equalHandle = [&equal](const Keel::DedupHandleBase& list) {
-    return equal(static_cast<const ExtCommList&>(list));
-  };
-  if (Keel::DedupHandleBase* found = table->extCommListDedupTable().find(hash, equalHandle)) {
-    return PtrConst(static_cast<const ExtCommList*>(found), false);
-  }
-  return make(table, content, hash);
+  return table->extCommListDedupTable().findOrDedup<ExtCommList>(hash, equal, [&] { return make(table, content); });
 }
 
 ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
@@ -84,15 +77,14 @@ ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* tab
                     [&content](const ExtCommList& list) { return content.equals(list); });
 }
 
-ExtCommList::PtrConst ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
-                                        std::uint32_t hash) {
-  const Ptr list(new (static_cast<std::uint32_t>(content.communityCount())) ExtCommList);
+ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content) {
+  Ptr list(new (static_cast<std::uint32_t>(content.communityCount())) ExtCommList);
   list->notificationActiveIs(true);
   content.populateExtCommList(list.get());
   list->commVectorSortedIs(true);
   list->createClassificationListVector(table);
   list->computeCommVectorAttrs();
-  return PtrConst(static_cast<const ExtCommList*>(table->extCommListDedupTable().dedup(list.get(), hash)), false);
+  return list;
 }
 
 ExtCommList::PtrConst ExtCommList::dedupSingleU64(const ExtCommDedupTable* commTable,
@@ -255,14 +247,10 @@ std::uint32_t ExtCommList::serializableCommunities(Serialization s) const {
 }
 
 std::string ExtCommList::serialize(Serialization s) const {
-  const std::uint32_t n = serializableCommunities(s);
-  if (n == 0) return {};
-  constexpr std::uint32_t octetsEach = sizeof(std::uint64_t);
-  SerializePathAttribute attribute(BgpPathAttrType::extCommunity, BgpPathAttrFlag::optionalTransitive, n * octetsEach);
-  for (const ExtComm* comm : comms()) {
-    if (serializable(*comm, s)) attribute.addU64hton(comm->community());
-  }
-  return attribute.serializedBytes(0);
+  return serializeCommunities(BgpPathAttrType::extCommunity, sizeof(std::uint64_t), serializableCommunities(s),
+                              comms_.range(), [s](SerializePathAttribute& attribute, const ExtComm* comm) {
+                                if (serializable(*comm, s)) attribute.addU64hton(comm->community());
+                              });
 }
 
 ExtCommList::PtrConst ExtCommList::prune(const ExtCommListDedupTable* table) const {

@@ -1,4 +1,3 @@
-#include <sstream>
 #include <string>
 
 #include "VelBgp/VelBgpCommunityListImpl.h"
@@ -39,20 +38,6 @@ std::string matchText(const ExtCommList& list, MatchMode matchMode) {
   return matchText(list.comms(), PolicyText{format});
 }
 
-// Built whole first: one unformatted write leaves the caller's flags, fill and width alone.
-template <typename List>
-std::string bracketed(const List* list) {
-  if (list == nullptr) return "NULL";
-  std::ostringstream text;
-  text << "[ ";
-  join(text, list->comms()) << " ]";
-  return std::move(text).str();
-}
-
-std::ostream& writeUnformatted(std::ostream& stream, const std::string& text) {
-  return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
 }  // namespace
 
 bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex) {
@@ -68,12 +53,7 @@ bool ExtCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const
 }
 
 std::ostream& join(std::ostream& stream, const ExtCommRange& vector) {
-  bool first = true;
-  for (const ExtComm* comm : vector) {
-    if (!first) stream.put(' ');
-    stream << comm;
-    first = false;
-  }
+  joinCommunities(stream, vector);
   return stream;
 }
 

@@ -145,14 +145,6 @@ void ExtComm::formatSubtype(std::ostream& stream) const {
 
 // ---- Text forms
 
-void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) {
-  buffer.append('<');
-  buffer.append(enumName(extComm.pktType()));
-  if (extComm.pktSubtype().isUnspecified()) return;
-  buffer.append(' ');
-  appendSubtype(buffer, extComm);
-}
-
 void ExtComm::formatDerivedType(std::ostream& stream) const {
   Tyr::DynamicBuffer<> buffer;
   appendTypeAndSubtype(buffer, *this);
@@ -221,20 +213,10 @@ ExtComm::PtrConst ExtComm::dedupContent(const ExtCommDedupTable* table, const Ex
 
 ExtComm::PtrConst ExtComm::dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content,
                                        std::uint32_t hash) {
-  const auto* found = table->dedupTable().find(hash, [&content](const Keel::DedupHandleBase& object) {
-    return static_cast<const ExtComm&>(object).content_ == content;
-  });
-  if (found == nullptr) return decodeAndInsert(table, content, hash);
-  return PtrConst(static_cast<const ExtComm*>(found), false);  // with the reference that find() took
-}
-
-ExtComm::PtrConst ExtComm::decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content,
-                                           std::uint32_t hash) {
-  const PtrConst decoded = table->parseExtCommRule()->parseExtendedCommunity(content);
-  auto* fresh = const_cast<ExtComm*>(decoded.get());  // nobody else knows it before it is in the table
-  const auto* dedupHandle = table->dedupTable().dedup(fresh, hash);
-  TYR_ASSERT(dedupHandle);
-  return PtrConst(static_cast<const ExtComm*>(dedupHandle), false);
+  return table->dedupTable().findOrDedup<ExtComm>(
+      hash, [&content](const ExtComm& extComm) { return extComm.content_ == content; },
+      // Nobody else knows a new object before it is in the table.
+      [&] { return boost::const_pointer_cast<ExtComm>(table->parseExtCommRule()->parseExtendedCommunity(content)); });
 }
 
 // ---- The table

@@ -171,7 +171,6 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   void fourByteAsBitIs(bool fourByteAs) noexcept;
 
  private:
-  static PtrConst decodeAndInsert(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
   static PtrConst dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
 
   static constexpr std::uint32_t fourByteAsMask = 1u << 8;

@@ -411,7 +411,7 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
   template <typename Equal>
   static PtrConst findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                              std::uint32_t hash, Equal&& equal);
-  static PtrConst make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content, std::uint32_t hash);
+  static Ptr make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content);
   // Splits the communities by classification; without a table the classification lists are private ones.
   void createClassificationListVector(const ExtCommListDedupTable* table);
   class Split;

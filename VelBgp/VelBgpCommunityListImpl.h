@@ -1,21 +1,28 @@
-// Shared by the sources of the community lists: hashing, comparing and reading of sorted vectors, whatever their
-// holder. A holder T offers commVectorSorted(), size and value of its elements through the two functions below.
+// Shared by the sources of the community lists: hashing, comparing, searching, printing and writing of sorted vectors,
+// whatever their holder. A holder offers commVectorSorted() and comms(); valueOf() gives what an element is sorted by.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <utility>
 
 #include "BgpCommon/BgpHashMixImpl.h"
 #include "Keel/SortUnique.h"
 #include "Tyr/Assert.h"
+#include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/VelBgpCommunityList.h"
+#include "VelBgp/VelBgpSerialize.h"
 
 namespace Routing::Bgp {
 
 inline std::uint64_t valueOf(std::uint64_t value) noexcept { return value; }
 inline std::uint64_t valueOf(const ExtComm* comm) noexcept { return comm->community(); }
 inline std::uint64_t valueOf(const ExtComm::PtrConst& comm) noexcept { return comm->community(); }
+inline const ExtCommIp6Content& valueOf(const ExtCommIp6::PtrConst& comm) noexcept { return comm->getContent(); }
 
 struct ExtCommLessThan {
   template <typename Element>
@@ -42,11 +49,65 @@ inline std::uint32_t hashExtCommList(const ExtCommListContentU64* t) {
   return hashExtCommValues(t->comms().data(), t->comms().size());
 }
 
-// Sorts counted pointers by value and drops repeats, keeping the first of each run.
-template <typename Vector>
-void sortAndUnique(Vector& comms) {
-  std::sort(comms.begin(), comms.end(), ExtCommLessThan());
-  comms.erase(std::unique(comms.begin(), comms.end(), ExtCommEqual()), comms.end());
+// Sorts by `lessThan` and drops repeats, keeping the first of each run. Neither allocates nor throws.
+template <typename Vector, typename LessThan = ExtCommLessThan>
+void sortAndUnique(Vector& comms, LessThan lessThan = LessThan()) {
+  std::sort(comms.begin(), comms.end(), lessThan);
+  // Of neighbours in order, those are equal that the first does not come before.
+  auto equal = [&lessThan](const auto& a, const auto& b) { return !lessThan(a, b); };
+  comms.erase(std::unique(comms.begin(), comms.end(), equal), comms.end());
+}
+
+// The community of a sorted vector of pointers that has this value, or null.
+template <typename Range, typename Value>
+auto lookupByValue(bool commVectorSorted, const Range& vector, const Value& community) {
+  TYR_ASSERT(commVectorSorted);
+  const auto found = std::lower_bound(vector.begin(), vector.end(), community,
+                                      [](const auto& comm, const Value& value) { return valueOf(comm) < value; });
+  if (found == vector.end()) return decltype(&**found)();
+  const auto* extComm = &**found;
+  if (valueOf(*found) == community) return extComm;
+  TYR_ASSERT_TEXT(community < valueOf(*found), "extComm->community() > community");
+  return decltype(extComm)();
+}
+
+// The communities, each as the operator for a pointer to one prints it, with a blank between them.
+template <typename Range>
+void joinCommunities(std::ostream& stream, const Range& comms) {
+  bool first = true;
+  for (const auto& comm : comms) {
+    if (!first) stream.put(' ');
+    stream << &*comm;
+    first = false;
+  }
+}
+
+// "[ ", the communities, " ]"; "NULL" for a null list. Written to a stream in one piece by writeUnformatted, it leaves
+// the caller's flags, fill and width alone.
+template <typename List>
+std::string bracketed(const List* list) {
+  if (list == nullptr) return "NULL";
+  std::ostringstream text;
+  text << "[ ";
+  joinCommunities(text, list->comms());
+  text << " ]";
+  return std::move(text).str();
+}
+
+inline std::ostream& writeUnformatted(std::ostream& stream, const std::string& text) {
+  return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+// An outgoing attribute, header included, for `announced` communities of `octetsEach` octets: writeOne(attribute, comm)
+// is called for each of `comms` and appends it, or passes over it. Empty when none is announced. Asserts that the
+// announced value fits in 65,535 octets.
+template <typename Range, typename WriteOne>
+std::string serializeCommunities(BgpPathAttrType type, std::uint32_t octetsEach, std::uint32_t announced,
+                                 const Range& comms, WriteOne&& writeOne) {
+  if (announced == 0) return {};
+  SerializePathAttribute attribute(type, BgpPathAttrFlag::optionalTransitive, announced * octetsEach);
+  for (const auto& comm : comms) writeOne(attribute, comm);
+  return attribute.serializedBytes(0);
 }
 
 // Interned communities of one table are equal exactly when they are one object, so the values are seldom looked at.

@@ -1,5 +1,10 @@
 // DedupHashTable: the interning table. It keeps one object for each distinct content and hands out counted pointers.
 //
+//   auto interned = table.findOrDedup<Thing>(hash, [&](const Thing& thing) { return ...equal content...; },
+//                                            [&] { return Tyr::make<Thing>(content); });
+//
+// or, with the two steps apart,
+//
 //   auto* found = table.find(hash, [&](const DedupHandleBase& object) { return ...equal content...; });
 //   if (found == nullptr) found = table.dedup(freshObject);      // fresh, or the equal one that is there by now
 //
@@ -130,6 +135,18 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // For a caller that knows what fresh->hash() would give.
   DedupHandleBase* dedup(DedupHandleBase* fresh, std::uint32_t hash);
 
+  // The object of class T with this hash for which matches(const T&) is true. When there is none, the one that make()
+  // gives as a Tyr::Ptr<T> is interned with this hash, which must be its own. Never null. All objects of the table are
+  // Ts. Passes on what make() and dedup() throw.
+  template <typename T, typename Matches, typename Make>
+  Tyr::Ptr<const T> findOrDedup(std::uint32_t hash, Matches&& matches, Make&& make) {
+    auto matchesHandle = [&matches](const DedupHandleBase& object) { return matches(static_cast<const T&>(object)); };
+    if (DedupHandleBase* found = find(hash, matchesHandle)) {
+      return Tyr::Ptr<const T>(static_cast<const T*>(found), false);  // with the reference that find() took
+    }
+    return dedupMade<T>(hash, make);
+  }
+
   // Two steps of a lookup that is to come: start loading the bucket; then, once that has arrived, its first object.
   void prefetchBucket(std::uint32_t hash) const noexcept {
     const Shard& shard = shardOf(hash);
@@ -198,6 +215,14 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     return nullptr;
   }
 
+  // Out of line, so that a hit of findOrDedup() pays nothing for the miss.
+  template <typename T, typename Make>
+  [[gnu::noinline]] Tyr::Ptr<const T> dedupMade(std::uint32_t hash, Make& make) {
+    const Tyr::Ptr<T> fresh = make();
+    DedupHandleBase* const dedupHandle = dedup(fresh.get(), hash);
+    TYR_ASSERT(dedupHandle);
+    return Tyr::Ptr<const T>(static_cast<const T*>(dedupHandle), false);
+  }
   DedupHandleBase* dedupIn(Shard& shard, DedupHandleBase* fresh, std::uint32_t hash);
   bool leave(DedupHandleBase* handle) noexcept;
   static void unlink(Shard& shard, DedupHandleBase* handle) noexcept;
