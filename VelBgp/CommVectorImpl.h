@@ -35,7 +35,8 @@ void sortAndUnique(Vector& comms, LessThan lessThan = LessThan()) {
 template <typename Range, typename WriteOne>
 std::string serializeCommunities(BgpPathAttrType type, std::uint32_t octetsEach, std::uint32_t announced,
                                  const Range& comms, WriteOne&& writeOne) {
-  SerializePathAttribute attribute(type, BgpPathAttrFlag::optionalTransitive, announced * octetsEach);
+  const std::uint64_t octets = std::min<std::uint64_t>(std::uint64_t{announced} * octetsEach, UINT32_MAX);
+  SerializePathAttribute attribute(type, BgpPathAttrFlag::optionalTransitive, static_cast<std::uint32_t>(octets));
   for (const auto& comm : comms) writeOne(attribute, comm);
   return attribute.serializedBytes(0);
 }

@@ -249,7 +249,7 @@ std::uint32_t ExtCommList::serializableCommunities(Serialization s) const {
 std::string ExtCommList::serialize(Serialization s) const {
   const std::uint32_t n = serializableCommunities(s);
   if (n == 0) return {};
-  return serializeCommunities(BgpPathAttrType::extCommunity, sizeof(std::uint64_t), n, comms_.range(),
+  return serializeCommunities(BgpPathAttrType::extCommunity, sizeof(std::uint64_t), n, comms(),
                               [s](SerializePathAttribute& attribute, const ExtComm* comm) {
                                 if (serializable(*comm, s)) attribute.addU64hton(comm->community());
                               });

@@ -8,15 +8,7 @@
 namespace Routing::Bgp {
 
 ExtComm::PtrConst ExtCommVectorLookup(bool commVectorSorted, const ExtCommRange& vector, std::uint64_t community) {
-  TYR_ASSERT(commVectorSorted);
-  const auto found =
-      std::lower_bound(vector.begin(), vector.end(), community,
-                       [](const ExtComm* comm, std::uint64_t value) { return comm->community() < value; });
-  if (found == vector.end()) return nullptr;
-  const ExtComm* extComm = *found;
-  if (extComm->community() == community) return extComm;
-  TYR_ASSERT(extComm->community() > community);
-  return nullptr;
+  return lookupByValue(commVectorSorted, vector, community);
 }
 
 ExtCommListContentBase::~ExtCommListContentBase() = default;

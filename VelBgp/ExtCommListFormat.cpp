@@ -1,6 +1,6 @@
-#include <sstream>
 #include <string>
 
+#include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
@@ -39,20 +39,6 @@ std::string matchText(const ExtCommList& list, MatchMode matchMode) {
   return matchText(list.comms(), PolicyText{format});
 }
 
-// Built whole first: one unformatted write leaves the caller's flags, fill and width alone.
-template <typename List>
-std::string bracketed(const List* list) {
-  if (list == nullptr) return "NULL";
-  std::ostringstream text;
-  text << "[ ";
-  join(text, list->comms()) << " ]";
-  return std::move(text).str();
-}
-
-std::ostream& writeUnformatted(std::ostream& stream, const std::string& text) {
-  return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
 }  // namespace
 
 bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex) {
@@ -68,20 +54,15 @@ bool ExtCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const
 }
 
 std::ostream& join(std::ostream& stream, const ExtCommRange& vector) {
-  bool first = true;
-  for (const ExtComm* comm : vector) {
-    if (!first) stream.put(' ');
-    stream << comm;
-    first = false;
-  }
+  joinCommunities(stream, vector);
   return stream;
 }
 
 std::ostream& formatCommList(std::ostream& stream, const ExtCommList* list) {
-  return writeUnformatted(stream, bracketed(list));
+  return writeText(stream, bracketed(list));
 }
 std::ostream& formatCommList(std::ostream& stream, const ExtCommClassificationList* list) {
-  return writeUnformatted(stream, bracketed(list));
+  return writeText(stream, bracketed(list));
 }
 std::ostream& operator<<(std::ostream& stream, const ExtCommList* list) { return formatCommList(stream, list); }
 std::ostream& operator<<(std::ostream& stream, const ExtCommList& list) { return formatCommList(stream, &list); }

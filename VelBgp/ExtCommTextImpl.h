@@ -57,7 +57,14 @@ inline void appendContent(Tyr::DynamicBufferInterface& buffer, const ExtCommCont
 // What formatSubtype prints.
 void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm);
 // The generic opening of a debugging form: "<", the type's name and, where there is a subtype, a blank and its name.
-void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm);
+template <typename Comm>
+void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const Comm& extComm) {
+  buffer.append('<');
+  buffer.append(enumName(extComm.pktType()));
+  if (extComm.pktSubtype().isUnspecified()) return;
+  buffer.append(' ');
+  appendSubtype(buffer, extComm);
+}
 // The closing of every debugging form: the value and ">".
 inline void appendValueAndClose(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) {
   appendContent(buffer, extComm.getContent());

@@ -145,14 +145,6 @@ void ExtComm::formatSubtype(std::ostream& stream) const {
 
 // ---- Text forms
 
-void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) {
-  buffer.append('<');
-  buffer.append(enumName(extComm.pktType()));
-  if (extComm.pktSubtype().isUnspecified()) return;
-  buffer.append(' ');
-  appendSubtype(buffer, extComm);
-}
-
 void ExtComm::formatDerivedType(std::ostream& stream) const {
   Tyr::DynamicBuffer<> buffer;
   appendTypeAndSubtype(buffer, *this);

@@ -1,14 +1,19 @@
-// Shared by the sources of the community lists: hashing, comparing and reading of sorted vectors, whatever their
-// holder. A holder T offers commVectorSorted(), size and value of its elements through the two functions below.
+// Shared by the sources of the community lists: hashing, comparing, searching and printing of sorted vectors, whatever
+// their holder. A holder offers commVectorSorted() and comms(); valueOf() gives what an element is sorted by.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <utility>
 
 #include "BgpCommon/BgpHashMixImpl.h"
 #include "Tyr/Assert.h"
 #include "VelBgp/CommVectorImpl.h"
+#include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp {
@@ -16,6 +21,7 @@ namespace Routing::Bgp {
 inline std::uint64_t valueOf(std::uint64_t value) noexcept { return value; }
 inline std::uint64_t valueOf(const ExtComm* comm) noexcept { return comm->community(); }
 inline std::uint64_t valueOf(const ExtComm::PtrConst& comm) noexcept { return comm->community(); }
+inline const ExtCommIp6Content& valueOf(const ExtCommIp6::PtrConst& comm) noexcept { return comm->getContent(); }
 
 struct ExtCommLessThan {
   template <typename Element>
@@ -40,6 +46,42 @@ std::uint32_t hashExtCommList(const T* t) {
 inline std::uint32_t hashExtCommList(const ExtCommListContentU64* t) {
   TYR_ASSERT(t->commVectorSorted());
   return hashExtCommValues(t->comms().data(), t->comms().size());
+}
+
+// The community of a sorted vector of pointers that has this value, or null.
+template <typename Range, typename Value>
+auto lookupByValue(bool commVectorSorted, const Range& vector, const Value& community) {
+  TYR_ASSERT(commVectorSorted);
+  const auto found = std::lower_bound(vector.begin(), vector.end(), community,
+                                      [](const auto& comm, const Value& value) { return valueOf(comm) < value; });
+  if (found == vector.end()) return decltype(&**found)();
+  const auto* extComm = &**found;
+  if (valueOf(*found) == community) return extComm;
+  TYR_ASSERT_TEXT(community < valueOf(*found), "extComm->community() > community");
+  return decltype(extComm)();
+}
+
+// The communities, each as the operator for a pointer to one prints it, with a blank between them.
+template <typename Range>
+void joinCommunities(std::ostream& stream, const Range& comms) {
+  bool first = true;
+  for (const auto& comm : comms) {
+    if (!first) stream.put(' ');
+    stream << &*comm;
+    first = false;
+  }
+}
+
+// "[ ", the communities, " ]"; "NULL" for a null list. Written to a stream in one piece by writeText, it leaves the
+// caller's flags, fill and width alone.
+template <typename List>
+std::string bracketed(const List* list) {
+  if (list == nullptr) return "NULL";
+  std::ostringstream text;
+  text << "[ ";
+  joinCommunities(text, list->comms());
+  text << " ]";
+  return std::move(text).str();
 }
 
 // Interned communities of one table are equal exactly when they are one object, so the values are seldom looked at.

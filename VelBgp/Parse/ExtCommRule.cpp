@@ -34,6 +34,9 @@ ExtComm::PtrConst ExtCommIpv4AddressForm::fallback(const ExtCommContent& content
 ExtComm::PtrConst ExtCommSubtypedForm::fallback(const ExtCommContent& content) {
   return ExtCommSubtypedIs(extCommClassificationUnSpecified, content);
 }
+ExtCommIp6::PtrConst ExtCommIp6Form::fallback(const ExtCommIp6Content& content) {
+  return ExtCommIp6SubtypedIs(extCommClassificationUnSpecified, content);
+}
 
 #define BGP_PARSE_EXT_COMM_FAMILY(Rule, Key, ruleInstance, ...)                                     \
   Rule::Rule(const BgpParseExtCommControl& control) : PerTypeRule(control) { handleInitialized(); } \
@@ -84,14 +87,23 @@ void BgpParseExtendedCommunityRule::handleDel() {
   if (auto* in = announcedIn()) in->extendedCommunityTypeRuleInstanceDel(BgpParseExtendedCommunityRuleKey(this));
 }
 
+namespace {
+
+// The type rule's object, or what `makePlain` makes.
+template <typename Rules, typename Content, typename Plain>
+Plain decode(const Rules& rules, const Content& content, Plain (*makePlain)(ExtCommClassification, const Content&)) {
+  Plain decoded = rules.inhale(content.typeOctet(), content);
+  return decoded != nullptr ? std::move(decoded) : makePlain(extCommClassificationUnSpecified, content);
+}
+
+}  // namespace
+
 ExtComm::PtrConst BgpParseExtendedCommunityRule::parseExtendedCommunity(const ExtCommContent& content) const {
-  const auto pktType = BgpExtCommPktType(content.typeOctet());
-  if (bgpIsValidEnumMember(pktType)) {
-    const auto rule = typeRules_.rule(pktType);  // held for the call
-    ExtComm::PtrConst decoded = rule == nullptr ? nullptr : rule->inhale(content);
-    if (decoded != nullptr) return decoded;
-  }
-  return ExtCommIs(extCommClassificationUnSpecified, content);
+  return decode(typeRules_, content, ExtCommIs);
+}
+
+ExtCommIp6::PtrConst BgpParseExtendedCommunityRule::parseExtendedCommunityIp6(const ExtCommIp6Content& content) const {
+  return decode(ip6TypeRules_, content, ExtCommIp6Is);
 }
 
 std::string BgpParseExtendedCommunityRule::showString(unsigned long value, bool asdot, bool linkBwWeighted,

@@ -2,7 +2,7 @@
 //
 //   BgpParseExtendedCommunityRule            the root: a rule for each type
 //   BgpParseExtCommTransTwoOctetAsRule, ...  the thirteen per-type rules: a rule for each subtype
-//   BgpParseExtComSubType...RuleBase         the base of the sub-rules, which the kinds derive and their plugins add
+//   BgpParseExtComSubType...RuleBase, ...    the bases of the sub-rules, which the kinds derive and their plugins add
 //
 // Decoding never fails: where no rule knows a value, or the one that does declines, the level's generic object is made.
 // What comes back is new, never interned, and carries the content unchanged.
@@ -15,6 +15,7 @@
 
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <utility>
@@ -23,6 +24,7 @@
 #include "Tyr/Export.h"
 #include "Tyr/PtrInterface.h"
 #include "Tyr/Strep.h"
+#include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/Parse/ExtCommRuleCollections.h"
 #include "VelBgp/VelBgpCommunity.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
@@ -94,35 +96,14 @@ class VELBGP_EXPORT BgpParseExtendedCommunityIp6TypeRuleBase : public BgpParseEx
       : BgpParseExtCommRuleBase(control), pktType_(pktType) {}
 
   BgpExtCommIp6PktType pktType() const noexcept { return pktType_; }
+  // May return null to decline.
+  virtual ExtCommIp6::PtrConst inhale(const ExtCommIp6Content& content) const = 0;
 
  protected:
   ~BgpParseExtendedCommunityIp6TypeRuleBase() override;
 
  private:
   const BgpExtCommIp6PktType pktType_;
-};
-
-// A sub-rule for one subtype of one type.
-template <typename PktSubtype>
-class VELBGP_EXPORT Ip6SubTypeRuleBase : public BgpParseExtCommRuleBase {
- public:
-  using SubType = PktSubtype;
-
-  Ip6SubTypeRuleBase(const BgpParseExtCommControl& control, PktSubtype pktSubType)
-      : BgpParseExtCommRuleBase(control), pktSubType_(pktSubType) {}
-
-  PktSubtype pktSubType() const noexcept { return pktSubType_; }
-
- private:
-  const PktSubtype pktSubType_;
-};
-
-template <typename PktSubtype>
-class VELBGP_EXPORT SubTypeRuleBase : public Ip6SubTypeRuleBase<PktSubtype> {
- public:
-  using Ip6SubTypeRuleBase<PktSubtype>::Ip6SubTypeRuleBase;
-  // May return null to decline.
-  virtual ExtComm::PtrConst inhale(const ExtCommContent& content) const = 0;
 };
 
 // Rules by code point.
@@ -148,15 +129,26 @@ class RuleMap {
   // Rules that go announce it, and plugins answer with new ones: they meet an empty map.
   void ruleDelAll() { std::exchange(rules_, {}).clear(); }
 
+  // What the rule for this octet makes of the content: null when the octet is no code point, when there is no rule for
+  // it, or when the rule declines.
+  template <typename Content>
+  auto inhale(std::uint8_t octet, const Content& content) const {
+    using Decoded = decltype(std::declval<const Rule&>().inhale(content));
+    const auto codePoint = CodePoint(octet);
+    if (!bgpIsValidEnumMember(codePoint)) return Decoded();
+    const RulePtr held = rule(codePoint);  // for the call
+    return held == nullptr ? Decoded() : held->inhale(content);
+  }
+
  private:
   boost::unordered_flat_map<CodePoint, RulePtr> rules_;
 };
 
-// The shape of the 8-octet families, and what each decodes to when no sub-rule does.
+// What a family of communities decodes from and to, and the object that it makes of a value when no sub-rule does.
 struct VELBGP_EXPORT ExtCommForm {
+  using Content = ExtCommContent;
+  using ObjectPtr = ExtComm::PtrConst;
   using TypeRuleBase = BgpParseExtendedCommunityTypeRuleBase;
-  template <typename PktSubtype>
-  using SubTypeRule = SubTypeRuleBase<PktSubtype>;
 };
 struct VELBGP_EXPORT ExtCommTwoOctetAsForm : ExtCommForm {
   static ExtComm::PtrConst fallback(const ExtCommContent& content);
@@ -170,21 +162,44 @@ struct VELBGP_EXPORT ExtCommIpv4AddressForm : ExtCommForm {
 struct VELBGP_EXPORT ExtCommSubtypedForm : ExtCommForm {
   static ExtComm::PtrConst fallback(const ExtCommContent& content);
 };
-// The shape of the families of IPv6-address-specific communities, whose values are no 8-octet ones.
 struct VELBGP_EXPORT ExtCommIp6Form {
+  using Content = ExtCommIp6Content;
+  using ObjectPtr = ExtCommIp6::PtrConst;
   using TypeRuleBase = BgpParseExtendedCommunityIp6TypeRuleBase;
-  template <typename PktSubtype>
-  using SubTypeRule = Ip6SubTypeRuleBase<PktSubtype>;
+  static ExtCommIp6::PtrConst fallback(const ExtCommIp6Content& content);
 };
 
-// The sub-rules of a per-type rule.
+// A sub-rule for one subtype of one type.
+template <typename PktSubtype, typename Form>
+class VELBGP_EXPORT SubTypeRuleBase : public BgpParseExtCommRuleBase {
+ public:
+  using SubType = PktSubtype;
+
+  SubTypeRuleBase(const BgpParseExtCommControl& control, PktSubtype pktSubType)
+      : BgpParseExtCommRuleBase(control), pktSubType_(pktSubType) {}
+
+  PktSubtype pktSubType() const noexcept { return pktSubType_; }
+  // May return null to decline.
+  virtual typename Form::ObjectPtr inhale(const typename Form::Content& content) const = 0;
+
+ private:
+  const PktSubtype pktSubType_;
+};
+
+// A rule for one type, and its sub-rules.
 template <typename SubTypeRule, typename Form, auto pktTypeServed>
-class VELBGP_EXPORT SubTypeRuleHolder : public Form::TypeRuleBase {
+class VELBGP_EXPORT PerTypeRule : public Form::TypeRuleBase {
  public:
   using SubType = typename SubTypeRule::SubType;
   using SubTypeRulePtr = Tyr::Ptr<const SubTypeRule>;
 
-  explicit SubTypeRuleHolder(const BgpParseExtCommControl& control) : Form::TypeRuleBase(control, pktTypeServed) {}
+  explicit PerTypeRule(const BgpParseExtCommControl& control) : Form::TypeRuleBase(control, pktTypeServed) {}
+
+  // The sub-rule's object, or the form's own. Never null.
+  typename Form::ObjectPtr inhale(const typename Form::Content& content) const override {
+    auto decoded = subTypeRules_.inhale(content.subtypeOctet(), content);
+    return decoded != nullptr ? std::move(decoded) : Form::fallback(content);
+  }
 
   std::size_t subTypeRuleCount() const noexcept { return subTypeRules_.size(); }
   SubTypeRulePtr subTypeRule(SubType subType) const { return subTypeRules_.rule(subType); }
@@ -201,37 +216,14 @@ class VELBGP_EXPORT SubTypeRuleHolder : public Form::TypeRuleBase {
   RuleMap<SubType, SubTypeRule> subTypeRules_;
 };
 
-template <typename SubTypeRule, typename Form, auto pktTypeServed>
-class VELBGP_EXPORT PerTypeRule : public SubTypeRuleHolder<SubTypeRule, Form, pktTypeServed> {
- public:
-  using SubTypeRuleHolder<SubTypeRule, Form, pktTypeServed>::SubTypeRuleHolder;
-
-  // The sub-rule's object, or the form's own. Never null.
-  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
-    const auto subType = typename SubTypeRule::SubType(content.subtypeOctet());
-    if (bgpIsValidEnumMember(subType)) {
-      const auto rule = this->subTypeRule(subType);  // held for the call
-      ExtComm::PtrConst decoded = rule == nullptr ? nullptr : rule->inhale(content);
-      if (decoded != nullptr) return decoded;
-    }
-    return Form::fallback(content);
-  }
-};
-template <typename SubTypeRule, auto pktTypeServed>
-class VELBGP_EXPORT PerTypeRule<SubTypeRule, ExtCommIp6Form, pktTypeServed>
-    : public SubTypeRuleHolder<SubTypeRule, ExtCommIp6Form, pktTypeServed> {
- public:
-  using SubTypeRuleHolder<SubTypeRule, ExtCommIp6Form, pktTypeServed>::SubTypeRuleHolder;
-};
-
 // A constructor ends by announcing the rule, so plugins have filled it before anybody else sees it; a destructor begins
 // by taking that back.
 #define BGP_PARSE_EXT_COMM_FAMILY(Rule, Key, ruleInstance, handle, instantiate, add, number, salt, SubTypeBase, \
                                   pktType, PktSubtype, Form)                                                    \
-  class VELBGP_EXPORT SubTypeBase : public Form::SubTypeRule<PktSubtype> {                                      \
+  class VELBGP_EXPORT SubTypeBase : public SubTypeRuleBase<PktSubtype, Form> {                                  \
    public:                                                                                                      \
     using PtrConst = Tyr::Ptr<const SubTypeBase>;                                                               \
-    using Form::SubTypeRule<PktSubtype>::SubTypeRule;                                                           \
+    using SubTypeRuleBase::SubTypeRuleBase;                                                                     \
   };                                                                                                            \
   class VELBGP_EXPORT Rule : public PerTypeRule<SubTypeBase, Form, pktType> {                                   \
    public:                                                                                                      \
@@ -255,6 +247,7 @@ class VELBGP_EXPORT BgpParseExtendedCommunityRule final : public BgpParseExtComm
 
   // Never null.
   ExtComm::PtrConst parseExtendedCommunity(const ExtCommContent& content) const;
+  ExtCommIp6::PtrConst parseExtendedCommunityIp6(const ExtCommIp6Content& content) const;
   // toStrepForUI of what `value` decodes to.
   std::string showString(unsigned long value, bool asdot, bool linkBwWeighted, bool json) const;
 

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "VelBgp/Ip6Tables.h"
 #include "VelBgp/Parse/ExtCommContainer.h"
 #include "support/Death.h"
 #include "support/LeakCheck.h"
@@ -223,6 +224,33 @@ class ThrowingPlugin : public BgpParseExtCommPluginBaseSm {
     throw std::runtime_error("no room");
   }
 };
+
+TEST_F(RuleTreeTest, Ipv6ValuesDecodeByTypeAndSubtype) {
+  const auto rule = Tyr::make<BgpParseExtCommIp6TransRule>(BgpParseExtCommControl());
+  rule->subTypeRuleIs(Tyr::make<Ip6SubRule>(extCommIp6PktSubtypeRouteTarget, extCommClassificationRouteTarget));
+  rule->subTypeRuleIs(Tyr::make<Ip6SubRule>(extCommIp6PktSubtypeRouteOrigin, extCommClassificationColor, true));
+  build();
+  root->ip6TypeRuleIs(rule);
+  const struct {
+    std::uint8_t type, subtype;
+    ExtCommClassification classification;
+    const char* fwkType;
+  } rows[] = {
+      {0x00, 0x02, extCommClassificationRouteTarget, "ExtCommIp6Subtyped"},
+      {0x00, 0x03, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},  // declined
+      {0x00, 0x04, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},  // no rule
+      {0x00, 0x05, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},  // no code point
+      {0x40, 0x02, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},
+      {0x01, 0x02, extCommClassificationUnSpecified, "ExtCommIp6"},
+  };
+  for (const auto& row : rows) {
+    const ExtCommIp6Content content = ip6(row.type, row.subtype, "2001:db8::1", 7);
+    const auto decoded = root->parseExtendedCommunityIp6(content);
+    EXPECT_EQ(decoded->classification(), row.classification);
+    EXPECT_EQ(decoded->fwkType().unqualifiedName(), row.fwkType);
+    EXPECT_EQ(decoded->getContent(), content);
+  }
+}
 
 // A key that stayed would name a rule that was never finished.
 TEST_F(RuleTreeTest, AHookThatThrowsLeavesNoKeyBehind) {

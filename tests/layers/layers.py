@@ -33,7 +33,7 @@ ORDER = (
     "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "ValueCommList", "CommList",
-    "LargeCommList", "VelBgpCommunityList",
+    "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
 )  # fmt: skip
 # Units whose header is split over several.
 PARTS = {f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")}

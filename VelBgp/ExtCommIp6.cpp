@@ -1,0 +1,247 @@
+#include "VelBgp/ExtCommIp6.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <ostream>
+#include <sstream>
+#include <utility>
+
+#include "Keel/HashMix.h"
+#include "Tyr/Assert.h"
+#include "Tyr/DynamicBuffer.h"
+#include "Tyr/Exception.h"
+#include "VelBgp/ExtCommIp6DedupTable.h"
+#include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/Parse/ExtCommRule.h"
+
+namespace Routing::Bgp {
+
+// ---- The value
+
+namespace {
+
+// The administrators, with what the form writes around the local one.
+void appendAdmins(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6Content& content, std::string_view between) {
+  content.addr().appendTo(buffer);
+  buffer.append(between);
+  buffer.appendDecimal(content.localAdmin());
+}
+
+void appendContent(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6Content& content) {
+  buffer.append("type=");
+  buffer.append(static_cast<char>(content.type()));
+  buffer.append(";subtype=");
+  buffer.append(static_cast<char>(content.subtype()));
+  buffer.append(";addr=");
+  appendAdmins(buffer, content, ";localAdmin=");
+}
+
+// The octet behind a label.
+std::uint8_t readOctet(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, std::string_view label) {
+  Tyr::expectText(it, end, label);
+  if (it == end) throw Tyr::ParseException("the text ends before the octet behind \"" + std::string(label) + "\"");
+  return static_cast<std::uint8_t>(*it++);
+}
+
+// An address has no ";": it ends where the next label begins.
+Addr::Ip6Addr readAddr(Tyr::StrepIterator& it, const Tyr::StrepIterator& end) {
+  Tyr::expectText(it, end, ";addr=");
+  const Tyr::StrepIterator behind = std::find(it, end, ';');
+  const Addr::Ip6Addr addr(std::string_view(it, static_cast<std::size_t>(behind - it)));
+  it = behind;
+  return addr;
+}
+
+ExtCommIp6Content readContent(Tyr::StrepIterator& it, const Tyr::StrepIterator& end) {
+  Tyr::StrepIterator next = it;
+  ExtCommIp6Content content;
+  content.typeIs(readOctet(next, end, "type="));
+  content.subtypeIs(readOctet(next, end, ";subtype="));
+  content.addrIs(readAddr(next, end));
+  Tyr::expectText(next, end, ";localAdmin=");
+  constexpr std::uint16_t max = std::numeric_limits<std::uint16_t>::max();
+  content.localAdminIs(static_cast<std::uint16_t>(Tyr::readUnsigned(next, end, max)));
+  it = next;
+  return content;
+}
+
+}  // namespace
+
+ExtCommIp6Content::ExtCommIp6Content(Tyr::StrepIterator& it, const Tyr::StrepIterator& end)
+    : ExtCommIp6Content(readContent(it, end)) {}
+
+ExtCommIp6Content ExtCommIp6Content::strepToValue(std::string_view text) { return Tyr::readWhole(text, readContent); }
+
+void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, ExtCommIp6Content* content) {
+  *content = readContent(it, end);
+}
+
+std::uint32_t ExtCommIp6Content::hash() const noexcept {
+  Keel::HashMix mix;
+  mix.mixBytes1(type_);
+  mix.mixBytes1(subtype_);
+  for (unsigned index = 0; index < 4; ++index) mix.mixBytes4(addr_.word(index));
+  mix.mixBytes2(localAdmin_);
+  return mix.value();
+}
+
+std::string valueToStrep(const ExtCommIp6Content& content) {
+  Tyr::DynamicBuffer<> buffer;
+  appendContent(buffer, content);
+  return buffer.str();
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtCommIp6Content& content) {
+  Tyr::DynamicBuffer<> buffer;
+  appendContent(buffer, content);
+  writeText(stream, buffer);
+  return stream;
+}
+
+ExtCommIp6DedupContent::~ExtCommIp6DedupContent() = default;
+
+std::uint32_t ExtCommIp6DedupContent::hash() const { return content_.hash(); }
+
+// ---- The object
+
+ExtCommIp6::~ExtCommIp6() = default;
+ExtCommIp6Subtyped::~ExtCommIp6Subtyped() = default;
+
+const Tyr::FwkType& ExtCommIp6::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6"};
+  return type;
+}
+
+const Tyr::FwkType& ExtCommIp6Subtyped::fwkType() const {
+  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6Subtyped"};
+  return type;
+}
+
+std::uint32_t ExtCommIp6::hash() const { return content_.hash(); }
+
+bool ExtCommIp6::compare(const Keel::DedupHandleBase* other) const {
+  return static_cast<const ExtCommIp6*>(other)->content_ == content_;
+}
+
+bool ExtCommIp6::compareByContent(const Keel::DedupContentHandle& content) const {
+  return static_cast<const ExtCommIp6DedupContent&>(content).content() == content_;
+}
+
+BgpExtCommPktSubtype ExtCommIp6::pktSubtype() const { return BgpExtCommPktSubtype(); }
+
+BgpExtCommPktSubtype ExtCommIp6Subtyped::pktSubtype() const { return BgpExtCommPktSubtype(getContent().subtype()); }
+
+BgpExtCommIp6PktType ExtCommIp6::pktType() const noexcept {
+  const auto type = BgpExtCommIp6PktType(content_.type());
+  return bgpIsValidEnumMember(type) ? type : extCommIp6PktTypeUnknown;
+}
+
+ExtCommIp6::PtrConst extCommIp6Factory(ExtCommClassification classification, const ExtCommIp6Content& content) {
+  return Tyr::make<ExtCommIp6>(classification, content);
+}
+
+ExtCommIp6::PtrConst ExtCommIp6Is(ExtCommClassification classification, const ExtCommIp6Content& content) {
+  return extCommIp6Factory(classification, content);
+}
+
+ExtCommIp6::PtrConst ExtCommIp6SubtypedIs(ExtCommClassification classification, const ExtCommIp6Content& content) {
+  return Tyr::make<ExtCommIp6Subtyped>(classification, content);
+}
+
+// ---- Subtype names
+
+namespace {
+
+// An assertion's text names the type with an ending of its own.
+constexpr BgpExtCommIp6PktType extCommIp6PktTypeTransIpv6Address_ = extCommIp6PktTypeTransIpv6Address;
+constexpr BgpExtCommIp6PktType extCommIp6PktTypeNonTransIpv6Address_ = extCommIp6PktTypeNonTransIpv6Address;
+
+}  // namespace
+
+std::string ExtCommIp6::pktSubtypeTransIpv6AddressAsString() const {
+  TYR_ASSERT(extCommIp6PktTypeTransIpv6Address_ == pktType());
+  TYR_ASSERT(!pktSubtype().isUnspecified());
+  return extCommSubtypeString<BgpExtCommIp6PktSubtypeTransIpv6Address>(content_.subtype());
+}
+
+std::string ExtCommIp6::pktSubtypeNonTransIpv6AddressAsString() const {
+  TYR_ASSERT(extCommIp6PktTypeNonTransIpv6Address_ == pktType());
+  TYR_ASSERT(!pktSubtype().isUnspecified());
+  return extCommSubtypeString<BgpExtCommIp6PktSubtypeNonTransIpv6Address>(content_.subtype());
+}
+
+namespace {
+
+std::string subtypeText(const ExtCommIp6& extComm) {
+  if (extComm.pktSubtype().isUnspecified()) return "unspecified";
+  switch (extComm.pktType()) {
+    case extCommIp6PktTypeTransIpv6Address:
+      return extComm.pktSubtypeTransIpv6AddressAsString();
+    case extCommIp6PktTypeNonTransIpv6Address:
+      return extComm.pktSubtypeNonTransIpv6AddressAsString();
+    default:
+      return "none";
+  }
+}
+
+}  // namespace
+
+// In no unnamed namespace: appendTypeAndSubtype looks for it among the functions of our own.
+static void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6& extComm) {
+  buffer.append(subtypeText(extComm));
+}
+
+// ---- Text forms
+
+void ExtCommIp6::formatSubtype(std::ostream& stream) const {
+  Tyr::DynamicBuffer<> buffer;
+  appendSubtype(buffer, *this);
+  writeText(stream, buffer);
+}
+
+void ExtCommIp6::formatDerivedType(std::ostream& stream) const {
+  Tyr::DynamicBuffer<> buffer;
+  appendTypeAndSubtype(buffer, *this);
+  buffer.append(" addr=");
+  appendAdmins(buffer, content_, " localAdmin=");
+  buffer.append('>');
+  writeText(stream, buffer);
+}
+
+std::string ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
+  Tyr::DynamicBuffer<80> buffer;
+  if (format.classificationAndUI()) {
+    addExtCommTypeAsString(buffer, "-IP6", content_.type(), content_.subtype(), content_.transitive());
+    buffer.append(':');
+  }
+  appendAdmins(buffer, content_, ":");
+  return buffer.str();
+}
+
+std::string ExtCommIp6::toStrep() const {
+  std::ostringstream stream;
+  stream << this;
+  return std::move(stream).str();
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm) {
+  if (extComm == nullptr) return stream.write("NULL", 4);
+  extComm->formatDerivedType(stream);
+  return stream;
+}
+
+std::ostream& operator<<(std::ostream& stream, const ExtCommIp6& extComm) { return stream << &extComm; }
+
+// ---- Interning
+
+ExtCommIp6::PtrConst ExtCommIp6::dedupContent(const ExtCommIp6DedupTable* table, const ExtCommIp6Content& content) {
+  return table->dedupTable().findOrDedup<ExtCommIp6>(
+      content.hash(), [&content](const ExtCommIp6& extComm) { return extComm.content_ == content; },
+      // Nobody else knows a new object before it is in the table.
+      [&] {
+        return boost::const_pointer_cast<ExtCommIp6>(table->parseExtCommRule()->parseExtendedCommunityIp6(content));
+      });
+}
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,189 @@
+// The IPv6-address-specific extended community (RFC 5701): its 20-octet value and its interned object. The table that
+// interns it is in VelBgp/ExtCommIp6DedupTable.h.
+//
+//   ExtCommIp6Content    the value: type octet, subtype octet, IPv6 address, local administrator
+//   ExtCommIp6           the interned, immutable object; one per distinct value and table
+//   ExtCommIp6Subtyped   an ExtCommIp6 whose second octet is a subtype
+//
+// Numbers are in host order, the address is in address order.
+// Ownership: ExtCommIp6::PtrConst (one word). The object leaves its table with its last pointer.
+// Threads: objects are immutable. Interning follows the table's variant (Keel/DedupHashTable.h). Errors:
+// Tyr::ParseException from reading a text; assertions where an operation says so.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+#include "Addr/Ip6Addr.h"
+#include "Keel/DedupHashTable.h"
+#include "Tyr/Export.h"
+#include "Tyr/FlagSet.h"
+#include "Tyr/FwkType.h"
+#include "Tyr/PtrInterface.h"
+#include "Tyr/Strep.h"
+#include "VelBgp/VelBgpCommunity.h"
+#include "VelBgp/VelBgpCommunityPacketTypes.h"
+
+namespace Routing::Bgp {
+
+class ExtCommIp6DedupTable;
+
+// The value. Ordered by type, subtype, address and local administrator, all unsigned.
+class ExtCommIp6Content {
+ public:
+  constexpr ExtCommIp6Content() noexcept = default;
+  constexpr ExtCommIp6Content(std::uint8_t type, std::uint8_t subtype, const Addr::Ip6Addr& addr,
+                              std::uint16_t localAdmin) noexcept
+      : type_(type), subtype_(subtype), addr_(addr), localAdmin_(localAdmin) {}
+  // Takes the text below from the front of the range; throws Tyr::ParseException and leaves `it` if there is none.
+  VELBGP_EXPORT ExtCommIp6Content(Tyr::StrepIterator& it, const Tyr::StrepIterator& end);
+
+  constexpr std::uint8_t type() const noexcept { return type_; }
+  constexpr std::uint8_t subtype() const noexcept { return subtype_; }
+  constexpr const Addr::Ip6Addr& addr() const noexcept { return addr_; }
+  constexpr std::uint16_t localAdmin() const noexcept { return localAdmin_; }
+  constexpr void typeIs(std::uint8_t type) noexcept { type_ = type; }
+  constexpr void subtypeIs(std::uint8_t subtype) noexcept { subtype_ = subtype; }
+  constexpr void addrIs(const Addr::Ip6Addr& addr) noexcept { addr_ = addr; }
+  constexpr void localAdminIs(std::uint16_t localAdmin) noexcept { localAdmin_ = localAdmin; }
+
+  // The names that ExtCommContent has for them: decoding serves both.
+  constexpr std::uint8_t typeOctet() const noexcept { return type_; }
+  constexpr std::uint8_t subtypeOctet() const noexcept { return subtype_; }
+  // The 0x40 bit of the type octet is clear.
+  constexpr bool transitive() const noexcept { return (type_ & 0x40) == 0; }
+
+  VELBGP_EXPORT std::uint32_t hash() const noexcept;
+
+  // Reads a whole text.
+  VELBGP_EXPORT static ExtCommIp6Content strepToValue(std::string_view text);
+
+  friend constexpr auto operator<=>(const ExtCommIp6Content&, const ExtCommIp6Content&) noexcept = default;
+
+ private:
+  std::uint8_t type_ = 0;
+  std::uint8_t subtype_ = 0;
+  Addr::Ip6Addr addr_;
+  std::uint16_t localAdmin_ = 0;
+};
+static_assert(sizeof(ExtCommIp6Content) == 20);
+
+// "type=", the octet, ";subtype=", the octet, ";addr=", the address, ";localAdmin=", the number in decimal. Deliberate:
+// the two octets are written as they are, whatever they are, a zero octet too. The stream's formatting flags neither
+// matter nor change.
+VELBGP_EXPORT std::string valueToStrep(const ExtCommIp6Content& content);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6Content& content);
+// Takes that text from the front of the range; nothing is changed if there is none.
+VELBGP_EXPORT void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, ExtCommIp6Content* content);
+
+// What ExtCommIp6 objects of one content are looked up by.
+class VELBGP_EXPORT ExtCommIp6DedupContent final : public Keel::DedupContentHandle {
+ public:
+  explicit ExtCommIp6DedupContent(const ExtCommIp6Content& content) noexcept : content_(content) {}
+  ~ExtCommIp6DedupContent() override;
+  std::uint32_t hash() const override;
+  const ExtCommIp6Content& content() const noexcept { return content_; }
+
+ private:
+  ExtCommIp6Content content_;
+};
+
+class VELBGP_EXPORT ExtCommIp6 : public Keel::DedupHandleBase {
+ public:
+  using Ptr = Tyr::Ptr<ExtCommIp6>;
+  using PtrConst = Tyr::Ptr<const ExtCommIp6>;
+
+  // Options of the text forms: five flags in one octet.
+#define ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS(FLAG) \
+  FLAG(strepFormatDefault)                                \
+  FLAG(strepFormatClassification)                         \
+  FLAG(strepFormatUI) FLAG(strepFormatAsdot) FLAG(strepFormatLinkBwWeighted)
+  class StrepFormat {
+    TYR_FLAG_SET(StrepFormat, "Routing::Bgp::ExtCommIp6::StrepFormat", ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS)
+
+   public:
+    // Flag by flag: without JSON, the flags behind it have other bits here.
+    constexpr explicit StrepFormat(const ExtComm::StrepFormat& format) noexcept {
+      strepFormatDefaultIs(format.strepFormatDefault());
+      strepFormatClassificationIs(format.strepFormatClassification());
+      strepFormatUIIs(format.strepFormatUI());
+      strepFormatAsdotIs(format.strepFormatAsdot());
+      strepFormatLinkBwWeightedIs(format.strepFormatLinkBwWeighted());
+    }
+    // Both bits: the form that show commands print.
+    constexpr bool classificationAndUI() const noexcept { return strepFormatClassification() && strepFormatUI(); }
+  };
+#undef ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS
+
+  ExtCommIp6(ExtCommClassification classification, const ExtCommIp6Content& content) noexcept
+      : classification_(classification), content_(content) {}
+
+  const Tyr::FwkType& fwkType() const override;
+
+ protected:
+  ~ExtCommIp6() override;
+
+ public:
+  std::uint32_t hash() const override;
+  // By content alone. Deliberate: the classification follows from the content, so it takes no part.
+  bool compare(const Keel::DedupHandleBase* other) const override;
+  // `content` is an ExtCommIp6DedupContent.
+  bool compareByContent(const Keel::DedupContentHandle& content) const override;
+
+  // Unspecified here, the subtype octet in ExtCommIp6Subtyped and its heirs.
+  virtual BgpExtCommPktSubtype pktSubtype() const;
+  // The debugging form, "<...>". The stream's formatting state is left as it was.
+  virtual void formatDerivedType(std::ostream& stream) const;
+  // The policy and UI form: address, ":", local administrator; with the classification and UI bits together the type
+  // and ":" in front. Other bits have no effect.
+  virtual std::string toStrepForPolicy(StrepFormat format) const;
+
+  const ExtCommIp6Content& getContent() const noexcept { return content_; }
+  ExtCommClassification classification() const noexcept { return classification_; }
+  // extCommIp6PktTypeUnknown for a type octet that is no member of the enumeration.
+  BgpExtCommIp6PktType pktType() const noexcept;
+
+  // The subtype's name under the community's own type, or "subtype=" and the octet in decimal. Each asserts that it is
+  // asked of its own type, and that there is a subtype.
+  std::string pktSubtypeTransIpv6AddressAsString() const;
+  std::string pktSubtypeNonTransIpv6AddressAsString() const;
+
+  // What the stream operator prints.
+  std::string toStrep() const;
+  // The subtype's name; "none" for types that have no subtypes, "unspecified" for objects that have none.
+  void formatSubtype(std::ostream& stream) const;
+
+  // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
+  static PtrConst dedupContent(const ExtCommIp6DedupTable* table, const ExtCommIp6Content& content);
+
+ private:
+  const ExtCommClassification classification_;
+  const ExtCommIp6Content content_;
+};
+
+class VELBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
+ public:
+  using ExtCommIp6::ExtCommIp6;
+  const Tyr::FwkType& fwkType() const override;
+  BgpExtCommPktSubtype pktSubtype() const override;
+
+ protected:
+  ~ExtCommIp6Subtyped() override;
+};
+static_assert(sizeof(ExtCommIp6) <= 48 && sizeof(ExtCommIp6Subtyped) == sizeof(ExtCommIp6));
+
+// New, never deduped, notification-active objects.
+VELBGP_EXPORT ExtCommIp6::PtrConst extCommIp6Factory(ExtCommClassification classification,
+                                                     const ExtCommIp6Content& content);
+VELBGP_EXPORT ExtCommIp6::PtrConst ExtCommIp6Is(ExtCommClassification classification, const ExtCommIp6Content& content);
+VELBGP_EXPORT ExtCommIp6::PtrConst ExtCommIp6SubtypedIs(ExtCommClassification classification,
+                                                        const ExtCommIp6Content& content);
+
+// The debugging form; "NULL" for a null pointer.
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6& extComm);
+
+}  // namespace Routing::Bgp

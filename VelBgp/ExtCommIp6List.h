@@ -1,0 +1,198 @@
+// The IPv6-address-specific extended communities of a path, as one interned list (RFC 5701).
+//
+//   ExtCommIp6List                 the list: ascending by content, no content twice; builder and interned object in one
+//   ExtCommIp6ClassificationList   its communities of one classification, shared between lists
+//   ExtCommIp6ListBase             what both are: a vector of communities that is built, then sorted and interned
+//   ExtCommIp6ListDedupTable       interns both, one object per distinct sequence of communities
+//
+//   const auto builder = ExtCommIp6ListIs();
+//   builder->commIs(ExtCommIp6::dedupContent(communityTable, content));   // any order, repeats allowed
+//   const ExtCommIp6List::PtrConst list = builder->dedup(listTable);      // the builder itself, if it is the first
+//
+// A list is open while it was never deduped and read-only from then on: changing it is an assertion. Communities are
+// told apart by object, so the communities of a list are to be interned in one table.
+//
+// Ownership: shared through Ptr and PtrConst (one word); a list leaves its table with the last one. A list keeps its
+// communities alive, not the tables. Threads: a builder belongs to one thread; interning follows the table's variant
+// (Keel/DedupHashTable.h); interned lists are read-only. Errors: Tyr::NullArgumentException for a null community or
+// list; std::bad_alloc, which leaves a builder with what it had.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "Keel/DedupHashTable.h"
+#include "Tyr/Export.h"
+#include "Tyr/FwkType.h"
+#include "Tyr/PtrInterface.h"
+#include "VelBgp/ExtCommIp6.h"
+#include "VelBgp/VelBgpCommunityPacketTypes.h"
+
+namespace Routing::Bgp {
+
+class ExtCommIp6List;
+class ExtCommIp6ListBase;
+class ExtCommIp6ListDedupTable;
+
+// What the virtual operations look an interned list up by: another list, mostly a builder, that must outlive it.
+class VELBGP_EXPORT ExtCommIp6ListDedupContent final : public Keel::DedupContentHandle {
+ public:
+  explicit ExtCommIp6ListDedupContent(const ExtCommIp6ListBase& list) noexcept : list_(list) {}
+  ~ExtCommIp6ListDedupContent() override;
+  std::uint32_t hash() const override;
+  const ExtCommIp6ListBase& list() const noexcept { return list_; }
+
+ private:
+  const ExtCommIp6ListBase& list_;
+};
+
+class VELBGP_EXPORT ExtCommIp6ListBase : public Keel::DedupHandleBase {
+ public:
+  using Vector = std::vector<ExtCommIp6::PtrConst>;
+
+  // Building. Each asserts that the list was never deduped.
+  // Makes room for `count` communities in all.
+  void expectedCommunityCountIs(std::size_t count);
+  // Asserts that `comm` is interned.
+  void commIs(ExtCommIp6::PtrConst comm);
+
+  // In ascending order and without repeats once the list is sorted, as they were added before.
+  const Vector& comms() const noexcept { return comms_; }
+  bool commVectorSorted() const noexcept { return commVectorSorted_; }
+  std::uint32_t totalCommunities() const noexcept { return static_cast<std::uint32_t>(comms_.size()); }
+  bool empty() const noexcept { return comms_.empty(); }
+  // The community with this content, or null. Asserts that the list is sorted.
+  ExtCommIp6::PtrConst comm(const ExtCommIp6Content& content) const;
+  ExtCommIp6::PtrConst lookupExtComm(const ExtCommIp6Content& content) const { return comm(content); }
+
+  // "[ ", the communities with a blank between, " ]".
+  std::string toStrep() const;
+
+  // Of the communities' identities, in order.
+  std::uint32_t hash() const override;
+  // `content` is an ExtCommIp6ListDedupContent of a list of the same class.
+  bool compareByContent(const Keel::DedupContentHandle& content) const override;
+
+ protected:
+  ExtCommIp6ListBase() noexcept = default;
+  ~ExtCommIp6ListBase() override;
+
+  void assertNeverDeduped() const;
+  // `list` itself, after prepare(), if `table` has no equal one.
+  template <typename List, typename Prepare>
+  static Tyr::Ptr<const List> findOrDedup(Keel::DedupHashTable& table, List* list, Prepare&& prepare);
+
+  Vector comms_;
+  bool commVectorSorted_ = false;
+};
+
+// The same list, for a null pointer "NULL". The stream's formatting state is left as it was.
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6ListBase* list);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6ListBase& list);
+
+class VELBGP_EXPORT ExtCommIp6ClassificationList final : public ExtCommIp6ListBase {
+ public:
+  using Ptr = Tyr::Ptr<ExtCommIp6ClassificationList>;
+  using PtrConst = Tyr::Ptr<const ExtCommIp6ClassificationList>;
+
+  // Asserts that the classification is one of the fourteen.
+  explicit ExtCommIp6ClassificationList(ExtCommClassification classification);
+  const Tyr::FwkType& fwkType() const override;
+  // Same classification, same communities.
+  bool compare(const Keel::DedupHandleBase* other) const override;
+
+  ExtCommClassification classification() const noexcept { return classification_; }
+  // Said by who added the communities in order.
+  void commVectorSortedIs(bool sorted);
+
+  // The interned list of this classification with these communities: this one, if no equal one is there. Asserts that
+  // the list is sorted. A list that was ever deduped is left as it is.
+  PtrConst dedup(const ExtCommIp6ListDedupTable* table);
+
+ private:
+  ~ExtCommIp6ClassificationList() override;
+
+  const ExtCommClassification classification_;
+};
+
+class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
+ public:
+  using Ptr = Tyr::Ptr<ExtCommIp6List>;
+  using PtrConst = Tyr::Ptr<const ExtCommIp6List>;
+  using ClassificationLists = std::vector<ExtCommIp6ClassificationList::PtrConst>;
+
+  ExtCommIp6List() noexcept = default;
+  const Tyr::FwkType& fwkType() const override;
+  bool compare(const Keel::DedupHandleBase* other) const override;
+
+  // Adds all communities of another list. Asserts that this one was never deduped.
+  void append(const PtrConst& list);
+
+  // The interned list with these communities: this one, if it was never deduped and no equal one is there. Sorts the
+  // list and drops its repeats.
+  PtrConst dedup(const ExtCommIp6ListDedupTable* table);
+  // The same, of a copy.
+  PtrConst dedup(const ExtCommIp6ListDedupTable* table) const;
+
+  // Communities whose type octet has the 0x40 bit clear; 0 for a list that was never deduped.
+  std::uint32_t totalTransitiveCommunities() const noexcept { return totalTransitiveCommunities_; }
+  // The communities of one classification, or null when there are none. Asserts that the list was deduped.
+  ExtCommIp6ClassificationList::PtrConst classificationList(ExtCommClassification classification) const;
+  // At the classification's number its list, or null; none behind the last classification present.
+  const ClassificationLists& classificationLists() const noexcept { return classificationLists_; }
+
+  // An IPV6 ADDRESS SPECIFIC EXTENDED COMMUNITIES attribute, header included; empty when there is nothing to send.
+  // Asserts that the value fits in 65,535 octets.
+  std::string serialize(bool sendNonTransExtComms) const;
+  // The communities' policy texts, a blank behind each.
+  std::string commsStringForm() const;
+
+ private:
+  class OpenAgain;
+
+  ~ExtCommIp6List() override;
+  Ptr copy() const;
+  void sortAndUnique();
+  // Makes and interns the classification lists, and counts the transitive communities.
+  void split(const ExtCommIp6ListDedupTable* table);
+
+  std::uint32_t totalTransitiveCommunities_ = 0;
+  ClassificationLists classificationLists_;
+};
+
+// A new list, never deduped and empty.
+VELBGP_EXPORT ExtCommIp6List::Ptr extCommIp6ListFactory();
+VELBGP_EXPORT ExtCommIp6List::Ptr ExtCommIp6ListIs();
+
+// One per agent. Must exist before any list is interned; lists may outlive it.
+class VELBGP_EXPORT ExtCommIp6ListDedupTable final : public Tyr::PtrInterface {
+ public:
+  using Ptr = Tyr::Ptr<ExtCommIp6ListDedupTable>;
+  using PtrConst = Tyr::Ptr<const ExtCommIp6ListDedupTable>;
+
+  ExtCommIp6ListDedupTable();
+
+  Keel::DedupHashTable& extCommListDedupTable() const noexcept { return *extCommListDedupTable_; }
+  Keel::DedupHashTable& extCommClassificationListDedupTable() const noexcept {
+    return *extCommClassificationListDedupTable_;
+  }
+  // Distinct lists that are interned now.
+  std::size_t size() const { return extCommListDedupTable_->size(); }
+
+  void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
+
+ private:
+  ~ExtCommIp6ListDedupTable() override;
+  void handleInitialized();
+
+  Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_;
+  Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_;
+};
+
+VELBGP_EXPORT ExtCommIp6ListDedupTable::Ptr extCommIp6ListDedupTableFactory();
+VELBGP_EXPORT ExtCommIp6ListDedupTable::Ptr ExtCommIp6ListDedupTableIs();
+
+}  // namespace Routing::Bgp

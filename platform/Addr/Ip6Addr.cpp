@@ -1,0 +1,37 @@
+#include "Addr/Ip6Addr.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <ostream>
+
+#include "Tyr/DynamicBuffer.h"
+#include "Tyr/Exception.h"
+
+namespace Addr {
+
+Ip6Addr::Ip6Addr(std::string_view text) {
+  char terminated[INET6_ADDRSTRLEN] = {};
+  const bool mayBe = text.size() < sizeof(terminated) && text.find('\0') == text.npos;
+  if (mayBe) std::copy(text.begin(), text.end(), terminated);
+  if (!mayBe || inet_pton(AF_INET6, terminated, octets_.data()) != 1) throw Tyr::ParseException("not an IPv6 address");
+}
+
+std::string Ip6Addr::toStrep() const {
+  Tyr::DynamicBuffer<> buffer;
+  appendTo(buffer);
+  return buffer.str();
+}
+
+void Ip6Addr::appendTo(Tyr::DynamicBufferInterface& buffer) const {
+  char text[INET6_ADDRSTRLEN];
+  buffer.append(inet_ntop(AF_INET6, octets_.data(), text, sizeof(text)));
+}
+
+std::ostream& operator<<(std::ostream& stream, const Ip6Addr& address) {
+  Tyr::DynamicBuffer<> buffer;
+  address.appendTo(buffer);
+  return stream << buffer.view();
+}
+
+}  // namespace Addr

@@ -1,0 +1,227 @@
+#include "VelBgp/ExtCommIp6List.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <new>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Keel/DumpContext.h"
+#include "Tyr/Exception.h"
+#include "VelBgp/Ip6Tables.h"
+#include "support/Death.h"
+#include "support/FailingNew.h"
+
+namespace Routing::Bgp::test {
+namespace {
+
+using namespace std::string_literals;
+using Contents = std::vector<ExtCommIp6Content>;
+
+const ExtCommIp6Content target = ip6(0x00, 0x02, "2001:db8::1", 100), origin = ip6(0x00, 0x03, "2001:db8::1", 1),
+                        redirect = ip6(0x00, 0x0c, "::ffff:192.0.2.1", 0), odd = ip6(0x01, 0x02, "::1", 2),
+                        nonTransitive = ip6(0x40, 0x02, "2001:db8::2", 7);
+
+Contents contentsOf(const ExtCommIp6ListBase& list) {
+  Contents contents;
+  for (const ExtCommIp6::PtrConst& comm : list.comms()) contents.push_back(comm->getContent());
+  return contents;
+}
+
+// n contents of three classifications, ascending; every third is non-transitive.
+Contents someContents(std::size_t n) {
+  constexpr std::pair<std::uint8_t, std::uint8_t> kinds[] = {{0x00, 0x02}, {0x00, 0x03}, {0x40, 0x02}};
+  Contents contents;
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto& [type, subtype] = kinds[i % 3];
+    contents.push_back(ip6(type, subtype, "2001:db8::", static_cast<std::uint16_t>(i)));
+  }
+  std::sort(contents.begin(), contents.end());
+  return contents;
+}
+
+class Ip6ListTest : public testing::Test, protected Ip6Tables {
+ protected:
+  Ip6ListTest() : Ip6Tables(true) {}
+  ~Ip6ListTest() override { EXPECT_EQ(sizes(), (Sizes{0, 0, 0})); }
+
+  // Communities, lists, classification lists.
+  using Sizes = std::array<std::size_t, 3>;
+  Sizes sizes() const { return {comms->size(), lists->size(), lists->extCommClassificationListDedupTable().size()}; }
+};
+
+TEST_F(Ip6ListTest, OneObjectForEveryOrderAndRepeat) {
+  for (const std::size_t n : {0, 1, 2, 64, 65, 3276}) {
+    SCOPED_TRACE(n);
+    const Contents ascending = someContents(n);
+    Contents jumbled = ascending;
+    jumbled.insert(jumbled.end(), ascending.begin() + n / 3, ascending.end());
+    std::shuffle(jumbled.begin(), jumbled.end(), std::mt19937(1));
+    const ExtCommIp6List::Ptr first = builder(jumbled);
+    const ExtCommIp6List::PtrConst list = first->dedup(lists.get());
+    EXPECT_EQ(list, first);
+    EXPECT_EQ(contentsOf(*list), ascending);
+    EXPECT_EQ(list->totalCommunities(), n);
+    EXPECT_EQ(list->totalTransitiveCommunities(), n - n / 3);
+    EXPECT_TRUE(list->isDeduped() && list->notificationActive() && list->empty() == (n == 0));
+    EXPECT_EQ(intern({ascending.rbegin(), ascending.rend()}), list);
+    EXPECT_EQ(builder(ascending)->hash(), list->hash());
+    EXPECT_EQ(sizes(), (Sizes{n, 1, std::min<std::size_t>(n, 3)}));
+    EXPECT_TRUE(std::ranges::all_of(
+        ascending, [&](const ExtCommIp6Content& content) { return list->comm(content) == internOne(content); }));
+    for (const auto& absent : {ip6(0, 0, "::", 0), ip6(0, 2, "2001:db8::", 1), ip6(0xff, 0xff, "ffff::", 0)}) {
+      EXPECT_EQ(list->lookupExtComm(absent), nullptr);
+    }
+  }
+}
+
+TEST_F(Ip6ListTest, BuildersGrowAndInternedListsDoNot) {
+  const ExtCommIp6List::PtrConst list = intern({target, odd});
+  const ExtCommIp6List::Ptr loser = builder({odd, target, odd});
+  EXPECT_EQ(loser->dedup(lists.get()), list);
+  EXPECT_TRUE(!loser->everDeduped() && list->compareByContent(ExtCommIp6ListDedupContent(*loser)));
+  loser->commIs(internOne(origin));
+  loser->append(list);
+  loser->append(loser);
+  EXPECT_FALSE(list->compareByContent(ExtCommIp6ListDedupContent(*loser)));
+  EXPECT_EQ(loser->dedup(lists.get()), loser);
+  EXPECT_EQ(contentsOf(*loser), (Contents{target, origin, odd}));
+  EXPECT_EQ(loser->dedup(lists.get()), loser);
+  EXPECT_THROW(ExtCommIp6ListIs()->commIs(nullptr), Tyr::NullArgumentException);
+  EXPECT_THROW(ExtCommIp6ListIs()->append(nullptr), Tyr::NullArgumentException);
+}
+
+// An interned list stays what it is: another table gets a copy, also after the first is gone.
+TEST_F(Ip6ListTest, AnotherTableInternsACopy) {
+  const ExtCommIp6List::PtrConst list = intern({target, origin});
+  const auto others = ExtCommIp6ListDedupTableIs();
+  const ExtCommIp6List::PtrConst copy = list->dedup(others.get());
+  const auto part = list->classificationList(extCommClassificationRouteTarget);
+  const auto partCopy = copy->classificationList(extCommClassificationRouteTarget);
+  EXPECT_EQ(boost::const_pointer_cast<ExtCommIp6ClassificationList>(part)->dedup(others.get()), partCopy);
+  EXPECT_TRUE(copy != list && part != partCopy);
+  lists = ExtCommIp6ListDedupTableIs();
+  EXPECT_FALSE(list->isDeduped());
+  EXPECT_EQ(list->dedup(others.get()), copy);
+  EXPECT_EQ(list->dedup(lists.get())->totalTransitiveCommunities(), 2u);
+}
+
+TEST_F(Ip6ListTest, SplitByClassification) {
+  const std::pair<Contents, std::array<Contents, 3>> rows[] = {
+      {{}, {}},
+      {{odd, nonTransitive}, {Contents{odd, nonTransitive}}},
+      {{nonTransitive, origin, redirect, odd, target}, {Contents{redirect, odd, nonTransitive}, {target}, {origin}}},
+  };
+  for (const auto& [contents, expected] : rows) {
+    const ExtCommIp6List::PtrConst list = intern(contents);
+    for (unsigned c = 0; c < 256; ++c) {
+      const auto part = list->classificationList(ExtCommClassification(c));
+      ASSERT_EQ(part != nullptr, c < 3 && !expected[c].empty()) << c;
+      if (part == nullptr) continue;
+      EXPECT_EQ(contentsOf(*part), expected[c]);
+      EXPECT_TRUE(part->isDeduped() && part->classification() == c && part->comm(expected[c].front()));
+    }
+  }
+}
+
+TEST_F(Ip6ListTest, PartsAreSharedAndOutliveTheirList) {
+  ExtCommIp6List::PtrConst first = intern({target, origin, odd}), second = intern({target, odd, nonTransitive});
+  const auto part = first->classificationList(extCommClassificationRouteTarget);
+  EXPECT_EQ(second->classificationList(extCommClassificationRouteTarget), part);
+  EXPECT_EQ(sizes(), (Sizes{4, 2, 4}));
+  first.reset();
+  second.reset();
+  EXPECT_EQ(sizes(), (Sizes{1, 0, 1}));
+}
+
+TEST_F(Ip6ListTest, AttributesWithAndWithoutNonTransitive) {
+  const auto only = intern({nonTransitive}), both = intern({nonTransitive, target}), many = intern(someContents(3276));
+  const std::string prefix = "\x20\x01\x0d\xb8" + std::string(11, '\0');
+  const std::string targetOctets = "\x00\x02"s + prefix + "\x01\x00\x64"s,
+                    otherOctets = "\x40\x02" + prefix + "\x02\x00\x07"s;
+  EXPECT_EQ(only->serialize(true), "\xc0\x19\x14" + otherOctets);
+  EXPECT_EQ(only->serialize(false), "");
+  EXPECT_EQ(both->serialize(true), "\xc0\x19\x28" + targetOctets + otherOctets);
+  EXPECT_EQ(both->serialize(false), "\xc0\x19\x14" + targetOctets);
+  EXPECT_EQ(intern({})->serialize(true), "");
+  EXPECT_THAT(many->serialize(true), testing::StartsWith("\xd0\x19\xff\xf0\x00\x02\x20\x01"s));
+  EXPECT_EQ(many->serialize(true).size(), 4 + 65520u);
+  EXPECT_ASSERTION(intern(someContents(3277))->serialize(true), "attrSize <= 0xFFFF");
+}
+
+TEST_F(Ip6ListTest, Texts) {
+  const ExtCommIp6List::PtrConst list = intern({nonTransitive, target});
+  const std::string text =
+      "[ <extCommIp6PktTypeTransIpv6Address extCommIp6PktSubtypeRouteTarget addr=2001:db8::1 localAdmin=100>"
+      " <extCommIp6PktTypeNonTransIpv6Address subtype=2 addr=2001:db8::2 localAdmin=7> ]";
+  EXPECT_EQ(list->toStrep(), text);
+  EXPECT_EQ(list->commsStringForm(), "2001:db8::1:100 2001:db8::2:7 ");
+  std::ostringstream stream;
+  stream << std::hex << std::setfill('*') << std::setw(999) << list.get() << *intern({})
+         << static_cast<const ExtCommIp6List*>(nullptr);
+  EXPECT_EQ(stream.str(), text + "[  ]NULL");
+  Keel::StringDumpContext dumped;
+  lists->dumpState(dumped, 1);
+  EXPECT_THAT(dumped.text(), testing::MatchesRegex(" ExtCommIp6ListDedupTable\n   extCommIp6\n     DedupHashTable .*\n"
+                                                   "   extCommIp6Classification\n     DedupHashTable .*\n"));
+}
+
+// Fails at every allocation in turn, until the list is made. In between it is a builder with what it had.
+TEST_F(Ip6ListTest, RunningOutOfMemoryLeavesABuilder) {
+  const ExtCommIp6List::Ptr list = builder(someContents(200));
+  int failures = 0;
+  for (bool made = false; !made; ++failures) {
+    try {
+      allocationsLeft = failures;
+      made = list->dedup(lists.get()) == list;
+    } catch (const std::bad_alloc&) {
+    }
+    allocationsLeft = -1;
+    EXPECT_EQ(list->everDeduped(), made);
+    EXPECT_EQ(list->totalTransitiveCommunities(), made ? 134u : 0u);
+    EXPECT_EQ(sizes(), made ? (Sizes{200, 1, 3}) : (Sizes{200, 0, 0}));
+  }
+  EXPECT_GT(failures, 10);
+}
+
+TEST_F(Ip6ListTest, SeveralThreadsGetOneList) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([this, contents = someContents(40)] {
+      for (int round = 0; round < 200; ++round) {
+        const auto list = intern(contents);
+        EXPECT_EQ(intern(contents), list);
+        EXPECT_EQ(list->classificationLists().size(), 3u);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(Ip6ListTest, BrokenPreconditionsStopTheProcess) {
+  const ExtCommIp6List::Ptr list = builder({target}), open = builder({target, origin});
+  const ExtCommIp6List::PtrConst interned = list->dedup(lists.get());
+  const char* const neverDeduped =
+      "__null == ( this ) || ( this )->dedupState() == Keel::dedupHandleStateNeverDeduped()";
+  EXPECT_ASSERTION(list->commIs(internOne(origin)), neverDeduped);
+  EXPECT_ASSERTION(list->append(open), neverDeduped);
+  EXPECT_ASSERTION(list->expectedCommunityCountIs(9), neverDeduped);
+  EXPECT_ASSERTION(open->classificationList(extCommClassificationRouteTarget),
+                   "__null == ( this ) || ( this )->dedupState() != Keel::dedupHandleStateNeverDeduped()");
+  EXPECT_ASSERTION(open->comm(target), "commVectorSorted");
+  EXPECT_ASSERTION(open->commIs(ExtCommIp6Is(extCommClassificationColor, target)),
+                   "__null == ( comm ) || ( comm )->dedupState() != Keel::dedupHandleStateNeverDeduped()");
+  const auto part = Tyr::make<ExtCommIp6ClassificationList>(extCommClassificationRouteTarget);
+  EXPECT_ASSERTION(part->dedup(lists.get()), "_classificationList->commVectorSorted()");
+}
+
+}  // namespace
+}  // namespace Routing::Bgp::test
