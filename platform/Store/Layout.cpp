@@ -1,0 +1,137 @@
+#include <bit>
+#include <cstring>
+
+#include "Store/LayoutImpl.h"
+
+namespace Store::detail {
+namespace {
+
+constexpr std::uint64_t multiplier1 = 0x9e3779b97f4a7c15;
+constexpr std::uint64_t multiplier2 = 0xd6e8feb86659fd93;
+
+// Every step is one-to-one in the state and in the word, so damage inside one word is always noticed, other damage but
+// for one case in 2^64. Stored: never change it without another layoutVersion.
+std::uint64_t mixed(std::uint64_t state, std::uint64_t word) {
+  return std::rotl(state ^ (word * multiplier1), 29) * multiplier2;
+}
+
+std::uint64_t checksumOf(std::uint64_t state, Octets octets) {
+  state = mixed(state, octets.size());
+  while (!octets.empty()) {
+    std::uint64_t word = 0;
+    const std::size_t count = octets.size() < sizeof word ? octets.size() : sizeof word;
+    std::memcpy(&word, octets.data(), count);
+    state = mixed(state, word);
+    octets = octets.subspan(count);
+  }
+  return state ^ (state >> 32);
+}
+
+std::uint64_t checksumOf(const Header& header) { return checksumOf(mixed(header.identity, header.anchorBound), {}); }
+
+std::uint64_t checksumOf(const RecordHead& head, Octets payload) {
+  return checksumOf(mixed(head.anchor, (std::uint64_t{head.type} << 32) | head.octets), payload);
+}
+
+std::uint64_t checksumOf(Octets key, Octets value) { return checksumOf(checksumOf(0, key), value); }
+
+template <typename T>
+T plainRead(Octets octets) {
+  T value;
+  std::memcpy(&value, octets.data(), sizeof value);
+  return value;
+}
+
+template <typename Number>
+void appendNumber(std::string& text, Number number) {
+  for (int shift = 8 * (sizeof number - 1); shift >= 0; shift -= 8) text += static_cast<char>(number >> shift);
+}
+
+Bytes joined(Octets head, Octets rest) {
+  Bytes bytes;
+  bytes.reserve(head.size() + rest.size());
+  bytes.insert(bytes.end(), head.begin(), head.end());
+  bytes.insert(bytes.end(), rest.begin(), rest.end());
+  return bytes;
+}
+
+}  // namespace
+
+std::string spaceKey(std::uint32_t space) {
+  std::string key = "k";
+  appendNumber(key, space);
+  return key;
+}
+
+std::string keyKey(std::uint32_t space, Octets key) {
+  return spaceKey(space).append(reinterpret_cast<const char*>(key.data()), key.size());
+}
+
+std::string recordKey(std::uint64_t number) {
+  std::string key = recordPrefix;
+  appendNumber(key, number);
+  return key;
+}
+
+std::uint64_t numberOf(Octets recordKey) {
+  std::uint64_t number = 0;
+  for (const std::uint8_t octet : recordKey.subspan(recordPrefix.size())) number = (number << 8) | octet;
+  return number;
+}
+
+Header headerOf(std::uint64_t identity, std::uint64_t anchorBound) {
+  Header header{identity, anchorBound, 0};
+  header.checksum = checksumOf(header);
+  return header;
+}
+
+Bytes keyValue(const std::string& key, Octets value) {
+  return joined(octetsOf(checksumOf(octetsOf(key), value)), value);
+}
+
+Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload) {
+  RecordHead head{anchor, 0, type, static_cast<std::uint32_t>(payload.size())};
+  head.checksum = checksumOf(head, payload);
+  return joined(octetsOf(head), payload);
+}
+
+std::optional<Header> headerRead(Octets stored) {
+  if (stored.size() != sizeof(Header)) return std::nullopt;
+  const auto header = plainRead<Header>(stored);
+  if (header.checksum != checksumOf(header)) return std::nullopt;
+  return header;
+}
+
+std::optional<Octets> keyValueRead(Octets key, Octets stored) {
+  if (stored.size() < sizeof(std::uint64_t)) return std::nullopt;
+  const Octets value = stored.subspan(sizeof(std::uint64_t));
+  if (plainRead<std::uint64_t>(stored) != checksumOf(key, value)) return std::nullopt;
+  return value;
+}
+
+std::optional<RecordHead> recordHeadRead(Octets stored) {
+  if (stored.size() < sizeof(RecordHead)) return std::nullopt;
+  return plainRead<RecordHead>(stored);
+}
+
+std::optional<Record> recordRead(Octets stored) {
+  const std::optional<RecordHead> head = recordHeadRead(stored);
+  if (!head) return std::nullopt;
+  const Octets payload = stored.subspan(sizeof(RecordHead));
+  if (head->octets != payload.size() || head->checksum != checksumOf(*head, payload)) return std::nullopt;
+  return Record{head->type, payload};
+}
+
+void Changes::headerIs(const Header& header) {
+  const Octets octets = octetsOf(header);
+  entries[headerKey] = Bytes(octets.begin(), octets.end());
+}
+
+// An entry with much in it takes pages of its own; small ones share pages, which may be half empty.
+std::size_t Changes::octets() const {
+  std::size_t sum = 0;
+  for (const auto& [key, value] : entries) sum += 2 * (key.size() + (value ? value->size() : 0)) + 64;
+  return sum;
+}
+
+}  // namespace Store::detail

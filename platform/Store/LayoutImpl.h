@@ -1,0 +1,104 @@
+// How a store lies on disk.
+//
+// The directory:
+//   stamp          32 octets, Stamp below: what tells builds apart before anything else is read. Written once.
+//   data.mdb       the engine's file. One tree; its entries are the header, keys and records below.
+//   data.mdb-lock  the engine's table of readers: who reads which commit.
+//   writer.lock    empty; the writer holds flock() on it.
+//   *.new          left behind by a writer that died while it made the store.
+// A store is made in this order: directory, lock, stamp, data.mdb with its header, the last two under another name and
+// then renamed. So what is half made has no data.mdb, and the next writer makes it anew.
+//
+// Entries, ordered by memcmp of their keys:
+//   'h'                        Header
+//   'k' space(4) key(0-255)    checksum(8), the key's value
+//   'r' number(8)              RecordHead, payload
+// Space and number stand in network order, so that they sort; all else in the host's order, which the stamp names.
+//
+// Anchors. Each record takes the next anchor, from memory. The header holds a bound that no anchor given out ever
+// reached. A writer begins at the stored bound, after it has stored one that is anchorsAhead further, and moves the
+// bound again before it reaches it. So whatever becomes of a batch or of the process, no anchor is given out twice; up
+// to anchorsAhead of them are lost each time. 2^64 of them last.
+//
+// The engine's file is kept at least as long as the map size that its meta pages name: it is made longer before that
+// size is stored. The engine itself does not write every page that it counts, so only this makes a file that was cut
+// short tell itself from a good one.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Store/Record.h"
+
+namespace Store::detail {
+
+inline constexpr std::uint32_t layoutVersion = 1;
+inline constexpr std::uint32_t octetOrderMark = 0x01020304;
+inline constexpr std::uint64_t anchorsAhead = std::uint64_t{1} << 20;
+
+struct Stamp {
+  std::array<char, 8> magic = {'V', 'e', 'l', 'S', 't', 'o', 'r', 'e'};
+  std::uint32_t octetOrder = octetOrderMark;
+  std::uint32_t version = layoutVersion;
+  std::uint32_t wordOctets = sizeof(std::size_t);
+  std::uint32_t unused = 0;
+  std::uint64_t identity = 0;
+};
+static_assert(sizeof(Stamp) == 32);
+
+struct Header {
+  std::uint64_t identity;
+  std::uint64_t anchorBound;
+  std::uint64_t checksum;
+};
+static_assert(sizeof(Header) == 24);
+
+struct RecordHead {
+  std::uint64_t anchor;
+  std::uint64_t checksum;  // over all else
+  std::uint32_t type;
+  std::uint32_t octets;
+};
+static_assert(sizeof(RecordHead) == 24);
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline Octets octetsOf(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+template <typename T>
+Octets octetsOf(const T& plain) {
+  static_assert(std::is_trivially_copyable_v<T>);
+  return {reinterpret_cast<const std::uint8_t*>(&plain), sizeof(T)};
+}
+
+inline const std::string headerKey = "h";
+std::string spaceKey(std::uint32_t space);
+std::string keyKey(std::uint32_t space, Octets key);
+inline const std::string recordPrefix = "r";
+std::string recordKey(std::uint64_t number);
+std::uint64_t numberOf(Octets recordKey);
+
+Header headerOf(std::uint64_t identity, std::uint64_t anchorBound);
+Bytes keyValue(const std::string& key, Octets value);
+Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload);
+
+// What the stored octets hold; nothing if they are damaged.
+std::optional<Header> headerRead(Octets stored);
+std::optional<Octets> keyValueRead(Octets key, Octets stored);
+std::optional<RecordHead> recordHeadRead(Octets stored);
+std::optional<Record> recordRead(Octets stored);
+
+// The changes of a batch: by entry, the new octets or that it goes, after all else has been dropped if `clear`.
+struct Changes {
+  bool clear = false;
+  std::map<std::string, std::optional<Bytes>> entries;
+  void headerIs(const Header& header);
+  std::size_t octets() const;  // about what they take in the file
+};
+
+}  // namespace Store::detail

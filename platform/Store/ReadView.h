@@ -1,0 +1,61 @@
+// ReadView: one commit of a store, whole and unchanging, whatever the writer does meanwhile.
+//
+// A view is short-lived or refreshed now and then: the octets that it shows are not used again while it shows them, so
+// a view that stays makes the store's file grow with every commit. A store has room for 1,024 views, those of all
+// processes together; making one takes a lock for a moment, reading and refreshing take none.
+//
+// Ownership: made by StoreManager, which it may outlive. What translate(), key() and the loops give points into the
+// store's file and is valid until the view, or the one that it was moved to, is refreshed or gone.
+// Threads: one view is used by one thread at a time, by any; different views from different threads.
+// Errors: StoreException and its family. After a refresh() that threw, the view has ended: everything but refresh() and
+// destruction throws.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "Store/Record.h"
+#include "Store/StoreException.h"
+#include "Tyr/Export.h"
+
+namespace Store {
+
+namespace detail {
+class Environment;
+class Snapshot;
+}  // namespace detail
+
+class VELBGP_EXPORT ReadView {
+ public:
+  ReadView(ReadView&&) noexcept;
+  ReadView& operator=(ReadView&&) noexcept;
+  ~ReadView();
+
+  // The number of the commit that is shown; later commits have larger numbers.
+  std::uint64_t commits() const noexcept;
+  // Shows the newest commit from now on; whether that is another than before. Not from inside a loop over the view.
+  bool refresh();
+
+  // Throws StaleReferenceException before anything of a record is read, DamagedRecordException after its checksum is.
+  Record translate(Reference reference) const;
+  // The same for a reference that lies somewhere in memory, at any address. NullArgumentException without one.
+  Record translate(const void* stashed) const;
+
+  // Nothing when there is no such key.
+  std::optional<Octets> key(std::uint32_t space, Octets key) const;
+  // Ascending, by octets; a key comes before those that it begins.
+  void forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit) const;
+  // Ascending by number.
+  void forEachRecord(const std::function<void(Reference, Record)>& visit) const;
+
+ private:
+  friend class StoreManager;
+  friend class WriteBatch;
+  explicit ReadView(std::shared_ptr<detail::Environment> environment);
+
+  std::unique_ptr<detail::Snapshot> snapshot_;
+};
+
+}  // namespace Store

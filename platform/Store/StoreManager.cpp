@@ -1,0 +1,139 @@
+#include "Store/StoreManager.h"
+
+#include <filesystem>
+#include <random>
+#include <system_error>
+#include <unordered_map>
+
+#include "Store/EnvironmentImpl.h"
+#include "Store/FilesImpl.h"
+#include "Store/WriterImpl.h"
+
+namespace Store {
+namespace detail {
+
+class Services {
+ public:
+  std::unordered_map<std::type_index, const void*> byType;
+};
+
+namespace {
+
+constexpr std::uint64_t commitsBetweenReaderChecks = 64;
+
+std::uint64_t randomWord() {
+  std::random_device source;
+  return (std::uint64_t{source()} << 32) | source();
+}
+
+// The path goes on to name the store when the process changes its directory.
+std::string absolute(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path whole = std::filesystem::absolute(path, error);
+  return error ? path : whole.string();
+}
+
+void storeMade(const std::string& path, const Options& options) {
+  const std::uint64_t identity = randomWord();
+  stampWritten(path, identity, options);
+  Environment::made(path, headerOf(identity, randomWord()), options);
+}
+
+Header headerChecked(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
+  const std::string& path = snapshot.environment().path();
+  const std::optional<Octets> stored = snapshot.entry(headerKey);
+  const std::optional<Header> header = stored ? headerRead(*stored) : std::nullopt;
+  if (!header) throw StoreFormatException(problem(path, "its header is missing or damaged", "the header of a store"));
+  if (header->identity != stampedIdentity) {
+    throw StoreFormatException(problem(path, "stamp and data.mdb are of two stores", "files of one store"));
+  }
+  return *header;
+}
+
+}  // namespace
+}  // namespace detail
+
+std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& name, const Options& options) {
+  const std::string path = detail::absolute(name);
+  detail::directoryMade(path, options.mode);
+  auto writer = std::make_unique<detail::Writer>(detail::writerLocked(path));
+  if (!detail::storeThere(path)) detail::storeMade(path, options);
+  const std::uint64_t identity = detail::stampRead(path);
+  auto environment = detail::Environment::open(path, &options);
+  std::unique_ptr<StoreManager> manager(new StoreManager(std::move(environment), identity, std::move(writer)));
+  manager->environment_->readersChecked();
+  manager->anchorsReserved();
+  manager->refresh();
+  manager->writer_->numbers.next = manager->view_.snapshot_->lastNumber() + 1;
+  return manager;
+}
+
+std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& name) {
+  const std::string path = detail::absolute(name);
+  detail::requireDirectory(path);
+  if (!detail::storeThere(path)) {
+    throw StoreAbsentException(detail::problem(path, "no store there yet", "a store that its writer has made"));
+  }
+  const std::uint64_t identity = detail::stampRead(path);
+  auto environment = detail::Environment::open(path, nullptr);
+  return std::unique_ptr<StoreManager>(new StoreManager(std::move(environment), identity, nullptr));
+}
+
+StoreManager::StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity,
+                           std::unique_ptr<detail::Writer> writer)
+    : services_(std::make_unique<detail::Services>()),
+      writer_(std::move(writer)),
+      environment_(std::move(environment)),
+      view_(environment_),
+      identity_(stampedIdentity) {
+  const detail::Header header = detail::headerChecked(*view_.snapshot_, stampedIdentity);
+  if (writer_ != nullptr) writer_->nextAnchor = writer_->anchorBound = header.anchorBound;
+}
+
+StoreManager::~StoreManager() = default;
+
+const std::string& StoreManager::path() const noexcept { return environment_->path(); }
+std::uint64_t StoreManager::newestCommit() const { return environment_->newestCommit(); }
+
+void StoreManager::serviceIs(std::type_index type, const void* service) {
+  if (service == nullptr) {
+    services_->byType.erase(type);
+  } else {
+    services_->byType[type] = service;
+  }
+}
+
+const void* StoreManager::service(std::type_index type) const noexcept {
+  const auto found = services_->byType.find(type);
+  return found == services_->byType.end() ? nullptr : found->second;
+}
+
+// Stored before any of them is given out. The view stays where it is: this happens in the middle of batches.
+void StoreManager::anchorsReserved() {
+  const std::uint64_t bound = writer_->anchorBound + detail::anchorsAhead;
+  detail::Changes changes;
+  changes.headerIs(detail::headerOf(identity_, bound));
+  environment_->fileChecked();
+  environment_->changesMade(changes);
+  writer_->anchorBound = bound;
+}
+
+std::uint64_t StoreManager::anchorTaken() {
+  if (writer_->nextAnchor == writer_->anchorBound) anchorsReserved();
+  return writer_->nextAnchor++;
+}
+
+// The commit stands whatever becomes of the view: one that cannot follow has ended, and says so when it is used.
+void StoreManager::changesMade(detail::Changes& changes) {
+  if (changes.clear) changes.headerIs(detail::headerOf(identity_, writer_->anchorBound));
+  environment_->fileChecked();
+  environment_->changesMade(changes);
+  try {
+    view_.refresh();
+  } catch (const std::exception&) {
+    view_.snapshot_->end();
+  }
+  if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->readersChecked();
+}
+
+}  // namespace Store

@@ -1,0 +1,134 @@
+// StoreManager: a store on disk that one process writes and any number of processes read, each at its own pace.
+//
+// A store is a directory; it holds records and keys (Store/Record.h). The writer changes it in batches
+// (Store/WriteBatch.h), a reader sees one commit at a time (Store/ReadView.h). Nobody waits for anybody: readers take
+// no lock to read, and a commit leaves alone what any view still shows.
+//
+//   Writing   const auto store = StoreManager::openForWriting("/run/bgp/store");
+//             WriteBatch batch(*store);  const Reference list = batch.recordIs(1, octets);  batch.commit();
+//   Reading   const auto store = StoreManager::openForReading("/run/bgp/store");
+//             const Record record = store->translate(list);
+//             if (store->newestCommit() != store->commits()) store->refresh();   // the writer went on
+//
+// The manager of a reader holds one current view, moved on by refresh(); that of the writer holds one that moves on
+// with each commit of its own. What they translate is valid until then.
+//
+// One writer: the second is refused when it opens (StoreBusyException). The kernel lets go of the lock when the process
+// dies in any way. Within one process several managers may have one store open and share what the engine needs; only,
+// who writes must open first, for a process that began by reading cannot write.
+//
+// Durability: with Durability::processCrash a commit survives any death of the writer, kill -9 included, as soon as
+// commit() has returned; with systemCrash it survives a failure of the machine too, at the price of waiting for the
+// disk at each commit. A store of processCrash that was open for writing when the machine failed must be removed: its
+// pages may have reached the disk in any order, and nobody can tell.
+//
+// Room: the file grows by itself, and readers follow by themselves. It never shrinks; freed room is used again. It is
+// sparse: its size is the room mapped, not what it takes on the disk.
+//
+// Rights: a reader must be able to read the directory and its files and to write `data.mdb-lock`, where it notes which
+// commit it reads. So readers are trusted not to harm that file. Local file systems only.
+//
+// What damage can do: files that are missing, cut short, of something else or of another build are refused when opening
+// and, as far as one look at the file shows it, at each refresh() and newestCommit(). A changed octet of a record or
+// value is found by its checksum when it is read. Not caught: a file that is cut short between two such looks (the
+// process gets SIGBUS), and damage inside the engine's own pages, which have no checksums: reading may then fail with
+// StoreException, miss entries, or be stopped by an assertion of the engine or a signal. Nobody writes there but the
+// engine; damage comes only from other programs or a failing disk.
+//
+// Types: Durability, Options, StoreManager.
+// Ownership: the caller owns the manager; views may outlive it, batches must not.
+// Threads: a manager and its batch are used by one thread at a time; different managers from different threads, also
+// those of one store. fork(): not supported. In a child, the parent's managers may only be destroyed; commit(),
+// refresh() and newestCommit() throw.
+// Errors: StoreException and its family (Store/StoreException.h).
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <typeindex>
+
+#include "Store/ReadView.h"
+#include "Store/Record.h"
+#include "Tyr/Export.h"
+
+namespace Store {
+
+namespace detail {
+struct Changes;
+struct Numbers;
+struct Writer;
+class Services;
+}  // namespace detail
+
+enum class Durability { processCrash, systemCrash };
+
+struct Options {
+  Durability durability = Durability::processCrash;
+  // Room mapped when a store is made, at least 64 KiB; one that exists keeps its own.
+  std::size_t initialMapOctets = std::size_t{16} << 20;
+  // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
+  mode_t mode = 0660;
+};
+
+class VELBGP_EXPORT StoreManager {
+ public:
+  // Makes the store if the directory is absent, in a parent that exists, or empty. Opening makes a commit of its own.
+  static std::unique_ptr<StoreManager> openForWriting(const std::string& path, const Options& options = {});
+  static std::unique_ptr<StoreManager> openForReading(const std::string& path);
+  StoreManager(const StoreManager&) = delete;
+  StoreManager& operator=(const StoreManager&) = delete;
+  ~StoreManager();
+
+  // Absolute.
+  const std::string& path() const noexcept;
+  bool writable() const noexcept { return writer_ != nullptr; }
+  // 64 random bits, drawn when the store was made.
+  std::uint64_t identity() const noexcept { return identity_; }
+
+  // The current view, and its operations.
+  const ReadView& view() const noexcept { return view_; }
+  std::uint64_t commits() const noexcept { return view_.commits(); }
+  bool refresh() { return view_.refresh(); }
+  Record translate(Reference reference) const { return view_.translate(reference); }
+  Record translate(const void* stashed) const { return view_.translate(stashed); }
+  std::optional<Octets> key(std::uint32_t space, Octets key) const { return view_.key(space, key); }
+
+  // The number of the store's newest commit, without moving the view on: two system calls, no lock.
+  std::uint64_t newestCommit() const;
+  // Another view, of the newest commit, independent of the manager's.
+  ReadView readView() const { return ReadView(environment_); }
+
+  // What upper layers hang on the manager: one object of each type T, theirs to keep and to take away (nullptr) before
+  // it goes. service() is null when there is none.
+  template <typename T>
+  void serviceIs(const T* service) {
+    serviceIs(typeid(T), service);
+  }
+  template <typename T>
+  const T* service() const noexcept {
+    return static_cast<const T*>(service(typeid(T)));
+  }
+
+ private:
+  friend class WriteBatch;
+  StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity,
+               std::unique_ptr<detail::Writer> writer);
+  void serviceIs(std::type_index type, const void* service);
+  const void* service(std::type_index type) const noexcept;
+  void anchorsReserved();
+  std::uint64_t anchorTaken();
+  void changesMade(detail::Changes& changes);
+
+  std::unique_ptr<detail::Services> services_;
+  std::unique_ptr<detail::Writer> writer_;  // null in a reader
+  std::shared_ptr<detail::Environment> environment_;
+  ReadView view_;
+  std::uint64_t identity_ = 0;
+};
+
+}  // namespace Store

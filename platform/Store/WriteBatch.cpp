@@ -1,0 +1,108 @@
+#include "Store/WriteBatch.h"
+
+#include "Store/EnvironmentImpl.h"
+#include "Store/FilesImpl.h"
+#include "Store/WriterImpl.h"
+#include "Tyr/Assert.h"
+
+namespace Store {
+namespace {
+
+void requireFits(const StoreManager& manager, const char* what, std::size_t octets, std::size_t limit) {
+  if (octets <= limit) return;
+  throw StoreException(detail::problem(manager.path(), std::string(what) + " of " + std::to_string(octets) + " octets",
+                                       "at most " + std::to_string(limit)));
+}
+
+}  // namespace
+
+WriteBatch::WriteBatch(StoreManager& manager) : manager_(manager), changes_(std::make_unique<detail::Changes>()) {
+  TYR_ASSERT(manager.writable());
+  TYR_ASSERT_TEXT(!manager.writer_->batchOpen, "one batch at a time");
+  manager.writer_->batchOpen = true;
+}
+
+WriteBatch::~WriteBatch() {
+  if (changes_ != nullptr) rollBack();
+}
+
+void WriteBatch::rollBack() noexcept {
+  manager_.writer_->numbers.freed(taken_);
+  changes_.reset();
+  manager_.writer_->batchOpen = false;
+}
+
+std::uint64_t WriteBatch::numberTaken() {
+  if (fresh_ != nullptr) return fresh_->taken();
+  taken_.push_back(0);
+  return taken_.back() = manager_.writer_->numbers.taken();
+}
+
+Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
+  TYR_ASSERT(changes_ != nullptr);
+  requireFits(manager_, "a record", payload.size(), maxRecordOctets);
+  const std::uint64_t anchor = manager_.anchorTaken();
+  detail::Bytes value = detail::recordValue(type, anchor, payload);
+  const std::uint64_t number = numberTaken();
+  changes_->entries[detail::recordKey(number)] = std::move(value);
+  return {number, anchor};
+}
+
+// What the batch has for the number decides, then, unless all that was there before goes, the last commit.
+bool WriteBatch::names(Reference reference) const {
+  const auto found = changes_->entries.find(detail::recordKey(reference.number));
+  if (found == changes_->entries.end()) {
+    if (!changes_->clear) manager_.view_.snapshot_->checked(reference);
+    return !changes_->clear;
+  }
+  return found->second && detail::recordHeadRead(*found->second)->anchor == reference.anchor;
+}
+
+void WriteBatch::recordDel(Reference reference) {
+  TYR_ASSERT(changes_ != nullptr);
+  if (!names(reference)) {
+    throw StaleReferenceException(
+        detail::problem(manager_.path(), "record " + std::to_string(reference.number) + " is stale in this batch",
+                        "a record that was not removed"));
+  }
+  freed_.push_back(reference.number);
+  changes_->entries[detail::recordKey(reference.number)] = std::nullopt;
+}
+
+void WriteBatch::keyIs(std::uint32_t space, Octets key, Octets value) {
+  TYR_ASSERT(changes_ != nullptr);
+  requireFits(manager_, "a key", key.size(), maxKeyOctets);
+  requireFits(manager_, "a value", value.size(), maxRecordOctets);
+  const std::string name = detail::keyKey(space, key);
+  changes_->entries[name] = detail::keyValue(name, value);
+}
+
+void WriteBatch::keyDel(std::uint32_t space, Octets key) {
+  TYR_ASSERT(changes_ != nullptr);
+  if (key.size() <= maxKeyOctets) changes_->entries[detail::keyKey(space, key)] = std::nullopt;
+}
+
+void WriteBatch::clear() {
+  TYR_ASSERT(changes_ != nullptr);
+  fresh_ = std::make_unique<detail::Numbers>();
+  freed_.clear();
+  changes_->entries.clear();
+  changes_->clear = true;
+}
+
+void WriteBatch::commit() {
+  TYR_ASSERT(changes_ != nullptr);
+  try {
+    if (changes_->clear || !changes_->entries.empty()) manager_.changesMade(*changes_);
+  } catch (...) {
+    rollBack();
+    throw;
+  }
+  detail::Numbers& numbers = manager_.writer_->numbers;
+  if (fresh_ != nullptr) numbers = std::move(*fresh_);
+  numbers.freed(freed_);
+  changes_.reset();
+  manager_.writer_->batchOpen = false;
+}
+
+}  // namespace Store

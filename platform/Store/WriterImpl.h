@@ -1,0 +1,44 @@
+// What a manager that writes keeps in memory.
+#pragma once
+
+#include <cstdint>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "Store/FilesImpl.h"
+
+namespace Store::detail {
+
+// Record numbers that are free: the last one freed is the first one taken, then the next that never was. What was freed
+// before the store was opened is not known here, and is not used again until clear().
+struct Numbers {
+  std::uint64_t next = 1;
+  std::vector<std::uint64_t> free;
+
+  std::uint64_t taken() {
+    if (free.empty()) return next++;
+    const std::uint64_t number = free.back();
+    free.pop_back();
+    return number;
+  }
+  void freed(const std::vector<std::uint64_t>& numbers) noexcept {
+    try {
+      free.insert(free.end(), numbers.begin(), numbers.end());
+    } catch (const std::bad_alloc&) {  // then they are not used again in this run
+    }
+  }
+};
+
+struct Writer {
+  explicit Writer(Descriptor writerLock) : lock(std::move(writerLock)) {}
+
+  Descriptor lock;
+  Numbers numbers;
+  std::uint64_t nextAnchor = 0;
+  std::uint64_t anchorBound = 0;  // the one stored
+  std::uint64_t commits = 0;      // of this run
+  bool batchOpen = false;
+};
+
+}  // namespace Store::detail

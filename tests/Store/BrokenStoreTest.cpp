@@ -1,0 +1,175 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "Store/Stores.h"
+
+namespace Store::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+void overwritten(const std::string& file, std::streamoff at, const std::string& octets) {
+  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+  stream.seekp(at);
+  stream << octets;
+}
+
+std::string contents(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// Changes one octet of what the file has of `octets`, once.
+void damaged(const std::string& file, const std::string& octets) {
+  const std::size_t at = contents(file).find(octets);
+  ASSERT_NE(at, std::string::npos);
+  overwritten(file, static_cast<std::streamoff>(at), std::string(1, static_cast<char>(octets[0] ^ 1)));
+}
+
+class BrokenStoreTest : public StoreTest {
+ protected:
+  BrokenStoreTest() { made(path_); }
+
+  void made(const std::string& path) {
+    const auto store = StoreManager::openForWriting(path);
+    WriteBatch batch(*store);
+    batch.recordIs(1, octets("some record"));
+    batch.commit();
+  }
+
+  // Neither readers nor writers open it, and both say why.
+  template <typename Failure>
+  void expectRefused(const std::string& words, const std::string& path) {
+    const auto says = AllOf(HasSubstr("store " + path + ": "), HasSubstr(words), HasSubstr("; expected "));
+    EXPECT_THAT(failure<Failure>([&] { StoreManager::openForReading(path); }), says);
+    EXPECT_THAT(failure<Failure>([&] { StoreManager::openForWriting(path); }), says);
+  }
+};
+
+TEST_F(BrokenStoreTest, IsRefusedWithItsReason) {
+  const std::string data = path_ + "/data.mdb";
+  const std::string stamp = path_ + "/stamp";
+  made(path_ + "2");
+  using Breaking = std::function<void()>;
+  const std::pair<const char*, Breaking> rows[] = {
+      {"data.mdb has size 0", [&] { std::filesystem::resize_file(data, 0); }},
+      {"data.mdb is cut short", [&] { std::filesystem::resize_file(data, 100); }},
+      {"data.mdb is cut short", [&] { std::filesystem::resize_file(data, 5000); }},
+      {"data.mdb is cut short: ", [&] { std::filesystem::resize_file(data, (16 << 20) - 1); }},
+      {"data.mdb is not a store's file", [&] { overwritten(data, 0, std::string(8192, 'x')); }},
+      {"data.mdb has pages of 1000 octets",
+       [&] {
+         overwritten(data, 40, {'\xe8', 3, 0, 0});
+       }},
+      {"a meta page contradicts itself", [&] { overwritten(data, 32, std::string(8, '\xff')); }},
+      {"data.mdb is no file",
+       [&] {
+         std::filesystem::remove(data);
+         std::filesystem::create_directory(data);
+       }},
+      {"stamp is empty", [&] { std::filesystem::resize_file(stamp, 0); }},
+      {"stamp is cut short", [&] { std::filesystem::resize_file(stamp, 31); }},
+      {"stamp is not a store's stamp", [&] { overwritten(stamp, 0, "v"); }},
+      {"another octet order",
+       [&] {
+         overwritten(stamp, 8, {1, 2, 3, 4});
+       }},
+      {"another layout version: 2; expected layout version 1", [&] { overwritten(stamp, 12, {2}); }},
+      {"another word size: 4; expected word size 8", [&] { overwritten(stamp, 16, {4}); }},
+      {"stamp and data.mdb are of two stores", [&] { overwritten(stamp, 24, contents(path_ + "2/stamp").substr(24)); }},
+      {"it has no stamp", [&] { std::filesystem::remove(stamp); }},
+  };
+  for (const auto& [words, breaking] : rows) {
+    SCOPED_TRACE(words);
+    std::filesystem::remove_all(path_);
+    made(path_);
+    breaking();
+    expectRefused<StoreFormatException>(words, path_);
+  }
+}
+
+TEST_F(BrokenStoreTest, WhatIsNoStoreIsRefused) {
+  const std::string file = folder_ / "file";
+  std::ofstream(file) << "text";
+  expectRefused<StoreFormatException>("not a directory", file);
+  expectRefused<StoreFormatException>("not a store: it has no data.mdb but " + file, folder_);
+  expectRefused<StoreException>("Not a directory", file + "/store");
+
+  const std::string absent = folder_ / "absent/store";
+  const auto reading = [](const std::string& path) { return [path] { StoreManager::openForReading(path); }; };
+  EXPECT_THAT(failure<StoreAbsentException>(reading(absent)), HasSubstr("no store there: No such file or directory"));
+  EXPECT_THAT(failure<StoreException>([&] { StoreManager::openForWriting(absent); }), HasSubstr("a parent directory"));
+  // Half made: a reader sees none, a writer goes on.
+  std::filesystem::remove(data());
+  std::ofstream(data().string() + ".new") << "half";
+  EXPECT_THAT(failure<StoreAbsentException>(reading(path_)), HasSubstr("no store there yet"));
+  made(path_);
+  EXPECT_NO_THROW(StoreManager::openForReading(path_));
+}
+
+TEST_F(BrokenStoreTest, IsNoticedWhileItIsOpen) {
+  for (const bool cut : {true, false}) {
+    std::filesystem::remove_all(path_);
+    const auto writer = StoreManager::openForWriting(path_);
+    const auto reader = StoreManager::openForReading(path_);
+    if (cut) {
+      std::filesystem::resize_file(data(), 0);
+    } else {
+      std::filesystem::rename(path_, path_ + ".old");
+      Process([&] { made(path_); }).ended();
+    }
+    const char* words = cut ? "was cut short" : "was replaced";
+    EXPECT_THAT(failure<StoreFormatException>([&] { (void)reader->newestCommit(); }), HasSubstr(words));
+    EXPECT_THAT(failure<StoreFormatException>([&] { reader->refresh(); }), HasSubstr(words));
+    EXPECT_THAT(failure<StoreException>([&] { (void)reader->key(1, {}); }), HasSubstr("the view has ended"));
+    WriteBatch batch(*writer);
+    batch.keyIs(1, {}, {});
+    EXPECT_THAT(failure<StoreFormatException>([&] { batch.commit(); }), HasSubstr(words));
+  }
+}
+
+TEST_F(BrokenStoreTest, DamagedRecordsAndValuesAreNoticed) {
+  for (const std::size_t size : {12u, 100000u}) {
+    const std::string record = "record" + std::string(size, 'r');
+    const std::string value = "value" + std::string(size, 'v');
+    const auto store = StoreManager::openForWriting(path_);
+    WriteBatch batch(*store);
+    batch.clear();
+    const Reference damagedOne = batch.recordIs(1, octets(record));
+    const Reference good = batch.recordIs(1, octets("good"));
+    batch.keyIs(1, octets("key"), octets(value));
+    batch.commit();
+    damaged(data(), record);
+    damaged(data(), value);
+    EXPECT_THAT(failure<DamagedRecordException>([&] { (void)store->translate(damagedOne); }),
+                HasSubstr("store " + path_ + ": record 1 of anchor "));
+    EXPECT_THROW((void)store->key(1, octets("key")), DamagedRecordException);
+    EXPECT_THROW(store->view().forEachKey(1, [](Octets, Octets) {}), DamagedRecordException);
+    EXPECT_EQ(text(store->translate(good).payload), "good");
+    WriteBatch mending(*store);
+    mending.recordDel(damagedOne);
+    mending.commit();
+    EXPECT_THROW((void)store->translate(damagedOne), StaleReferenceException);
+  }
+}
+
+TEST_F(BrokenStoreTest, RightsAreMissing) {
+  std::filesystem::permissions(folder_, std::filesystem::perms(0755));
+  for (const char* file : {"", "/stamp", "/data.mdb"}) {
+    chmod(path_.c_str(), 0777);
+    chmod((path_ + file).c_str(), 0);
+    EXPECT_EQ(Process([&] {
+                if (getuid() == 0 && setuid(65534) != 0) std::abort();
+                expectRefused<StoreException>("Permission denied", path_);
+              }).ended(),
+              0)
+        << file;
+    chmod((path_ + file).c_str(), 0777);
+  }
+}
+
+}  // namespace
+}  // namespace Store::test

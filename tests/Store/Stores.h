@@ -1,0 +1,92 @@
+// What the tests of stores share: a folder of their own, plain octets, and other processes.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <new>
+#include <string>
+
+#include "Store/StoreManager.h"
+#include "Store/WriteBatch.h"
+
+namespace Store::test {
+
+inline Octets octets(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+inline std::string text(Octets octets) { return {octets.begin(), octets.end()}; }
+
+class StoreTest : public testing::Test {
+ protected:
+  StoreTest() {
+    std::string pattern = testing::TempDir() + "storeXXXXXX";
+    folder_ = mkdtemp(pattern.data());
+    path_ = folder_ / "store";
+  }
+  ~StoreTest() override { std::filesystem::remove_all(folder_); }
+
+  std::filesystem::path data() const { return path_ + "/data.mdb"; }
+
+  std::filesystem::path folder_;
+  std::string path_;
+};
+
+// A child process, made while this one has no store open. It ends with its body: status 0, or 1 after a failure.
+class Process {
+ public:
+  explicit Process(const std::function<void()>& body) : id_(fork()) {
+    if (id_ != 0) return;
+    EXPECT_NO_THROW(body());
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  void kill() const { ::kill(id_, SIGKILL); }
+  // The exit status, or minus the signal that ended it.
+  int ended() const {
+    int status = 0;
+    waitpid(id_, &status, 0);
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+  }
+
+ private:
+  pid_t id_;
+};
+
+// A number that processes share, to say how far they are.
+class Steps {
+ public:
+  Steps() : done_(*new (shared()) std::atomic<std::uint64_t>(0)) {}
+  void done(std::uint64_t step) { done_ = step; }
+  std::uint64_t done() const { return done_; }
+  void await(std::uint64_t step) const {
+    while (done_ < step) usleep(500);
+  }
+
+ private:
+  static void* shared() { return mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0); }
+  std::atomic<std::uint64_t>& done_;
+};
+
+// The text of the exception that the body throws.
+template <typename Failure>
+std::string failure(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const Failure& error) {
+    return error.what();
+  } catch (const std::exception& error) {
+    return std::string("of another class: ") + error.what();
+  }
+  return "nothing was thrown";
+}
+
+}  // namespace Store::test
