@@ -2,37 +2,12 @@
 
 #include <algorithm>
 
-#include "tools/velbgp/ExtendedKind.h"
+#include "tools/velbgp/ExtendedKinds.h"
+#include "tools/velbgp/PlainKinds.h"
 
 namespace VelBgpTool {
 
 namespace {
-
-constexpr std::string_view digits = "0123456789";
-
-// Groups of digits with exactly this many colons between them; the first group may have a dot inside.
-bool isNumbers(std::string_view text, int colons, bool asdot) {
-  for (;; --colons, asdot = false) {
-    std::string_view group = text.substr(0, text.find(':'));
-    const bool last = group.size() == text.size();
-    text.remove_prefix(std::min(group.size() + 1, text.size()));
-    if (const std::size_t dot = group.find('.'); asdot && dot != std::string_view::npos && dot != 0) {
-      group.remove_prefix(dot + 1);
-    }
-    if (group.empty() || group.find_first_not_of(digits) != std::string_view::npos) return false;
-    if (last) return colons == 0;
-  }
-}
-
-bool isLargeText(std::string_view text) { return isNumbers(text, 2, true); }
-
-bool isWellKnownName(std::string_view text) {
-  constexpr std::string_view names[] = {"internet",  "GSHUT",        "llgr-stale", "no-llgr",
-                                        "no-export", "no-advertise", "local-as"};
-  return std::find(std::begin(names), std::end(names), text) != std::end(names);
-}
-
-bool isStandardText(std::string_view text) { return isNumbers(text, 1, false) || isWellKnownName(text); }
 
 // The value of a hex digit, or 16.
 unsigned hexDigit(char c) {
@@ -53,32 +28,39 @@ TypedValue hexTyped(std::size_t kind, std::string_view hex) {
   return value;
 }
 
-// "0x and 16 hex digits (extended)", for all kinds that are supported.
+// "0x and 16 hex digits (extended)" and so on, for all kinds.
 std::string accepted() {
   std::string text;
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (!Kinds::supported(kind)) continue;
-    text += text.empty() ? "expected " : ", or ";
-    text += "0x and " + std::to_string(2 * kindRows[kind].octets) + " hex digits (" + kindRows[kind].name + ")";
+  for (const KindRow& row : kindRows) {
+    text += text.empty() ? "expected " : "; ";
+    if (row.form != nullptr) text += std::string(row.form) + ", ";
+    text += "0x and " + std::to_string(2 * row.octets) + " hex digits (" + row.name + ")";
   }
   return text;
 }
 
-std::size_t kindOfText(std::string_view text) {
-  const bool hex = isHex(text);
-  const auto row = std::find_if(kindRows.begin(), kindRows.end(), [&](const KindRow& candidate) {
-    return hex ? candidate.hasHexForm(text.size() - 2) : candidate.typed != nullptr && candidate.typed(text);
-  });
-  return static_cast<std::size_t>(row - kindRows.begin());
+std::optional<TypedValue> readHex(std::string_view text) {
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    if (kindRows[kind].hasHexForm(text.size() - 2)) return hexTyped(kind, text.substr(2));
+  }
+  return std::nullopt;
+}
+
+std::optional<TypedValue> readForm(std::string_view text) {
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    TypedValue value{kind, {}};
+    if (kindRows[kind].read != nullptr && kindRows[kind].read(text, value.octets.data())) return value;
+  }
+  return std::nullopt;
 }
 
 }  // namespace
 
 constinit const std::array<KindRow, kindCount> kindRows = {{
-    {"extended", "EXTENDED COMMUNITIES", 16, 8, nullptr, makeExtendedKind},
-    {"extendedIp6", "IPV6 ADDRESS SPECIFIC EXTENDED COMMUNITY", 25, 20, nullptr, nullptr},
-    {"large", "LARGE_COMMUNITY", 32, 12, isLargeText, nullptr},
-    {"standard", "COMMUNITIES", 8, 4, isStandardText, nullptr},
+    {"extended", "EXTENDED COMMUNITIES", 16, 8, nullptr, nullptr, makeExtendedKind},
+    {"extendedIp6", "IPV6 ADDRESS SPECIFIC EXTENDED COMMUNITY", 25, 20, nullptr, nullptr, makeExtendedIp6Kind},
+    {"large", "LARGE_COMMUNITY", 32, 12, "A:B:C", readLarge, makeLargeKind},
+    {"standard", "COMMUNITIES", 8, 4, "A:B, a well-known name", readStandard, makeStandardKind},
 }};
 
 std::size_t kindOfAttribute(std::uint8_t code) {
@@ -87,14 +69,9 @@ std::size_t kindOfAttribute(std::uint8_t code) {
 }
 
 std::optional<TypedValue> parseValue(std::string_view text, std::string& problem) {
-  const std::size_t kind = text.empty() ? kindCount : kindOfText(text);
-  if (kind < kindCount && Kinds::supported(kind)) return hexTyped(kind, text.substr(2));
-  const bool known = kind < kindCount;
-  problem = quote(text) +
-            (known ? ": communities of the kind " + std::string(kindRows[kind].name) + " are not supported yet, "
-                   : " is no community, ");
-  problem += accepted();
-  return std::nullopt;
+  const auto value = isHex(text) ? readHex(text) : readForm(text);
+  if (!value) problem = quote(text) + " is no community, " + accepted();
+  return value;
 }
 
 }  // namespace VelBgpTool

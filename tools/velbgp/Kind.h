@@ -46,7 +46,7 @@ class Kind {
   // The answer is remembered for a list: ask with one expression only.
   virtual bool matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
   // Kinds without a text to match leave `match` out.
-  virtual bool matchable() const { return true; }
+  virtual bool matchable() const = 0;
 
   // What interning keeps now.
   virtual std::size_t distinctLists() const = 0;
@@ -55,7 +55,7 @@ class Kind {
   virtual std::vector<Use> topLists(std::size_t count) const = 0;
   virtual std::vector<Use> topCommunities(std::size_t count) const = 0;
   // Adds the received communities by classification to the counts. Kinds without classification add nothing.
-  virtual void classify(std::map<unsigned, std::uint64_t>& counts) const { (void)counts; }
+  virtual void classify(std::map<unsigned, std::uint64_t>& counts) const = 0;
 };
 
 struct KindRow {
@@ -64,9 +64,9 @@ struct KindRow {
   std::uint8_t attribute;  // path attribute code
   std::uint8_t octets;     // of one value on the wire
   bool hasHexForm(std::size_t digits) const { return digits == 2U * octets; }
-  // Whether the text has the shape of this kind's form for people (null: it has none).
-  bool (*typed)(std::string_view text);
-  // Null: communities of this kind are recognised, but not supported yet.
+  // The form in which people type a value, beside hex digits, and what reads it into wire octets; null: there is none.
+  const char* form;
+  bool (*read)(std::string_view text, std::uint8_t* octets);
   std::unique_ptr<Kind> (*make)(Agent& agent);
 };
 
@@ -86,15 +86,13 @@ struct TypedValue {
   Octets wire() const { return {octets.data(), kindRows[kind].octets}; }
 };
 
-// Reads one value of a supported kind as people type it; else `problem` says what is wrong and what was expected.
+// Reads one value as people type it; else `problem` says what is wrong and what was expected.
 std::optional<TypedValue> parseValue(std::string_view text, std::string& problem);
 
 // The kinds of one run, made when first needed.
 class Kinds {
  public:
   explicit Kinds(Agent& agent) : agent_(agent) {}
-  static bool supported(std::size_t kind) { return kindRows[kind].make != nullptr; }
-  // Only for supported kinds.
   Kind& at(std::size_t kind) {
     if (!made_[kind]) made_[kind] = kindRows[kind].make(agent_);
     return *made_[kind];

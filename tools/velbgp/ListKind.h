@@ -2,13 +2,15 @@
 //
 // ListKind<Traits> is a Kind. The traits of a kind give its library types and texts:
 //   List                       counted pointer to an interned list, null for none
-//   Community                  a community of a held list: hashable, equal for equal values
+//   Community                  a community of a held list: equal for equal values
 //   intern(values)             the interned list of values as on the wire
 //   communities(list)          its communities, ascending;  find(list, value)  the one of these wire octets
 //   octets                     of one value
-//   wire(community)            its octets;  text(community)  as people read it;  classification(community)
+//   wire(community)            its octets;  text(community)  as people read it;  hash(community)
+//   classified                 whether there is a classification(community)
+//   matchable                  whether there is a matches(list, regex)
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
-//   matches(list, regex), distinctLists(), distinctCommunities()
+//   distinctLists(), and distinctCommunities() if a table interns them
 #pragma once
 
 #include <algorithm>
@@ -51,15 +53,18 @@ class ListKind : public Kind {
     return out;
   }
 
-  bool matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) override {
-    answers_.resize(lists_.size(), Answer::unknown);
-    Answer& answer = answers_[number];
-    if (answer == Answer::unknown) answer = Traits::matches(lists_[number], regex) ? Answer::yes : Answer::no;
-    return answer == Answer::yes;
+  bool matchable() const override { return Traits::matchable; }
+  bool matches([[maybe_unused]] std::uint32_t number,
+               [[maybe_unused]] const Routing::RouteMap::PosixRegex& regex) override {
+    if constexpr (Traits::matchable) return answer(number, regex);
+    return false;
   }
 
   std::size_t distinctLists() const override { return traits_.distinctLists(); }
-  std::size_t distinctCommunities() const override { return traits_.distinctCommunities(); }
+  std::size_t distinctCommunities() const override {
+    if constexpr (requires { traits_.distinctCommunities(); }) return traits_.distinctCommunities();
+    return communityUses().size();
+  }
 
   std::vector<Use> topLists(std::size_t count) const override {
     std::vector<std::pair<std::uint32_t, std::uint64_t>> uses;
@@ -73,15 +78,29 @@ class ListKind : public Kind {
     });
   }
 
-  void classify(std::map<unsigned, std::uint64_t>& counts) const override {
-    for (const auto& [community, count] : communityUses()) counts[Traits::classification(community)] += count;
+  void classify([[maybe_unused]] std::map<unsigned, std::uint64_t>& counts) const override {
+    if constexpr (Traits::classified) {
+      for (const auto& [community, count] : communityUses()) counts[Traits::classification(community)] += count;
+    }
   }
 
  private:
   using List = typename Traits::List;
   using Community = typename Traits::Community;
   using CommunityUses = std::vector<std::pair<Community, std::uint64_t>>;
+  struct Hash {
+    std::size_t operator()(const Community& community) const { return Traits::hash(community); }
+  };
+  template <typename Number>
+  using ByCommunity = boost::unordered_flat_map<Community, Number, Hash>;
   enum class Answer : std::uint8_t { unknown, no, yes };
+
+  bool answer(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) {
+    answers_.resize(lists_.size(), Answer::unknown);
+    Answer& known = answers_[number];
+    if (known == Answer::unknown) known = Traits::matches(lists_[number], regex) ? Answer::yes : Answer::no;
+    return known == Answer::yes;
+  }
 
   std::uint32_t numberOf(const List& list) {
     const auto [place, isNew] = numbers_.try_emplace(&*list, static_cast<std::uint32_t>(lists_.size()));
@@ -103,7 +122,7 @@ class ListKind : public Kind {
   // How often each community was received, in the order first met.
   CommunityUses communityUses() const {
     CommunityUses uses;
-    boost::unordered_flat_map<Community, std::size_t> places;
+    ByCommunity<std::size_t> places;
     const auto add = [&](const Community& community, std::uint64_t count) {
       const auto [place, isNew] = places.try_emplace(community, uses.size());
       if (isNew) uses.emplace_back(community, 0);
@@ -139,7 +158,7 @@ class ListKind : public Kind {
   std::vector<std::uint64_t> paths_;  // that carried it, by number
   std::vector<Answer> answers_;       // to the one expression, by number
   boost::unordered_flat_map<const void*, std::uint32_t> numbers_;
-  boost::unordered_flat_map<Community, std::uint64_t> repeats_;
+  ByCommunity<std::uint64_t> repeats_;
 };
 
 }  // namespace VelBgpTool

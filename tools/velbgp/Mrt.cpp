@@ -112,7 +112,6 @@ bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offse
 }
 
 bool Census::attributeIs(const CommunityAttribute& attribute) {
-  if (!Kinds::supported(attribute.kind)) return false;
   ++totals_.received[attribute.kind].paths;
   totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
   Kind& kind = kinds_.at(attribute.kind);

@@ -16,7 +16,7 @@ constexpr unsigned barWidth = 30;
 boost::json::object classifications(Kinds& kinds) {
   std::map<unsigned, std::uint64_t> counts;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (Kinds::supported(kind)) kinds.at(kind).classify(counts);
+    kinds.at(kind).classify(counts);
   }
   boost::json::object out;
   for (const auto& [classification, count] : counts) {
@@ -29,7 +29,6 @@ void printKinds(const MrtTotals& totals, Kinds& kinds, Console& console) {
   Columns columns;
   columns.rowIs({"KIND", "PATHS", "COMMUNITIES", "DISTINCT LISTS", "DISTINCT COMMUNITIES", "OCTETS SAVED"});
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (!Kinds::supported(kind)) continue;
     const Received& received = totals.received[kind];
     const std::uint64_t distinct = kinds.at(kind).distinctCommunities();
     columns.rowIs({kindRows[kind].name, std::to_string(received.paths), std::to_string(received.communities),
@@ -80,7 +79,6 @@ void printMrtJson(const MrtTotals& totals, Kinds& kinds, Console& console) {
   out["records"] = totals.counts.records;
   out["paths"] = totals.counts.paths;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (!Kinds::supported(kind)) continue;
     boost::json::object& counts = out[kindRows[kind].name].emplace_object();
     counts["paths"] = totals.received[kind].paths;
     counts["communities"] = totals.received[kind].communities;
@@ -105,7 +103,6 @@ void printMrtForPeople(const MrtTotals& totals, Kinds& kinds, const Agent& agent
   console.line("");
   console.line("Route targets in use: " + std::to_string(agent.communityTable()->producerRtList()->rtCount()));
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (!Kinds::supported(kind)) continue;
     const std::string name = kindRows[kind].name;
     const auto most = static_cast<std::size_t>(top);
     printTop("Most used lists of the kind " + name + ", by paths", kinds.at(kind).topLists(most), console);

@@ -4,6 +4,7 @@
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Progress.h"
 #include "tools/velbgp/SamplePaths.h"
+#include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
 
@@ -14,29 +15,6 @@ constexpr std::uint32_t localAs = 65000;
 constexpr unsigned peerCount = 8;
 constexpr std::uint32_t peerAs(unsigned peer) { return 65100 + peer; }
 constexpr std::uint32_t peerAddress(unsigned peer) { return 0x0a000001 + (peer << 8); }
-
-// Octets in network order.
-class Wire {
- public:
-  template <unsigned count>
-  Wire& number(std::uint64_t value) {
-    for (unsigned i = count; i-- != 0;) octets_ += static_cast<char>(value >> (8 * i));
-    return *this;
-  }
-  Wire& u8(std::uint64_t value) { return number<1>(value); }
-  Wire& u16(std::uint64_t value) { return number<2>(value); }
-  Wire& u32(std::uint64_t value) { return number<4>(value); }
-  Wire& u64(std::uint64_t value) { return number<8>(value); }
-  Wire& text(std::string_view octets) {
-    octets_ += octets;
-    return *this;
-  }
-  std::string_view view() const { return octets_; }
-  std::size_t size() const { return octets_.size(); }
-
- private:
-  std::string octets_;
-};
 
 // One route: how its family writes NLRI and next hop.
 struct Route {
@@ -204,13 +182,27 @@ class SampleWriter {
   }
 
   void addCommunities(Wire& attributes) {
+    const SampleCommunities& communities = paths_.next();
+    addCommunities(attributes, 8, communities.standard);
+    addCommunities(attributes, 16, communities.extended);
+    addCommunities(attributes, 25, communities.extendedIp6);
+    addCommunities(attributes, 32, communities.large);
+  }
+
+  static void addCommunities(Wire& attributes, unsigned code, const std::vector<std::string>& communities) {
     Wire value;
-    for (const std::uint64_t community : paths_.next()) value.u64(community);
-    if (value.size() != 0) addAttribute(attributes, 0xc0, 16, value);
+    for (const std::string& community : communities) value.text(community);
+    if (value.size() != 0) addAttribute(attributes, 0xc0, code, value);
   }
 
   static void addAttribute(Wire& attributes, unsigned flags, unsigned code, const Wire& value) {
-    attributes.u8(flags).u8(code).u8(value.size()).text(value.view());
+    constexpr unsigned extendedLength = 0x10;
+    if (value.size() > 0xff) {
+      attributes.u8(flags | extendedLength).u8(code).u16(value.size());
+    } else {
+      attributes.u8(flags).u8(code).u8(value.size());
+    }
+    attributes.text(value.view());
   }
 
   SamplePaths paths_;

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
+
+#include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
 
@@ -17,8 +20,6 @@ std::uint64_t mixed(std::uint64_t seed, std::uint64_t what) { return Random(seed
 std::uint32_t ranks(std::uint64_t paths, std::uint32_t share, std::uint32_t least) {
   return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(paths / share, least, mostRanks));
 }
-
-constexpr std::uint64_t header(std::uint64_t community) { return community >> 48; }
 
 constexpr std::uint64_t withTwoOctetAs(std::uint64_t header, std::uint64_t as, std::uint64_t number) {
   return header << 48 | as << 32 | number;
@@ -53,6 +54,58 @@ std::uint64_t unclaimed(Random& random) {
   return headers[random.below(std::size(headers))] << 48 | (random.next() & 0xffffffff);
 }
 
+std::uint64_t routeTarget(std::uint64_t seed, std::uint32_t rank) {
+  Random random(mixed(seed, std::uint64_t{rank} << 1 | 1));
+  const std::uint32_t number = 100 + rank;
+  const std::uint32_t share = random.below(100);
+  if (share < 70) return withTwoOctetAs(0x0002, privateAs(random), number);
+  if (share < 90) return withFourOctets(0x0202, longAs(random), number & 0xffff);
+  return withFourOctets(0x0102, loopback(random), number & 0xffff);
+}
+
+std::uint64_t extendedValue(std::uint64_t seed, std::uint32_t rank) {
+  Random random(mixed(~seed, rank));
+  const std::uint32_t share = random.below(100);
+  const std::uint32_t number = 1 + rank;
+  if (share < 58) return routeTarget(seed, rank);
+  if (share < 66) return withTwoOctetAs(0x0003, privateAs(random), number);
+  if (share < 69) return withFourOctets(0x0203, longAs(random), number & 0xffff);
+  if (share < 72) return withFourOctets(0x0103, loopback(random), number & 0xffff);
+  if (share < 79) return linkBandwidth(random);
+  if (share < 86) return std::uint64_t{0x030b} << 48 | std::uint64_t{random.below(4)} << 46 | 10U * random.below(60);
+  if (share < 92) return encapsulation(random);
+  if (share < 95) return validationStateHeader << 48 | random.below(3);
+  return unclaimed(random);
+}
+
+// Every path has a route target.
+std::string extendedOctets(std::uint64_t seed, std::uint32_t rank, bool first) {
+  return Wire().u64(first ? routeTarget(seed, rank) : extendedValue(seed, rank)).str();
+}
+
+// Route targets and origins, some of other subtypes, some not transitive.
+std::string extendedIp6Octets(std::uint64_t seed, std::uint32_t rank, bool) {
+  constexpr std::uint32_t headers[] = {0x0002, 0x0002, 0x0002, 0x0003, 0x000b, 0x0011, 0x0005, 0x4002};
+  Random random(mixed(seed, rank));
+  const std::uint32_t header = headers[random.below(std::size(headers))];
+  return Wire().u16(header).u32(0x20010db8).u32(random.below(40)).u64(1 + random.below(200)).u16(100 + rank).str();
+}
+
+std::string largeOctets(std::uint64_t seed, std::uint32_t rank, bool) {
+  Random random(mixed(seed, rank));
+  const std::uint64_t as = random.percent(70) ? privateAs(random) : longAs(random);
+  return Wire().u32(as).u32(1 + random.below(20)).u32(rank).str();
+}
+
+// One in twenty is a well-known one.
+std::string standardOctets(std::uint64_t seed, std::uint32_t rank, bool) {
+  constexpr std::uint32_t wellKnown[] = {0xffff0000, 0xffff0006, 0xffff0007, 0xffff029a,
+                                         0xffffff01, 0xffffff02, 0xffffff03};
+  Random random(mixed(seed, rank));
+  if (random.percent(5)) return Wire().u32(wellKnown[random.below(std::size(wellKnown))]).str();
+  return Wire().u16(privateAs(random)).u16(rank).str();
+}
+
 // How many values a list has: mostly few.
 std::uint32_t listLength(Random& random) {
   const std::uint32_t share = random.below(100);
@@ -61,6 +114,19 @@ std::uint32_t listLength(Random& random) {
   if (share < 70) return 3;
   if (share < 80) return 4;
   return share < 95 ? 5 + random.below(4) : 9 + random.below(8);
+}
+
+// A path has one bandwidth and one validation state at most, and no value twice.
+void add(std::vector<std::string>& communities, std::string value) {
+  constexpr std::size_t header = 2;
+  const std::uint64_t type =
+      std::uint64_t{static_cast<std::uint8_t>(value[0])} << 8 | static_cast<std::uint8_t>(value[1]);
+  const bool single =
+      value.size() == sizeof(std::uint64_t) && (type == linkBandwidthHeader || type == validationStateHeader);
+  const bool refused = std::any_of(communities.begin(), communities.end(), [&](const std::string& present) {
+    return present == value || (single && present.compare(0, header, value, 0, header) == 0);
+  });
+  if (!refused) communities.push_back(std::move(value));
 }
 
 }  // namespace
@@ -83,60 +149,46 @@ std::uint32_t ZipfRanks::draw(Random& random) const {
                                     cumulative_.begin());
 }
 
-SamplePaths::SamplePaths(std::uint64_t paths, std::uint64_t seed)
-    : seed_(Random(seed).next()), random_(seed), lists_(ranks(paths, 10, 20)), values_(ranks(paths, 20, 40)) {}
+SampleLists::SampleLists(std::uint64_t paths, std::uint64_t seed, std::uint32_t percent, ValueOf valueOf)
+    : seed_(Random(seed).next()),
+      random_(seed),
+      percent_(percent),
+      valueOf_(valueOf),
+      lists_(ranks(paths, 10, 20)),
+      values_(ranks(paths, 20, 40)) {}
 
-const std::vector<std::uint64_t>& SamplePaths::next() {
-  communities_.clear();
-  if (!random_.percent(3)) makeList(lists_.draw(random_));
-  return communities_;
+void SampleLists::next(std::vector<std::string>& communities) {
+  communities.clear();
+  if (random_.percent(percent_)) makeList(lists_.draw(random_), communities);
 }
 
 // The list of a rank is always the same. Most senders sort, some do not.
-void SamplePaths::makeList(std::uint32_t rank) {
+void SampleLists::makeList(std::uint32_t rank, std::vector<std::string>& communities) const {
   Random random(mixed(seed_, std::uint64_t{rank} << 1));
   const std::uint32_t length = listLength(random);
-  add(routeTarget(values_.draw(random)));
-  while (communities_.size() < length) {
-    const std::size_t before = communities_.size();
-    add(value(values_.draw(random)));
+  add(communities, valueOf_(seed_, values_.draw(random), true));
+  while (communities.size() < length) {
+    const std::size_t before = communities.size();
+    add(communities, valueOf_(seed_, values_.draw(random), false));
     // The popular values may all be in: then the list stays shorter.
-    if (communities_.size() == before && random.percent(25)) break;
+    if (communities.size() == before && random.percent(25)) break;
   }
-  if (random.percent(90)) std::sort(communities_.begin(), communities_.end());
+  if (random.percent(90)) std::sort(communities.begin(), communities.end());
 }
 
-// A path has one bandwidth and one validation state at most, and no value twice.
-void SamplePaths::add(std::uint64_t value) {
-  const bool single = header(value) == linkBandwidthHeader || header(value) == validationStateHeader;
-  const bool refused = std::any_of(communities_.begin(), communities_.end(), [&](std::uint64_t present) {
-    return present == value || (single && header(present) == header(value));
-  });
-  if (!refused) communities_.push_back(value);
-}
+SamplePaths::SamplePaths(std::uint64_t paths, std::uint64_t seed)
+    : random_(seed),
+      extended_(paths, seed, 97, extendedOctets),
+      extendedIp6_(paths, mixed(seed, 25), 6, extendedIp6Octets),
+      large_(paths, mixed(seed, 32), 35, largeOctets),
+      standard_(paths, mixed(seed, 8), 80, standardOctets) {}
 
-std::uint64_t SamplePaths::routeTarget(std::uint32_t rank) const {
-  Random random(mixed(seed_, std::uint64_t{rank} << 1 | 1));
-  const std::uint32_t number = 100 + rank;
-  const std::uint32_t share = random.below(100);
-  if (share < 70) return withTwoOctetAs(0x0002, privateAs(random), number);
-  if (share < 90) return withFourOctets(0x0202, longAs(random), number & 0xffff);
-  return withFourOctets(0x0102, loopback(random), number & 0xffff);
-}
-
-std::uint64_t SamplePaths::value(std::uint32_t rank) const {
-  Random random(mixed(~seed_, rank));
-  const std::uint32_t share = random.below(100);
-  const std::uint32_t number = 1 + rank;
-  if (share < 58) return routeTarget(rank);
-  if (share < 66) return withTwoOctetAs(0x0003, privateAs(random), number);
-  if (share < 69) return withFourOctets(0x0203, longAs(random), number & 0xffff);
-  if (share < 72) return withFourOctets(0x0103, loopback(random), number & 0xffff);
-  if (share < 79) return linkBandwidth(random);
-  if (share < 86) return std::uint64_t{0x030b} << 48 | std::uint64_t{random.below(4)} << 46 | 10U * random.below(60);
-  if (share < 92) return encapsulation(random);
-  if (share < 95) return validationStateHeader << 48 | random.below(3);
-  return unclaimed(random);
+const SampleCommunities& SamplePaths::next() {
+  extended_.next(communities_.extended);
+  extendedIp6_.next(communities_.extendedIp6);
+  large_.next(communities_.large);
+  standard_.next(communities_.standard);
+  return communities_;
 }
 
 }  // namespace VelBgpTool

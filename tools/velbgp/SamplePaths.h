@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace VelBgpTool {
@@ -33,27 +34,53 @@ class ZipfRanks {
   std::vector<std::uint64_t> cumulative_;
 };
 
+// The communities of one path, by attribute, each as its octets on the wire: 0 to 16 without repeats.
+struct SampleCommunities {
+  std::vector<std::string> extended;
+  std::vector<std::string> extendedIp6;
+  std::vector<std::string> large;
+  std::vector<std::string> standard;
+};
+
+// The communities of one attribute, path after path.
+class SampleLists {
+ public:
+  // The value of a rank, always the same.
+  using ValueOf = std::string (*)(std::uint64_t seed, std::uint32_t rank, bool first);
+
+  // `paths` is how many will be asked for: the number of distinct lists and values grows with it. `percent` of them
+  // have such an attribute.
+  SampleLists(std::uint64_t paths, std::uint64_t seed, std::uint32_t percent, ValueOf valueOf);
+
+  void next(std::vector<std::string>& communities);
+
+ private:
+  void makeList(std::uint32_t rank, std::vector<std::string>& communities) const;
+
+  std::uint64_t seed_;
+  Random random_;
+  std::uint32_t percent_;
+  ValueOf valueOf_;
+  ZipfRanks lists_;
+  ZipfRanks values_;
+};
+
 class SamplePaths {
  public:
-  // `paths` is how many will be asked for: the number of distinct lists and values grows with it.
   SamplePaths(std::uint64_t paths, std::uint64_t seed);
 
-  // The extended communities of one more path, 0 to 16 values without repeats; valid until the next.
-  const std::vector<std::uint64_t>& next();
+  // The communities of one more path; valid until the next.
+  const SampleCommunities& next();
   // For all else that differs from path to path.
   Random& random() { return random_; }
 
  private:
-  void makeList(std::uint32_t rank);
-  void add(std::uint64_t value);
-  std::uint64_t routeTarget(std::uint32_t rank) const;
-  std::uint64_t value(std::uint32_t rank) const;
-
-  std::uint64_t seed_;
   Random random_;
-  ZipfRanks lists_;
-  ZipfRanks values_;
-  std::vector<std::uint64_t> communities_;
+  SampleLists extended_;
+  SampleLists extendedIp6_;
+  SampleLists large_;
+  SampleLists standard_;
+  SampleCommunities communities_;
 };
 
 }  // namespace VelBgpTool

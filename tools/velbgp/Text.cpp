@@ -13,7 +13,7 @@ namespace VelBgpTool {
 namespace {
 
 constexpr std::size_t quoteLength = 80;
-constexpr char hexDigits[] = "0123456789abcdef";
+constexpr char hexAlphabet[] = "0123456789abcdef";
 
 // Octets of the well-formed UTF-8 sequence at the front, 0 if there is none. No surrogates, no overlong forms.
 std::size_t sequenceLength(std::string_view text) {
@@ -50,7 +50,7 @@ void appendEscape(std::string& out, std::string_view octets) {
         out += "\\r";
         break;
       default:
-        out.append({'\\', 'x', hexDigits[octet >> 4], hexDigits[octet & 15]});
+        out.append({'\\', 'x', hexAlphabet[octet >> 4], hexAlphabet[octet & 15]});
     }
   }
 }
@@ -114,18 +114,16 @@ std::string quote(std::string_view input) {
   return out + '"';
 }
 
-void appendHex(std::string& out, Octets octets) {
+std::string hexDigits(Octets octets) {
+  std::string text;
   for (const std::uint8_t octet : octets) {
-    out += hexDigits[octet >> 4];
-    out += hexDigits[octet & 15];
+    text += hexAlphabet[octet >> 4];
+    text += hexAlphabet[octet & 15];
   }
-}
-
-std::string hexValue(Octets octets) {
-  std::string text = "0x";
-  appendHex(text, octets);
   return text;
 }
+
+std::string hexValue(Octets octets) { return "0x" + hexDigits(octets); }
 
 std::uint64_t bigEndian(Octets octets) {
   std::uint64_t value = 0;

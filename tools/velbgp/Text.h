@@ -21,8 +21,13 @@ std::string escaped(std::string_view input);
 // The same between double quotes, quotes and backslashes escaped as well, cut after 80 characters.
 std::string quote(std::string_view input);
 
+// The octets of an attribute as the library gives it.
+inline Octets octetsOf(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
 // Lower-case hex digits, two an octet.
-void appendHex(std::string& out, Octets octets);
+std::string hexDigits(Octets octets);
 // The same behind "0x".
 std::string hexValue(Octets octets);
 

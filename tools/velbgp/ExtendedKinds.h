@@ -1,4 +1,4 @@
-// The kind "extended": 8-octet extended communities.
+// The kinds "extended" and "extendedIp6": communities of a type, a subtype and a classification.
 #pragma once
 
 #include <memory>
@@ -8,5 +8,6 @@
 namespace VelBgpTool {
 
 std::unique_ptr<Kind> makeExtendedKind(Agent& agent);
+std::unique_ptr<Kind> makeExtendedIp6Kind(Agent& agent);
 
 }  // namespace VelBgpTool

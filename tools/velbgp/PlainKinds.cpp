@@ -1,0 +1,165 @@
+#include "tools/velbgp/PlainKinds.h"
+
+#include <array>
+#include <charconv>
+#include <optional>
+
+#include "Keel/HashMix.h"
+#include "VelBgp/CommList.h"
+#include "VelBgp/LargeCommList.h"
+#include "tools/velbgp/Agent.h"
+#include "tools/velbgp/ListKind.h"
+
+namespace VelBgpTool {
+
+using namespace Routing::Bgp;
+
+namespace {
+
+void write32(std::uint8_t* octets, std::uint32_t value) {
+  for (unsigned i = 4; i-- != 0; value >>= 8) octets[i] = static_cast<std::uint8_t>(value);
+}
+
+std::uint32_t read32(Octets octets) { return static_cast<std::uint32_t>(bigEndian(octets.first<4>())); }
+
+// ---- Typed values
+
+// Decimal digits and nothing else, up to `most`. Of `asdot` numbers both halves of 16 bits, a dot between them.
+std::optional<std::uint32_t> readNumber(std::string_view text, std::uint32_t most) {
+  std::uint32_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || value > most) return std::nullopt;
+  return value;
+}
+
+std::optional<std::uint32_t> readAsdot(std::string_view text) {
+  const std::size_t dot = text.find('.');
+  if (dot == std::string_view::npos) return readNumber(text, UINT32_MAX);
+  const auto high = readNumber(text.substr(0, dot), 0xffff);
+  const auto low = readNumber(text.substr(dot + 1), 0xffff);
+  if (!high || !low) return std::nullopt;
+  return *high << 16 | *low;
+}
+
+// What stands before the first colon; the text goes on behind it. Without a colon all of it.
+std::string_view takeGroup(std::string_view& text) {
+  const std::string_view group = text.substr(0, text.find(':'));
+  text.remove_prefix(std::min(group.size() + 1, text.size()));
+  return group;
+}
+
+std::optional<std::uint32_t> readHalves(std::string_view text) {
+  const std::string_view first = takeGroup(text);
+  const auto high = readNumber(first, 0xffff);
+  const auto low = readNumber(text, 0xffff);
+  if (!high || !low) return std::nullopt;
+  return *high << 16 | *low;
+}
+
+// ---- The kinds
+
+// What both do alike; Own gives the rest of what ListKind.h asks for, value() from wire octets, and its table.
+template <typename Own, typename ListType, typename Content>
+class PlainTraits {
+ public:
+  using List = typename ListType::PtrConst;
+  using Community = typename ListType::Value;
+  static constexpr bool classified = false;
+  static constexpr bool matchable = true;
+
+  explicit PlainTraits(const Agent& agent) : agent_(agent) {}
+
+  List intern(Octets values) {
+    content_.reset();
+    content_.expectedCommunityCountIs(values.size() / Own::octets);
+    for (; !values.empty(); values = values.subspan(Own::octets)) content_.commIs(Own::value(values));
+    return ListType::dedupContent(Own::table(agent_), content_);
+  }
+  static typename ListType::Values communities(const List& list) { return list->comms(); }
+  static Community find(const List& list, Octets value) { return *list->comm(Own::value(value)); }
+  static std::string text(const Community& community) { return ListType::getStringValue(community); }
+  static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
+    return list->matchCommunitiesRegex(&regex);
+  }
+  void describe(const List& list, boost::json::object& out, std::vector<std::string>&) const {
+    out["text"] = stringify(list.get());
+    out["serialize"] = hexDigits(octetsOf(list->serialize()));
+  }
+
+  std::size_t distinctLists() const { return Own::table(agent_)->size(); }
+
+ private:
+  const Agent& agent_;
+  Content content_;
+};
+
+struct StandardTraits : PlainTraits<StandardTraits, CommList, CommListContent> {
+  using PlainTraits::PlainTraits;
+  static constexpr std::size_t octets = 4;
+
+  static const CommListDedupTable* table(const Agent& agent) { return agent.standardTable(); }
+  static std::uint32_t value(Octets octets) { return read32(octets); }
+  static std::array<std::uint8_t, octets> wire(std::uint32_t community) {
+    std::array<std::uint8_t, octets> out;
+    write32(out.data(), community);
+    return out;
+  }
+  static std::size_t hash(std::uint32_t community) { return Keel::singleAttributeHash(community, 0); }
+
+  static void decode(Octets octets, boost::json::object& out) {
+    Tyr::DynamicBuffer<> numbers;
+    CommunityFormatter<false>::format(numbers, value(octets));
+    out["text"] = CommList::getStringValue(value(octets));
+    out["numeric"] = numbers.str();
+  }
+};
+
+struct LargeTraits : PlainTraits<LargeTraits, LargeCommList, LargeCommListContent> {
+  using PlainTraits::PlainTraits;
+  static constexpr std::size_t octets = 12;
+
+  static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeTable(); }
+  static CommunityValue value(Octets octets) {
+    return {read32(octets), read32(octets.subspan(4)), read32(octets.subspan(8))};
+  }
+  static std::array<std::uint8_t, octets> wire(const CommunityValue& community) {
+    std::array<std::uint8_t, octets> out;
+    write32(&out[0], community.globalAdmin());
+    write32(&out[4], community.localData1());
+    write32(&out[8], community.localData2());
+    return out;
+  }
+  static std::size_t hash(const CommunityValue& community) {
+    return LargeCommListTraits::hash(std::span(&community, 1));
+  }
+
+  static void decode(Octets octets, boost::json::object& out) {
+    out["text"] = LargeCommList::getStringValue(value(octets));
+    out["asdot"] = LargeCommList::displayString(value(octets), true);
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Kind> makeStandardKind(Agent& agent) { return std::make_unique<ListKind<StandardTraits>>(agent); }
+std::unique_ptr<Kind> makeLargeKind(Agent& agent) { return std::make_unique<ListKind<LargeTraits>>(agent); }
+
+bool readStandard(std::string_view text, std::uint8_t* octets) {
+  const auto named = CommList::wellKnownValue(text);
+  const auto value = named ? named : readHalves(text);
+  if (value) write32(octets, *value);
+  return value.has_value();
+}
+
+bool readLarge(std::string_view text, std::uint8_t* octets) {
+  const auto globalAdmin = readAsdot(takeGroup(text));
+  const auto localData1 = readNumber(takeGroup(text), UINT32_MAX);
+  const auto localData2 = readNumber(text, UINT32_MAX);
+  if (!globalAdmin || !localData1 || !localData2) return false;
+  write32(octets, *globalAdmin);
+  write32(octets + 4, *localData1);
+  write32(octets + 8, *localData2);
+  return true;
+}
+
+}  // namespace VelBgpTool
