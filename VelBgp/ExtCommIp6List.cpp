@@ -218,6 +218,7 @@ ExtCommIp6ClassificationList::PtrConst ExtCommIp6List::classificationList(ExtCom
 
 std::string ExtCommIp6List::serialize(bool sendNonTransExtComms) const {
   const std::uint32_t n = sendNonTransExtComms ? totalCommunities() : totalTransitiveCommunities();
+  if (n == 0) return {};
   return serializeCommunities(BgpPathAttrType::extCommunityIp6, sizeof(ExtCommIp6Content), n, comms_,
                               [=](SerializePathAttribute& attribute, const ExtCommIp6::PtrConst& comm) {
                                 const ExtCommIp6Content& content = comm->getContent();
