@@ -11,6 +11,9 @@
 
 namespace Routing::Bgp {
 
+template <>
+inline constexpr Stashed stashedListType<CommListTraits> = Stashed::commList;
+
 template class ValueCommListContent<CommListTraits>;
 template class ValueCommList<CommListTraits>;
 
@@ -89,6 +92,10 @@ CommList::PtrConst CommList::dedupContent(const CommListDedupTable* table, const
 }
 
 CommList::Ptr CommList::allocateCommListForDedup(const CommListContent& content) { return allocate(content.comms()); }
+
+CommList::PtrConst CommList::destash(const void* stashed, Store::StoreManager* store) {
+  return destashCommList(stashed, store);
+}
 
 std::string CommList::toStrep() const { return joined(comms(), longestValueText, CommunityFormatter<true>::format); }
 

@@ -36,6 +36,7 @@ namespace Routing::Bgp {
 #include "Tyr/EnumerationDeclare.def"
 
 class CommList;
+class CommListSnapshot;
 class CommListDedupTable;
 
 // "65000:100": both halves in decimal, without leading zeros; with wellKnownNames a well-known value's name instead.
@@ -94,6 +95,13 @@ class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
   std::string toStrep() const;
   // Whether the expression matches the text with numbers alone or, if not, the one with well-known names.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+
+  // Its values as a map (VelBgp/CommListSnapshot.h).
+  Tyr::Ptr<CommListSnapshot> commSnapshot() const;
+
+  // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
+  // Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
   friend ValueCommList<CommListTraits>;

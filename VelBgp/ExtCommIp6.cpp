@@ -14,6 +14,7 @@
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/Parse/ExtCommRule.h"
+#include "VelBgp/StashImpl.h"
 
 namespace Routing::Bgp {
 
@@ -242,6 +243,24 @@ ExtCommIp6::PtrConst ExtCommIp6::dedupContent(const ExtCommIp6DedupTable* table,
       [&] {
         return boost::const_pointer_cast<ExtCommIp6>(table->parseExtCommRule()->parseExtendedCommunityIp6(content));
       });
+}
+
+// ---- In a store
+
+Store::Reference ExtCommIp6::stash(Store::WriteBatch* batch) const {
+  Image image;
+  appendImage(image, *this);
+  return stashRecord(*batch, Stashed::extCommIp6, image);
+}
+
+ExtCommIp6::PtrConst ExtCommIp6::destash(const void* stashed, Store::StoreManager* store) {
+  if (namesNothing(stashed)) return nullptr;
+  StashReader reader(stashed, *store, Stashed::extCommIp6);
+  const ExtCommClassification classification = reader.takeClassification();
+  const auto made =
+      boost::const_pointer_cast<ExtCommIp6>(extCommIp6Factory(classification, reader.take<ExtCommIp6Content>()));
+  made->notInTableIs();
+  return made;
 }
 
 }  // namespace Routing::Bgp

@@ -27,6 +27,12 @@
 #include "VelBgp/VelBgpCommunity.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
 
+namespace Store {
+struct Reference;
+class StoreManager;
+class WriteBatch;
+}  // namespace Store
+
 namespace Routing::Bgp {
 
 class ExtCommIp6DedupTable;
@@ -158,6 +164,13 @@ class VELBGP_EXPORT ExtCommIp6 : public Keel::DedupHandleBase {
 
   // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
   static PtrConst dedupContent(const ExtCommIp6DedupTable* table, const ExtCommIp6Content& content);
+
+  // Writes the community as a record.
+  Store::Reference stash(Store::WriteBatch* batch) const;
+  // The community that a reference names, which lies in memory at any address: a private ExtCommIp6 of the stored
+  // classification, in no table and never to be. Deliberate: never an ExtCommIp6Subtyped. Null for a null reference.
+  // Throws the store's exceptions.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
   const ExtCommClassification classification_;

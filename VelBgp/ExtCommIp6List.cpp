@@ -8,6 +8,7 @@
 #include "Tyr/Assert.h"
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
@@ -187,14 +188,14 @@ ExtCommIp6ClassificationList& ExtCommIp6ListFindOrCreateClassificationList(OpenL
   return *_classificationList;
 }
 
-// In place of each list the interned one.
+// In place of each list the interned one; without a table the list itself.
 ExtCommIp6List::ClassificationLists internAll(const OpenLists& lists, const ExtCommIp6ListDedupTable* table) {
   ExtCommIp6List::ClassificationLists interned;
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (lists[i] == nullptr) continue;
     interned.resize(i + 1);
     lists[i]->commVectorSortedIs(true);  // a part of a sorted vector
-    interned[i] = lists[i]->dedup(table);
+    interned[i] = table == nullptr ? lists[i] : lists[i]->dedup(table);
   }
   return interned;
 }
@@ -236,6 +237,28 @@ std::string ExtCommIp6List::commsStringForm() const {
   std::string text;
   for (const ExtCommIp6::PtrConst& comm : comms_) (text += comm->toStrepForPolicy(format)) += ' ';
   return text;
+}
+
+Store::Reference ExtCommIp6List::stash(Store::WriteBatch* batch) const {
+  std::vector<Store::Reference> references;
+  for (const ExtCommIp6::PtrConst& comm : comms_) references.push_back(comm->stash(batch));
+  return stashRecord(*batch, Stashed::extCommIp6List, listImage(commVectorSorted_, references));
+}
+
+ExtCommIp6List::PtrConst ExtCommIp6List::destash(const void* stashed, Store::StoreManager* store) {
+  if (namesNothing(stashed)) return nullptr;
+  StashReader reader(stashed, *store, Stashed::extCommIp6List);
+  const Ptr list = extCommIp6ListFactory();
+  list->commVectorSorted_ = reader.take<std::uint8_t>() != 0;
+  for (const Store::Reference& reference : reader.takeAll<Store::Reference>()) {
+    list->comms_.push_back(ExtCommIp6::destash(&reference, store));
+    existing(list->comms_.back().get(), *store);
+  }
+  reader.requireAscending(list->comms_, ExtCommLessThan());
+  list->commVectorSorted_ = true;
+  list->split(nullptr);
+  list->notInTableIs();
+  return list;
 }
 
 ExtCommIp6List::Ptr extCommIp6ListFactory() { return Tyr::make<ExtCommIp6List>(); }

@@ -36,6 +36,8 @@ namespace Routing::Bgp {
 class ExtCommIp6List;
 class ExtCommIp6ListBase;
 class ExtCommIp6ListDedupTable;
+class ExtCommIp6ListSnapshot;
+class ExtCommIp6ClassificationListSnapshot;
 
 // What the virtual operations look an interned list up by: another list, mostly a builder, that must outlive it.
 class VELBGP_EXPORT ExtCommIp6ListDedupContent final : public Keel::DedupContentHandle {
@@ -105,6 +107,9 @@ class VELBGP_EXPORT ExtCommIp6ClassificationList final : public ExtCommIp6ListBa
   bool compare(const Keel::DedupHandleBase* other) const override;
 
   ExtCommClassification classification() const noexcept { return classification_; }
+  // Its communities as a map (VelBgp/CommListSnapshot.h).
+  Tyr::Ptr<ExtCommIp6ClassificationListSnapshot> commSnapshot() const;
+
   // Said by who added the communities in order.
   void commVectorSortedIs(bool sorted);
 
@@ -150,13 +155,23 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   // The communities' policy texts, a blank behind each.
   std::string commsStringForm() const;
 
+  // Its communities and classification lists as maps (VelBgp/CommListSnapshot.h).
+  Tyr::Ptr<ExtCommIp6ListSnapshot> commSnapshot() const;
+
+  // Writes the list and each of its communities as records of their own, and gives the list's.
+  Store::Reference stash(Store::WriteBatch* batch) const;
+  // The list that a reference names, which lies in memory at any address: a private list of private communities, in no
+  // table and never to be. Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store);
+
  private:
   class OpenAgain;
 
   ~ExtCommIp6List() override;
   Ptr copy() const;
   void sortAndUnique();
-  // Makes and interns the classification lists, and counts the transitive communities.
+  // Makes and interns the classification lists, and counts the transitive communities. Without a table the
+  // classification lists are private ones.
   void split(const ExtCommIp6ListDedupTable* table);
 
   std::uint32_t totalTransitiveCommunities_ = 0;

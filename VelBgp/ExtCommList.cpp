@@ -1,6 +1,8 @@
 #include <bit>
 #include <utility>
+#include <vector>
 
+#include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
@@ -267,6 +269,34 @@ ExtCommList::PtrConst ExtCommList::prune(const ExtCommListDedupTable* table) con
   }
   if (!content) return nullptr;
   return dedupContent(table, content);
+}
+
+Store::Reference ExtCommList::stash(Store::WriteBatch* batch) const {
+  std::vector<Store::Reference> references;
+  for (const ExtComm* comm : comms()) references.push_back(comm->stash(batch));
+  return stashRecord(*batch, Stashed::extCommList, listImage(commVectorSorted(), references));
+}
+
+ExtCommList::PtrConst ExtCommList::destash(const void* stashed, Store::StoreManager* store) {
+  if (namesNothing(stashed)) return nullptr;
+  StashReader reader(stashed, *store, Stashed::extCommList);
+  const bool sorted = reader.take<std::uint8_t>() != 0;
+  const auto references = reader.takeAll<Store::Reference>();
+  const auto count = static_cast<std::uint32_t>(references.size());
+  const Ptr list(new (count) ExtCommList);
+  list->notificationActiveIs(true);
+  list->commVectorSortedIs(sorted);
+  list->commCountIs(count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    ExtComm::PtrConst comm = ExtComm::destash(&references[i], store);
+    existing(comm.get(), *store);
+    list->commIs(i, std::move(comm));
+  }
+  reader.requireAscending(list->comms_.range(), ExtCommLessThan());
+  list->commVectorSortedIs(true);
+  list->createClassificationListVector(nullptr);
+  list->notInTableIs();
+  return list;
 }
 
 ExtCommListDedupTable::ExtCommListDedupTable() { handleInitialized(); }

@@ -9,6 +9,9 @@
 
 namespace Routing::Bgp {
 
+template <>
+inline constexpr Stashed stashedListType<LargeCommListTraits> = Stashed::largeCommList;
+
 template class ValueCommListContent<LargeCommListTraits>;
 template class ValueCommList<LargeCommListTraits>;
 
@@ -77,6 +80,10 @@ LargeCommList::PtrConst LargeCommList::dedupContent(const LargeCommListDedupTabl
 
 LargeCommList::Ptr LargeCommList::allocateLargeCommListForDedup(const LargeCommListContent& content) {
   return allocate(content.comms());
+}
+
+LargeCommList::PtrConst LargeCommList::destash(const void* stashed, Store::StoreManager* store) {
+  return destashCommList(stashed, store);
 }
 
 std::string LargeCommList::toStrep() const { return joined(comms(), longestValueText, formatPlain); }

@@ -27,6 +27,7 @@ namespace Routing::Bgp {
 using Acl::CommunityValue;
 
 class LargeCommList;
+class LargeCommListSnapshot;
 class LargeCommListDedupTable;
 
 // "65536:1:2"; with asdot "1.0:1:2": a global administrator of at least 65536 as its halves (RFC 5396).
@@ -76,6 +77,13 @@ class VELBGP_EXPORT LargeCommList final : public ValueCommList<LargeCommListTrai
   std::string toStrep() const;
   // Whether the expression matches that text.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+
+  // Its values as a map (VelBgp/CommListSnapshot.h).
+  Tyr::Ptr<LargeCommListSnapshot> commSnapshot() const;
+
+  // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
+  // Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
   friend ValueCommList<LargeCommListTraits>;

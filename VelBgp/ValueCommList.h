@@ -29,6 +29,12 @@
 #include "Tyr/Export.h"
 #include "VelBgp/BgpPathAttributeEnums.h"
 
+namespace Store {
+struct Reference;
+class StoreManager;
+class WriteBatch;
+}  // namespace Store
+
 namespace Routing::Bgp {
 
 class Serialize;
@@ -111,12 +117,16 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   // Asserts that the value fits in 65,535 octets.
   std::string serialize() const;
 
+  // Writes the list as a record.
+  Store::Reference stash(Store::WriteBatch* batch) const;
+
  protected:
   // The interned list of the content, which is sorted first; make() gives a new one with its values.
   template <typename Make>
   static Tyr::Ptr<const List> findOrMake(const typename Traits::Table* table, const Content& content, Make&& make);
   // A new list of these sorted values, never deduped.
   static Tyr::Ptr<List> allocate(Values values);
+  static Tyr::Ptr<const List> destashCommList(const void* stashed, Store::StoreManager* store);
 
   // new (values) has room for them right behind the count.
   static void* operator new(std::size_t octets, Values values);

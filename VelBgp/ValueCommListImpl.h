@@ -3,14 +3,18 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string_view>
+#include <vector>
 
 #include "Policy/PosixRegex.h"
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Exception.h"
+#include "Tyr/Trace.h"
 #include "VelBgp/CommVectorImpl.h"
+#include "VelBgp/StashImpl.h"
 #include "VelBgp/ValueCommList.h"
 
 namespace Routing::Bgp {
@@ -125,6 +129,24 @@ template <typename Traits>
 std::string ValueCommList<Traits>::serialize() const {
   return serializeCommunities(Traits::attribute, Traits::octetsEach, count_, comms(),
                               [](Serialize& attribute, const Value& value) { Traits::write(value, attribute); });
+}
+
+template <typename Traits>
+Tyr::Ptr<const typename Traits::List> ValueCommList<Traits>::destashCommList(const void* stashed,
+                                                                             Store::StoreManager* store) {
+  if (namesNothing(stashed)) return nullptr;
+  StashReader reader(stashed, *store, stashedListType<Traits>);
+  const std::vector<Value> values = reader.takeAll<Value>();
+  reader.requireAscending(values, std::less<>());
+  Tyr::Ptr<List> list = allocate(values);
+  TYR_TRACE(8, "Destashing " << stringify(list.get()));
+  list->notInTableIs();
+  return list;
+}
+
+template <typename Traits>
+Store::Reference ValueCommList<Traits>::stash(Store::WriteBatch* batch) const {
+  return stashRecord(*batch, stashedListType<Traits>, plainImage(comms()));
 }
 
 // ---- Texts

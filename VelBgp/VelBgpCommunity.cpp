@@ -10,6 +10,8 @@
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/Parse/ExtComm.h"
+#include "VelBgp/Parse/ExtCommContainer.h"
+#include "VelBgp/StashImpl.h"
 
 namespace Routing::Bgp {
 
@@ -217,6 +219,33 @@ ExtComm::PtrConst ExtComm::dedupHashed(const ExtCommDedupTable* table, const Ext
       hash, [&content](const ExtComm& extComm) { return extComm.content_ == content; },
       // Nobody else knows a new object before it is in the table.
       [&] { return boost::const_pointer_cast<ExtComm>(table->parseExtCommRule()->parseExtendedCommunity(content)); });
+}
+
+// ---- In a store
+
+Store::Reference ExtComm::stash(Store::WriteBatch* batch) const {
+  Image image;
+  appendImage(image, *this);
+  return stashRecord(*batch, Stashed::extComm, image);
+}
+
+namespace {
+
+// For readers without a table. Rules are counted objects, so each thread has a decoder of its own.
+ExtComm::PtrConst decodedPrivately(const ExtCommContent& content) {
+  thread_local const Tyr::Ptr<BgpParseExtCommContainerSm> decoder = BgpParseExtCommContainerSmIs();
+  const auto decoded = boost::const_pointer_cast<ExtComm>(decoder->extCommParser()->parseExtendedCommunity(content));
+  decoded->notInTableIs();
+  return decoded;
+}
+
+}  // namespace
+
+ExtComm::PtrConst ExtComm::destash(const void* stashed, Store::StoreManager* store) {
+  if (namesNothing(stashed)) return nullptr;
+  const ExtCommContent content(StashReader(stashed, *store, Stashed::extComm).take<std::uint64_t>());
+  const auto* const table = store->service<ExtCommDedupTable>();
+  return table == nullptr ? decodedPrivately(content) : dedupContent(table, content);
 }
 
 // ---- The table

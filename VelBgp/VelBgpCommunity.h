@@ -29,6 +29,12 @@
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
 
+namespace Store {
+struct Reference;
+class StoreManager;
+class WriteBatch;
+}  // namespace Store
+
 namespace Routing::Bgp {
 
 class BgpParseExtendedCommunityRule;
@@ -164,6 +170,13 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   static void dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n, Sink&& sink);
 
   static std::uint32_t hashOf(const ExtCommContent& content) noexcept;
+
+  // Writes the community as a record.
+  Store::Reference stash(Store::WriteBatch* batch) const;
+  // The community that a reference names, which lies in memory at any address: interned in the ExtCommDedupTable that the
+  // store has as its service (Store::StoreManager::serviceIs). Without one a private object, decoded as by default, that
+  // is in no table and never will be. Null for a null reference. Throws the store's exceptions.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  protected:
   // One bit of the user data is the AS-number kinds': which of the two layouts (its one member, kept in spare room).

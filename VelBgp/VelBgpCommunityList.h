@@ -37,12 +37,20 @@
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "VelBgp/VelBgpCommunity.h"
 
+namespace Store {
+struct Reference;
+class StoreManager;
+class WriteBatch;
+}  // namespace Store
+
 namespace Routing::Bgp {
 
 class ExtCommClassificationList;
 class ExtCommClassificationListContent;
 class ExtCommList;
 class ExtCommListDedupTable;
+class ExtCommListSnapshot;
+class ExtCommClassificationListSnapshot;
 
 // The communities of a list, as const ExtComm*, ascending by value.
 using ExtCommRange = Keel::PtrInterfaceRange<ExtComm>;
@@ -235,6 +243,9 @@ class VELBGP_EXPORT ExtCommClassificationList : public Keel::DedupHandleBase {
   // The community with this value, or null.
   ExtComm::PtrConst comm(std::uint64_t value) const;
 
+  // Its communities as a map (VelBgp/CommListSnapshot.h).
+  Tyr::Ptr<ExtCommClassificationListSnapshot> commSnapshot() const;
+
   // The interned list with this content.
   static PtrConst dedupContent(const ExtCommListDedupTable* table, const ExtCommClassificationListContent& content);
   // A new list of the class that the content's classification asks for, never deduped.
@@ -404,6 +415,17 @@ class VELBGP_EXPORT ExtCommList final : public Keel::DedupHandleBase {
   // Whether the expression matches the list's text in any of the modes below, tried in their order, `ui` only on lists
   // that have communities for it.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+
+  // Its communities and classification lists as maps (VelBgp/CommListSnapshot.h).
+  Tyr::Ptr<ExtCommListSnapshot> commSnapshot() const;
+  Tyr::Ptr<ExtCommListSnapshot> snapshot() const;
+
+  // Writes the list and each of its communities as records of their own, and gives the list's.
+  Store::Reference stash(Store::WriteBatch* batch) const;
+  // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
+  // Its communities come from the ExtCommDedupTable that the store has as its service, see ExtComm::destash. Null for a
+  // null reference. Throws the store's exceptions; nothing is left behind then.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
   friend class ExtCommListContent;

@@ -58,31 +58,6 @@ class Ip6ListTest : public testing::Test, protected Ip6Tables {
   Sizes sizes() const { return {comms->size(), lists->size(), lists->extCommClassificationListDedupTable().size()}; }
 };
 
-TEST_F(Ip6ListTest, OneObjectForEveryOrderAndRepeat) {
-  for (const std::size_t n : {0, 1, 2, 64, 65, 3276}) {
-    SCOPED_TRACE(n);
-    const Contents ascending = someContents(n);
-    Contents jumbled = ascending;
-    jumbled.insert(jumbled.end(), ascending.begin() + n / 3, ascending.end());
-    std::shuffle(jumbled.begin(), jumbled.end(), std::mt19937(1));
-    const ExtCommIp6List::Ptr first = builder(jumbled);
-    const ExtCommIp6List::PtrConst list = first->dedup(lists.get());
-    EXPECT_EQ(list, first);
-    EXPECT_EQ(contentsOf(*list), ascending);
-    EXPECT_EQ(list->totalCommunities(), n);
-    EXPECT_EQ(list->totalTransitiveCommunities(), n - n / 3);
-    EXPECT_TRUE(list->isDeduped() && list->notificationActive() && list->empty() == (n == 0));
-    EXPECT_EQ(intern({ascending.rbegin(), ascending.rend()}), list);
-    EXPECT_EQ(builder(ascending)->hash(), list->hash());
-    EXPECT_EQ(sizes(), (Sizes{n, 1, std::min<std::size_t>(n, 3)}));
-    EXPECT_TRUE(std::ranges::all_of(
-        ascending, [&](const ExtCommIp6Content& content) { return list->comm(content) == internOne(content); }));
-    for (const auto& absent : {ip6(0, 0, "::", 0), ip6(0, 2, "2001:db8::", 1), ip6(0xff, 0xff, "ffff::", 0)}) {
-      EXPECT_EQ(list->lookupExtComm(absent), nullptr);
-    }
-  }
-}
-
 TEST_F(Ip6ListTest, BuildersGrowAndInternedListsDoNot) {
   const ExtCommIp6List::PtrConst list = intern({target, odd});
   const ExtCommIp6List::Ptr loser = builder({odd, target, odd});
@@ -190,20 +165,6 @@ TEST_F(Ip6ListTest, RunningOutOfMemoryLeavesABuilder) {
     EXPECT_EQ(sizes(), made ? (Sizes{200, 1, 3}) : (Sizes{200, 0, 0}));
   }
   EXPECT_GT(failures, 10);
-}
-
-TEST_F(Ip6ListTest, SeveralThreadsGetOneList) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([this, contents = someContents(40)] {
-      for (int round = 0; round < 200; ++round) {
-        const auto list = intern(contents);
-        EXPECT_EQ(intern(contents), list);
-        EXPECT_EQ(list->classificationLists().size(), 3u);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(Ip6ListTest, BrokenPreconditionsStopTheProcess) {

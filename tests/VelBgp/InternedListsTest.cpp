@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "Tyr/Threading.h"
+#include "VelBgp/ExtCommIp6DedupTable.h"
+#include "VelBgp/ExtCommIp6List.h"
 #include "VelBgp/ListTables.h"
 #include "support/FailingNew.h"
 
@@ -103,6 +105,43 @@ struct Large : PlainValues<LargeCommList, LargeCommListContent, LargeCommListDed
   }
 };
 
+struct Ip6 {
+  using Key = ExtCommIp6Content;
+  struct Tables {
+    Tyr::Ptr<BgpParseExtCommContainerSm> decoder = bgpParseExtCommContainerSmFactory(true);
+    ExtCommIp6DedupTable::Ptr comms = ExtCommIp6DedupTableIs(decoder->extCommParser());
+    ExtCommIp6ListDedupTable::Ptr lists = ExtCommIp6ListDedupTableIs();
+    std::size_t size() const { return lists->size(); }
+    std::size_t leftOver() const {
+      return lists->size() + comms->size() + lists->extCommClassificationListDedupTable().size();
+    }
+  };
+  static constexpr unsigned octets = 20, code = 25;
+  static Key key(std::size_t i) {
+    const auto octet = [i](unsigned shift) { return static_cast<std::uint8_t>(i >> shift); };
+    Addr::Ip6Addr::Octets address = {octet(11), 0, octet(3)};
+    return {octet(16), octet(13), Addr::Ip6Addr(address), static_cast<std::uint16_t>(i % 8 << 13)};
+  }
+  static ExtCommIp6List::PtrConst intern(const Tables& tables, const std::vector<Key>& keys) {
+    const ExtCommIp6List::Ptr builder = ExtCommIp6ListIs();
+    for (const Key& key : keys) builder->commIs(ExtCommIp6::dedupContent(tables.comms.get(), key));
+    return builder->dedup(tables.lists.get());
+  }
+  static std::vector<Key> keys(const ExtCommIp6List& list) {
+    std::vector<Key> keys;
+    for (const auto& comm : list.comms()) keys.push_back(comm->getContent());
+    return keys;
+  }
+  static bool has(const ExtCommIp6List& list, const Key& key) { return list.comm(key) != nullptr; }
+  static std::string serialize(const ExtCommIp6List& list) { return list.serialize(true); }
+  static Key read(const char* at) {
+    Addr::Ip6Addr::Octets address;
+    for (unsigned i = 0; i < 16; ++i) address[i] = static_cast<std::uint8_t>(readNumber(at + 2 + i, 1));
+    return {static_cast<std::uint8_t>(readNumber(at, 1)), static_cast<std::uint8_t>(readNumber(at + 1, 1)),
+            Addr::Ip6Addr(address), static_cast<std::uint16_t>(readNumber(at + 18, 2))};
+  }
+};
+
 template <typename FormOf, bool multi>
 struct Variant : FormOf {
   static constexpr bool multiThreaded = multi;
@@ -124,9 +163,10 @@ class InternedLists : public testing::Test {
   }
 };
 
-using Forms = testing::Types<Variant<ExtendedValues, false>, Variant<ExtendedValues, true>,
-                             Variant<ExtendedObjects, false>, Variant<ExtendedObjects, true>, Variant<Standard, false>,
-                             Variant<Standard, true>, Variant<Large, false>, Variant<Large, true>>;
+using Forms =
+    testing::Types<Variant<ExtendedValues, false>, Variant<ExtendedValues, true>, Variant<ExtendedObjects, false>,
+                   Variant<ExtendedObjects, true>, Variant<Standard, false>, Variant<Standard, true>,
+                   Variant<Large, false>, Variant<Large, true>, Variant<Ip6, false>, Variant<Ip6, true>>;
 TYPED_TEST_SUITE(InternedLists, Forms);
 
 // Sizes on both sides of what a content and a list keep inside themselves.

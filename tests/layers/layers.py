@@ -32,11 +32,17 @@ OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 ORDER = (
     "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
+    "Stash",
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
+    "CommListSnapshot", "ListPublisher",
 )  # fmt: skip
-# Units whose header is split over several.
-PARTS = {f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")}
+# Units whose header, or whose sources, are split over several.
+PARTS = {
+    **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")},
+    **{f"Ext{part}": "VelBgpCommunityList"
+       for part in ("CommList", "CommListContent", "CommListFormat", "CommClassificationList")},
+}  # fmt: skip
 # Interning needs decoding, decoding makes interned types: only these sources may look upward.
 UPWARD = (
     "VelBgp/VelBgpCommunity.cpp", "VelBgp/ExtCommIp6*.cpp", "VelBgp/NotifyingRouteTargetList.cpp",

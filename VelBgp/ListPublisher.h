@@ -1,0 +1,106 @@
+// Makes the interned lists of an agent readable for other processes, through a store that this agent writes.
+//
+//   ListPublisher   the writing side: mirrors tables of lists into a store, and paths under keys of the caller's
+//   PathLists       the lists of one path
+//   StashedPath     the reading side: references to them
+//
+//   agent    ListPublisher publisher(*storeForWriting);
+//            publisher.listTableIs(extCommListTable);                  // before any list is in it
+//            publisher.pathIs("10.0.0.0/8 from 192.0.2.1", {.extended = list});
+//   reader   if (const auto path = stashedPath(*storeForReading, "10.0.0.0/8 from 192.0.2.1")) {
+//              const auto list = ExtCommList::destash(&path->extended, storeForReading.get());
+//
+// What is published. One commit shows the attached tables and the paths as they were at one moment: each interned list
+// once, each community of theirs once, and for each path the references to its lists. A store belongs to one publisher:
+// its first commit drops all that an earlier one left there, so whoever wants that (a restarted agent) reads it before.
+//
+// What it costs. A list that comes or goes is noted in memory, on the thread that interns or releases it, under a mutex
+// that is never held while anything is written. A thread of the publisher's takes the notes every `interval` and
+// commits them; what comes and goes between two commits leaves no trace. Failures (a full disk) are kept in problem(),
+// and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 30 octets for
+// each published list, the notes since the last commit, and what the caller names paths by.
+//
+// Ownership: a path that is published holds its lists, so that what it names is there; they are released by pathIs and
+// pathDel, and by the destructor. The store must outlive the publisher and is used by nobody else meanwhile. Tables may
+// outlive it: what happens to them afterwards is not published.
+// Threads: any thread for what interns and releases; the operations below on the threads that may release lists.
+// Errors: assertions as stated; std::bad_alloc, from interning too, with nothing noted.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Store/StoreManager.h"
+#include "Tyr/Export.h"
+#include "VelBgp/CommList.h"
+#include "VelBgp/ExtCommIp6List.h"
+#include "VelBgp/LargeCommList.h"
+#include "VelBgp/VelBgpCommunityList.h"
+
+namespace Routing::Bgp {
+
+struct PathLists {
+  ExtCommList::PtrConst extended;
+  ExtCommIp6List::PtrConst extendedIp6;
+  LargeCommList::PtrConst large;
+  CommList::PtrConst standard;
+};
+
+class VELBGP_EXPORT ListPublisher {
+ public:
+  struct Options {
+    // How long changes wait to be committed together.
+    std::chrono::milliseconds interval{100};
+  };
+
+  explicit ListPublisher(Store::StoreManager& store) : ListPublisher(store, Options()) {}
+  ListPublisher(Store::StoreManager& store, Options options);
+  // Publishes what is noted, if it can, and detaches the tables.
+  ~ListPublisher();
+  ListPublisher(const ListPublisher&) = delete;
+  ListPublisher& operator=(const ListPublisher&) = delete;
+
+  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its kind is there.
+  void listTableIs(const ExtCommListDedupTable* table);
+  void listTableIs(const ExtCommIp6ListDedupTable* table);
+  void listTableIs(const LargeCommListDedupTable* table);
+  void listTableIs(const CommListDedupTable* table);
+
+  // Publishes a path under a key of up to 255 octets, in place of what was there. Its lists are of attached tables, or
+  // null; asserts that they are interned. Throws std::length_error for a longer key.
+  void pathIs(std::string_view key, PathLists lists);
+  // Whether there was one.
+  bool pathDel(std::string_view key);
+
+  // Waits until all that was noted before is committed. Throws Store::StoreException when it cannot be; it is tried
+  // again at the next interval all the same.
+  void flush();
+  // Why the last attempt to commit failed; empty when it did not.
+  std::string problem() const;
+
+ private:
+  class State;
+
+  std::shared_ptr<State> state_;
+};
+
+// A null reference where the path has no list of a kind; destashing that gives null.
+struct StashedPath {
+  Store::Reference extended;
+  Store::Reference extendedIp6;
+  Store::Reference large;
+  Store::Reference standard;
+};
+
+// What a store's current view shows. Nothing when there is no such path. Throws the store's exceptions.
+VELBGP_EXPORT std::optional<StashedPath> stashedPath(const Store::StoreManager& store, std::string_view key);
+// Ascending by key.
+VELBGP_EXPORT void forEachStashedPath(const Store::StoreManager& store,
+                                      const std::function<void(std::string_view key, const StashedPath& path)>& visit);
+
+}  // namespace Routing::Bgp
