@@ -42,6 +42,7 @@ class CommandLine {
     addList();
     addMrt();
     addSample();
+    addStore();
   }
   CommandLine(const CommandLine&) = delete;
   CommandLine& operator=(const CommandLine&) = delete;
@@ -74,7 +75,8 @@ class CommandLine {
     if (reversed.empty() || reversed.back().starts_with('-')) return;
     const auto isNamed = [&](const CLI::App* sub) { return sub->get_name() == reversed.back(); };
     if (!app_.get_subcommands(isNamed).empty()) return;
-    throw CLI::ValidationError(quote(reversed.back()) + " is no subcommand, expected decode, list, mrt or sample");
+    throw CLI::ValidationError(quote(reversed.back()) +
+                               " is no subcommand, expected decode, list, mrt, sample or store");
   }
 
   CLI::App* subcommand(Options::Command command, const char* name, const char* purpose) {
@@ -92,6 +94,12 @@ class CommandLine {
   void addMatch(CLI::App* sub) {
     sub->add_option("--match", match_, "Match each list with this POSIX extended regular expression")
         ->type_name("REGEX");
+  }
+  void addPublish(CLI::App* sub) {
+    const auto take = [this](const std::string& store) { options_.publish = store; };
+    sub->add_option_function<std::string>("--publish", take,
+                                          "Put the lists into this store, for other processes to read")
+        ->type_name("STORE");
   }
   CLI::Option* addInputs(CLI::App* sub, const char* name, const char* what) {
     return sub->add_option(name, options_.inputs, what)->type_name("");
@@ -125,6 +133,7 @@ class CommandLine {
     addJson(sub, "One JSON object for all files together");
     addNumber(sub, "--top", "N", options_.top, "Show the N most used lists and communities (default 10)");
     addMatch(sub);
+    addPublish(sub);
     addMvpn(sub);
     addInputs(sub, "FILE", "MRT files, plain, gzip or bzip2; - is standard input")->required();
   }
@@ -134,12 +143,19 @@ class CommandLine {
     addNumber(sub, "--seed", "S", options_.seed, "The same seed gives the same stream (default 1)");
   }
 
+  void addStore() {
+    CLI::App* sub = subcommand(Options::Command::store, "store", "Print the lists that mrt --publish put into a store");
+    addJson(sub, "One JSON object a published path");
+    addInputs(sub, "STORE", "The store's directory")->required()->expected(1);
+  }
+
   Options finished() {
     // Told apart here because an empty expression is one too: it matches everything.
     const CLI::Option* option = app_.get_subcommands().front()->get_option_no_throw("--match");
     if (option != nullptr && option->count() != 0) options_.match = match_;
     for (std::string& input : options_.inputs) unmark(input);
     if (options_.match) unmark(*options_.match);
+    if (options_.publish) unmark(*options_.publish);
     return options_;
   }
 

@@ -17,13 +17,14 @@ namespace VelBgpTool {
 class Console;
 
 struct Options {
-  enum class Command { decode, list, mrt, sample };
+  enum class Command { decode, list, mrt, sample, store };
 
   Command command = Command::decode;
   bool json = false;
   bool mvpn = true;
-  std::vector<std::string> inputs;  // values or files
+  std::vector<std::string> inputs;  // values, files or the store
   std::optional<std::string> match;
+  std::optional<std::string> publish;  // a store
   std::uint64_t top = 10;
   std::uint64_t paths = 10'000;
   std::uint64_t seed = 1;
@@ -37,5 +38,6 @@ void decodeCommand(const Options& options, Console& console);
 void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
 void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
 void sampleCommand(const Options& options, Console& console);
+void storeCommand(const Options& options, Console& console);
 
 }  // namespace VelBgpTool

@@ -110,6 +110,8 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
  public:
   using List = ExtCommList::PtrConst;
   static constexpr std::size_t octets = 8;
+  static constexpr auto published = &PathLists::extended;
+  static constexpr auto stashed = &StashedPath::extended;
   static constexpr bool matchable = true;
 
   explicit ExtendedTraits(const Agent& agent) : agent_(agent), content_(agent.communityTable()) {}
@@ -174,6 +176,8 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
  public:
   using List = ExtCommIp6List::PtrConst;
   static constexpr std::size_t octets = 20;
+  static constexpr auto published = &PathLists::extendedIp6;
+  static constexpr auto stashed = &StashedPath::extendedIp6;
   // Route policy has no expression over them.
   static constexpr bool matchable = false;
 

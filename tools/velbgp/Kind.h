@@ -19,6 +19,13 @@
 namespace Routing::RouteMap {
 class PosixRegex;
 }
+namespace Routing::Bgp {
+struct PathLists;
+struct StashedPath;
+}  // namespace Routing::Bgp
+namespace Store {
+class StoreManager;
+}
 
 namespace VelBgpTool {
 
@@ -47,6 +54,13 @@ class Kind {
   virtual bool matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
   // Kinds without a text to match leave `match` out.
   virtual bool matchable() const = 0;
+
+  // Puts a list into a path's lists.
+  virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;
+  // The values of the list of this kind that a path in a store refers to, as on the wire; none if it has none. Throws
+  // the store's exceptions.
+  virtual std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path,
+                                            Store::StoreManager& store) const = 0;
 
   // What interning keeps now.
   virtual std::size_t distinctLists() const = 0;

@@ -10,6 +10,7 @@
 //   classified                 whether there is a classification(community)
 //   matchable                  whether there is a matches(list, regex)
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
+//   published, stashed         the kind's members of a path's lists, and of the references to them in a store
 //   distinctLists(), and distinctCommunities() if a table interns them
 #pragma once
 
@@ -18,6 +19,7 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <utility>
 
+#include "VelBgp/ListPublisher.h"
 #include "tools/velbgp/Kind.h"
 
 namespace VelBgpTool {
@@ -58,6 +60,20 @@ class ListKind : public Kind {
                [[maybe_unused]] const Routing::RouteMap::PosixRegex& regex) override {
     if constexpr (Traits::matchable) return answer(number, regex);
     return false;
+  }
+
+  void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
+    path.*Traits::published = lists_[number];
+  }
+  std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path, Store::StoreManager& store) const override {
+    std::vector<std::uint8_t> values;
+    const List list = List::element_type::destash(&(path.*Traits::stashed), &store);
+    if (list == nullptr) return values;
+    for (const auto& community : Traits::communities(list)) {
+      const auto octets = Traits::wire(community);
+      values.insert(values.end(), octets.begin(), octets.end());
+    }
+    return values;
   }
 
   std::size_t distinctLists() const override { return traits_.distinctLists(); }

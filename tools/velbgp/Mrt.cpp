@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
@@ -11,6 +12,7 @@
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
 #include "tools/velbgp/Progress.h"
+#include "tools/velbgp/Publication.h"
 
 namespace VelBgpTool {
 
@@ -48,8 +50,10 @@ class File {
 // Takes in the paths of all files: interns and counts their communities.
 class Census final : public MrtSink {
  public:
-  Census(Kinds& kinds, const Routing::RouteMap::PosixRegex* match, Console& console)
-      : kinds_(kinds), match_(match), console_(console) {}
+  Census(Kinds& kinds, const Routing::RouteMap::PosixRegex* match, Publication* publication, Console& console)
+      : kinds_(kinds), match_(match), publication_(publication), console_(console) {
+    lists_.fill(Publication::none);
+  }
 
   void fileIs(const File& file);
   const MrtTotals& totals() const { return totals_; }
@@ -62,14 +66,19 @@ class Census final : public MrtSink {
 
  private:
   bool wellFormed(const CommunityAttribute& attribute, std::uint64_t offset);
-  // Counts and interns; whether its list matches the expression.
-  bool attributeIs(const CommunityAttribute& attribute);
+  // Counts and interns; the number of the list.
+  std::uint32_t attributeIs(const CommunityAttribute& attribute);
+  void pathEnds();
 
   Kinds& kinds_;
   const Routing::RouteMap::PosixRegex* match_;
+  Publication* publication_;
   Console& console_;
   MrtTotals totals_;
   std::string source_;
+  // Of the path that is being read.
+  Publication::Numbers lists_;
+  bool matched_ = false;
   // Of the file that is being read.
   const Unpacker* input_ = nullptr;
   Progress* progress_ = nullptr;
@@ -92,13 +101,23 @@ void Census::fileIs(const File& file) {
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
-  constexpr std::uint32_t none = UINT32_MAX;
-  std::uint32_t matched = none;
+  std::uint32_t path = 0;
   for (const CommunityAttribute& attribute : record.attributes()) {
-    if (!wellFormed(attribute, offset) || !attributeIs(attribute) || matched == attribute.path) continue;
-    matched = attribute.path;
-    ++totals_.matches;
+    if (attribute.path != path) pathEnds();
+    path = attribute.path;
+    if (!wellFormed(attribute, offset)) continue;
+    const std::uint32_t number = lists_[attribute.kind] = attributeIs(attribute);
+    Kind& kind = kinds_.at(attribute.kind);
+    matched_ = matched_ || (match_ != nullptr && kind.matchable() && kind.matches(number, *match_));
   }
+  pathEnds();
+}
+
+void Census::pathEnds() {
+  totals_.matches += matched_;
+  if (publication_ != nullptr) publication_->pathIs(lists_, kinds_);
+  matched_ = false;
+  lists_.fill(Publication::none);
 }
 
 bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offset) {
@@ -111,12 +130,10 @@ bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offse
   return false;
 }
 
-bool Census::attributeIs(const CommunityAttribute& attribute) {
+std::uint32_t Census::attributeIs(const CommunityAttribute& attribute) {
   ++totals_.received[attribute.kind].paths;
   totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
-  Kind& kind = kinds_.at(attribute.kind);
-  const std::uint32_t number = kind.pathIs(attribute.value);
-  return match_ != nullptr && kind.matchable() && kind.matches(number, *match_);
+  return kinds_.at(attribute.kind).pathIs(attribute.value);
 }
 
 }  // namespace
@@ -124,8 +141,11 @@ bool Census::attributeIs(const CommunityAttribute& attribute) {
 void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
   Agent agent(options.mvpn);
   Kinds kinds(agent);
-  Census census(kinds, match, console);
+  std::optional<Publication> publication;
+  if (options.publish) publication.emplace(*options.publish, agent, console);
+  Census census(kinds, match, publication ? &*publication : nullptr, console);
   for (const std::string& name : options.inputs) census.fileIs(File(name));
+  if (publication) publication->finish();
   if (options.json) return printMrtJson(census.totals(), kinds, console);
   printMrtForPeople(census.totals(), kinds, agent, options.top, console);
 }

@@ -96,6 +96,8 @@ class PlainTraits {
 struct StandardTraits : PlainTraits<StandardTraits, CommList, CommListContent> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 4;
+  static constexpr auto published = &PathLists::standard;
+  static constexpr auto stashed = &StashedPath::standard;
 
   static const CommListDedupTable* table(const Agent& agent) { return agent.standardTable(); }
   static std::uint32_t value(Octets octets) { return read32(octets); }
@@ -117,6 +119,8 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList, CommListContent> {
 struct LargeTraits : PlainTraits<LargeTraits, LargeCommList, LargeCommListContent> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 12;
+  static constexpr auto published = &PathLists::large;
+  static constexpr auto stashed = &StashedPath::large;
 
   static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeTable(); }
   static CommunityValue value(Octets octets) {

@@ -38,6 +38,8 @@ void run(const Options& options, const Routing::RouteMap::PosixRegex* match, Con
       return mrtCommand(options, match, console);
     case Options::Command::sample:
       return sampleCommand(options, console);
+    case Options::Command::store:
+      return storeCommand(options, console);
   }
 }
 
@@ -73,6 +75,7 @@ int runTool(int argc, char** argv, Console& console) {
 int main(int argc, char** argv) {
   holdStandardStreams();
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // a limit on file sizes is an error like a full disk
   Console console(STDOUT_FILENO, STDERR_FILENO);
   return runTool(argc, argv, console);
 }

@@ -1,0 +1,42 @@
+#include "Store/StoreException.h"
+#include "Store/StoreManager.h"
+#include "VelBgp/ListPublisher.h"
+#include "tools/velbgp/Commands.h"
+#include "tools/velbgp/Console.h"
+#include "tools/velbgp/Lister.h"
+
+namespace VelBgpTool {
+
+namespace {
+
+// A path that cannot be read is reported, the others are printed all the same.
+void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Store::StoreManager& store, Lister& lister,
+               Console& console) {
+  try {
+    std::array<std::vector<std::uint8_t>, kindCount> wire;
+    for (std::size_t kind = 0; kind < kindCount; ++kind) wire[kind] = lister.kind(kind).destash(path, store);
+    for (std::size_t kind = 0; kind < kindCount; ++kind) lister.valuesAre(kind, wire[kind]);
+  } catch (const Store::StoreException& error) {
+    return console.error(place, error.what());
+  }
+  lister.pathEnds(place);
+}
+
+}  // namespace
+
+void storeCommand(const Options& options, Console& console) {
+  const std::string& name = options.inputs.front();
+  Lister lister(options.json, true, nullptr, console);
+  try {
+    const auto store = Store::StoreManager::openForReading(name);
+    store->serviceIs(lister.agent().communityTable());
+    std::uint64_t number = 0;
+    Routing::Bgp::forEachStashedPath(*store, [&](std::string_view, const Routing::Bgp::StashedPath& path) {
+      printPath({name, ++number}, path, *store, lister, console);
+    });
+  } catch (const Store::StoreException& error) {
+    console.error({name, 0, true}, error.what());
+  }
+}
+
+}  // namespace VelBgpTool
