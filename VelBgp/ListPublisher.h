@@ -44,11 +44,12 @@
 
 namespace Routing::Bgp {
 
+// Members that are not named in an initializer are null.
 struct PathLists {
-  ExtCommList::PtrConst extended;
-  ExtCommIp6List::PtrConst extendedIp6;
-  LargeCommList::PtrConst large;
-  CommList::PtrConst standard;
+  ExtCommList::PtrConst extended = {};
+  ExtCommIp6List::PtrConst extendedIp6 = {};
+  LargeCommList::PtrConst large = {};
+  CommList::PtrConst standard = {};
 };
 
 class VELBGP_EXPORT ListPublisher {

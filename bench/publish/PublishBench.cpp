@@ -1,0 +1,240 @@
+// What does a publisher cost the thread that interns, and what does a writer at work cost a reader of its store?
+//
+//   bench_publish                            times, then the ratios
+//   bench_publish --benchmark_filter=read
+//
+// hit and miss are those of bench_interning, for lists of four values, on tables with a publisher attached and without:
+// CPU time of the interning thread. read takes a random published path and destashes its list, while the process that
+// writes the store stands still and while it interns and releases at full speed.
+#include <benchmark/benchmark.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Store/StoreManager.h"
+#include "VelBgp/CommList.h"
+#include "VelBgp/ListPublisher.h"
+#include "VelBgp/Parse/ExtCommContainer.h"
+#include "VelBgp/VelBgpCommunityList.h"
+
+namespace {
+
+using namespace Routing::Bgp;
+
+constexpr std::size_t count = 50000;
+constexpr std::size_t paths = 1000;
+
+// A folder that goes with the process that made it.
+class Folder {
+ public:
+  Folder() : path_(std::filesystem::temp_directory_path() / "bench_publishXXXXXX"), owner_(::getpid()) {
+    if (::mkdtemp(path_.data()) == nullptr) std::abort();
+  }
+  ~Folder() {
+    if (::getpid() == owner_) std::filesystem::remove_all(path_);
+  }
+  std::string store(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+  pid_t owner_;
+};
+
+struct Extended {
+  static constexpr const char* name = "extended";
+  using List = ExtCommList::PtrConst;
+
+  void attachTo(ListPublisher& publisher) { publisher.listTableIs(lists.get()); }
+  List intern(std::size_t index) {
+    content.reset();
+    for (const std::uint64_t i : {3, 1, 2, 0})
+      content.commIs(0x0002fde800000000 + (index * 4 + i) * 7919 % (count * 8));
+    return ExtCommList::dedupContent(lists.get(), content);
+  }
+
+  Tyr::Ptr<BgpParseExtCommContainerSm> decoder = bgpParseExtCommContainerSmFactory(true);
+  ExtCommDedupTable::Ptr comms = ExtCommDedupTableIs(decoder->extCommParser());
+  ExtCommListDedupTable::Ptr lists = ExtCommListDedupTableIs();
+  ExtCommListContentU64 content{comms.get()};
+};
+
+struct Standard {
+  static constexpr const char* name = "standard";
+  using List = CommList::PtrConst;
+
+  void attachTo(ListPublisher& publisher) { publisher.listTableIs(lists.get()); }
+  List intern(std::size_t index) {
+    content.reset();
+    for (const std::uint32_t i : {3, 1, 2, 0}) {
+      content.commIs(static_cast<std::uint32_t>((index * 4 + i) * 7919 % (count * 8)));
+    }
+    return CommList::dedupContent(lists.get(), content);
+  }
+
+  CommListDedupTable::Ptr lists = CommListDedupTableIs();
+  CommListContent content;
+};
+
+// Tables of one kind, published or not.
+template <typename Kind>
+struct Tables {
+  Tables(const Folder& folder, bool published) {
+    if (!published) return;
+    store = Store::StoreManager::openForWriting(folder.store(Kind::name));
+    publisher.emplace(*store);
+    kind.attachTo(*publisher);
+  }
+  std::unique_ptr<Store::StoreManager> store;
+  Kind kind;
+  std::optional<ListPublisher> publisher;
+};
+
+template <typename Kind>
+void miss(benchmark::State& state, const Folder& folder, bool published) {
+  Tables<Kind> tables(folder, published);
+  std::vector<typename Kind::List> lists(count);
+  while (state.KeepRunningBatch(count)) {
+    for (std::size_t i = 0; i < count; ++i) lists[i] = tables.kind.intern(i);
+    for (auto& list : lists) list.reset();
+  }
+  if (published && !tables.publisher->problem().empty()) state.SkipWithError(tables.publisher->problem().c_str());
+}
+
+template <typename Kind>
+void hit(benchmark::State& state, const Folder& folder, bool published) {
+  Tables<Kind> tables(folder, published);
+  std::vector<typename Kind::List> lists(count);
+  for (std::size_t i = 0; i < count; ++i) lists[i] = tables.kind.intern(i);
+  std::size_t next = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(tables.kind.intern(next = (next + 7919) % count));
+}
+
+std::string keyOf(std::size_t path) { return "path " + std::to_string(path); }
+
+// The other process: publishes the paths, then churns as fast as it can.
+[[noreturn]] void writeForEver(const std::string& path, int ready) {
+  const auto store = Store::StoreManager::openForWriting(path);
+  Extended extended;
+  ListPublisher publisher(*store, {.interval = std::chrono::milliseconds(10)});
+  extended.attachTo(publisher);
+  for (std::size_t i = 0; i < paths; ++i) publisher.pathIs(keyOf(i), {.extended = extended.intern(i)});
+  publisher.flush();
+  if (::write(ready, "", 1) != 1) ::_exit(1);
+  std::vector<Extended::List> lists(count);
+  // A place is always taken over by another list than the one it held.
+  for (std::size_t i = 0;; ++i) lists[i % count] = extended.intern(paths + i % (count * 3 / 2));
+}
+
+class Writer {
+ public:
+  explicit Writer(const std::string& path) {
+    int channel[2];
+    if (::pipe(channel) != 0) std::abort();
+    process_ = ::fork();
+    if (process_ == 0) writeForEver(path, channel[1]);
+    char octet;
+    if (::read(channel[0], &octet, 1) != 1) std::abort();
+    ::close(channel[0]);
+    ::close(channel[1]);
+    working(false);
+  }
+  ~Writer() {
+    ::kill(process_, SIGKILL);
+    ::waitpid(process_, nullptr, 0);
+  }
+  void working(bool on) const { ::kill(process_, on ? SIGCONT : SIGSTOP); }
+
+ private:
+  pid_t process_;
+};
+
+void readPaths(benchmark::State& state, const Writer& writer, const std::string& path, bool writing) {
+  writer.working(writing);
+  Extended extended;
+  const auto store = Store::StoreManager::openForReading(path);
+  store->serviceIs(extended.comms.get());
+  const std::uint64_t first = store->commits();
+  std::size_t next = 0;
+  for (auto _ : state) {
+    if (next % 64 == 0) store->refresh();
+    const auto stashed = stashedPath(*store, keyOf(next = (next + 7919) % paths));
+    if (!stashed) {
+      state.SkipWithError("a path is missing");
+      break;
+    }
+    if (ExtCommList::destash(&stashed->extended, store.get())->totalCommunities() != 4)
+      state.SkipWithError("wrong list");
+  }
+  writer.working(false);
+  state.SetItemsProcessed(state.iterations());
+  state.counters["commits seen"] = static_cast<double>(store->commits() - first);
+}
+
+class RatioReporter final : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.aggregate_name == "median") medians[run.run_name.function_name] = run.GetAdjustedCPUTime();
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+  void printRatio(const std::string& of, const std::string& to) const {
+    const auto a = medians.find(of), b = medians.find(to);
+    if (a == medians.end() || b == medians.end()) return;
+    std::printf("%-24s %8.0f ns, %.2f times %s (%.0f ns)\n", of.c_str(), a->second, a->second / b->second, to.c_str(),
+                b->second);
+  }
+  std::map<std::string, double> medians;
+};
+
+template <typename Kind>
+void add(const Folder& folder) {
+  for (const bool published : {false, true}) {
+    const std::string name = std::string(Kind::name) + (published ? "/published" : "/alone");
+    benchmark::RegisterBenchmark(("hit/" + name).c_str(), hit<Kind>, std::cref(folder), published);
+    benchmark::RegisterBenchmark(("miss/" + name).c_str(), miss<Kind>, std::cref(folder), published);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<char*> arguments{argv[0]};
+  std::string defaults[] = {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true",
+                            "--benchmark_min_time=0.2", "--benchmark_report_aggregates_only=true"};
+  for (std::string& argument : defaults) arguments.push_back(argument.data());
+  arguments.insert(arguments.end(), argv + 1, argv + argc);
+  int argumentCount = static_cast<int>(arguments.size());
+  benchmark::Initialize(&argumentCount, arguments.data());
+  if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments.data())) return 1;
+
+  const Folder folder;
+  const Writer writer(folder.store("read"));  // before there are threads
+  add<Extended>(folder);
+  add<Standard>(folder);
+  for (const bool writing : {false, true}) {
+    benchmark::RegisterBenchmark(writing ? "read/writing" : "read/still", readPaths, std::cref(writer),
+                                 folder.store("read"), writing);
+  }
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  std::printf("\n");
+  for (const std::string kind : {Extended::name, Standard::name}) {
+    for (const std::string question : {"hit/", "miss/"}) {
+      reporter.printRatio(question + kind + "/published", question + kind + "/alone");
+    }
+  }
+  reporter.printRatio("read/writing", "read/still");
+  return 0;
+}
