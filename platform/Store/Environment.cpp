@@ -209,6 +209,8 @@ std::uint64_t Environment::newestCommit() const {
   return info.me_last_txnid;
 }
 
+bool Environment::synced() const noexcept { return ownProcess() && ::mdb_env_sync(engine_, 1) == 0; }
+
 void Environment::readersChecked() const {
   const std::shared_lock lock(moving_);
   int dead = 0;

@@ -64,6 +64,8 @@ class Environment {
   // False in a child of fork(), which must leave alone what it shares with its parent.
   bool ownProcess() const noexcept;
   std::uint64_t newestCommit() const;
+  // Waits until all commits are on the disk; false when they are not, or in a child of fork().
+  bool synced() const noexcept;
   // Gives up the places of dead readers.
   void readersChecked() const;
   // All of them, or none and an exception. The file grows as need be.

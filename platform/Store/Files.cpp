@@ -144,6 +144,18 @@ void written(const std::string& path, const std::string& file, Octets octets, mo
   fail(path, "cannot write " + file, count < 0 ? errno : ENOSPC, "room on the disk");
 }
 
+std::string contents(const Descriptor& file) {
+  char octets[64];
+  const ssize_t count = ::pread(file.number(), octets, sizeof octets, 0);
+  return std::string(octets, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+}
+
+// Drawn by the kernel at each start; empty where it does not tell.
+std::string startOfMachine() {
+  const Descriptor file(::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
+  return file.number() < 0 ? std::string() : contents(file);
+}
+
 bool isLeftover(const std::string& name) {
   constexpr const char* ours[] = {"writer.lock",   "stamp",        "stamp.new",
                                   "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
@@ -211,8 +223,36 @@ void directoryMade(const std::string& path, mode_t mode) {
   requireDirectory(path);
 }
 
-Descriptor writerLocked(const std::string& path) {
-  Descriptor lock = opened(path, lockFile(path), O_RDWR | O_CREAT, 0600, "a directory that this user may write");
+bool machineFailedMeanwhile(const std::string& path) {
+  if (!exists(path, lockFile(path))) return false;
+  const Descriptor lock = opened(path, lockFile(path), O_RDONLY, 0, "a writer.lock that this user may read");
+  const std::string mark = contents(lock);
+  return !mark.empty() && mark != startOfMachine();
+}
+
+void markIs(const std::string& path, const Descriptor& lock) {
+  const std::string mark = startOfMachine();
+  markDel(lock);
+  const ssize_t count = ::pwrite(lock.number(), mark.data(), mark.size(), 0);
+  if (count != static_cast<ssize_t>(mark.size()) || ::fsync(lock.number()) != 0) {
+    fail(path, "cannot write " + lockFile(path), count < 0 ? errno : ENOSPC, "a sound disk with room");
+  }
+}
+
+// One that stays is no harm: the next writer takes it away, or makes the store anew.
+void markDel(const Descriptor& lock) noexcept {
+  if (::ftruncate(lock.number(), 0) != 0) return;
+}
+
+void filesDel(const std::string& path) {
+  // In this order a store that is half gone is one that was not finished.
+  for (const std::string& file : {dataFile(path), dataFile(path) + "-lock", stampFile(path)}) {
+    if (::unlink(file.c_str()) != 0 && errno != ENOENT) fail(path, "cannot remove " + file, errno, "to make it anew");
+  }
+}
+
+Descriptor writerLocked(const std::string& path, mode_t mode) {
+  Descriptor lock = opened(path, lockFile(path), O_RDWR | O_CREAT, mode, "a directory that this user may write");
   if (::flock(lock.number(), LOCK_EX | LOCK_NB) == 0) return lock;
   if (errno != EWOULDBLOCK) fail(path, "cannot lock " + lockFile(path), errno, "a file system with locks");
   throw StoreBusyException(problem(path, "another writer has it open: " + message(errno), "one writer at a time"));

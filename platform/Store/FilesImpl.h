@@ -33,7 +33,15 @@ void requireDirectory(const std::string& path);
 // Makes the directory if there is none.
 void directoryMade(const std::string& path, mode_t mode);
 // The lock is held until the descriptor is closed.
-Descriptor writerLocked(const std::string& path);
+Descriptor writerLocked(const std::string& path, mode_t mode);
+
+// The writer's lock file says which start of the machine a writer that does not wait for the disk began in, until that
+// writer has closed the store. A mark of another start: nobody knows what reached the disk.
+bool machineFailedMeanwhile(const std::string& path);
+void markIs(const std::string& path, const Descriptor& lock);
+void markDel(const Descriptor& lock) noexcept;
+// Drops the files of a store, all but the lock.
+void filesDel(const std::string& path);
 
 // True when the store is all there, false when there is none or a half-made one; throws when there is something else.
 bool storeThere(const std::string& path);

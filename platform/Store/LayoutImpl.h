@@ -4,7 +4,8 @@
 //   stamp          32 octets, Stamp below: what tells builds apart before anything else is read. Written once.
 //   data.mdb       the engine's file. One tree; its entries are the header, keys and records below.
 //   data.mdb-lock  the engine's table of readers: who reads which commit.
-//   writer.lock    empty; the writer holds flock() on it.
+//   writer.lock    the writer holds flock() on it. Empty, or the machine's boot id while a writer of processCrash has
+//                  the store open, and after that one died.
 //   *.new          left behind by a writer that died while it made the store.
 // A store is made in this order: directory, lock, stamp, data.mdb with its header, the last two under another name and
 // then renamed. So what is half made has no data.mdb, and the next writer makes it anew.

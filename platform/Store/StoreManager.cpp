@@ -56,11 +56,17 @@ Header headerChecked(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
 std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& name, const Options& options) {
   const std::string path = detail::absolute(name);
   detail::directoryMade(path, options.mode);
-  auto writer = std::make_unique<detail::Writer>(detail::writerLocked(path));
+  auto writer = std::make_unique<detail::Writer>(detail::writerLocked(path, options.mode));
+  if (detail::machineFailedMeanwhile(path)) detail::filesDel(path);
   if (!detail::storeThere(path)) detail::storeMade(path, options);
   const std::uint64_t identity = detail::stampRead(path);
   auto environment = detail::Environment::open(path, &options);
   std::unique_ptr<StoreManager> manager(new StoreManager(std::move(environment), identity, std::move(writer)));
+  if (options.durability == Durability::processCrash) {
+    detail::markIs(path, manager->writer_->lock);
+  } else if (manager->environment_->synced()) {
+    detail::markDel(manager->writer_->lock);
+  }
   manager->environment_->readersChecked();
   manager->anchorsReserved();
   manager->refresh();
@@ -71,6 +77,10 @@ std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& na
 std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& name) {
   const std::string path = detail::absolute(name);
   detail::requireDirectory(path);
+  if (detail::machineFailedMeanwhile(path)) {
+    throw StoreFormatException(detail::problem(path, "the machine failed while it was written",
+                                               "a store that was closed, or that a writer has made anew"));
+  }
   if (!detail::storeThere(path)) {
     throw StoreAbsentException(detail::problem(path, "no store there yet", "a store that its writer has made"));
   }
@@ -90,7 +100,10 @@ StoreManager::StoreManager(std::shared_ptr<detail::Environment> environment, std
   if (writer_ != nullptr) writer_->nextAnchor = writer_->anchorBound = header.anchorBound;
 }
 
-StoreManager::~StoreManager() = default;
+// In a child of fork() the mark is its parent's.
+StoreManager::~StoreManager() {
+  if (writer_ != nullptr && environment_ != nullptr && environment_->synced()) detail::markDel(writer_->lock);
+}
 
 const std::string& StoreManager::path() const noexcept { return environment_->path(); }
 std::uint64_t StoreManager::newestCommit() const { return environment_->newestCommit(); }

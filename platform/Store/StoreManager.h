@@ -19,8 +19,9 @@
 //
 // Durability: with Durability::processCrash a commit survives any death of the writer, kill -9 included, as soon as
 // commit() has returned; with systemCrash it survives a failure of the machine too, at the price of waiting for the
-// disk at each commit. A store of processCrash that was open for writing when the machine failed must be removed: its
-// pages may have reached the disk in any order, and nobody can tell.
+// disk at each commit. When the machine fails while a store of processCrash is open for writing, its pages may have
+// reached the disk in any order: readers refuse it after the next start, and the next writer makes it anew. Closing such
+// a store waits for the disk.
 //
 // Room: the file grows by itself, and readers follow by themselves. It never shrinks; freed room is used again. It is
 // sparse: its size is the room mapped, not what it takes on the disk.
@@ -77,7 +78,7 @@ struct Options {
 
 class VELBGP_EXPORT StoreManager {
  public:
-  // Makes the store if the directory is absent, in a parent that exists, or empty. Opening makes a commit of its own.
+  // Makes the store if the directory is absent, in a parent that exists, or empty, or if the machine failed (above). Opening makes a commit of its own.
   static std::unique_ptr<StoreManager> openForWriting(const std::string& path, const Options& options = {});
   static std::unique_ptr<StoreManager> openForReading(const std::string& path);
   StoreManager(const StoreManager&) = delete;

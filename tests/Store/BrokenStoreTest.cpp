@@ -91,6 +91,27 @@ TEST_F(BrokenStoreTest, IsRefusedWithItsReason) {
   }
 }
 
+// The mark of a writer that did not close the store, of this start of the machine and of another.
+TEST_F(BrokenStoreTest, MachineFailedWhileItWasWritten) {
+  const std::string mark = path_ + "/writer.lock";
+  EXPECT_EQ(contents(mark), "");  // closed
+  std::string start;
+  {
+    const auto writer = StoreManager::openForWriting(path_);
+    start = contents(mark);
+  }
+  if (start.empty()) GTEST_SKIP() << "this machine does not tell its starts apart";
+  std::ofstream(mark) << start;
+  const std::uint64_t before = StoreManager::openForReading(path_)->identity();  // killed: what it wrote is whole
+  start[0] = static_cast<char>(start[0] ^ 1);
+  std::ofstream(mark) << start;
+  EXPECT_THAT(failure<StoreFormatException>([&] { StoreManager::openForReading(path_); }),
+              HasSubstr("the machine failed while it was written; expected"));
+  const auto anew = StoreManager::openForWriting(path_);
+  EXPECT_NE(anew->identity(), before);
+  EXPECT_EQ(StoreManager::openForReading(path_)->identity(), anew->identity());
+}
+
 TEST_F(BrokenStoreTest, WhatIsNoStoreIsRefused) {
   const std::string file = folder_ / "file";
   std::ofstream(file) << "text";
