@@ -18,6 +18,8 @@ _velbgp() {
   esac
   if [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$options --help --version" -- "$current")
+  elif [[ ${COMP_WORDS[1]} == @(decode|list) ]]; then
+    mapfile -t COMPREPLY < <(compgen -W 'internet GSHUT llgr-stale no-llgr no-export no-advertise local-as' -- "$current")
   elif [[ ${COMP_WORDS[1]} == mrt ]]; then
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
