@@ -257,8 +257,9 @@ ExtCommIp6::PtrConst ExtCommIp6::destash(const void* stashed, Store::StoreManage
   if (namesNothing(stashed)) return nullptr;
   StashReader reader(stashed, *store, Stashed::extCommIp6);
   const ExtCommClassification classification = reader.takeClassification();
-  const auto made =
-      boost::const_pointer_cast<ExtCommIp6>(extCommIp6Factory(classification, reader.take<ExtCommIp6Content>()));
+  const auto content = reader.take<ExtCommIp6Content>();
+  reader.requireEnd();
+  const auto made = boost::const_pointer_cast<ExtCommIp6>(extCommIp6Factory(classification, content));
   made->notInTableIs();
   return made;
 }

@@ -81,7 +81,9 @@ class StashReader {
          std::to_string(static_cast<std::uint32_t>(type)));
   }
 
-  std::size_t left() const noexcept { return rest_.size(); }
+  void requireEnd() const {
+    if (!rest_.empty()) fail("names a record with " + std::to_string(rest_.size()) + " octets too many");
+  }
   template <typename Plain>
   Plain take() {
     static_assert(std::is_trivially_copyable_v<Plain>);

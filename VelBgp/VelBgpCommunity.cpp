@@ -243,7 +243,10 @@ ExtComm::PtrConst decodedPrivately(const ExtCommContent& content) {
 
 ExtComm::PtrConst ExtComm::destash(const void* stashed, Store::StoreManager* store) {
   if (namesNothing(stashed)) return nullptr;
-  const ExtCommContent content(StashReader(stashed, *store, Stashed::extComm).take<std::uint64_t>());
+  StashReader reader(stashed, *store, Stashed::extComm);
+  const ExtCommContent content(reader.take<std::uint64_t>());
+  reader.takeClassification();  // follows from the value
+  reader.requireEnd();
   const auto* const table = store->service<ExtCommDedupTable>();
   return table == nullptr ? decodedPrivately(content) : dedupContent(table, content);
 }

@@ -13,11 +13,20 @@ constexpr int statusUnusable = 2;
 // CLI11 takes "[a,b]" apart as an array, and "{}" as none. A value or file of such a name is kept whole by this mark.
 constexpr char wholeMark = '\x01';
 
+// Also what ends in the mark of its own accord, lest unmark() take that.
+bool needsMark(const std::string& argument) {
+  return (argument.starts_with('[') && argument.ends_with(']')) || argument == "{}" || argument.ends_with(wholeMark);
+}
+
+void unmark(std::string& argument) {
+  if (argument.ends_with(wholeMark)) argument.pop_back();
+}
+
 std::vector<std::string> arguments(int argc, const char* const* argv) {
   std::vector<std::string> reversed;
   for (int i = argc - 1; i > 0; --i) {
     std::string argument(argv[i]);
-    if ((argument.starts_with('[') && argument.ends_with(']')) || argument == "{}") argument += wholeMark;
+    if (needsMark(argument)) argument += wholeMark;
     // The empty expression; CLI11 would take the next argument instead.
     if (argument == "--match=") {
       reversed.emplace_back();
@@ -26,10 +35,6 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
     reversed.push_back(std::move(argument));
   }
   return reversed;
-}
-
-void unmark(std::string& argument) {
-  if (argument.ends_with(wholeMark)) argument.pop_back();
 }
 
 class CommandLine {
@@ -75,8 +80,9 @@ class CommandLine {
     if (reversed.empty() || reversed.back().starts_with('-')) return;
     const auto isNamed = [&](const CLI::App* sub) { return sub->get_name() == reversed.back(); };
     if (!app_.get_subcommands(isNamed).empty()) return;
-    throw CLI::ValidationError(quote(reversed.back()) +
-                               " is no subcommand, expected decode, list, mrt, sample or store");
+    std::string name = reversed.back();
+    unmark(name);
+    throw CLI::ValidationError(quote(name) + " is no subcommand, expected decode, list, mrt, sample or store");
   }
 
   CLI::App* subcommand(Options::Command command, const char* name, const char* purpose) {
@@ -107,7 +113,8 @@ class CommandLine {
 
   // CLI11's own conversion takes signs, and a leading zero for octal.
   static void addNumber(CLI::App* sub, const char* name, const char* letter, std::uint64_t& number, const char* what) {
-    const auto read = [name, &number](const std::string& text) {
+    const auto read = [name, &number](std::string text) {
+      unmark(text);
       const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
       if (error == std::errc() && end == text.data() + text.size()) return;
       throw CLI::ValidationError(name, quote(text) + " is no number, expected one from 0 to 18446744073709551615");
@@ -119,14 +126,15 @@ class CommandLine {
     CLI::App* sub = subcommand(Options::Command::decode, "decode", "Say what each community value is");
     addJson(sub, "One JSON object a value");
     addMvpn(sub);
-    addInputs(sub, "VALUE", "0x and 16 hex digits; without any, one a line of standard input");
+    addInputs(sub, "VALUE",
+              "A:B, A:B:C, a name like no-export, or 0x and hex digits; without any, one a line of standard input");
   }
   void addList() {
     CLI::App* sub = subcommand(Options::Command::list, "list", "Intern the communities of a path as lists");
     addJson(sub, "One JSON object a path");
     addMatch(sub);
     addMvpn(sub);
-    addInputs(sub, "VALUE", "The values of one path; without any, one path a line of standard input");
+    addInputs(sub, "VALUE", "The values of one path, of any kind; without any, one path a line of standard input");
   }
   void addMrt() {
     CLI::App* sub = subcommand(Options::Command::mrt, "mrt", "Intern the communities of all paths of MRT files");

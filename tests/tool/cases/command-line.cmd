@@ -1,4 +1,4 @@
-for arguments in '' nonsense 'decode --nonsense' mrt 'mrt --top x f' 'list --match' 'sample --paths -1' 'sample extra'; do
+for arguments in '' [nonsense] 'decode --nonsense' mrt 'mrt --top [5] f' 'list --match' 'sample --paths -1' 'sample extra'; do
   velbgp $arguments
   echo $?
 done

@@ -1,5 +1,6 @@
 # status: 1
-# One path of each fault that an attribute can have, and one with a repeated value and a repeated attribute.
+# Each fault that an attribute can have, in paths with and without good ones; then repeated values and attributes, and
+# a path that two lists match.
 unhex() { perl -ne 'chomp; print pack "H*", $_'; }
 u() { # attributes in hex: a record of type 16, subtype 4
   n=$((${#1} / 2))
@@ -12,5 +13,8 @@ u() { # attributes in hex: a record of type 16, subtype 4
   u c0080300010064
   u c00800c0200b0000000000000000000000
   u c01900
+  u c01913000220010db800000000000000000000000100c0080500010064ffc02000c010080002fde800000064c0080400010064
   u c010180002fde8000000640002fde8000000640003fde800000064c010080700000000000000
-} | velbgp mrt --json --match '^65000:100 65000:100$' -
+  u c0200c000100000000000100000002d0080008ffffff0100010064c01928000220010db80000000000000000000000010064000220010db80000000000000000000000010064c0200c000000010000000200000003c0080400010065
+  u c0080cffffff01ffffff0100010064
+} | velbgp mrt --json --match '^65000:100 65000:100$|65536:1:2|^1:100 no-export' -

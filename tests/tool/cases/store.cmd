@@ -1,0 +1,46 @@
+# status: 1
+# What mrt publishes, store prints as list does, also while mrt is still at work; what is no store is said to be none.
+published() {
+  velbgp sample --paths 400 --seed 3 | velbgp mrt --json --publish s - >counts
+  velbgp store --json s >stored
+  python3 -c '
+import json
+for line in open("stored"):
+    print(*(value for kind in json.loads(line).values() for value in kind["values"]))' |
+    velbgp list --json | cmp - stored && echo the same as list, "$(wc -l <stored)" paths
+  velbgp store s | head -n 4
+}
+
+# The next one to publish drops what was there. Its input has not ended while the store is read.
+at_work() {
+  mkfifo input
+  velbgp mrt --json --publish s input >counts2 &
+  exec 3>input
+  velbgp sample --paths 50 --seed 3 >&3
+  for _ in $(seq 200); do
+    [ "$(velbgp store --json s | wc -l)" -eq 39 ] && echo 39 paths at work && break
+    sleep 0.05
+  done
+  velbgp mrt --publish s /dev/null | head -n 1
+  exec 3>&-
+  wait
+  velbgp store --json s | wc -l
+}
+
+broken() {
+  mkdir empty
+  echo text >file
+  for store in absent empty file; do velbgp store $store; done
+  velbgp mrt --json --publish file /dev/null | cut -c 1-21
+  : >s/data.mdb
+  velbgp store s
+  # A limit on the size of files is a full disk: an error, and all the rest of the work is done.
+  (ulimit -f 1000 && velbgp sample --paths 400 --seed 3 | velbgp mrt --json --publish full - | cmp - counts && echo counted)
+  velbgp store absent absent
+  velbgp store absent
+}
+
+{ published && at_work && broken; } 2>errors
+status=$?
+sed "s|$PWD/||g" errors >&2
+exit $status
