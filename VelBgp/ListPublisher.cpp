@@ -52,9 +52,20 @@ struct KindNotes {
   bool empty() const noexcept { return !allGone && gone.empty() && come.empty(); }
 };
 
+// By key; nothing: the path went.
+using NotesOfPaths = std::map<std::string, std::optional<SlotsOfPath>, std::less<>>;
+
+// Needs no memory.
+void append(NotesOfPaths& notes, NotesOfPaths& later) noexcept {
+  while (!later.empty()) {
+    const auto put = notes.insert(later.extract(later.begin()));
+    if (!put.inserted) put.position->second = put.node.mapped();
+  }
+}
+
 struct Notes {
   std::array<KindNotes, kinds> lists;
-  std::map<std::string, SlotsOfPath, std::less<>> paths;  // all slots 0: the path went
+  NotesOfPaths paths;
 
   bool empty() const noexcept {
     return paths.empty() && std::all_of(lists.begin(), lists.end(), [](const KindNotes& kind) { return kind.empty(); });
@@ -80,10 +91,7 @@ void append(Notes& notes, Notes& later) {
   }
   // From here on nothing needs memory.
   for (std::size_t kind = 0; kind < kinds; ++kind) append(notes.lists[kind], later.lists[kind]);
-  while (!later.paths.empty()) {
-    const auto put = notes.paths.insert(later.paths.extract(later.paths.begin()));
-    if (!put.inserted) put.position->second = put.node.mapped();
-  }
+  append(notes.paths, later.paths);
   later = Notes();
 }
 
@@ -135,6 +143,7 @@ class KindChange {
       : row_(row), records_(records), store_(store), batch_(batch) {}
 
   void apply(const KindNotes& notes) {
+    allGone_ = notes.allGone;
     if (notes.allGone) {
       for (const auto& [slot, reference] : records_.lists) listGoes(slot, reference);
     }
@@ -150,7 +159,7 @@ class KindChange {
   Store::Reference reference(Slot slot) const {
     if (const auto it = come_.find(slot); it != come_.end()) return it->second;
     const auto it = records_.lists.find(slot);
-    return it == records_.lists.end() ? Store::Reference() : it->second;
+    return it == records_.lists.end() || allGone_ ? Store::Reference() : it->second;
   }
 
   // The commit is done. Needs no memory.
@@ -225,6 +234,7 @@ class KindChange {
   KindRecords& records_;
   const Store::StoreManager& store_;
   Store::WriteBatch& batch_;
+  bool allGone_ = false;
   std::vector<Slot> gone_;
   BySlot<Store::Reference> come_;
   Communities communities_;
@@ -248,6 +258,7 @@ class Records {
       changes.emplace_back(kindRows[kind], records_[kind], store_, batch);
       changes[kind].apply(notes.lists[kind]);
     }
+    if (cleared_) pathsLoseLists(batch, notes);
     for (const auto& [key, slots] : notes.paths) pathChanges(batch, key, slots, changes);
     batch.commit();
     cleared_ = true;
@@ -255,12 +266,29 @@ class Records {
   }
 
  private:
-  static void pathChanges(Store::WriteBatch& batch, const std::string& key, const SlotsOfPath& slots,
+  using References = std::array<Store::Reference, kinds>;
+
+  static void pathChanges(Store::WriteBatch& batch, const std::string& key, const std::optional<SlotsOfPath>& slots,
                           const std::vector<KindChange>& changes) {
-    if (slots == SlotsOfPath()) return batch.keyDel(stashedPathSpace, octetsOf(key));
-    std::array<Store::Reference, kinds> references;
-    for (std::size_t kind = 0; kind < kinds; ++kind) references[kind] = changes[kind].reference(slots[kind]);
+    if (!slots) return batch.keyDel(stashedPathSpace, octetsOf(key));
+    References references;
+    for (std::size_t kind = 0; kind < kinds; ++kind) references[kind] = changes[kind].reference((*slots)[kind]);
     batch.keyIs(stashedPathSpace, octetsOf(key), plainImage(references));
+  }
+
+  // A table that went took its lists along, also those that paths hold.
+  void pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const {
+    if (std::none_of(notes.lists.begin(), notes.lists.end(), [](const KindNotes& kind) { return kind.allGone; }))
+      return;
+    store_.view().forEachKey(stashedPathSpace, [&](Store::Octets key, Store::Octets value) {
+      References references;
+      if (value.size() != sizeof references) return;
+      std::memcpy(&references, value.data(), sizeof references);
+      for (std::size_t kind = 0; kind < kinds; ++kind) {
+        if (notes.lists[kind].allGone) references[kind] = Store::Reference();
+      }
+      batch.keyIs(stashedPathSpace, key, plainImage(references));
+    });
   }
 
   Store::StoreManager& store_;
@@ -296,10 +324,10 @@ class ListPublisher::State {
     held.swap(held_);  // goes after the lock: lists that go are noted
   }
 
-  void attached(std::size_t kind) {
+  void attached(std::size_t kind, const Keel::DedupHashTable& table) {
     const std::lock_guard lock(mutex_);
-    TYR_ASSERT(!attached_[kind]);
-    attached_[kind] = true;
+    TYR_ASSERT(tables_[kind] == nullptr);
+    tables_[kind] = &table;
   }
 
   void listComes(std::size_t kind, Slot slot, Image image) {
@@ -325,40 +353,45 @@ class ListPublisher::State {
     notes.gone.clear();
     notes.allGone = true;
     known_[kind] = 0;
+    tables_[kind] = nullptr;
     ++noted_;
   }
 
   void pathIs(std::string_view key, PathLists lists) {
     if (key.size() > Store::maxKeyOctets) throw std::length_error("a path's key has at most 255 octets");
-    const SlotsOfPath slots = {slotOf(lists.extended.get()), slotOf(lists.extendedIp6.get()), slotOf(lists.large.get()),
-                               slotOf(lists.standard.get())};
-    if (slots == SlotsOfPath()) return void(pathDel(key));
+    NotesOfPaths note;
+    std::optional<SlotsOfPath>& slots = note[std::string(key)];
     PathLists before;  // goes after the lock, as lists that go are noted
     const std::lock_guard lock(mutex_);
-    const auto held = held_.try_emplace(std::string(key)).first;
-    notes_.paths.insert_or_assign(held->first, slots);
-    before = std::exchange(held->second, std::move(lists));
+    slots = SlotsOfPath{slotOf(0, lists.extended.get()), slotOf(1, lists.extendedIp6.get()),
+                        slotOf(2, lists.large.get()), slotOf(3, lists.standard.get())};
+    PathLists& held = held_[note.begin()->first];  // the last thing that may throw
+    before = std::exchange(held, std::move(lists));
+    append(notes_.paths, note);
     ++noted_;
   }
   bool pathDel(std::string_view key) {
+    NotesOfPaths note;
+    note[std::string(key)] = std::nullopt;
     PathLists before;
     const std::lock_guard lock(mutex_);
     const auto held = held_.find(key);
     if (held == held_.end()) return false;
-    notes_.paths.insert_or_assign(held->first, SlotsOfPath());
     before = std::move(held->second);
     held_.erase(held);
+    append(notes_.paths, note);
     ++noted_;
     return true;
   }
 
+  // Until all is written, or an attempt that began after this has failed.
   void flush() {
     std::unique_lock lock(mutex_);
     const std::uint64_t wanted = noted_;
-    const std::uint64_t failures = failures_;
+    const std::uint64_t begun = attempts_;
     hurry_ = true;
     wake_.notify_all();
-    done_.wait(lock, [&] { return committed_ >= wanted || failures_ > failures + 1; });
+    done_.wait(lock, [&] { return committed_ >= wanted || failed_ > begun; });
     if (committed_ < wanted) throw Store::StoreException(problem_);
   }
   std::string problem() const {
@@ -367,10 +400,9 @@ class ListPublisher::State {
   }
 
  private:
-  template <typename List>
-  static Slot slotOf(const List* list) {
+  Slot slotOf(std::size_t kind, const Keel::DedupHandleBase* list) const {
     if (list == nullptr) return 0;
-    TYR_ASSERT(list->isDeduped());
+    TYR_ASSERT(tables_[kind] != nullptr && tables_[kind]->holds(*list));
     return Keel::handleRef(list);
   }
 
@@ -383,11 +415,12 @@ class ListPublisher::State {
       hurry_ = false;
       const std::uint64_t noted = noted_;
       if (noted == committed_) continue;
+      const std::uint64_t attempt = ++attempts_;
       lock.unlock();
       std::string problem = written();
       lock.lock();
       problem_.swap(problem);
-      problem_.empty() ? void(committed_ = noted) : void(++failures_);
+      (problem_.empty() ? committed_ : failed_) = problem_.empty() ? noted : attempt;
       done_.notify_all();
     }
   }
@@ -459,10 +492,11 @@ class ListPublisher::State {
   Notes notes_;
   Counts known_ = {};
   std::map<std::string, PathLists, std::less<>> held_;
-  std::array<bool, kinds> attached_ = {};
+  std::array<const Keel::DedupHashTable*, kinds> tables_ = {};
   std::uint64_t noted_ = 1;      // changes so far; the first is that the store becomes ours
   std::uint64_t committed_ = 0;  // how many of them are in the store
-  std::uint64_t failures_ = 0;
+  std::uint64_t attempts_ = 0;   // to commit, begun so far
+  std::uint64_t failed_ = 0;     // the last of them that failed
   std::string problem_;
   bool hurry_ = false;
   bool stopping_ = false;
@@ -496,19 +530,19 @@ ListPublisher::ListPublisher(Store::StoreManager& store, Options options)
 ListPublisher::~ListPublisher() { state_->close(); }
 
 void ListPublisher::listTableIs(const ExtCommListDedupTable* table) {
-  state_->attached(0);
+  state_->attached(0, table->extCommListDedupTable());
   table->extCommListDedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<ExtCommList, 0>>(state_));
 }
 void ListPublisher::listTableIs(const ExtCommIp6ListDedupTable* table) {
-  state_->attached(1);
+  state_->attached(1, table->extCommListDedupTable());
   table->extCommListDedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<ExtCommIp6List, 1>>(state_));
 }
 void ListPublisher::listTableIs(const LargeCommListDedupTable* table) {
-  state_->attached(2);
+  state_->attached(2, table->dedupTable());
   table->dedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<LargeCommList, 2>>(state_));
 }
 void ListPublisher::listTableIs(const CommListDedupTable* table) {
-  state_->attached(3);
+  state_->attached(3, table->dedupTable());
   table->dedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<CommList, 3>>(state_));
 }
 

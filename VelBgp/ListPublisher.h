@@ -66,14 +66,15 @@ class VELBGP_EXPORT ListPublisher {
   ListPublisher(const ListPublisher&) = delete;
   ListPublisher& operator=(const ListPublisher&) = delete;
 
-  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its kind is there.
+  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its kind is there. A
+  // table that is destroyed takes its lists out of the store, also out of paths; another may follow it.
   void listTableIs(const ExtCommListDedupTable* table);
   void listTableIs(const ExtCommIp6ListDedupTable* table);
   void listTableIs(const LargeCommListDedupTable* table);
   void listTableIs(const CommListDedupTable* table);
 
-  // Publishes a path under a key of up to 255 octets, in place of what was there. Its lists are of attached tables, or
-  // null; asserts that they are interned. Throws std::length_error for a longer key.
+  // Publishes a path under a key of up to 255 octets, in place of what was there, also one without any list. Asserts that
+  // its lists are in attached tables. Throws std::length_error for a longer key.
   void pathIs(std::string_view key, PathLists lists);
   // Whether there was one.
   bool pathDel(std::string_view key);

@@ -160,6 +160,11 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Before the table is used: asserts that it is empty. The destructor tells the notifiee to stop.
   void lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee);
 
+  // Whether the object is in this table, not in another or none. For a holder of the object.
+  bool holds(const DedupHandleBase& handle) const noexcept {
+    return handle.owner_.load(std::memory_order_relaxed) == number_;
+  }
+
   // Objects in the table now.
   std::size_t size() const;
   bool multiThreaded() const noexcept { return multiThreaded_; }
