@@ -19,6 +19,7 @@
 
 #include "Addr/Ip6Addr.h"
 #include "Keel/DedupHashTable.h"
+#include "Store/Forward.h"
 #include "Tyr/Export.h"
 #include "Tyr/FlagSet.h"
 #include "Tyr/FwkType.h"
@@ -26,12 +27,6 @@
 #include "Tyr/Strep.h"
 #include "VelBgp/VelBgpCommunity.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
-
-namespace Store {
-struct Reference;
-class StoreManager;
-class WriteBatch;
-}  // namespace Store
 
 namespace Routing::Bgp {
 

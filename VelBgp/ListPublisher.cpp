@@ -522,6 +522,13 @@ class ListPublisher::State {
 
     const std::shared_ptr<State> state_;
   };
+
+  template <typename List, std::size_t kind>
+  static void attach(const std::shared_ptr<State>& state, Keel::DedupHashTable& table) {
+    const auto notifiee = Tyr::make<Notifiee<List, kind>>(state);
+    state->attached(kind, table);
+    table.lifeTimeNotifieeIs(notifiee);
+  }
 };
 
 ListPublisher::ListPublisher(Store::StoreManager& store, Options options)
@@ -530,20 +537,16 @@ ListPublisher::ListPublisher(Store::StoreManager& store, Options options)
 ListPublisher::~ListPublisher() { state_->close(); }
 
 void ListPublisher::listTableIs(const ExtCommListDedupTable* table) {
-  state_->attached(0, table->extCommListDedupTable());
-  table->extCommListDedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<ExtCommList, 0>>(state_));
+  State::attach<ExtCommList, 0>(state_, table->extCommListDedupTable());
 }
 void ListPublisher::listTableIs(const ExtCommIp6ListDedupTable* table) {
-  state_->attached(1, table->extCommListDedupTable());
-  table->extCommListDedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<ExtCommIp6List, 1>>(state_));
+  State::attach<ExtCommIp6List, 1>(state_, table->extCommListDedupTable());
 }
 void ListPublisher::listTableIs(const LargeCommListDedupTable* table) {
-  state_->attached(2, table->dedupTable());
-  table->dedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<LargeCommList, 2>>(state_));
+  State::attach<LargeCommList, 2>(state_, table->dedupTable());
 }
 void ListPublisher::listTableIs(const CommListDedupTable* table) {
-  state_->attached(3, table->dedupTable());
-  table->dedupTable().lifeTimeNotifieeIs(Tyr::make<State::Notifiee<CommList, 3>>(state_));
+  State::attach<CommList, 3>(state_, table->dedupTable());
 }
 
 void ListPublisher::pathIs(std::string_view key, PathLists lists) { state_->pathIs(key, std::move(lists)); }

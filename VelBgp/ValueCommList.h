@@ -25,15 +25,10 @@
 #include <string>
 
 #include "Keel/DedupHashTable.h"
+#include "Store/Forward.h"
 #include "Tyr/Assert.h"
 #include "Tyr/Export.h"
 #include "VelBgp/BgpPathAttributeEnums.h"
-
-namespace Store {
-struct Reference;
-class StoreManager;
-class WriteBatch;
-}  // namespace Store
 
 namespace Routing::Bgp {
 

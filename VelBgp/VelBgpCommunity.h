@@ -19,6 +19,7 @@
 #include <string_view>
 
 #include "Keel/DedupHashTable.h"
+#include "Store/Forward.h"
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Enumeration.h"
 #include "Tyr/Export.h"
@@ -28,12 +29,6 @@
 #include "Tyr/Strep.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
-
-namespace Store {
-struct Reference;
-class StoreManager;
-class WriteBatch;
-}  // namespace Store
 
 namespace Routing::Bgp {
 

@@ -28,6 +28,7 @@
 #include "Keel/DedupHashTable.h"
 #include "Keel/PtrInterfaceArray.h"
 #include "Policy/PosixRegex.h"
+#include "Store/Forward.h"
 #include "Tyr/Assert.h"
 #include "Tyr/Export.h"
 #include "Tyr/FlagSet.h"
@@ -36,12 +37,6 @@
 #include "VelBgp/LargeCommList.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "VelBgp/VelBgpCommunity.h"
-
-namespace Store {
-struct Reference;
-class StoreManager;
-class WriteBatch;
-}  // namespace Store
 
 namespace Routing::Bgp {
 
