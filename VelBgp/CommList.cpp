@@ -106,6 +106,7 @@ bool CommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
 
 std::ostream& formatCommList(std::ostream& stream, const CommList* list) { return writeText(stream, stringify(list)); }
 std::ostream& operator<<(std::ostream& stream, const CommList* list) { return formatCommList(stream, list); }
+std::ostream& operator<<(std::ostream& stream, const CommList& list) { return stream << &list; }
 std::string stringify(const CommList* list) { return list == nullptr ? "NULL" : list->toStrep(); }
 
 // ---- The tables

@@ -100,7 +100,8 @@ class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
   Tyr::Ptr<CommListSnapshot> commSnapshot() const;
 
   // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
-  // Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  // Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
+  // ExtComm::destash.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
@@ -115,12 +116,14 @@ class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
 // toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.
 VELBGP_EXPORT std::ostream& formatCommList(std::ostream& stream, const CommList* list);
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const CommList* list);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const CommList& list);
 VELBGP_EXPORT std::string stringify(const CommList* list);
 
 // One hash table. Deliberate: a list's hash() is not where its table puts it. Paul Hsieh's hash has no key, and a peer
 // that sends lists which collide would make every lookup walk all of them; the table goes by Keel's keyed hash.
 class VELBGP_EXPORT CommListDedupTableBase : public Tyr::PtrInterface {
  public:
+  // Lookups by hand go by CommListTraits::tableHash, or LargeCommListTraits::tableHash, of the sorted values.
   Keel::DedupHashTable& dedupTable() const noexcept { return *dedupTable_; }
   // Distinct lists that are interned now.
   std::size_t size() const { return dedupTable_->size(); }

@@ -164,7 +164,7 @@ class VELBGP_EXPORT ExtCommIp6 : public Keel::DedupHandleBase {
   Store::Reference stash(Store::WriteBatch* batch) const;
   // The community that a reference names, which lies in memory at any address: a private ExtCommIp6 of the stored
   // classification, in no table and never to be. Deliberate: never an ExtCommIp6Subtyped. Null for a null reference.
-  // Throws the store's exceptions.
+  // Throws the store's exceptions. Threads as for ExtComm::destash.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:

@@ -100,6 +100,7 @@ void ExtCommIp6ClassificationList::commVectorSortedIs(bool sorted) {
 
 ExtCommIp6ClassificationList::PtrConst ExtCommIp6ClassificationList::dedup(const ExtCommIp6ListDedupTable* table) {
   TYR_ASSERT_TEXT(commVectorSorted(), "_classificationList->commVectorSorted()");
+  for (const ExtCommIp6::PtrConst& comm : comms_) TYR_ASSERT(comm->classification() == classification_);
   Ptr list(this);
   if (everDeduped()) {
     list = Tyr::make<ExtCommIp6ClassificationList>(classification_);

@@ -114,7 +114,7 @@ class VELBGP_EXPORT ExtCommIp6ClassificationList final : public ExtCommIp6ListBa
   void commVectorSortedIs(bool sorted);
 
   // The interned list of this classification with these communities: this one, if no equal one is there. Asserts that
-  // the list is sorted. A list that was ever deduped is left as it is.
+  // the list is sorted and its communities are of this classification. A list that was ever deduped is left as it is.
   PtrConst dedup(const ExtCommIp6ListDedupTable* table);
 
  private:
@@ -161,7 +161,8 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   // Writes the list and each of its communities as records of their own, and gives the list's.
   Store::Reference stash(Store::WriteBatch* batch) const;
   // The list that a reference names, which lies in memory at any address: a private list of private communities, in no
-  // table and never to be. Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  // table and never to be. Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
+  // ExtComm::destash.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:

@@ -97,8 +97,8 @@ ExtCommList::PtrConst ExtCommList::dedupSingleU64(const ExtCommDedupTable* commT
 }
 
 // The split of a list under way. The references to the communities of a classification move on to its classification
-// list as soon as that is asked for; when the split is over, in whatever way, the list holds none itself, and a community
-// whose reference has moved on is not looked at again: it may be gone.
+// list as soon as that is asked for; when the split is over, in whatever way, the list holds none itself, and a
+// community whose reference has moved on is not looked at again: it may be gone.
 class ExtCommList::Split {
  public:
   explicit Split(ExtCommList& list) : list_(list) { classifications_.reserve(list.comms_.size()); }

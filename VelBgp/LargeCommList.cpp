@@ -96,6 +96,7 @@ std::ostream& formatCommList(std::ostream& stream, const LargeCommList* list) {
   return writeText(stream, stringify(list));
 }
 std::ostream& operator<<(std::ostream& stream, const LargeCommList* list) { return formatCommList(stream, list); }
+std::ostream& operator<<(std::ostream& stream, const LargeCommList& list) { return stream << &list; }
 std::string stringify(const LargeCommList* list) { return list == nullptr ? "NULL" : list->toStrep(); }
 
 // ---- The table

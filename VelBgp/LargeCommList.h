@@ -82,7 +82,8 @@ class VELBGP_EXPORT LargeCommList final : public ValueCommList<LargeCommListTrai
   Tyr::Ptr<LargeCommListSnapshot> commSnapshot() const;
 
   // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
-  // Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  // Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
+  // ExtComm::destash.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
@@ -97,6 +98,7 @@ class VELBGP_EXPORT LargeCommList final : public ValueCommList<LargeCommListTrai
 // toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.
 VELBGP_EXPORT std::ostream& formatCommList(std::ostream& stream, const LargeCommList* list);
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const LargeCommList* list);
+VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const LargeCommList& list);
 VELBGP_EXPORT std::string stringify(const LargeCommList* list);
 
 // One per agent. Must exist before any list is interned.

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <condition_variable>
 #include <cstring>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -141,6 +143,15 @@ class KindChange {
  public:
   KindChange(const KindRow& row, KindRecords& records, const Store::StoreManager& store, Store::WriteBatch& batch)
       : row_(row), records_(records), store_(store), batch_(batch) {}
+  KindChange(const KindChange&) = delete;
+  KindChange& operator=(const KindChange&) = delete;
+  // Takes back the places that it made and did not fill.
+  ~KindChange() {
+    for (const auto& [image, shared] : communities_) {
+      const auto place = records_.communities.find(image);
+      if (place != records_.communities.end() && place->second.reference.null()) records_.communities.erase(place);
+    }
+  }
 
   void apply(const KindNotes& notes) {
     allGone_ = notes.allGone;
@@ -150,7 +161,7 @@ class KindChange {
     for (const Slot slot : notes.gone) listGoes(slot, records_.lists.at(slot));
     for (const auto& [slot, image] : notes.come) come_.emplace(slot, listComes(image));
     dropUnused();
-    // Places for what is to come, so that settling needs no memory. An unused one does no harm.
+    // Places for what is to come, so that settling needs no memory.
     records_.lists.reserve(records_.lists.size() + come_.size());
     for (const auto& [image, shared] : communities_) records_.communities.try_emplace(image);
   }
@@ -178,7 +189,7 @@ class KindChange {
       Shared& shared = sharedOf(image);
       if (shared.users != 0) --shared.users;
     }
-    batch_.recordDel(reference);
+    recordGoes(reference);
     gone_.push_back(slot);
   }
 
@@ -209,7 +220,15 @@ class KindChange {
   }
   void dropUnused() {
     for (const auto& [image, shared] : communities_) {
-      if (shared.users == 0 && !shared.reference.null()) batch_.recordDel(shared.reference);
+      if (shared.users == 0 && !shared.reference.null()) recordGoes(shared.reference);
+    }
+  }
+  // One that damage has taken already is gone as well: the store goes on.
+  void recordGoes(Store::Reference reference) {
+    try {
+      batch_.recordDel(reference);
+    } catch (const Store::StaleReferenceException&) {
+    } catch (const Store::DamagedRecordException&) {
     }
   }
 
@@ -224,6 +243,8 @@ class KindChange {
         const Store::Octets image = store_.translate(community).payload;
         images.emplace_back(image.begin(), image.end());
       }
+    } catch (const Store::StaleReferenceException&) {
+      images.clear();
     } catch (const Store::DamagedRecordException&) {
       images.clear();
     }
@@ -251,12 +272,12 @@ class Records {
 
   // All of the notes in one commit, or an exception and nothing.
   void commit(const Notes& notes) {
+    store_.refresh();  // the view may have ended after an earlier failure
     Store::WriteBatch batch(store_);
     if (!cleared_) batch.clear();
-    std::vector<KindChange> changes;
+    std::deque<KindChange> changes;
     for (std::size_t kind = 0; kind < kinds; ++kind) {
-      changes.emplace_back(kindRows[kind], records_[kind], store_, batch);
-      changes[kind].apply(notes.lists[kind]);
+      changes.emplace_back(kindRows[kind], records_[kind], store_, batch).apply(notes.lists[kind]);
     }
     if (cleared_) pathsLoseLists(batch, notes);
     for (const auto& [key, slots] : notes.paths) pathChanges(batch, key, slots, changes);
@@ -269,7 +290,7 @@ class Records {
   using References = std::array<Store::Reference, kinds>;
 
   static void pathChanges(Store::WriteBatch& batch, const std::string& key, const std::optional<SlotsOfPath>& slots,
-                          const std::vector<KindChange>& changes) {
+                          const std::deque<KindChange>& changes) {
     if (!slots) return batch.keyDel(stashedPathSpace, octetsOf(key));
     References references;
     for (std::size_t kind = 0; kind < kinds; ++kind) references[kind] = changes[kind].reference((*slots)[kind]);
@@ -307,7 +328,8 @@ class Records {
 // and taking notes leaves a vector with room for as many.
 class ListPublisher::State {
  public:
-  State(Store::StoreManager& store, Options options) : records_(store), options_(options) {
+  State(Store::StoreManager& store, Options options)
+      : records_(std::in_place, store), interval_(std::clamp(options.interval, shortest, longest)) {
     thread_ = std::thread([this] { run(); });
   }
 
@@ -322,7 +344,13 @@ class ListPublisher::State {
     const std::lock_guard lock(mutex_);
     closed_ = true;
     held.swap(held_);  // goes after the lock: lists that go are noted
+    notes_ = Notes();
+    taken_ = Notes();
+    unwritten_ = Notes();
+    records_.reset();
   }
+  // To no purpose a little later is no harm.
+  bool closed() const noexcept { return closed_.load(std::memory_order_relaxed); }
 
   void attached(std::size_t kind, const Keel::DedupHashTable& table) {
     const std::lock_guard lock(mutex_);
@@ -410,47 +438,53 @@ class ListPublisher::State {
   void run() {
     std::unique_lock lock(mutex_);
     for (bool last = false; !last;) {
-      wake_.wait_for(lock, options_.interval, [this] { return stopping_ || hurry_; });
+      wake_.wait_for(lock, interval_, [this] { return stopping_ || hurry_; });
       last = stopping_;
       hurry_ = false;
-      const std::uint64_t noted = noted_;
-      if (noted == committed_) continue;
+      if (noted_ == committed_) continue;
       const std::uint64_t attempt = ++attempts_;
       lock.unlock();
       std::string problem = written();
       lock.lock();
       problem_.swap(problem);
-      (problem_.empty() ? committed_ : failed_) = problem_.empty() ? noted : attempt;
+      (problem_.empty() ? committed_ : failed_) = problem_.empty() ? takenUpTo_ : attempt;
       done_.notify_all();
     }
   }
 
   // Why not, or empty.
-  std::string written() {
+  std::string written() noexcept {
     try {
+      if (!taken_.empty()) append(unwritten_, taken_);  // memory ran out right here the last time
       takeNotes();
-      if (!unwritten_.empty() || !begun_) records_.commit(unwritten_);
+      append(unwritten_, taken_);
+      if (!unwritten_.empty() || !begun_) records_->commit(unwritten_);
       begun_ = true;
       unwritten_ = Notes();
       return {};
+    } catch (const std::exception& error) {
+      return textOf(error);
+    }
+  }
+  static std::string textOf(const std::exception& error) noexcept {
+    try {
+      return error.what();
     } catch (const std::bad_alloc&) {
       return "out of memory";  // short enough to need none
-    } catch (const std::exception& error) {
-      return error.what();
     }
   }
 
   void takeNotes() {
-    for (bool taken = !taken_.empty(); !taken;) {
+    for (bool taken = false; !taken;) {
       reserve(taken_, needed());
       const std::lock_guard lock(mutex_);
       const Counts now = neededLocked();
       taken = hasRoom(taken_, now);
       if (!taken) continue;
       known_ = now;
+      takenUpTo_ = noted_;
       std::swap(taken_, notes_);
     }
-    append(unwritten_, taken_);
   }
 
   // How many lists may go before the next notes are taken, by kind: those that are known then.
@@ -479,12 +513,15 @@ class ListPublisher::State {
   }
 
   // Of the thread alone.
-  Records records_;
+  std::optional<Records> records_;
   Notes taken_;  // empty but when memory ran out right then
   Notes unwritten_;
+  std::uint64_t takenUpTo_ = 0;  // how many changes are in them or in the store
   bool begun_ = false;
 
-  const Options options_;
+  static constexpr std::chrono::milliseconds shortest{1};
+  static constexpr std::chrono::milliseconds longest = std::chrono::hours(24);
+  const std::chrono::milliseconds interval_;
   mutable std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable done_;
@@ -500,7 +537,7 @@ class ListPublisher::State {
   std::string problem_;
   bool hurry_ = false;
   bool stopping_ = false;
-  bool closed_ = false;
+  std::atomic<bool> closed_ = false;  // changed under it, too
 
   std::thread thread_;
 
@@ -512,6 +549,7 @@ class ListPublisher::State {
     explicit Notifiee(std::shared_ptr<State> state) noexcept : state_(std::move(state)) {}
 
     void handleInsert(Keel::DedupHandleBase* handle) override {
+      if (state_->closed()) return;
       state_->listComes(kind, Keel::handleRef(handle), noteOf(static_cast<const List&>(*handle)));
     }
     void handleRemove(Keel::DedupHandleBase* rawHandle) override { state_->listGoes(kind, Keel::handleRef(rawHandle)); }

@@ -17,14 +17,16 @@
 // What it costs. A list that comes or goes is noted in memory, on the thread that interns or releases it, under a mutex
 // that is never held while anything is written. A thread of the publisher's takes the notes every `interval` and
 // commits them; what comes and goes between two commits leaves no trace. Failures (a full disk) are kept in problem(),
-// and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 30 octets for
-// each published list, the notes since the last commit, and what the caller names paths by.
+// and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 100 octets for
+// each published list and for each distinct community of extended lists, the notes since the last commit, and the paths'
+// keys.
 //
 // Ownership: a path that is published holds its lists, so that what it names is there; they are released by pathIs and
 // pathDel, and by the destructor. The store must outlive the publisher and is used by nobody else meanwhile. Tables may
 // outlive it: what happens to them afterwards is not published.
 // Threads: any thread for what interns and releases; the operations below on the threads that may release lists.
-// Errors: assertions as stated; std::bad_alloc, from interning too, with nothing noted.
+// Errors: assertions as stated; std::bad_alloc, from interning too, with nothing noted; std::system_error from the
+// constructor when there is no thread to be had.
 #pragma once
 
 #include <chrono>
@@ -55,7 +57,7 @@ struct PathLists {
 class VELBGP_EXPORT ListPublisher {
  public:
   struct Options {
-    // How long changes wait to be committed together.
+    // How long changes wait to be committed together: from one millisecond to a day, other values are taken for the nearer.
     std::chrono::milliseconds interval{100};
   };
 
@@ -66,15 +68,16 @@ class VELBGP_EXPORT ListPublisher {
   ListPublisher(const ListPublisher&) = delete;
   ListPublisher& operator=(const ListPublisher&) = delete;
 
-  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its kind is there. A
-  // table that is destroyed takes its lists out of the store, also out of paths; another may follow it.
+  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its kind is there.
+  // A table that is destroyed, or given another notifiee, takes its lists out of the store, also out of paths; another
+  // may follow it.
   void listTableIs(const ExtCommListDedupTable* table);
   void listTableIs(const ExtCommIp6ListDedupTable* table);
   void listTableIs(const LargeCommListDedupTable* table);
   void listTableIs(const CommListDedupTable* table);
 
-  // Publishes a path under a key of up to 255 octets, in place of what was there, also one without any list. Asserts that
-  // its lists are in attached tables. Throws std::length_error for a longer key.
+  // Publishes a path under a key of up to 255 octets, in place of what was there, also one without any list. Asserts
+  // that its lists are in attached tables. Throws std::length_error for a longer key.
   void pathIs(std::string_view key, PathLists lists);
   // Whether there was one.
   bool pathDel(std::string_view key);

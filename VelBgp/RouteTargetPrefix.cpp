@@ -60,6 +60,7 @@ void RouteTargetPrefix::bitlenIs(std::size_t bitlen) {
 }
 
 std::uint64_t RouteTargetPrefix::mask(std::size_t) const noexcept {
+  if (length_ >= maxLength) return ~std::uint64_t{0};  // a rejected length may still be there
   return length_ == 0 ? 0 : ~std::uint64_t{0} << (maxLength - length_);
 }
 

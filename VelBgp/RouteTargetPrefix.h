@@ -39,8 +39,10 @@ class VELBGP_EXPORT RouteTargetPrefix {
   void bitlenIs(std::size_t bitlen);
   // Ones above the prefix's own length. Deliberate: the argument takes no part.
   std::uint64_t mask(std::size_t n) const noexcept;
-  // Index 0 to 63.
-  bool extractBit(std::size_t index) const noexcept { return (prefix_.value & (topBit >> index)) != 0; }
+  // Index 0 to 63; there are no bits behind.
+  bool extractBit(std::size_t index) const noexcept {
+    return index < maxLength && (prefix_.value & (topBit >> index)) != 0;
+  }
   // How many leading bits agree, at most the smaller length.
   std::size_t commonPrefixLen(const RouteTargetPrefix& other) const noexcept;
 

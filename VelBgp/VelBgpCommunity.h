@@ -168,9 +168,10 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
 
   // Writes the community as a record.
   Store::Reference stash(Store::WriteBatch* batch) const;
-  // The community that a reference names, which lies in memory at any address: interned in the ExtCommDedupTable that the
-  // store has as its service (Store::StoreManager::serviceIs). Without one a private object, decoded as by default, that
-  // is in no table and never will be. Null for a null reference. Throws the store's exceptions.
+  // The community that a reference names, which lies in memory at any address: interned in the ExtCommDedupTable that
+  // the store has as its service (Store::StoreManager::serviceIs). Without one a private object, decoded as by default,
+  // that is in no table and never will be. Null for a null reference. Throws the store's exceptions. From one thread,
+  // like all making and releasing of objects, unless the agent is multi-threaded (Tyr/Threading.h): readers too.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  protected:

@@ -1,7 +1,7 @@
 // Origin validation state (RFC 8097): what another router of the AS found out about a route's origin.
 //
-//   ExtCommOriginValidationState               the community; it has a text for the show commands' format alone, which is
-//                                              therefore the one that route policy matches too
+//   ExtCommOriginValidationState               the community; it has a text for the show commands' format alone, which
+//                                              is therefore the one that route policy matches too
 //   BgpParseExtCommOriginValidationStateSm     the plugin that teaches a decoder to make it
 //
 // Ownership and threads: VelBgp/VelBgpCommunity.h, VelBgp/Parse/ExtCommPlugin.h. No errors.

@@ -58,7 +58,7 @@ class VELBGP_EXPORT DedupHandleBase {
   virtual void assertIsDeduped() const;
 
   // The hash of the content, the same before and after interning, and equal to that of a DedupContentHandle that
-  // matches.
+  // matches. Mostly also that under which a table keeps the object; where not, the class says so.
   virtual std::uint32_t hash() const = 0;
   // Equality of content with an object of the same class family.
   virtual bool compare(const DedupHandleBase* other) const = 0;

@@ -220,6 +220,7 @@ void DedupHashTable::bar(Shard& shard) noexcept {
 void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
   TYR_ASSERT(size() == 0);
   lifeTimeNotifiee_.swap(notifiee);
+  if (notifiee != nullptr) notifiee->handleNotificationStop(this);
 }
 
 std::size_t DedupHashTable::size() const {

@@ -10,8 +10,8 @@
 //
 // One class, two variants, chosen from the agent-wide setting (Tyr/Threading.h) when the table is made:
 //
-//   single-threaded  one bucket array, no lock. Every operation, and every copy and release of a pointer to an object of
-//                    the table, is to come from the thread that made the table. Builds of the library without NDEBUG
+//   single-threaded  one bucket array, no lock. Every operation, and every copy and release of a pointer to an object
+//                    of the table, is to come from the thread that made the table. Builds of the library without NDEBUG
 //                    assert it of every lookup, insert and last release.
 //   multi-threaded   64 shards by the top bits of the hash, each a bucket array under a mutex. Any thread.
 //
@@ -23,8 +23,8 @@
 // An object's word of state is its count; its owner (never deduped, a table's number, barred) changes twice at most.
 //
 //   made        count 0, owner none. Known to its maker alone: no lock, no ordering.
-//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller, then
-//               announced. Nobody sees it before; of two threads that insert equal objects the second gets the first's,
+//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller,
+//               then announced. Nobody sees it before; of two threads that insert equal objects the second gets the first's,
 //               and drops its own, which was never announced.
 //   found       under the shard's lock the count goes from n to n + 1, n >= 1.
 //   copied      n to n + 1 without a lock, relaxed: the copier's own reference keeps the object alive.
@@ -45,8 +45,8 @@
 // the same table from within; other tables are free, as long as no two tables' observers call into each other. Members
 // of an object are released by its destructor, after unlocking: locks of tables never nest by themselves.
 //
-// A notifiee that throws from handleInsert (no memory) makes dedup() throw, and the object was never in the table; from the
-// others it must not throw.
+// A notifiee that throws from handleInsert (no memory) makes dedup() throw, and the object was never in the table; from
+// the others it must not throw.
 //
 // Objects that outlive their table: its destructor tells the notifiee to stop, unlinks and bars what is left. Those
 // objects stay valid and are deleted by their last pointer. No thread may use the table or release its objects
@@ -132,7 +132,8 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Inserts `fresh` (never deduped) unless an equal object is there, and returns the one that is in the table now, with
   // a reference taken for the caller. A fresh object that lost stays the caller's to drop. Throws std::bad_alloc.
   DedupHandleBase* dedup(DedupHandleBase* fresh) { return dedup(fresh, fresh->hash()); }
-  // Under a hash of the caller's, mostly one that it knows fresh->hash() to give: equal objects must come with equal ones.
+  // Under a hash of the caller's, mostly one that it knows fresh->hash() to give: equal objects must come with equal
+  // ones.
   DedupHandleBase* dedup(DedupHandleBase* fresh, std::uint32_t hash);
 
   // The object of class T with this hash for which matches(const T&) is true. When there is none, the one that make()

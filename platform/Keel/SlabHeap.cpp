@@ -148,14 +148,21 @@ std::size_t SlabHeap::liveOctets() const noexcept {
   return octets;
 }
 
-SlabHeap& handleHeap() noexcept {
-  static SlabHeap& heap = *new SlabHeap(16);  // the virtual table's word, the count and the hash survive
+namespace {
+
+// A heap that is never destroyed, and is there even when memory is not.
+template <std::uint32_t linkOffset>
+SlabHeap& everlasting() noexcept {
+  alignas(SlabHeap) static std::byte room[sizeof(SlabHeap)];
+  static SlabHeap& heap = *new (room) SlabHeap(linkOffset);
   return heap;
 }
 
-SlabHeap& blockHeap() noexcept {
-  static SlabHeap& heap = *new SlabHeap(0);
-  return heap;
-}
+}  // namespace
+
+SlabHeap& handleHeap() noexcept {
+  return everlasting<16>();
+}  // the virtual table's word, the count and the hash survive
+SlabHeap& blockHeap() noexcept { return everlasting<0>(); }
 
 }  // namespace Keel

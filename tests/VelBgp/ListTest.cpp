@@ -349,8 +349,8 @@ TEST_P(ListTest, LongAttributesHaveTwoLengthOctets) {
   EXPECT_ASSERTION(intern(someValues(8192))->serialize(all), "attrSize <= 0xFFFF");
 }
 
-// Equality is by value, so a classification list may be found that holds other objects than the list was built from: those
-// of a second table, or of one that is gone. The list must hold on to what it shows.
+// Equality is by value, so a classification list may be found that holds other objects than the list was built from:
+// those of a second table, or of one that is gone. The list must hold on to what it shows.
 TEST_P(ListTest, CommunitiesOfSeveralTablesMayMeet) {
   auto others = ExtCommDedupTableIs(decoder->extCommParser());
   const ExtCommList::PtrConst first = intern({target});

@@ -1,5 +1,5 @@
-// A test program that links FailingNew.cpp can make its allocations fail. In a source of its own: compilers that see these
-// operators in line take them for a mismatch of new and free.
+// A test program that links FailingNew.cpp can make its allocations fail. In a source of its own: compilers that see
+// these operators in line take them for a mismatch of new and free.
 #pragma once
 
 namespace Routing::Bgp::test {

@@ -90,6 +90,7 @@ void Census::fileIs(const File& file) {
     return;
   }
   ++totals_.files;
+  if (publication_ != nullptr) publication_->begin();
   source_ = file.source();
   Unpacker input(file.fd());
   Progress progress(console_, source_, sizeOfFile(file.fd()), false);

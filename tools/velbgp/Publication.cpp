@@ -2,14 +2,23 @@
 
 #include <algorithm>
 #include <boost/unordered/unordered_flat_set.hpp>
+#include <filesystem>
+#include <system_error>
 
 #include "Keel/HashMix.h"
 #include "Store/StoreException.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/Text.h"
 #include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
+
+std::string storeProblem(const std::string& path, std::string_view what) {
+  const std::string prefix = "store " + std::filesystem::absolute(path).string() + ": ";
+  if (what.starts_with(prefix)) what.remove_prefix(prefix.size());
+  return escaped(what);
+}
 
 class Publication::Known {
  public:
@@ -27,18 +36,27 @@ class Publication::Known {
 };
 
 Publication::Publication(const std::string& store, const Agent& agent, Console& console)
-    : path_(store), console_(console), known_(std::make_unique<Known>()) {
+    : path_(store), agent_(agent), console_(console), known_(std::make_unique<Known>()) {}
+
+void Publication::begin() {
+  if (begun_) return;
+  begun_ = true;
   try {
-    store_ = Store::StoreManager::openForWriting(store);
+    store_ = Store::StoreManager::openForWriting(path_);
+    publisher_ = std::make_unique<Routing::Bgp::ListPublisher>(*store_);
   } catch (const Store::StoreException& error) {
-    console_.error({path_, 0, true}, error.what());
-    return;
+    return failed(error);
+  } catch (const std::system_error& error) {  // no thread to be had
+    return failed(error);
   }
-  publisher_ = std::make_unique<Routing::Bgp::ListPublisher>(*store_);
-  publisher_->listTableIs(agent.listTable());
-  publisher_->listTableIs(agent.ip6ListTable());
-  publisher_->listTableIs(agent.largeTable());
-  publisher_->listTableIs(agent.standardTable());
+  publisher_->listTableIs(agent_.listTable());
+  publisher_->listTableIs(agent_.ip6ListTable());
+  publisher_->listTableIs(agent_.largeTable());
+  publisher_->listTableIs(agent_.standardTable());
+}
+
+void Publication::failed(const std::exception& error) const {
+  console_.error({path_, 0, true}, storeProblem(path_, error.what()));
 }
 
 Publication::~Publication() = default;
@@ -58,7 +76,7 @@ void Publication::finish() {
   try {
     publisher_->flush();
   } catch (const Store::StoreException& error) {
-    console_.error({path_, 0, true}, error.what());
+    failed(error);
   }
 }
 

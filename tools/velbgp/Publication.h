@@ -6,8 +6,10 @@
 
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Store/StoreManager.h"
 #include "VelBgp/ListPublisher.h"
@@ -18,12 +20,17 @@ namespace VelBgpTool {
 class Agent;
 class Console;
 
+// What the library says of a store, for a message that names the store already.
+std::string storeProblem(const std::string& path, std::string_view what);
+
 class Publication {
  public:
-  // Before anything is interned in the agent's tables.
   Publication(const std::string& store, const Agent& agent, Console& console);
   // What is published stays.
   ~Publication();
+
+  // Opens the store, once, before anything is interned in the agent's tables. Until then what is in it stays.
+  void begin();
 
   // The lists of one path, by kind, kindCount of them.
   static constexpr std::uint32_t none = UINT32_MAX;
@@ -32,13 +39,16 @@ class Publication {
 
   // Waits until all is in the store. Errors are reported.
   void finish();
-  std::uint64_t sets() const { return sets_; }
 
  private:
   class Known;
 
+  void failed(const std::exception& error) const;
+
   const std::string path_;
+  const Agent& agent_;
   Console& console_;
+  bool begun_ = false;
   std::unique_ptr<Store::StoreManager> store_;
   std::unique_ptr<Routing::Bgp::ListPublisher> publisher_;
   std::unique_ptr<Known> known_;

@@ -4,6 +4,7 @@
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Lister.h"
+#include "tools/velbgp/Publication.h"
 
 namespace VelBgpTool {
 
@@ -17,7 +18,7 @@ void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Store:
     for (std::size_t kind = 0; kind < kindCount; ++kind) wire[kind] = lister.kind(kind).destash(path, store);
     for (std::size_t kind = 0; kind < kindCount; ++kind) lister.valuesAre(kind, wire[kind]);
   } catch (const Store::StoreException& error) {
-    return console.error(place, error.what());
+    return console.error(place, storeProblem(store.path(), error.what()));
   }
   lister.pathEnds(place);
 }
@@ -35,7 +36,7 @@ void storeCommand(const Options& options, Console& console) {
       printPath({name, ++number}, path, *store, lister, console);
     });
   } catch (const Store::StoreException& error) {
-    console.error({name, 0, true}, error.what());
+    console.error({name, 0, true}, storeProblem(name, error.what()));
   }
 }
 

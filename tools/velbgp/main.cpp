@@ -11,6 +11,7 @@
 #include "Policy/PosixRegex.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/Text.h"
 
 using namespace VelBgpTool;
 
@@ -65,6 +66,8 @@ int runTool(int argc, char** argv, Console& console) {
     if (failure.error != EPIPE) console.error(std::string("cannot write the output: ") + std::strerror(failure.error));
   } catch (const std::bad_alloc&) {
     console.error("out of memory");
+  } catch (const std::exception& error) {  // the system refused something that has no place of its own
+    console.error(escaped(error.what()));
   }
   console.progressDel();
   return status == statusGood && console.failed() ? statusBad : status;
