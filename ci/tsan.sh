@@ -1,0 +1,6 @@
+#!/usr/bin/env bash
+# The tests with threads in them, under the thread sanitizer.
+. "$(dirname "$0")/../scripts/common.sh"
+setup build
+build tsan test_Keel test_Store test_VelBgp test_publish
+tests tsan -R '^(Keel|Store|VelBgp|publish)\.'
