@@ -55,7 +55,7 @@ std::uint32_t ValueCommListContent<Traits>::hash() const {
 
 template <typename Traits>
 void* ValueCommList<Traits>::operator new(std::size_t octets, Values values) {
-  const std::size_t behind = fitsInside(values.size()) ? values.size_bytes() : sizeof(Value*);
+  const std::size_t behind = fitsInside(values.size()) ? values.size_bytes() : sizeof(void*);
   return DedupHandleBase::operator new(std::max(octets, valuesOffset + behind));
 }
 
@@ -81,9 +81,9 @@ template <typename Traits>
 const typename ValueCommList<Traits>::Value* ValueCommList<Traits>::values() const noexcept {
   const char* const inside = reinterpret_cast<const char*>(this) + valuesOffset;
   if (fitsInside(count_)) return reinterpret_cast<const Value*>(inside);
-  const Value* outside;
+  const void* outside;
   std::memcpy(&outside, inside, sizeof outside);
-  return outside;
+  return static_cast<const Value*>(outside);
 }
 
 template <typename Traits>
