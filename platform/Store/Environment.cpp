@@ -14,12 +14,10 @@
 #include <tuple>
 
 #include "Store/EnvironmentImpl.h"
-#include "Store/FilesImpl.h"
 
 namespace Store::detail {
 namespace {
 
-constexpr unsigned maxReaders = 1024;
 constexpr std::size_t smallestMap = 64 * 1024;
 constexpr std::size_t largestStep = std::size_t{1} << 30;
 
@@ -39,12 +37,14 @@ Registry& registry() {
   return it;
 }
 
+FileId idOf(const struct stat& status) { return {::getpid(), status.st_dev, status.st_ino}; }
+
 FileId fileId(const std::string& path) {
   struct stat status {};
   if (::stat(dataFile(path).c_str(), &status) != 0) {
     fail(path, "cannot look at " + dataFile(path), errno, "a store that this user may read");
   }
-  return {::getpid(), status.st_dev, status.st_ino};
+  return idOf(status);
 }
 
 unsigned engineFlags(const Options* options) {
@@ -54,6 +54,21 @@ unsigned engineFlags(const Options* options) {
 }
 
 MDB_val engineValue(Octets octets) { return {octets.size(), const_cast<std::uint8_t*>(octets.data())}; }
+
+// In a child of fork() the registry's lock may be held by a thread that is not there.
+void closed(Environment* last, const FileId& id) {
+  if (!last->ownProcess()) return delete last;
+  const std::lock_guard lock(registry().mutex);
+  delete last;
+  registry().environments.erase(id);
+  registry().closed.notify_all();
+}
+
+std::shared_ptr<Environment> opened(const std::string& path, const FileId& id, const Options* options) {
+  auto environment =
+      std::make_unique<Environment>(path, dataFile(path), engineFlags(options), options ? options->mode : 0660, 0);
+  return {environment.release(), [id](Environment* last) { closed(last, id); }};
+}
 
 }  // namespace
 
@@ -77,17 +92,6 @@ std::optional<Octets> Mapping::located(const MDB_val& value, std::size_t pageOct
   return Octets(base_ + place, value.mv_size);
 }
 
-std::shared_ptr<Environment> Environment::opened(const std::string& path, const Options* options) {
-  auto environment =
-      std::make_unique<Environment>(path, dataFile(path), engineFlags(options), options ? options->mode : 0660, 0);
-  return {environment.release(), [id = fileId(path)](Environment* last) {
-            const std::lock_guard lock(registry().mutex);
-            delete last;
-            registry().environments.erase(id);
-            registry().closed.notify_all();
-          }};
-}
-
 std::shared_ptr<Environment> Environment::open(const std::string& path, const Options* options) {
   const FileId id = fileId(path);
   std::unique_lock lock(registry().mutex);
@@ -102,7 +106,11 @@ std::shared_ptr<Environment> Environment::open(const std::string& path, const Op
     return environment;
   }
   dataChecked(path);
-  std::shared_ptr<Environment> environment = opened(path, options);
+  std::shared_ptr<Environment> environment = opened(path, id, options);
+  struct stat status {};
+  if (::fstat(environment->file_, &status) != 0 || idOf(status) != id) {
+    throw StoreAbsentException(problem(path, dataFile(path) + " was replaced meanwhile", "to be opened again"));
+  }
   environments[id] = environment;
   return environment;
 }
@@ -117,9 +125,9 @@ void Environment::writingIs(const Options& options) {
 
 void Environment::made(const std::string& path, const Header& header, const Options& options) {
   const std::string unfinished = dataFile(path) + ".new";
-  const std::string lock = unfinished + "-lock";
+  const std::string readers = readersFile(unfinished);
   ::unlink(unfinished.c_str());
-  ::unlink(lock.c_str());
+  ::unlink(readers.c_str());
   {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     const std::size_t octets = std::max(options.initialMapOctets, smallestMap) / page * page;
@@ -128,12 +136,17 @@ void Environment::made(const std::string& path, const Header& header, const Opti
     changes.headerIs(header);
     environment.changesMade(changes);
   }
-  ::unlink(lock.c_str());
+  // First the table of readers, so that none ever finds the store without it.
+  renamed(path, readers, readersFile(dataFile(path)), options);
   renamed(path, unfinished, dataFile(path), options);
 }
 
 Environment::Environment(std::string path, const std::string& file, unsigned flags, mode_t mode, std::size_t mapOctets)
-    : path_(std::move(path)), process_(::getpid()), writable_((flags & MDB_RDONLY) == 0) {
+    : path_(std::move(path)),
+      process_(::getpid()),
+      writable_((flags & MDB_RDONLY) == 0),
+      readersFile_(readersFile(file)),
+      readers_(readersOpened(path_, readersFile_, writable_, mode)) {
   constexpr const char* expected = "data.mdb readable and data.mdb-lock writable, both by the same engine";
   int code = ::mdb_env_create(&engine_);
   if (code == 0) code = ::mdb_env_set_maxreaders(engine_, maxReaders);
@@ -141,6 +154,10 @@ Environment::Environment(std::string path, const std::string& file, unsigned fla
   if (code == 0) code = ::mdb_env_open(engine_, file.c_str(), flags, mode);
   try {
     if (code != 0) fail(path_, "cannot open " + file, code, expected);
+    readersRoomTaken(path_, readersFile_, readers_);
+    if (!named(readers_, readersFile_)) {
+      throw StoreAbsentException(problem(path_, readersFile_ + " was replaced meanwhile", "to be opened again"));
+    }
     ::mdb_env_get_fd(engine_, &file_);
     if (mapOctets != 0 && ::ftruncate(file_, static_cast<off_t>(mapOctets)) != 0) failed("cannot grow it", errno);
     treeOpened();
@@ -160,15 +177,20 @@ Environment::~Environment() {
 
 bool Environment::ownProcess() const noexcept { return ::getpid() == process_; }
 
+// It may grow between two looks at it; nobody else uses this mapping yet.
 void Environment::treeOpened() {
   MDB_txn* transaction = nullptr;
-  int code = ::mdb_txn_begin(engine_, nullptr, MDB_RDONLY, &transaction);
-  if (code != 0) failed("cannot look into it", code);
+  int code = readingBegun(transaction);
+  while (code == MDB_MAP_RESIZED) {
+    code = ::mdb_env_set_mapsize(engine_, dataChecked(path_));
+    if (code == 0) code = readingBegun(transaction);
+  }
+  if (code != 0) readingFailed("cannot look into it", code);
   MDB_stat status{};
   code = ::mdb_dbi_open(transaction, nullptr, 0, &tree_);
   if (code == 0) code = ::mdb_stat(transaction, tree_, &status);
   ::mdb_txn_abort(transaction);
-  if (code != 0) failed("cannot look into it", code);
+  if (code != 0) readingFailed("cannot look into it", code);
   pageOctets_ = status.ms_psize;
   MDB_envinfo info{};
   ::mdb_env_info(engine_, &info);
@@ -177,16 +199,18 @@ void Environment::treeOpened() {
 
 void Environment::fileChecked() const {
   if (!ownProcess()) throw StoreException(problem(path_, "used after fork()", "the process that opened it"));
+  // Before the size: the file grows before what is mapped of it does.
+  const std::size_t mapped = mappedOctets();
   struct stat ours {};
   struct stat named {};
   constexpr const char* expected = "the file that was opened, as the writer left it";
   if (::fstat(file_, &ours) != 0 || ::stat(dataFile(path_).c_str(), &named) != 0) {
     fail(path_, "cannot look at " + dataFile(path_) + " any more", errno, expected);
   }
-  if (ours.st_dev != named.st_dev || ours.st_ino != named.st_ino) {
+  if (idOf(ours) != idOf(named)) {
     throw StoreFormatException(problem(path_, dataFile(path_) + " was replaced by another file", expected));
   }
-  if (static_cast<std::size_t>(ours.st_size) < mappedOctets()) {
+  if (static_cast<std::size_t>(ours.st_size) < mapped) {
     throw StoreFormatException(problem(path_, dataFile(path_) + " was cut short", expected));
   }
 }
@@ -225,7 +249,7 @@ void Environment::mapped(std::size_t octets) {
     auto mapping = std::make_shared<Mapping>(file_, octets);
     const int code = ::mdb_env_set_mapsize(engine_, octets);
     broken_ = code != 0;
-    if (code != 0) failed("cannot map more of it", code);
+    if (code != 0) fail(path_, "cannot map more of it", code, "enough room for addresses; open it again");
     mapping_ = std::move(mapping);
   } catch (const std::system_error& error) {
     fail(path_, "cannot map more of it", error.code().value(), "enough room for addresses");
@@ -294,6 +318,26 @@ bool Environment::looksFull() const {
   ::fstat(file_, &file);
   if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < static_cast<rlim_t>(file.st_size)) return true;
   return ::fstatvfs(file_, &status) == 0 && status.f_bavail * status.f_frsize < smallestMap;
+}
+
+int Environment::readingBegun(MDB_txn*& transaction) const {
+  const auto begun = [&] {
+    return transaction != nullptr ? ::mdb_txn_renew(transaction)
+                                  : ::mdb_txn_begin(engine_, nullptr, MDB_RDONLY, &transaction);
+  };
+  const int code = begun();
+  if (code != MDB_READERS_FULL) return code;
+  int dead = 0;
+  ::mdb_reader_check(engine_, &dead);
+  return begun();
+}
+
+void Environment::readingFailed(const char* what, int code) const {
+  if (code == MDB_READERS_FULL) {
+    const std::string expected = "at most " + std::to_string(maxReaders) + " views at a time";
+    throw StoreException(problem(path_, "no place for another reader", expected));
+  }
+  fail(path_, what, code, "data.mdb as the writer left it, on a sound disk");
 }
 
 void Environment::failed(const char* what, int code) const {

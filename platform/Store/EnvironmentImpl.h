@@ -23,7 +23,9 @@
 #include <utility>
 #include <vector>
 
+#include "Store/FilesImpl.h"
 #include "Store/LayoutImpl.h"
+#include "Store/PageCheckImpl.h"
 #include "Store/StoreManager.h"
 
 namespace Store::detail {
@@ -38,6 +40,7 @@ class Mapping {
   ~Mapping();
 
   std::size_t size() const noexcept { return octets_; }
+  Octets octets() const noexcept { return {base_, octets_}; }
   // The same octets as those of an entry in the engine's mapping; nothing if they are not in the file.
   std::optional<Octets> located(const MDB_val& value, std::size_t pageOctets) const;
 
@@ -73,7 +76,6 @@ class Environment {
 
  private:
   friend class Snapshot;
-  static std::shared_ptr<Environment> opened(const std::string& path, const Options* options);
   int transaction(const Changes& changes);
   int written(MDB_txn* transaction, const Changes& changes) const;
   void treeOpened();
@@ -82,7 +84,10 @@ class Environment {
   void grown(std::size_t octetsNeeded);
   void mapped(std::size_t octets);
   void usable() const;
+  // Renews the transaction if there is one; looks once for places of dead readers.
+  int readingBegun(MDB_txn*& transaction) const;
   [[noreturn]] void failed(const char* what, int code) const;
+  [[noreturn]] void readingFailed(const char* what, int code) const;
   bool looksFull() const;
   std::size_t mappedOctets() const;
   // The process goes on to write through this environment.
@@ -91,6 +96,8 @@ class Environment {
   const std::string path_;
   const pid_t process_;
   const bool writable_;
+  const std::string readersFile_;
+  const Descriptor readers_;
   bool broken_ = false;  // the engine lost its mapping
   MDB_env* engine_ = nullptr;
   MDB_dbi tree_ = 0;
@@ -112,13 +119,16 @@ class Snapshot {
   std::uint64_t commit() const noexcept { return commit_; }
   bool refresh();
   void end() noexcept;
+  // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.
+  void pagesChecked();
 
   std::optional<Octets> entry(const std::string& key) const;
   // The number of the last record, 0 without any.
   std::uint64_t lastNumber() const;
-  // The head of the record that a reference names, checked against it, and all that is stored of the record.
-  std::pair<RecordHead, Octets> checked(Reference reference) const;
+  // All that is stored of the record that a reference names.
+  Octets checked(Reference reference) const;
   Record translate(Reference reference) const;
+  Record recordOf(Reference reference, Octets stored) const;
   // Entries whose keys begin with `prefix`, in order.
   void forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const;
 
@@ -128,7 +138,9 @@ class Snapshot {
   int begun();
   void requireLive() const;
   Octets located(const MDB_val& value) const;
+  std::optional<Meta> meta() const;
   Entries entriesFrom(std::string_view from, std::string_view prefix) const;
+  void requireAscending(const Entries& entries, std::string_view from) const;
   int collected(MDB_cursor* cursor, std::string_view from, std::string_view prefix, Entries& entries) const;
 
   std::shared_ptr<Environment> environment_;

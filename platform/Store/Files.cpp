@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include "Store/LayoutImpl.h"
+#include "Store/PageCheckImpl.h"
 
 namespace Store::detail {
 namespace {
@@ -53,26 +54,6 @@ bool readAt(const std::string& path, const std::string& file, const Descriptor& 
   return static_cast<std::size_t>(count) == octets;
 }
 
-// The start of the engine's two meta pages, page header included. Their place and order have not changed since the
-// format's version 1, which is checked.
-struct Meta {
-  std::uint64_t page;
-  std::uint16_t unused;
-  std::uint16_t pageFlags;
-  std::uint32_t unused2;
-  std::uint32_t magic;
-  std::uint32_t version;
-  std::uint64_t address;
-  std::uint64_t mapOctets;
-  struct Tree {
-    std::uint32_t pageOctets;  // in the first tree
-    std::uint32_t flags;
-    std::uint64_t counts[5];
-  } trees[2];
-  std::uint64_t lastPage;
-  std::uint64_t commit;
-};
-static_assert(sizeof(Meta) == 152 && sizeof(Meta::Tree) == 48);
 static_assert(sizeof(std::size_t) == 8, "the engine's file lies otherwise on other machines");
 
 constexpr std::uint32_t metaMagic = 0xbeefc0de;
@@ -81,10 +62,19 @@ constexpr std::uint16_t metaFlag = 8;
 
 constexpr const char* wholeFile = "the engine's file as the writer left it";
 
-Meta metaRead(const std::string& path, const std::string& file, const Descriptor& data, std::size_t at) {
+Meta metaReadOnce(const std::string& path, const std::string& file, const Descriptor& data, std::size_t at) {
   Meta meta{};
-  if (!readAt(path, file, data, &meta, sizeof meta, at)) {
-    throw StoreFormatException(problem(path, file + " is cut short", wholeFile));
+  if (readAt(path, file, data, &meta, sizeof meta, at)) return meta;
+  throw StoreFormatException(problem(path, file + " is cut short", wholeFile));
+}
+
+// Until it reads the same twice, as a commit may just be overwriting it.
+Meta metaRead(const std::string& path, const std::string& file, const Descriptor& data, std::size_t at) {
+  Meta meta = metaReadOnce(path, file, data, at);
+  for (int tries = 0; tries < 1000; ++tries) {
+    const Meta again = metaReadOnce(path, file, data, at);
+    if (std::memcmp(&meta, &again, sizeof meta) == 0) break;
+    meta = again;
   }
   if (meta.magic != metaMagic || meta.version != metaVersion || (meta.pageFlags & metaFlag) == 0) {
     throw StoreFormatException(problem(path, file + " is not a store's file", wholeFile));
@@ -104,9 +94,15 @@ std::string sizes(std::size_t is, std::uint64_t named) {
   return std::to_string(is) + " octets where it names " + std::to_string(named);
 }
 
+bool within(const Tree& tree, std::uint64_t lastPage) {
+  return tree.root == noPage || (tree.root > 1 && tree.root <= lastPage);
+}
+
 void requireWhole(const std::string& path, const std::string& file, const Meta& meta, std::size_t pageOctets,
                   std::size_t fileOctets) {
-  if (meta.lastPage == 0 || meta.lastPage >= meta.mapOctets / pageOctets || meta.mapOctets > INT64_MAX) {
+  const bool rootsWithin = within(meta.trees[0], meta.lastPage) && within(meta.trees[1], meta.lastPage);
+  if (meta.lastPage == 0 || meta.lastPage >= meta.mapOctets / pageOctets || meta.mapOctets > INT64_MAX ||
+      meta.trees[0].pageOctets != pageOctets || !rootsWithin) {
     throw StoreFormatException(problem(path, file + " is damaged: a meta page contradicts itself", wholeFile));
   }
   if (meta.mapOctets > fileOctets) {
@@ -203,6 +199,7 @@ void fail(const std::string& path, const std::string& what, int code, const std:
 }
 
 std::string dataFile(const std::string& path) { return path + "/data.mdb"; }
+std::string readersFile(const std::string& data) { return data + "-lock"; }
 std::string stampFile(const std::string& path) { return path + "/stamp"; }
 
 void requireDirectory(const std::string& path) {
@@ -227,7 +224,8 @@ bool machineFailedMeanwhile(const std::string& path) {
   if (!exists(path, lockFile(path))) return false;
   const Descriptor lock = opened(path, lockFile(path), O_RDONLY, 0, "a writer.lock that this user may read");
   const std::string mark = contents(lock);
-  return !mark.empty() && mark != startOfMachine();
+  const std::string start = startOfMachine();
+  return !mark.empty() && !start.empty() && mark != start;
 }
 
 void markIs(const std::string& path, const Descriptor& lock) {
@@ -239,6 +237,35 @@ void markIs(const std::string& path, const Descriptor& lock) {
   }
 }
 
+Descriptor readersOpened(const std::string& path, const std::string& file, bool writing, mode_t mode) {
+  if (!writing && !exists(path, file)) {
+    throw StoreFormatException(problem(path, "it has no " + file, "a store whose writer has opened it since"));
+  }
+  Descriptor readers =
+      opened(path, file, O_RDWR | (writing ? O_CREAT : 0), mode, "a data.mdb-lock that this user may write");
+  readersRoomTaken(path, file, readers);
+  return readers;
+}
+
+// Where the file system cannot, nothing better is to be had.
+void readersRoomTaken(const std::string& path, const std::string& file, const Descriptor& readers) {
+  const std::size_t is = sizeOf(path, file, readers);
+  const auto octets = static_cast<off_t>(is == 0 ? readersOctets : is);
+  int code = 0;
+  do {
+    code = ::fallocate(readers.number(), 0, 0, octets);
+  } while (code != 0 && errno == EINTR);
+  if (code == 0 || errno == EOPNOTSUPP) return;
+  fail(path, "cannot take room for " + file, errno, "room on the disk for 64 KiB");
+}
+
+bool named(const Descriptor& descriptor, const std::string& file) {
+  struct stat ours {};
+  struct stat other {};
+  if (::fstat(descriptor.number(), &ours) != 0 || ::stat(file.c_str(), &other) != 0) return false;
+  return ours.st_dev == other.st_dev && ours.st_ino == other.st_ino;
+}
+
 // One that stays is no harm: the next writer takes it away, or makes the store anew.
 void markDel(const Descriptor& lock) noexcept {
   if (::ftruncate(lock.number(), 0) != 0) return;
@@ -246,7 +273,7 @@ void markDel(const Descriptor& lock) noexcept {
 
 void filesDel(const std::string& path) {
   // In this order a store that is half gone is one that was not finished.
-  for (const std::string& file : {dataFile(path), dataFile(path) + "-lock", stampFile(path)}) {
+  for (const std::string& file : {dataFile(path), readersFile(dataFile(path)), stampFile(path)}) {
     if (::unlink(file.c_str()) != 0 && errno != ENOENT) fail(path, "cannot remove " + file, errno, "to make it anew");
   }
 }

@@ -9,6 +9,11 @@
 
 namespace Store::detail {
 
+// The places for readers of the engine, and the size of its table, 64 octets each and two before. A table of another
+// size would only leave other places.
+inline constexpr unsigned maxReaders = 1024;
+inline constexpr std::size_t readersOctets = 64 * (maxReaders + 2);
+
 class Descriptor {
  public:
   explicit Descriptor(int number = -1) noexcept : number_(number) {}
@@ -27,6 +32,7 @@ std::string problem(const std::string& path, const std::string& what, const std:
 [[noreturn]] void fail(const std::string& path, const std::string& what, int code, const std::string& expected);
 
 std::string dataFile(const std::string& path);
+std::string readersFile(const std::string& data);
 std::string stampFile(const std::string& path);
 
 void requireDirectory(const std::string& path);
@@ -50,6 +56,15 @@ std::uint64_t stampRead(const std::string& path);
 void stampWritten(const std::string& path, std::uint64_t identity, const Options& options);
 // A finished file takes its name.
 void renamed(const std::string& path, const std::string& from, const std::string& to, const Options& options);
+
+// The engine's table of readers, which it opens by itself: looked at before, as the engine would make it for a reader,
+// owned by that one, and would go on without it where it may not be written. All its room is taken on the disk, as the
+// engine maps it and a page without room ends the process. To be kept open as long as the engine has it: closing any
+// descriptor of a file drops the process's locks on it, and the engine's tell who is alive.
+Descriptor readersOpened(const std::string& path, const std::string& file, bool writing, mode_t mode);
+void readersRoomTaken(const std::string& path, const std::string& file, const Descriptor& readers);
+// Whether the name is still that of the open file.
+bool named(const Descriptor& descriptor, const std::string& file);
 
 // The map size that the engine's file names, after a look at whether it is one and all there.
 std::size_t dataChecked(const std::string& path);

@@ -7,8 +7,9 @@
 //   writer.lock    the writer holds flock() on it. Empty, or the machine's boot id while a writer of processCrash has
 //                  the store open, and after that one died.
 //   *.new          left behind by a writer that died while it made the store.
-// A store is made in this order: directory, lock, stamp, data.mdb with its header, the last two under another name and
-// then renamed. So what is half made has no data.mdb, and the next writer makes it anew.
+// A store is made in this order: directory, lock, stamp, data.mdb-lock, data.mdb with its header, the last three under
+// another name and then renamed. So what is half made has no data.mdb, and the next writer makes it anew; what has a
+// data.mdb has its table of readers too, which is the writer's own, whatever another user may have left there.
 //
 // Entries, ordered by memcmp of their keys:
 //   'h'                        Header

@@ -21,6 +21,8 @@ std::string nameOf(Reference reference) {
 
 MDB_val engineKey(std::string_view key) { return {key.size(), const_cast<char*>(key.data())}; }
 
+std::string_view viewOf(Octets octets) { return {reinterpret_cast<const char*>(octets.data()), octets.size()}; }
+
 bool beginsWith(const MDB_val& key, std::string_view prefix) {
   return key.mv_size >= prefix.size() && std::memcmp(key.mv_data, prefix.data(), prefix.size()) == 0;
 }
@@ -51,9 +53,11 @@ class Counted {
 
 Snapshot::Snapshot(std::shared_ptr<Environment> environment) : environment_(std::move(environment)) { begin(); }
 
+// In a child of fork() the place is its parent's, and a thread that is not there may hold the lock.
 Snapshot::~Snapshot() {
+  if (transaction_ == nullptr || !environment_->ownProcess()) return;
   const std::shared_lock lock(environment_->moving_);
-  if (transaction_ != nullptr && environment_->ownProcess()) ::mdb_txn_abort(transaction_);
+  ::mdb_txn_abort(transaction_);
 }
 
 void Snapshot::end() noexcept {
@@ -65,8 +69,7 @@ void Snapshot::end() noexcept {
 int Snapshot::begun() {
   const std::shared_lock lock(environment_->moving_);
   environment_->usable();
-  const int code = transaction_ != nullptr ? ::mdb_txn_renew(transaction_)
-                                           : ::mdb_txn_begin(environment_->engine_, nullptr, MDB_RDONLY, &transaction_);
+  const int code = environment_->readingBegun(transaction_);
   if (code != 0) return code;
   live_ = true;
   mapping_ = environment_->mapping_;
@@ -81,7 +84,7 @@ void Snapshot::begin() {
     environment_->sizeTakenOver();
     code = begun();
   }
-  if (code != 0) fail(environment_->path(), "cannot begin to read", code, "at most 1024 views of all processes");
+  if (code != 0) environment_->readingFailed("cannot begin to read", code);
 }
 
 bool Snapshot::refresh() {
@@ -90,6 +93,39 @@ bool Snapshot::refresh() {
   end();
   begin();
   return commit_ != before;
+}
+
+// The commit's meta page, unless the writer has gone on and overwritten it.
+std::optional<Meta> Snapshot::meta() const {
+  const std::shared_lock lock(environment_->moving_);
+  MDB_stat status{};
+  if (::mdb_stat(transaction_, environment_->tree_, &status) != 0) return std::nullopt;
+  for (const std::size_t at : {std::size_t{0}, environment_->pageOctets_}) {
+    Meta meta;
+    Meta again;
+    std::memcpy(&meta, mapping_->octets().data() + at, sizeof meta);
+    std::memcpy(&again, mapping_->octets().data() + at, sizeof again);
+    const Tree& tree = meta.trees[1];
+    if (meta.commit == commit_ && std::memcmp(&meta, &again, sizeof meta) == 0 && tree.entries == status.ms_entries &&
+        tree.depth == status.ms_depth) {
+      return meta;
+    }
+  }
+  return std::nullopt;
+}
+
+void Snapshot::pagesChecked() {
+  requireLive();
+  std::optional<Meta> shown = meta();
+  for (int tries = 0; !shown && tries < 100; ++tries) {
+    refresh();
+    shown = meta();
+  }
+  const std::string wrong = shown ? detail::pagesChecked(mapping_->octets(), *shown, environment_->pageOctets_)
+                                  : "no meta page of commit " + std::to_string(commit_);
+  if (wrong.empty()) return;
+  throw StoreFormatException(
+      problem(environment_->path(), dataFile(environment_->path()) + " is damaged: " + wrong, soundFile));
 }
 
 void Snapshot::requireLive() const {
@@ -111,7 +147,7 @@ std::optional<Octets> Snapshot::entry(const std::string& key) const {
   MDB_val value;
   const int code = ::mdb_get(transaction_, environment_->tree_, &name, &value);
   if (code == MDB_NOTFOUND) return std::nullopt;
-  if (code != 0) environment_->failed("cannot read it", code);
+  if (code != 0) environment_->readingFailed("cannot read it", code);
   return located(value);
 }
 
@@ -124,32 +160,39 @@ std::uint64_t Snapshot::lastNumber() const {
   MDB_val key;
   MDB_val value;
   const int code = ::mdb_cursor_get(cursor.get(), &key, &value, MDB_LAST);
-  if (code != 0 && code != MDB_NOTFOUND) environment_->failed("cannot read it", code);
+  if (code != 0 && code != MDB_NOTFOUND) environment_->readingFailed("cannot read it", code);
   if (code == MDB_NOTFOUND || !beginsWith(key, recordPrefix)) return 0;
   return numberOf({static_cast<const std::uint8_t*>(key.mv_data), key.mv_size});
 }
 
-std::pair<RecordHead, Octets> Snapshot::checked(Reference reference) const {
+Octets Snapshot::checked(Reference reference) const {
   const std::optional<Octets> stored = reference.null() ? std::nullopt : entry(recordKey(reference.number));
   if (!stored) {
     throw StaleReferenceException(problem(environment_->path(), nameOf(reference) + " is not there", "a live record"));
   }
   const std::optional<RecordHead> head = recordHeadRead(*stored);
-  if (!head) {
-    throw DamagedRecordException(problem(environment_->path(), nameOf(reference) + " is damaged", soundFile));
-  }
-  if (head->anchor != reference.anchor) {
+  if (!head || head->anchor != reference.anchor) {
+    recordOf(reference, *stored);  // the anchor may be what is damaged
     throw StaleReferenceException(
         problem(environment_->path(), nameOf(reference) + " is stale: its number has another anchor", "a live record"));
   }
-  return {*head, *stored};
+  return *stored;
 }
 
-Record Snapshot::translate(Reference reference) const {
-  const std::optional<Record> record = recordRead(checked(reference).second);
+Record Snapshot::translate(Reference reference) const { return recordOf(reference, checked(reference)); }
+
+Record Snapshot::recordOf(Reference reference, Octets stored) const {
+  const std::optional<Record> record = recordRead(stored);
   if (record) return *record;
   throw DamagedRecordException(
       problem(environment_->path(), nameOf(reference) + " is damaged: its checksum does not match", soundFile));
+}
+
+// Else a loop over damaged pages may never end.
+void Snapshot::requireAscending(const Entries& entries, std::string_view from) const {
+  const auto keyAt = [&](std::size_t back) { return viewOf(entries[entries.size() - back].first); };
+  if (entries.size() == 1 ? keyAt(1) >= from : keyAt(1) > keyAt(2)) return;
+  throw DamagedRecordException(problem(environment_->path(), "keys are out of order", soundFile));
 }
 
 int Snapshot::collected(MDB_cursor* cursor, std::string_view from, std::string_view prefix, Entries& entries) const {
@@ -158,6 +201,7 @@ int Snapshot::collected(MDB_cursor* cursor, std::string_view from, std::string_v
   int code = ::mdb_cursor_get(cursor, &key, &value, MDB_SET_RANGE);
   while (code == 0 && beginsWith(key, prefix) && entries.size() < entriesAtOnce) {
     entries.emplace_back(located(key), located(value));
+    requireAscending(entries, from);
     code = ::mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
   }
   return code == MDB_NOTFOUND ? 0 : code;
@@ -169,7 +213,7 @@ Snapshot::Entries Snapshot::entriesFrom(std::string_view from, std::string_view 
   Entries entries;
   const Cursor cursor = cursorOpened(transaction_, environment_->tree_);
   const int code = collected(cursor.get(), from, prefix, entries);
-  if (code != 0) environment_->failed("cannot read it", code);
+  if (code != 0) environment_->readingFailed("cannot read it", code);
   return entries;
 }
 
@@ -180,8 +224,7 @@ void Snapshot::forEach(const std::string& prefix, const std::function<void(Octet
   std::string from = prefix;
   for (Entries entries = entriesFrom(from, prefix); !entries.empty(); entries = entriesFrom(from, prefix)) {
     for (const auto& [key, value] : entries) visit(key, value);
-    const Octets last = entries.back().first;
-    from.assign(reinterpret_cast<const char*>(last.data()), last.size());
+    from = viewOf(entries.back().first);
     from += '\0';  // the next possible key
   }
 }
@@ -190,11 +233,9 @@ void Snapshot::forEach(const std::string& prefix, const std::function<void(Octet
 
 namespace {
 
-Octets keyValueChecked(const detail::Snapshot& snapshot, Octets key, Octets stored) {
-  const std::optional<Octets> value = detail::keyValueRead(key, stored);
-  if (value) return *value;
-  throw DamagedRecordException(
-      detail::problem(snapshot.environment().path(), "the value of a key is damaged", detail::soundFile));
+[[noreturn]] void valuesDamaged(const detail::Snapshot& snapshot, std::size_t count) {
+  const std::string what = count == 1 ? "the value of a key is damaged" : std::to_string(count) + " values are damaged";
+  throw DamagedRecordException(detail::problem(snapshot.environment().path(), what, detail::soundFile));
 }
 
 }  // namespace
@@ -221,21 +262,29 @@ std::optional<Octets> ReadView::key(std::uint32_t space, Octets key) const {
   const std::string name = detail::keyKey(space, key);
   const std::optional<Octets> stored = snapshot_->entry(name);
   if (!stored) return std::nullopt;
-  return keyValueChecked(*snapshot_, detail::octetsOf(name), *stored);
+  const std::optional<Octets> value = detail::keyValueRead(detail::octetsOf(name), *stored);
+  if (!value) valuesDamaged(*snapshot_, 1);
+  return value;
 }
 
-void ReadView::forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit) const {
+void ReadView::forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit,
+                          const std::function<void(Octets key)>& damaged) const {
   const std::string prefix = detail::spaceKey(space);
+  std::size_t untold = 0;
   snapshot_->forEach(prefix, [&](Octets key, Octets stored) {
-    visit(key.subspan(prefix.size()), keyValueChecked(*snapshot_, key, stored));
+    const std::optional<Octets> value = detail::keyValueRead(key, stored);
+    const Octets name = key.subspan(prefix.size());
+    if (value) return visit(name, *value);
+    damaged ? damaged(name) : static_cast<void>(++untold);
   });
+  if (untold != 0) valuesDamaged(*snapshot_, untold);
 }
 
 void ReadView::forEachRecord(const std::function<void(Reference, Record)>& visit) const {
   snapshot_->forEach(detail::recordPrefix, [&](Octets key, Octets stored) {
     const std::optional<detail::RecordHead> head = detail::recordHeadRead(stored);
     const Reference reference{detail::numberOf(key), head ? head->anchor : 0};
-    visit(reference, snapshot_->translate(reference));
+    visit(reference, snapshot_->recordOf(reference, stored));
   });
 }
 

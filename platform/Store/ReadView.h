@@ -38,16 +38,19 @@ class VELBGP_EXPORT ReadView {
   // Shows the newest commit from now on; whether that is another than before. Not from inside a loop over the view.
   bool refresh();
 
-  // Throws StaleReferenceException before anything of a record is read, DamagedRecordException after its checksum is.
+  // Throws StaleReferenceException for what is not there; DamagedRecordException when a checksum does not match, also
+  // that of another record that has the number now, as its anchor may be what is damaged.
   Record translate(Reference reference) const;
   // The same for a reference that lies somewhere in memory, at any address. NullArgumentException without one.
   Record translate(const void* stashed) const;
 
   // Nothing when there is no such key.
   std::optional<Octets> key(std::uint32_t space, Octets key) const;
-  // Ascending, by octets; a key comes before those that it begins.
-  void forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit) const;
-  // Ascending by number.
+  // Ascending, by octets; a key comes before those that it begins. Keys whose values are damaged are told to `damaged`,
+  // in the same order; without that, DamagedRecordException is thrown at the end, after all others were visited.
+  void forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit,
+                  const std::function<void(Octets key)>& damaged = {}) const;
+  // Ascending by number, until one is damaged: DamagedRecordException.
   void forEachRecord(const std::function<void(Reference, Record)>& visit) const;
 
  private:

@@ -15,7 +15,7 @@ class VELBGP_EXPORT StoreException : public Tyr::Exception {
   ~StoreException() override;
 };
 
-// There is no store at the path, or not yet.
+// There is no store at the path, or not yet, or it was made anew while it was opened.
 class VELBGP_EXPORT StoreAbsentException : public StoreException {
  public:
   using StoreException::StoreException;
@@ -23,7 +23,7 @@ class VELBGP_EXPORT StoreAbsentException : public StoreException {
 };
 
 // What is there is no store of this build: something else, emptied, cut short, replaced under a reader, of another
-// layout version, octet order, word or page size.
+// layout version, octet order, word or page size, without its table of readers, or its pages contradict each other.
 class VELBGP_EXPORT StoreFormatException : public StoreException {
  public:
   using StoreException::StoreException;
@@ -45,14 +45,14 @@ class VELBGP_EXPORT StoreFullException : public StoreException {
 };
 
 // The reference names no record of this view: null, of a removed record (its number may be in use again), of a commit
-// that the view does not show, or of another store. Nothing of a record was read.
+// that the view does not show, or of another store.
 class VELBGP_EXPORT StaleReferenceException : public StoreException {
  public:
   using StoreException::StoreException;
   ~StaleReferenceException() override;
 };
 
-// What was read does not match its checksum.
+// What was read does not match its checksum, or entries are out of order.
 class VELBGP_EXPORT DamagedRecordException : public StoreException {
  public:
   using StoreException::StoreException;

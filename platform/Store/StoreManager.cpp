@@ -61,7 +61,8 @@ std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& na
   if (!detail::storeThere(path)) detail::storeMade(path, options);
   const std::uint64_t identity = detail::stampRead(path);
   auto environment = detail::Environment::open(path, &options);
-  std::unique_ptr<StoreManager> manager(new StoreManager(std::move(environment), identity, std::move(writer)));
+  std::unique_ptr<StoreManager> manager(
+      new StoreManager(std::move(environment), identity, options.pageCheck, std::move(writer)));
   if (options.durability == Durability::processCrash) {
     detail::markIs(path, manager->writer_->lock);
   } else if (manager->environment_->synced()) {
@@ -74,7 +75,7 @@ std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& na
   return manager;
 }
 
-std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& name) {
+std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& name, PageCheck pageCheck) {
   const std::string path = detail::absolute(name);
   detail::requireDirectory(path);
   if (detail::machineFailedMeanwhile(path)) {
@@ -86,16 +87,17 @@ std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& na
   }
   const std::uint64_t identity = detail::stampRead(path);
   auto environment = detail::Environment::open(path, nullptr);
-  return std::unique_ptr<StoreManager>(new StoreManager(std::move(environment), identity, nullptr));
+  return std::unique_ptr<StoreManager>(new StoreManager(std::move(environment), identity, pageCheck, nullptr));
 }
 
 StoreManager::StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity,
-                           std::unique_ptr<detail::Writer> writer)
+                           PageCheck pageCheck, std::unique_ptr<detail::Writer> writer)
     : services_(std::make_unique<detail::Services>()),
       writer_(std::move(writer)),
       environment_(std::move(environment)),
       view_(environment_),
       identity_(stampedIdentity) {
+  if (pageCheck == PageCheck::on) view_.snapshot_->pagesChecked();
   const detail::Header header = detail::headerChecked(*view_.snapshot_, stampedIdentity);
   if (writer_ != nullptr) writer_->nextAnchor = writer_->anchorBound = header.anchorBound;
 }

@@ -14,29 +14,37 @@
 // with each commit of its own. What they translate is valid until then.
 //
 // One writer: the second is refused when it opens (StoreBusyException). The kernel lets go of the lock when the process
-// dies in any way. Within one process several managers may have one store open and share what the engine needs; only,
-// who writes must open first, for a process that began by reading cannot write.
+// dies in any way, and the children that it forked, as long as they have not called exec(), have died too. Within
+// one process several managers may have one store open and share what the engine needs; only, who writes must open
+// first, for a process that began by reading cannot write.
 //
 // Durability: with Durability::processCrash a commit survives any death of the writer, kill -9 included, as soon as
 // commit() has returned; with systemCrash it survives a failure of the machine too, at the price of waiting for the
 // disk at each commit. When the machine fails while a store of processCrash is open for writing, its pages may have
-// reached the disk in any order: readers refuse it after the next start, and the next writer makes it anew. Closing such
-// a store waits for the disk.
+// reached the disk in any order: readers refuse it after the next start, and the next writer makes it anew. So they do
+// after an orderly restart too if the writer had been killed, as nobody can tell the two apart. Where the machine does
+// not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
 // Room: the file grows by itself, and readers follow by themselves. It never shrinks; freed room is used again. It is
 // sparse: its size is the room mapped, not what it takes on the disk.
 //
-// Rights: a reader must be able to read the directory and its files and to write `data.mdb-lock`, where it notes which
-// commit it reads. So readers are trusted not to harm that file. Local file systems only.
+// Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
+// `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or
+// where it may not be written, as in a read-only mount, they are refused. Local file systems only. Containers: the
+// processes of a store must share a pid namespace, as who reads is noted by pid, and two with one pid cannot be told
+// apart.
 //
 // What damage can do: files that are missing, cut short, of something else or of another build are refused when opening
 // and, as far as one look at the file shows it, at each refresh() and newestCommit(). A changed octet of a record or
-// value is found by its checksum when it is read. Not caught: a file that is cut short between two such looks (the
-// process gets SIGBUS), and damage inside the engine's own pages, which have no checksums: reading may then fail with
-// StoreException, miss entries, or be stopped by an assertion of the engine or a signal. Nobody writes there but the
-// engine; damage comes only from other programs or a failing disk.
+// value is found by its checksum when it is read. The engine's own pages have no checksums; opening walks all of them,
+// in time linear in what the store holds, and refuses what contradicts itself (StoreFormatException). PageCheck::off
+// leaves that out. Not caught: a file that is cut short between two such looks (the process gets SIGBUS); damage of the
+// engine's pages done after opening or with PageCheck::off, where reading may fail with StoreException, miss entries,
+// or be stopped by an assertion of the engine or a signal; and damage that contradicts nothing, such as a key that
+// became another, by which an entry is missing without a word. Nobody writes there but the engine; damage comes only
+// from other programs or a failing disk.
 //
-// Types: Durability, Options, StoreManager.
+// Types: Durability, PageCheck, Options, StoreManager.
 // Ownership: the caller owns the manager; views may outlive it, batches must not.
 // Threads: a manager and its batch are used by one thread at a time; different managers from different threads, also
 // those of one store. fork(): not supported. In a child, the parent's managers may only be destroyed; commit(),
@@ -67,6 +75,8 @@ class Services;
 }  // namespace detail
 
 enum class Durability { processCrash, systemCrash };
+// Whether opening walks the engine's pages (above).
+enum class PageCheck { on, off };
 
 struct Options {
   Durability durability = Durability::processCrash;
@@ -74,13 +84,15 @@ struct Options {
   std::size_t initialMapOctets = std::size_t{16} << 20;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;
+  PageCheck pageCheck = PageCheck::on;
 };
 
 class VELBGP_EXPORT StoreManager {
  public:
-  // Makes the store if the directory is absent, in a parent that exists, or empty, or if the machine failed (above). Opening makes a commit of its own.
+  // Makes the store if the directory is absent, in a parent that exists, or empty, or if the machine failed (above).
+  // Opening makes a commit of its own.
   static std::unique_ptr<StoreManager> openForWriting(const std::string& path, const Options& options = {});
-  static std::unique_ptr<StoreManager> openForReading(const std::string& path);
+  static std::unique_ptr<StoreManager> openForReading(const std::string& path, PageCheck pageCheck = PageCheck::on);
   StoreManager(const StoreManager&) = delete;
   StoreManager& operator=(const StoreManager&) = delete;
   ~StoreManager();
@@ -117,7 +129,7 @@ class VELBGP_EXPORT StoreManager {
 
  private:
   friend class WriteBatch;
-  StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity,
+  StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity, PageCheck pageCheck,
                std::unique_ptr<detail::Writer> writer);
   void serviceIs(std::type_index type, const void* service);
   const void* service(std::type_index type) const noexcept;

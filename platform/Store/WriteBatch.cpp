@@ -48,12 +48,20 @@ Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
   return {number, anchor};
 }
 
+// A damaged one counts: nobody can tell whose it is, or read it.
+bool WriteBatch::stored(Reference reference) const {
+  try {
+    manager_.view_.snapshot_->checked(reference);
+  } catch (const DamagedRecordException&) {
+  }
+  return true;
+}
+
 // What the batch has for the number decides, then, unless all that was there before goes, the last commit.
 bool WriteBatch::names(Reference reference) const {
   const auto found = changes_->entries.find(detail::recordKey(reference.number));
   if (found == changes_->entries.end()) {
-    if (!changes_->clear) manager_.view_.snapshot_->checked(reference);
-    return !changes_->clear;
+    return !changes_->clear && stored(reference);
   }
   return found->second && detail::recordHeadRead(*found->second)->anchor == reference.anchor;
 }

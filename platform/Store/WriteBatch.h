@@ -29,7 +29,8 @@ class VELBGP_EXPORT WriteBatch {
 
   // At most maxRecordOctets.
   Reference recordIs(std::uint32_t type, Octets payload);
-  // Throws StaleReferenceException as translating does. A damaged record can be removed.
+  // Throws StaleReferenceException as translating does. A damaged record can be removed, also where its anchor is what
+  // is damaged: any reference of its number removes it.
   void recordDel(Reference reference);
   // Adds or overwrites. At most maxKeyOctets and maxRecordOctets.
   void keyIs(std::uint32_t space, Octets key, Octets value);
@@ -44,6 +45,7 @@ class VELBGP_EXPORT WriteBatch {
  private:
   std::uint64_t numberTaken();
   bool names(Reference reference) const;
+  bool stored(Reference reference) const;
   void rollBack() noexcept;
 
   StoreManager& manager_;

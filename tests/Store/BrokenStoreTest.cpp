@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <random>
+
 #include "Store/Stores.h"
 
 namespace Store::test {
@@ -20,6 +22,15 @@ void overwritten(const std::string& file, std::streamoff at, const std::string& 
 std::string contents(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// Wherever the file has it, as older commits may still lie there.
+void replaced(const std::string& file, const std::string& octets, const std::string& by) {
+  const std::string all = contents(file);
+  ASSERT_NE(all.find(octets), std::string::npos);
+  for (std::size_t at = all.find(octets); at != std::string::npos; at = all.find(octets, at + 1)) {
+    overwritten(file, static_cast<std::streamoff>(at), by);
+  }
 }
 
 // Changes one octet of what the file has of `octets`, once.
@@ -65,6 +76,11 @@ TEST_F(BrokenStoreTest, IsRefusedWithItsReason) {
          overwritten(data, 40, {'\xe8', 3, 0, 0});
        }},
       {"a meta page contradicts itself", [&] { overwritten(data, 32, std::string(8, '\xff')); }},
+      {"a meta page contradicts itself",
+       [&] {
+         overwritten(data, 4096 + 40, {0, 2});
+       }},                                                                                        // its page size
+      {"a meta page contradicts itself", [&] { overwritten(data, 128, std::string(7, '\1')); }},  // its root
       {"data.mdb is no file",
        [&] {
          std::filesystem::remove(data);
@@ -174,6 +190,139 @@ TEST_F(BrokenStoreTest, DamagedRecordsAndValuesAreNoticed) {
     mending.recordDel(damagedOne);
     mending.commit();
     EXPECT_THROW((void)store->translate(damagedOne), StaleReferenceException);
+  }
+}
+
+TEST_F(BrokenStoreTest, DamagedValuesAndAnchorsAreNoObstacle) {
+  const auto store = StoreManager::openForWriting(path_);
+  WriteBatch batch(*store);
+  const Reference record = batch.recordIs(1, octets("record"));
+  for (const char* key : {"a", "b", "c"}) batch.keyIs(1, octets(key), octets(std::string("value of ") + key));
+  batch.commit();
+  replaced(data(), "value of b", "VALUE");
+  const std::string anchor(reinterpret_cast<const char*>(&record.anchor), sizeof record.anchor);
+  replaced(data(), anchor, std::string(1, static_cast<char>(anchor[0] ^ 1)) + anchor.substr(1));
+
+  std::string visited;
+  const auto visit = [&](Octets key, Octets) { visited += text(key); };
+  store->view().forEachKey(1, visit, [&](Octets key) { visited += "!" + text(key); });
+  EXPECT_EQ(visited, "a!bc");
+  EXPECT_THROW(store->view().forEachKey(1, visit), DamagedRecordException);
+  EXPECT_EQ(visited, "a!bcac");
+
+  EXPECT_THROW((void)store->translate(record), DamagedRecordException);
+  WriteBatch mending(*store);
+  mending.recordDel(record);
+  mending.commit();
+  EXPECT_THROW((void)store->translate(record), StaleReferenceException);
+}
+
+TEST_F(BrokenStoreTest, KeysOutOfOrderEndALoop) {
+  {
+    const auto store = StoreManager::openForWriting(path_);
+    WriteBatch batch(*store);
+    for (const char* key : {"Key1", "Key2", "Key3"}) batch.keyIs(1, octets(key), {});
+    batch.commit();
+  }
+  replaced(data(), "Key3", "Key0");
+  const auto reader = StoreManager::openForReading(path_, PageCheck::off);
+  EXPECT_THAT(failure<DamagedRecordException>([&] {
+                reader->view().forEachKey(
+                    1, [](Octets, Octets) {}, [](Octets) {});
+              }),
+              HasSubstr("keys are out of order"));
+  EXPECT_THAT(failure<StoreFormatException>([&] { StoreManager::openForReading(path_); }),
+              HasSubstr("keys out of order; expected"));
+}
+
+// The table of readers is the writer's to make, also where one is left of another user; and all of it has room.
+TEST_F(BrokenStoreTest, ReadersNeverMakeTheirTable) {
+  const std::string table = path_ + "/data.mdb-lock";
+  std::filesystem::remove(table);
+  EXPECT_THAT(failure<StoreFormatException>([&] { StoreManager::openForReading(path_); }),
+              HasSubstr("it has no " + table));
+  EXPECT_FALSE(std::filesystem::exists(table));
+  for (const bool anew : {false, true}) {
+    if (anew) std::filesystem::remove(data());
+    if (anew) chmod(table.c_str(), 0);
+    std::filesystem::permissions(folder_, std::filesystem::perms(0755));
+    chmod(path_.c_str(), 0777);
+    for (const char* file : {"/stamp", "/data.mdb", "/writer.lock"}) chmod((path_ + file).c_str(), 0666);
+    EXPECT_EQ(Process([&] {
+                if (getuid() == 0 && setuid(65534) != 0) std::abort();
+                made(path_);
+                StoreManager::openForReading(path_);
+              }).ended(),
+              0);
+    struct stat status {};
+    ASSERT_EQ(stat(table.c_str(), &status), 0);
+    EXPECT_GE(status.st_blocks * 512, status.st_size);
+    EXPECT_GE(status.st_size, 64 * 1024);
+  }
+}
+
+class DamagedPagesTest : public BrokenStoreTest {
+ protected:
+  // A few levels of pages, large values and free pages.
+  DamagedPagesTest() {
+    Options options;
+    options.initialMapOctets = 0;
+    const auto store = StoreManager::openForWriting(path_ + "3", options);
+    for (int commit = 0; commit < 4; ++commit) {
+      WriteBatch batch(*store);
+      for (int i = 0; i < 120; ++i) batch.recordIs(1, octets(std::string(i % 30 == 0 ? 9000 : 20, 'r')));
+      for (int i = 0; i < 120; ++i) batch.keyIs(1, octets(std::to_string(i) + std::string(150, 'k')), octets("value"));
+      batch.commit();
+    }
+  }
+
+  // One octet, mostly in the first ones of a page, where it tells what lies where.
+  void flipped(const std::string& file, std::size_t pages) {
+    std::string octet(1, static_cast<char>(random_()));
+    const std::size_t inPage = random_() % 3 == 0 ? random_() % 4096 : random_() % 200;
+    overwritten(file, static_cast<std::streamoff>(random_() % pages * 4096 + inPage), octet);
+  }
+
+  static void readAll(const StoreManager& store) {
+    for (const std::uint32_t space : {0u, 1u})
+      store.view().forEachKey(
+          space, [](Octets, Octets) {}, [](Octets) {});
+    store.view().forEachRecord([&](Reference made, Record) { (void)store.translate(made); });
+  }
+
+  bool refused(const std::function<void()>& body) {
+    try {
+      body();
+      return false;
+    } catch (const StoreException&) {
+      return true;
+    }
+  }
+
+  std::mt19937 random_;
+};
+
+// Whatever the octet, no signal and no endless loop.
+TEST_F(DamagedPagesTest, AreRefusedOrDoNoHarm) {
+  const std::string good = path_ + "3";
+  EXPECT_NO_THROW(readAll(*StoreManager::openForReading(good)));
+  const std::size_t pages = std::filesystem::file_size(good + "/data.mdb") / 4096;
+  const auto batchOfFlips = [&] {
+    alarm(20);
+    int refusals = 0;
+    for (int flip = 0; flip < 40; ++flip) {
+      std::filesystem::copy_file(good + "/data.mdb", data(), std::filesystem::copy_options::overwrite_existing);
+      for (auto count = random_() % 3; count < 3; ++count) flipped(data(), pages);
+      refusals += refused([&] { readAll(*StoreManager::openForReading(path_)); });
+      refused([&] { made(path_); });
+    }
+    EXPECT_GT(refusals, 0);
+    EXPECT_LT(refusals, 40);
+  };
+  std::filesystem::copy_file(good + "/stamp", path_ + "/stamp", std::filesystem::copy_options::overwrite_existing);
+  for (unsigned seed = 1; seed <= 10; ++seed) {
+    random_.seed(seed);
+    EXPECT_EQ(Process(batchOfFlips).ended(), 0) << "seed " << seed;
   }
 }
 

@@ -90,6 +90,28 @@ TEST_F(ProcessesTest, DeadReadersAreForgotten) {
   EXPECT_EQ(std::filesystem::file_size(data()), 16u << 20);
 }
 
+TEST_F(ProcessesTest, PlacesOfDeadReadersAreTaken) {
+  StoreManager::openForWriting(path_);
+  Steps full;
+  const Process readers([&] {
+    const auto store = StoreManager::openForReading(path_);
+    std::vector<ReadView> views;
+    const auto filled = [&] {
+      while (true) views.push_back(store->readView());
+    };
+    EXPECT_THAT(failure<StoreException>(filled),
+                testing::HasSubstr(": no place for another reader; expected at most 1024 views at a time"));
+    EXPECT_EQ(views.size(), 1023u);  // and the manager's
+    full.done(1);
+    pause();
+  });
+  full.await(1);
+  EXPECT_THROW(StoreManager::openForReading(path_), StoreException);
+  readers.kill();
+  readers.ended();
+  EXPECT_NO_THROW(StoreManager::openForReading(path_));
+}
+
 // Nor does its end let go of anything: the parent's first view still shows what it showed.
 TEST_F(ProcessesTest, AForkedChildCannotGoOn) {
   auto store = StoreManager::openForWriting(path_);
@@ -152,6 +174,18 @@ TEST_F(ProcessesTest, AFileSizeLimitIsAFullDisk) {
               }).ended(),
               0);
   }
+}
+
+// Where it could not say what it reads, the writer would use the room of that again.
+TEST_F(ProcessesTest, AReadOnlyMountIsRefused) {
+  StoreManager::openForWriting(path_);
+  const char* path = path_.c_str();
+  if (mount(path, path, nullptr, MS_BIND, nullptr) != 0) GTEST_SKIP() << "nothing may be mounted here";
+  ASSERT_EQ(mount(nullptr, path, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  EXPECT_THAT(
+      failure<StoreException>([&] { StoreManager::openForReading(path_); }),
+      testing::HasSubstr("data.mdb-lock: Read-only file system; expected a data.mdb-lock that this user may write"));
+  umount2(path, MNT_DETACH);
 }
 
 TEST_F(ProcessesTest, AFullDiskDropsTheBatchThatMetIt) {

@@ -1,0 +1,176 @@
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "Store/PageCheckImpl.h"
+
+namespace Store::detail {
+namespace {
+
+constexpr std::size_t headOctets = sizeof(PageHead);
+constexpr std::size_t nodeOctets = sizeof(Node);
+constexpr std::uint16_t branchFlag = 1;
+constexpr std::uint16_t leafFlag = 2;
+constexpr std::uint16_t overflowFlag = 4;
+constexpr std::uint16_t largeValueFlag = 1;
+constexpr std::uint16_t numberedFlag = 8;  // of a tree whose keys are numbers in the host's order
+constexpr std::uint16_t treeFlags = 0xff;  // above them the first tree has flags of the file
+constexpr std::uint64_t firstPage = 2;     // after the meta pages
+constexpr unsigned deepest = 32;           // the engine's own limit
+
+struct Damage {
+  std::uint64_t page;
+  const char* what;
+};
+
+// The pages of a file, each of which is met once.
+class Pages {
+ public:
+  Pages(Octets file, std::uint64_t lastPage, std::size_t pageOctets)
+      : file_(file), octets_(pageOctets), met_(lastPage + 1) {}
+
+  std::size_t octets() const { return octets_; }
+  Octets taken(std::uint64_t number) {
+    require(number >= firstPage && number < met_.size(), number, "no page of the store");
+    require(!met_[number], number, "in use twice");
+    met_[number] = true;
+    return file_.subspan(number * octets_, octets_);
+  }
+  static void require(bool good, std::uint64_t page, const char* what) {
+    if (!good) throw Damage{page, what};
+  }
+  template <typename T>
+  static T read(Octets from, std::size_t at) {
+    T value;
+    std::memcpy(&value, from.data() + at, sizeof value);
+    return value;
+  }
+
+ private:
+  Octets file_;
+  std::size_t octets_;
+  std::vector<bool> met_;
+};
+
+class TreeWalk {
+ public:
+  TreeWalk(Pages& pages, const Tree& tree) : pages_(pages), tree_(tree), numbered_((tree.flags & numberedFlag) != 0) {}
+
+  void walk() {
+    require(tree_.depth <= deepest, 0, "a tree too deep");
+    require((tree_.root == noPage) == (tree_.depth == 0), 0, "a tree without a root");
+    if (tree_.root != noPage) page(tree_.root, 1);
+    require(found_.branches == tree_.branches && found_.leaves == tree_.leaves && found_.overflows == tree_.overflows &&
+                found_.entries == tree_.entries,
+            0, "another count of pages or entries than the meta page's");
+  }
+
+ private:
+  static void require(bool good, std::uint64_t page, const char* what) { Pages::require(good, page, what); }
+
+  // The walk's descent is bounded by the tree's depth.
+  void page(std::uint64_t number, unsigned depth) {
+    const Octets page = pages_.taken(number);
+    const auto head = Pages::read<PageHead>(page, 0);
+    const bool leaf = depth == tree_.depth;
+    require(head.number == number, number, "another page's number");
+    require(head.flags == (leaf ? leafFlag : branchFlag), number, "another kind of page");
+    require(head.lower >= headOctets && head.lower <= head.upper && head.upper <= page.size() && head.lower % 2 == 0,
+            number, "its bounds contradict each other");
+    const std::size_t nodes = (head.lower - headOctets) / 2;
+    require(nodes >= (leaf ? 1u : 2u), number, "too few entries");
+    ++(leaf ? found_.leaves : found_.branches);
+    for (std::size_t i = 0; i < nodes; ++i) {
+      const auto at = Pages::read<std::uint16_t>(page, headOctets + 2 * i);
+      require(at >= head.upper && at % 2 == 0 && at + nodeOctets <= page.size(), number, "an entry outside of it");
+      leaf ? entry(number, page.subspan(at)) : branch(number, page.subspan(at), i == 0, depth);
+    }
+  }
+
+  std::string_view keyOf(std::uint64_t number, Octets octets, const Node& node) const {
+    require(node.keyOctets <= octets.size() - nodeOctets, number, "a key outside of it");
+    require(!numbered_ || node.keyOctets == sizeof(std::uint64_t), number, "a key of another size");
+    return {reinterpret_cast<const char*>(octets.data()) + nodeOctets, node.keyOctets};
+  }
+
+  bool above(std::string_view key, std::string_view other) const {
+    if (!numbered_) return key > other;
+    std::uint64_t words[2];
+    std::memcpy(words, key.data(), sizeof *words);
+    std::memcpy(words + 1, other.data(), sizeof *words);
+    return words[0] > words[1];
+  }
+
+  // What stands before a page: no key below is smaller, all keys to its left are. The first of a branch has none.
+  void branch(std::uint64_t number, Octets octets, bool first, unsigned depth) {
+    const auto node = Pages::read<Node>(octets, 0);
+    if (first) {
+      require(node.keyOctets <= octets.size() - nodeOctets, number, "a key outside of it");
+    } else {
+      least_ = keyOf(number, octets, node);
+      require(found_.entries != 0 && above(least_, previous_), number, "keys out of order");
+    }
+    page(node.pageBelow(), depth + 1);
+  }
+
+  void entry(std::uint64_t number, Octets octets) {
+    const auto node = Pages::read<Node>(octets, 0);
+    const std::string_view key = keyOf(number, octets, node);
+    require(!key.empty() && (found_.entries == 0 || above(key, previous_)), number, "keys out of order");
+    require(least_.empty() || !above(least_, key), number, "keys out of order");
+    previous_ = key;
+    ++found_.entries;
+    const Octets value = octets.subspan(nodeOctets + key.size());
+    if (node.flags == 0) {
+      require(node.valueOctets() <= value.size(), number, "a value outside of it");
+      if (numbered_) freePages(number, value.first(node.valueOctets()));
+      return;
+    }
+    require(node.flags == largeValueFlag && value.size() >= sizeof number, number, "an entry of another kind");
+    largeValue(Pages::read<std::uint64_t>(value, 0), node.valueOctets());
+  }
+
+  void largeValue(std::uint64_t number, std::uint64_t valueOctets) {
+    const Octets first = pages_.taken(number);
+    const auto head = Pages::read<PageHead>(first, 0);
+    const std::uint64_t count = head.lower | std::uint64_t{head.upper} << 16;
+    require(head.number == number && head.flags == overflowFlag, number, "another kind of page");
+    require(count >= (headOctets + valueOctets + pages_.octets() - 1) / pages_.octets(), number, "too short a value");
+    for (std::uint64_t i = 1; i < count; ++i) pages_.taken(number + i);
+    found_.overflows += count;
+    if (numbered_) freePages(number, Octets(first.data() + headOctets, valueOctets));
+  }
+
+  // Their count, then their numbers.
+  void freePages(std::uint64_t number, Octets value) {
+    const std::size_t words = value.size() / sizeof(std::uint64_t);
+    const std::uint64_t count = words == 0 ? 0 : Pages::read<std::uint64_t>(value, 0);
+    require(words != 0 && count < words, number, "a list of free pages outside of it");
+    for (std::uint64_t i = 1; i <= count; ++i) pages_.taken(Pages::read<std::uint64_t>(value, i * sizeof count));
+  }
+
+  Pages& pages_;
+  const Tree& tree_;
+  const bool numbered_;
+  Tree found_{};
+  std::string_view previous_;
+  std::string_view least_;
+};
+
+}  // namespace
+
+std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets) {
+  try {
+    Pages::require(meta.lastPage < file.size() / pageOctets, 0, "more pages than the file");
+    Pages::require((meta.trees[0].flags & treeFlags) == numberedFlag && meta.trees[1].flags == 0, 0,
+                   "trees of another kind");
+    Pages pages(file, meta.lastPage, pageOctets);
+    for (const Tree& tree : meta.trees) TreeWalk(pages, tree).walk();
+    return {};
+  } catch (const Damage& damage) {
+    return "page " + std::to_string(damage.page) + ": " + damage.what;
+  }
+}
+
+}  // namespace Store::detail
