@@ -301,15 +301,18 @@ class Records {
   void pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const {
     if (std::none_of(notes.lists.begin(), notes.lists.end(), [](const KindNotes& kind) { return kind.allGone; }))
       return;
-    store_.view().forEachKey(stashedPathSpace, [&](Store::Octets key, Store::Octets value) {
-      References references;
-      if (value.size() != sizeof references) return;
-      std::memcpy(&references, value.data(), sizeof references);
-      for (std::size_t kind = 0; kind < kinds; ++kind) {
-        if (notes.lists[kind].allGone) references[kind] = Store::Reference();
-      }
-      batch.keyIs(stashedPathSpace, key, plainImage(references));
-    });
+    store_.view().forEachKey(
+        stashedPathSpace,
+        [&](Store::Octets key, Store::Octets value) {
+          References references;
+          if (value.size() != sizeof references) return;
+          std::memcpy(&references, value.data(), sizeof references);
+          for (std::size_t kind = 0; kind < kinds; ++kind) {
+            if (notes.lists[kind].allGone) references[kind] = Store::Reference();
+          }
+          batch.keyIs(stashedPathSpace, key, plainImage(references));
+        },
+        [](Store::Octets) {});
   }
 
   Store::StoreManager& store_;
@@ -615,10 +618,15 @@ std::optional<StashedPath> stashedPath(const Store::StoreManager& store, std::st
 }
 
 void forEachStashedPath(const Store::StoreManager& store,
-                        const std::function<void(std::string_view key, const StashedPath& path)>& visit) {
-  store.view().forEachKey(stashedPathSpace, [&](Store::Octets key, Store::Octets value) {
-    visit({reinterpret_cast<const char*>(key.data()), key.size()}, pathOf(store, value));
-  });
+                        const std::function<void(std::string_view key, const StashedPath& path)>& visit,
+                        const std::function<void(std::string_view key)>& damaged) {
+  const auto text = [](Store::Octets key) {
+    return std::string_view(reinterpret_cast<const char*>(key.data()), key.size());
+  };
+  std::function<void(Store::Octets)> told;
+  if (damaged) told = [&](Store::Octets key) { damaged(text(key)); };
+  store.view().forEachKey(
+      stashedPathSpace, [&](Store::Octets key, Store::Octets value) { visit(text(key), pathOf(store, value)); }, told);
 }
 
 }  // namespace Routing::Bgp

@@ -104,8 +104,10 @@ struct StashedPath {
 
 // What a store's current view shows. Nothing when there is no such path. Throws the store's exceptions.
 VELBGP_EXPORT std::optional<StashedPath> stashedPath(const Store::StoreManager& store, std::string_view key);
-// Ascending by key.
+// Ascending by key. A path that is damaged is passed over and told; without `damaged`, Store::DamagedRecordException
+// comes at the end.
 VELBGP_EXPORT void forEachStashedPath(const Store::StoreManager& store,
-                                      const std::function<void(std::string_view key, const StashedPath& path)>& visit);
+                                      const std::function<void(std::string_view key, const StashedPath& path)>& visit,
+                                      const std::function<void(std::string_view key)>& damaged = {});
 
 }  // namespace Routing::Bgp

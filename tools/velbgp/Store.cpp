@@ -32,9 +32,13 @@ void storeCommand(const Options& options, Console& console) {
     const auto store = Store::StoreManager::openForReading(name);
     store->serviceIs(lister.agent().communityTable());
     std::uint64_t number = 0;
-    Routing::Bgp::forEachStashedPath(*store, [&](std::string_view, const Routing::Bgp::StashedPath& path) {
+    const auto print = [&](std::string_view, const Routing::Bgp::StashedPath& path) {
       printPath({name, ++number}, path, *store, lister, console);
-    });
+    };
+    const auto damaged = [&](std::string_view) {
+      console.error({name, ++number}, "the path is damaged, expected what the writer put there");
+    };
+    Routing::Bgp::forEachStashedPath(*store, print, damaged);
   } catch (const Store::StoreException& error) {
     console.error({name, 0, true}, storeProblem(name, error.what()));
   }
