@@ -97,7 +97,7 @@ std::shared_ptr<Environment> Environment::open(const std::string& path, const Op
   std::unique_lock lock(registry().mutex);
   auto& environments = registry().environments;
   for (auto found = environments.find(id); found != environments.end(); found = environments.find(id)) {
-    const std::shared_ptr<Environment> environment = found->second.lock();
+    std::shared_ptr<Environment> environment = found->second.lock();
     if (environment == nullptr) {
       registry().closed.wait(lock);
       continue;
