@@ -74,7 +74,7 @@ struct Notes {
   }
 };
 
-// Puts later notes behind earlier ones and leaves none there. All or, when it throws, nothing.
+// Needs no memory where there is room for all of both.
 void append(KindNotes& notes, KindNotes& later) noexcept {
   if (later.allGone) {
     notes.allGone = true;
@@ -86,6 +86,8 @@ void append(KindNotes& notes, KindNotes& later) noexcept {
   }
   for (auto& [slot, image] : later.come) notes.come.emplace(slot, std::move(image));
 }
+
+// Puts later notes behind earlier ones and leaves none there. All or, when it throws, nothing.
 void append(Notes& notes, Notes& later) {
   for (std::size_t kind = 0; kind < kinds; ++kind) {
     notes.lists[kind].gone.reserve(notes.lists[kind].gone.size() + later.lists[kind].gone.size());

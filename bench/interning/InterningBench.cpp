@@ -19,6 +19,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "Comparison.h"
 #include "interning/Contenders.h"
 #include "interning/Workload.h"
 
@@ -120,27 +121,13 @@ double octetsPerList(std::size_t n) {
   return octets;
 }
 
-// Prints what the console reporter prints, and keeps the medians for the table at the end.
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.aggregate_name == "median")
-        medians[run.run_name.function_name + "/" + run.run_name.args] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  std::map<std::string, double> medians;
-};
-
-void printRatios(const RatioReporter& reporter, const char* question) {
+void printRatios(const MedianReporter& reporter, const char* question) {
   std::printf("\n%s, multiples of the floor (floor in ns), n = 1 / 4 / 16 / 64\n", question);
   for (const char* contender : {Floor::name, Flyweight::name, SharedPtrSet::name, VelBgpLists::name}) {
     std::printf("  %-16s", contender);
     for (const std::size_t n : sizes) {
       auto median = [&](const std::string& who) {
-        const auto found = reporter.medians.find(std::string(question) + "/" + who + "/" + std::to_string(n));
-        return found == reporter.medians.end() ? 0.0 : found->second;
+        return reporter.median(std::string(question) + "/" + who + "/" + std::to_string(n));
       };
       const double floor = median(Floor::name);
       if (contender == Floor::name) {
@@ -184,18 +171,10 @@ void add() {
 
 int main(int argc, char** argv) {
   using namespace bench;
-  // What a comparison needs, unless the command line says otherwise.
-  std::vector<char*> arguments{argv[0]};
-  std::string defaults[] = {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true",
-                            "--benchmark_min_time=0.2", "--benchmark_report_aggregates_only=true"};
-  for (std::string& argument : defaults) arguments.push_back(argument.data());
-  arguments.insert(arguments.end(), argv + 1, argv + argc);
   const bool filtered = std::any_of(argv + 1, argv + argc, [](const char* argument) {
     return std::string_view(argument).starts_with("--benchmark_filter");
   });
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
-  if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
+  if (!comparisonInitialized(argc, argv)) return 1;
 
   if (!filtered) printAllOctets();  // first, while the process is small
 
@@ -203,7 +182,7 @@ int main(int argc, char** argv) {
   add<Flyweight>();
   add<SharedPtrSet>();
   add<VelBgpLists>();
-  RatioReporter reporter;
+  MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   printRatios(reporter, "hit");
   printRatios(reporter, "miss");

@@ -15,13 +15,13 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Comparison.h"
 #include "Store/StoreManager.h"
 #include "VelBgp/CommList.h"
 #include "VelBgp/ListPublisher.h"
@@ -181,22 +181,11 @@ void readPaths(benchmark::State& state, const Writer& writer, const std::string&
   state.counters["commits seen"] = static_cast<double>(store->commits() - first);
 }
 
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.aggregate_name == "median") medians[run.run_name.function_name] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void printRatio(const std::string& of, const std::string& to) const {
-    const auto a = medians.find(of), b = medians.find(to);
-    if (a == medians.end() || b == medians.end()) return;
-    std::printf("%-24s %8.0f ns, %.2f times %s (%.0f ns)\n", of.c_str(), a->second, a->second / b->second, to.c_str(),
-                b->second);
-  }
-  std::map<std::string, double> medians;
-};
+void printRatio(const bench::MedianReporter& reporter, const std::string& of, const std::string& to) {
+  const double a = reporter.median(of), b = reporter.median(to);
+  if (a == 0 || b == 0) return;
+  std::printf("%-24s %8.0f ns, %.2f times %s (%.0f ns)\n", of.c_str(), a, a / b, to.c_str(), b);
+}
 
 template <typename Kind>
 void add(const Folder& folder) {
@@ -210,14 +199,7 @@ void add(const Folder& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<char*> arguments{argv[0]};
-  std::string defaults[] = {"--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true",
-                            "--benchmark_min_time=0.2", "--benchmark_report_aggregates_only=true"};
-  for (std::string& argument : defaults) arguments.push_back(argument.data());
-  arguments.insert(arguments.end(), argv + 1, argv + argc);
-  int argumentCount = static_cast<int>(arguments.size());
-  benchmark::Initialize(&argumentCount, arguments.data());
-  if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments.data())) return 1;
+  if (!bench::comparisonInitialized(argc, argv)) return 1;
 
   const Folder folder;
   const Writer writer(folder.store("read"));  // before there are threads
@@ -227,14 +209,14 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark(writing ? "read/writing" : "read/still", readPaths, std::cref(writer),
                                  folder.store("read"), writing);
   }
-  RatioReporter reporter;
+  bench::MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n");
   for (const std::string kind : {Extended::name, Standard::name}) {
     for (const std::string question : {"hit/", "miss/"}) {
-      reporter.printRatio(question + kind + "/published", question + kind + "/alone");
+      printRatio(reporter, question + kind + "/published", question + kind + "/alone");
     }
   }
-  reporter.printRatio("read/writing", "read/still");
+  printRatio(reporter, "read/writing", "read/still");
   return 0;
 }

@@ -1,7 +1,6 @@
 #include "tools/velbgp/Publication.h"
 
 #include <algorithm>
-#include <boost/unordered/unordered_flat_set.hpp>
 #include <filesystem>
 #include <system_error>
 
@@ -20,23 +19,14 @@ std::string storeProblem(const std::string& path, std::string_view what) {
   return escaped(what);
 }
 
-class Publication::Known {
- public:
-  bool isNew(const Numbers& lists) { return sets_.insert(lists).second; }
-
- private:
-  struct Hash {
-    std::size_t operator()(const Numbers& lists) const {
-      Keel::HashMix mix;
-      for (const std::uint32_t number : lists) mix.mixBytes4(number);
-      return mix.value();
-    }
-  };
-  boost::unordered_flat_set<Numbers, Hash> sets_;
-};
+std::size_t Publication::Hash::operator()(const Numbers& lists) const {
+  Keel::HashMix mix;
+  for (const std::uint32_t number : lists) mix.mixBytes4(number);
+  return mix.value();
+}
 
 Publication::Publication(const std::string& store, const Agent& agent, Console& console)
-    : path_(store), agent_(agent), console_(console), known_(std::make_unique<Known>()) {}
+    : path_(store), agent_(agent), console_(console) {}
 
 void Publication::begin() {
   if (begun_) return;
@@ -59,16 +49,14 @@ void Publication::failed(const std::exception& error) const {
   console_.error({path_, 0, true}, storeProblem(path_, error.what()));
 }
 
-Publication::~Publication() = default;
-
 void Publication::pathIs(const Numbers& lists, Kinds& kinds) {
   const bool empty = std::all_of(lists.begin(), lists.end(), [](std::uint32_t number) { return number == none; });
-  if (publisher_ == nullptr || empty || !known_->isNew(lists)) return;
+  if (publisher_ == nullptr || empty || !sets_.insert(lists).second) return;
   Routing::Bgp::PathLists path;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     if (lists[kind] != none) kinds.at(kind).publish(lists[kind], path);
   }
-  publisher_->pathIs(Wire().u64(sets_++).view(), std::move(path));
+  publisher_->pathIs(Wire().u64(sets_.size() - 1).view(), std::move(path));
 }
 
 void Publication::finish() {

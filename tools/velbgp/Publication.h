@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <boost/unordered/unordered_flat_set.hpp>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -23,12 +24,10 @@ class Console;
 // What the library says of a store, for a message that names the store already.
 std::string storeProblem(const std::string& path, std::string_view what);
 
+// What is published stays when it goes.
 class Publication {
  public:
   Publication(const std::string& store, const Agent& agent, Console& console);
-  // What is published stays.
-  ~Publication();
-
   // Opens the store, once, before anything is interned in the agent's tables. Until then what is in it stays.
   void begin();
 
@@ -41,7 +40,9 @@ class Publication {
   void finish();
 
  private:
-  class Known;
+  struct Hash {
+    std::size_t operator()(const Numbers& lists) const;
+  };
 
   void failed(const std::exception& error) const;
 
@@ -51,8 +52,7 @@ class Publication {
   bool begun_ = false;
   std::unique_ptr<Store::StoreManager> store_;
   std::unique_ptr<Routing::Bgp::ListPublisher> publisher_;
-  std::unique_ptr<Known> known_;
-  std::uint64_t sets_ = 0;
+  boost::unordered_flat_set<Numbers, Hash> sets_;  // published so far
 };
 
 }  // namespace VelBgpTool
