@@ -14,7 +14,7 @@ namespace {
 
 // The agent: every list of the table is in the store soon after it was interned, and this path finds its own there.
 void publish(const std::string& path) {
-  const auto store = Store::StoreManager::openForWriting(path);
+  const auto store = Routing::Store::StoreManager::openForWriting(path);
   const auto table = CommListDedupTableIs();
   ListPublisher publisher(*store);
   publisher.listTableIs(table.get());
@@ -28,7 +28,7 @@ void publish(const std::string& path) {
 
 // The other process. What it gets is its own, and interned nowhere.
 void read(const std::string& path) {
-  const auto store = Store::StoreManager::openForReading(path);
+  const auto store = Routing::Store::StoreManager::openForReading(path);
   const auto found = stashedPath(*store, "10.0.0.0/8");
   if (!found) return;
   std::cout << CommList::destash(&found->standard, store.get())->toStrep() << '\n';

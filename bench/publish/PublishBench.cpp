@@ -91,11 +91,11 @@ template <typename Kind>
 struct Tables {
   Tables(const Folder& folder, bool published) {
     if (!published) return;
-    store = Store::StoreManager::openForWriting(folder.store(Kind::name));
+    store = Routing::Store::StoreManager::openForWriting(folder.store(Kind::name));
     publisher.emplace(*store);
     kind.attachTo(*publisher);
   }
-  std::unique_ptr<Store::StoreManager> store;
+  std::unique_ptr<Routing::Store::StoreManager> store;
   Kind kind;
   std::optional<ListPublisher> publisher;
 };
@@ -124,7 +124,7 @@ std::string keyOf(std::size_t path) { return "path " + std::to_string(path); }
 
 // The other process: publishes the paths, then churns as fast as it can.
 [[noreturn]] void writeForEver(const std::string& path, int ready) {
-  const auto store = Store::StoreManager::openForWriting(path);
+  const auto store = Routing::Store::StoreManager::openForWriting(path);
   Extended extended;
   ListPublisher publisher(*store, {.interval = std::chrono::milliseconds(10)});
   extended.attachTo(publisher);
@@ -162,7 +162,7 @@ class Writer {
 void readPaths(benchmark::State& state, const Writer& writer, const std::string& path, bool writing) {
   writer.working(writing);
   Extended extended;
-  const auto store = Store::StoreManager::openForReading(path);
+  const auto store = Routing::Store::StoreManager::openForReading(path);
   store->serviceIs(extended.comms.get());
   const std::uint64_t first = store->commits();
   std::size_t next = 0;

@@ -6,7 +6,7 @@
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Exception.h"
 
-namespace Addr {
+namespace Routing::Addr {
 namespace {
 
 // Reads one of the four numbers and steps over it; null when there is none.
@@ -44,4 +44,4 @@ std::ostream& operator<<(std::ostream& stream, const Ip4Addr& address) {
   return stream << buffer.view();
 }
 
-}  // namespace Addr
+}  // namespace Routing::Addr

@@ -17,7 +17,7 @@ namespace Tyr {
 class DynamicBufferInterface;
 }
 
-namespace Addr {
+namespace Routing::Addr {
 
 class Ip4Addr {
  public:
@@ -41,4 +41,4 @@ class Ip4Addr {
 // Honours the stream's width and fill; its number formatting has no effect.
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const Ip4Addr& address);
 
-}  // namespace Addr
+}  // namespace Routing::Addr

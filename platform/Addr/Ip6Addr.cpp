@@ -8,7 +8,7 @@
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Exception.h"
 
-namespace Addr {
+namespace Routing::Addr {
 
 Ip6Addr::Ip6Addr(std::string_view text) {
   char terminated[INET6_ADDRSTRLEN] = {};
@@ -34,4 +34,4 @@ std::ostream& operator<<(std::ostream& stream, const Ip6Addr& address) {
   return stream << buffer.view();
 }
 
-}  // namespace Addr
+}  // namespace Routing::Addr

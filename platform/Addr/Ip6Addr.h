@@ -18,7 +18,7 @@ namespace Tyr {
 class DynamicBufferInterface;
 }
 
-namespace Addr {
+namespace Routing::Addr {
 
 class Ip6Addr {
  public:
@@ -50,4 +50,4 @@ class Ip6Addr {
 // Honours the stream's width and fill; its number formatting has no effect.
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const Ip6Addr& address);
 
-}  // namespace Addr
+}  // namespace Routing::Addr

@@ -15,7 +15,7 @@
 
 #include "Store/EnvironmentImpl.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 namespace {
 
 constexpr std::size_t smallestMap = 64 * 1024;
@@ -345,4 +345,4 @@ void Environment::failed(const char* what, int code) const {
   fail(path_, what, code, "a sound disk with room; the last commit stands");
 }
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -28,7 +28,7 @@
 #include "Store/PageCheckImpl.h"
 #include "Store/StoreManager.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 
 // All of the engine's file, for reading.
 class Mapping {
@@ -151,4 +151,4 @@ class Snapshot {
   std::uint64_t commit_ = 0;
 };
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -17,7 +17,7 @@
 #include "Store/LayoutImpl.h"
 #include "Store/PageCheckImpl.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 namespace {
 
 std::string lockFile(const std::string& path) { return path + "/writer.lock"; }
@@ -336,4 +336,4 @@ std::size_t dataChecked(const std::string& path) {
   return static_cast<std::size_t>(std::max(first.mapOctets, second.mapOctets));
 }
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

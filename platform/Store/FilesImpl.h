@@ -7,7 +7,7 @@
 
 #include "Store/StoreManager.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 
 // The places for readers of the engine, and the size of its table, 64 octets each and two before. A table of another
 // size would only leave other places.
@@ -69,4 +69,4 @@ bool named(const Descriptor& descriptor, const std::string& file);
 // The map size that the engine's file names, after a look at whether it is one and all there.
 std::size_t dataChecked(const std::string& path);
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -1,10 +1,10 @@
 // The store's types by name, for headers that only pass them on.
 #pragma once
 
-namespace Store {
+namespace Routing::Store {
 
 struct Reference;
 class StoreManager;
 class WriteBatch;
 
-}  // namespace Store
+}  // namespace Routing::Store

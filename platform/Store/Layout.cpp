@@ -3,7 +3,7 @@
 
 #include "Store/LayoutImpl.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 namespace {
 
 constexpr std::uint64_t multiplier1 = 0x9e3779b97f4a7c15;
@@ -134,4 +134,4 @@ std::size_t Changes::octets() const {
   return sum;
 }
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -36,7 +36,7 @@
 
 #include "Store/Record.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 
 inline constexpr std::uint32_t layoutVersion = 1;
 inline constexpr std::uint32_t octetOrderMark = 0x01020304;
@@ -103,4 +103,4 @@ struct Changes {
   std::size_t octets() const;  // about what they take in the file
 };
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -5,7 +5,7 @@
 
 #include "Store/PageCheckImpl.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 namespace {
 
 constexpr std::size_t headOctets = sizeof(PageHead);
@@ -173,4 +173,4 @@ std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets) 
   }
 }
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -15,7 +15,7 @@
 
 #include "Store/Record.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 
 struct PageHead {
   std::uint64_t number;
@@ -73,4 +73,4 @@ static_assert(sizeof(Meta) == 152);
 // What is wrong with the pages of a commit, free ones and those of entries; empty when nothing is.
 std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets);
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -8,7 +8,7 @@
 #include "Store/FilesImpl.h"
 #include "Tyr/Assert.h"
 
-namespace Store {
+namespace Routing::Store {
 namespace detail {
 namespace {
 
@@ -288,4 +288,4 @@ void ReadView::forEachRecord(const std::function<void(Reference, Record)>& visit
   });
 }
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -20,7 +20,7 @@
 #include "Store/StoreException.h"
 #include "Tyr/Export.h"
 
-namespace Store {
+namespace Routing::Store {
 
 namespace detail {
 class Environment;
@@ -61,4 +61,4 @@ class VELBGP_EXPORT ReadView {
   std::unique_ptr<detail::Snapshot> snapshot_;
 };
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -12,7 +12,7 @@
 #include <span>
 #include <type_traits>
 
-namespace Store {
+namespace Routing::Store {
 
 using Octets = std::span<const std::uint8_t>;
 
@@ -38,4 +38,4 @@ struct Record {
 inline constexpr std::size_t maxKeyOctets = 255;
 inline constexpr std::size_t maxRecordOctets = std::size_t{1} << 30;  // of a key's value too
 
-}  // namespace Store
+}  // namespace Routing::Store

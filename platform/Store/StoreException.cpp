@@ -1,7 +1,7 @@
 #include "Store/StoreException.h"
 
 // Destructors are here so that each class has one home for its virtual table and type information.
-namespace Store {
+namespace Routing::Store {
 
 StoreException::~StoreException() = default;
 StoreAbsentException::~StoreAbsentException() = default;
@@ -11,4 +11,4 @@ StoreFullException::~StoreFullException() = default;
 StaleReferenceException::~StaleReferenceException() = default;
 DamagedRecordException::~DamagedRecordException() = default;
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -7,7 +7,7 @@
 #include "Tyr/Exception.h"
 #include "Tyr/Export.h"
 
-namespace Store {
+namespace Routing::Store {
 
 class VELBGP_EXPORT StoreException : public Tyr::Exception {
  public:
@@ -59,4 +59,4 @@ class VELBGP_EXPORT DamagedRecordException : public StoreException {
   ~DamagedRecordException() override;
 };
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -9,7 +9,7 @@
 #include "Store/FilesImpl.h"
 #include "Store/WriterImpl.h"
 
-namespace Store {
+namespace Routing::Store {
 namespace detail {
 
 class Services {
@@ -151,4 +151,4 @@ void StoreManager::changesMade(detail::Changes& changes) {
   if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->readersChecked();
 }
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -65,7 +65,7 @@
 #include "Store/Record.h"
 #include "Tyr/Export.h"
 
-namespace Store {
+namespace Routing::Store {
 
 namespace detail {
 struct Changes;
@@ -144,4 +144,4 @@ class VELBGP_EXPORT StoreManager {
   std::uint64_t identity_ = 0;
 };
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -5,7 +5,7 @@
 #include "Store/WriterImpl.h"
 #include "Tyr/Assert.h"
 
-namespace Store {
+namespace Routing::Store {
 namespace {
 
 void requireFits(const StoreManager& manager, const char* what, std::size_t octets, std::size_t limit) {
@@ -113,4 +113,4 @@ void WriteBatch::commit() {
   manager_.writer_->batchOpen = false;
 }
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -18,7 +18,7 @@
 #include "Store/StoreManager.h"
 #include "Tyr/Export.h"
 
-namespace Store {
+namespace Routing::Store {
 
 class VELBGP_EXPORT WriteBatch {
  public:
@@ -55,4 +55,4 @@ class VELBGP_EXPORT WriteBatch {
   std::unique_ptr<detail::Numbers> fresh_;    // after clear(): numbers begin anew
 };
 
-}  // namespace Store
+}  // namespace Routing::Store

@@ -8,7 +8,7 @@
 
 #include "Store/FilesImpl.h"
 
-namespace Store::detail {
+namespace Routing::Store::detail {
 
 // Record numbers that are free: the last one freed is the first one taken, then the next that never was. What was freed
 // before the store was opened is not known here, and is not used again until clear().
@@ -41,4 +41,4 @@ struct Writer {
   bool batchOpen = false;
 };
 
-}  // namespace Store::detail
+}  // namespace Routing::Store::detail

@@ -15,7 +15,7 @@
 
 #include "Tyr/Exception.h"
 
-namespace Toggle {
+namespace Routing::Toggle {
 namespace {
 
 constexpr std::size_t maxFileSize = 1 << 20;
@@ -122,4 +122,4 @@ bool getToggleState(const std::string& name, const std::string& file, bool defau
   }
 }
 
-}  // namespace Toggle
+}  // namespace Routing::Toggle

@@ -14,7 +14,7 @@
 
 #include "Tyr/Export.h"
 
-namespace Toggle {
+namespace Routing::Toggle {
 
 // The state of the toggle `name` in `file`, a path inside the toggle directory. A missing file or name gives the
 // default without a word. With a warning it is given for a file that cannot be read, is no regular file, has more than
@@ -22,4 +22,4 @@ namespace Toggle {
 // path that is absolute or contains "..".
 VELBGP_EXPORT bool getToggleState(const std::string& name, const std::string& file, bool defaultState);
 
-}  // namespace Toggle
+}  // namespace Routing::Toggle

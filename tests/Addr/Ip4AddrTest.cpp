@@ -8,7 +8,7 @@
 
 #include "Tyr/Exception.h"
 
-namespace Addr {
+namespace Routing::Addr {
 namespace {
 
 TEST(Ip4Addr, TextBothWays) {
@@ -55,4 +55,4 @@ TEST(Ip4Addr, StreamFormattingDoesNotReachTheNumbers) {
 }
 
 }  // namespace
-}  // namespace Addr
+}  // namespace Routing::Addr

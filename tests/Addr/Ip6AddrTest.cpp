@@ -7,7 +7,7 @@
 
 #include "Tyr/Exception.h"
 
-namespace Addr {
+namespace Routing::Addr {
 namespace {
 
 using Octets = Ip6Addr::Octets;
@@ -55,4 +55,4 @@ TEST(Ip6Addr, OrderWordsAndStreams) {
 }
 
 }  // namespace
-}  // namespace Addr
+}  // namespace Routing::Addr

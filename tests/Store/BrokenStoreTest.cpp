@@ -7,7 +7,7 @@
 
 #include "Store/Stores.h"
 
-namespace Store::test {
+namespace Routing::Store::test {
 namespace {
 
 using testing::AllOf;
@@ -342,4 +342,4 @@ TEST_F(BrokenStoreTest, RightsAreMissing) {
 }
 
 }  // namespace
-}  // namespace Store::test
+}  // namespace Routing::Store::test

@@ -6,7 +6,7 @@
 
 #include "Store/Stores.h"
 
-namespace Store::test {
+namespace Routing::Store::test {
 namespace {
 
 constexpr std::uint32_t space = 1;
@@ -94,4 +94,4 @@ TEST_F(KillTest, TheLastCommitSurvivesAKilledWriter) {
 }
 
 }  // namespace
-}  // namespace Store::test
+}  // namespace Routing::Store::test

@@ -5,7 +5,7 @@
 
 #include "Store/Stores.h"
 
-namespace Store::test {
+namespace Routing::Store::test {
 namespace {
 
 using ProcessesTest = StoreTest;
@@ -201,4 +201,4 @@ TEST_F(ProcessesTest, AFullDiskDropsTheBatchThatMetIt) {
 }
 
 }  // namespace
-}  // namespace Store::test
+}  // namespace Routing::Store::test

@@ -14,7 +14,7 @@
 #include "Store/WriteBatch.h"
 #include "support/Death.h"
 
-namespace Store::test {
+namespace Routing::Store::test {
 namespace {
 
 using Records = std::map<Reference, std::pair<std::uint32_t, std::string>>;
@@ -211,4 +211,4 @@ TEST_F(StoreTest, ThreadsReadWhileTheMapMoves) {
 }
 
 }  // namespace
-}  // namespace Store::test
+}  // namespace Routing::Store::test

@@ -19,7 +19,7 @@
 #include "Store/StoreManager.h"
 #include "Store/WriteBatch.h"
 
-namespace Store::test {
+namespace Routing::Store::test {
 
 inline Octets octets(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
@@ -89,4 +89,4 @@ std::string failure(const std::function<void()>& body) {
   return "nothing was thrown";
 }
 
-}  // namespace Store::test
+}  // namespace Routing::Store::test

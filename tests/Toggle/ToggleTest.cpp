@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace Toggle {
+namespace Routing::Toggle {
 namespace {
 
 using testing::EndsWith;
@@ -118,4 +118,4 @@ TEST_F(ToggleTest, PathsStayInsideTheDirectory) {
 }
 
 }  // namespace
-}  // namespace Toggle
+}  // namespace Routing::Toggle

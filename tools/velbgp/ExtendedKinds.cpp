@@ -216,7 +216,8 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   static ExtCommIp6Content content(Octets value) {
     std::array<std::uint8_t, 16> address;
     std::copy_n(value.begin() + 2, 16, address.begin());
-    return {value[0], value[1], Addr::Ip6Addr(address), static_cast<std::uint16_t>(bigEndian(value.subspan<18, 2>()))};
+    return {value[0], value[1], Routing::Addr::Ip6Addr(address),
+            static_cast<std::uint16_t>(bigEndian(value.subspan<18, 2>()))};
   }
   ExtCommIp6::PtrConst dedup(Octets value) const {
     return ExtCommIp6::dedupContent(agent_.ip6CommunityTable(), content(value));

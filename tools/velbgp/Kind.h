@@ -23,7 +23,7 @@ namespace Routing::Bgp {
 struct PathLists;
 struct StashedPath;
 }  // namespace Routing::Bgp
-namespace Store {
+namespace Routing::Store {
 class StoreManager;
 }
 
@@ -60,7 +60,7 @@ class Kind {
   // The values of the list of this kind that a path in a store refers to, as on the wire; none if it has none. Throws
   // the store's exceptions.
   virtual std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path,
-                                            Store::StoreManager& store) const = 0;
+                                            Routing::Store::StoreManager& store) const = 0;
 
   // What interning keeps now.
   virtual std::size_t distinctLists() const = 0;

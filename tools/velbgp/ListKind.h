@@ -65,7 +65,8 @@ class ListKind : public Kind {
   void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
     path.*Traits::published = lists_[number];
   }
-  std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path, Store::StoreManager& store) const override {
+  std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path,
+                                    Routing::Store::StoreManager& store) const override {
     std::vector<std::uint8_t> values;
     const List list = List::element_type::destash(&(path.*Traits::stashed), &store);
     if (list == nullptr) return values;

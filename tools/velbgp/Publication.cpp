@@ -32,9 +32,9 @@ void Publication::begin() {
   if (begun_) return;
   begun_ = true;
   try {
-    store_ = Store::StoreManager::openForWriting(path_);
+    store_ = Routing::Store::StoreManager::openForWriting(path_);
     publisher_ = std::make_unique<Routing::Bgp::ListPublisher>(*store_);
-  } catch (const Store::StoreException& error) {
+  } catch (const Routing::Store::StoreException& error) {
     return failed(error);
   } catch (const std::system_error& error) {  // no thread to be had
     return failed(error);
@@ -63,7 +63,7 @@ void Publication::finish() {
   if (publisher_ == nullptr) return;
   try {
     publisher_->flush();
-  } catch (const Store::StoreException& error) {
+  } catch (const Routing::Store::StoreException& error) {
     failed(error);
   }
 }

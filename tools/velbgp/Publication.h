@@ -50,7 +50,7 @@ class Publication {
   const Agent& agent_;
   Console& console_;
   bool begun_ = false;
-  std::unique_ptr<Store::StoreManager> store_;
+  std::unique_ptr<Routing::Store::StoreManager> store_;
   std::unique_ptr<Routing::Bgp::ListPublisher> publisher_;
   boost::unordered_flat_set<Numbers, Hash> sets_;  // published so far
 };

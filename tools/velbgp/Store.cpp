@@ -11,13 +11,13 @@ namespace VelBgpTool {
 namespace {
 
 // A path that cannot be read is reported, the others are printed all the same.
-void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Store::StoreManager& store, Lister& lister,
-               Console& console) {
+void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store,
+               Lister& lister, Console& console) {
   try {
     std::array<std::vector<std::uint8_t>, kindCount> wire;
     for (std::size_t kind = 0; kind < kindCount; ++kind) wire[kind] = lister.kind(kind).destash(path, store);
     for (std::size_t kind = 0; kind < kindCount; ++kind) lister.valuesAre(kind, wire[kind]);
-  } catch (const Store::StoreException& error) {
+  } catch (const Routing::Store::StoreException& error) {
     return console.error(place, storeProblem(store.path(), error.what()));
   }
   lister.pathEnds(place);
@@ -29,7 +29,7 @@ void storeCommand(const Options& options, Console& console) {
   const std::string& name = options.inputs.front();
   Lister lister(options.json, true, nullptr, console);
   try {
-    const auto store = Store::StoreManager::openForReading(name);
+    const auto store = Routing::Store::StoreManager::openForReading(name);
     store->serviceIs(lister.agent().communityTable());
     std::uint64_t number = 0;
     const auto print = [&](std::string_view, const Routing::Bgp::StashedPath& path) {
@@ -39,7 +39,7 @@ void storeCommand(const Options& options, Console& console) {
       console.error({name, ++number}, "the path is damaged, expected what the writer put there");
     };
     Routing::Bgp::forEachStashedPath(*store, print, damaged);
-  } catch (const Store::StoreException& error) {
+  } catch (const Routing::Store::StoreException& error) {
     console.error({name, 0, true}, storeProblem(name, error.what()));
   }
 }
