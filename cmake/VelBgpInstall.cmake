@@ -8,7 +8,8 @@ set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/VelBgp)
 install(TARGETS VelBgp EXPORT VelBgpTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   FILE_SET headers DESTINATION ${headerDir}
-  FILE_SET platformHeaders DESTINATION ${headerDir})
+  FILE_SET platformHeaders DESTINATION ${headerDir}
+  INCLUDES DESTINATION ${headerDir})  # for a CMake before 3.23, which knows no file sets
 install(EXPORT VelBgpTargets NAMESPACE VelBgp:: DESTINATION ${packageDir})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/VelBgpConfig.cmake.in VelBgpConfig.cmake

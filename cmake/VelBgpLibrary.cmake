@@ -1,4 +1,4 @@
-# libVelBgp.so: every folder's objects in one shared library; only what is marked VELBGP_EXPORT leaves it.
+# libVelBgp.so: every folder's objects in one shared library; only what is marked VELBGP_EXPORT leaves it (velbgp.map).
 add_library(VelBgp SHARED)
 add_library(VelBgp::VelBgp ALIAS VelBgp)
 # Before 1.0 each minor version may break the ABI, so it is part of the library's name.
@@ -28,6 +28,8 @@ target_link_libraries(VelBgp
   PUBLIC Boost::headers Threads::Threads
   PRIVATE $<BUILD_INTERFACE:velbgp_options> "$<BUILD_INTERFACE:${links}>")
 target_compile_features(VelBgp PUBLIC cxx_std_20)
+target_link_options(VelBgp PRIVATE -Wl,--version-script=${CMAKE_CURRENT_LIST_DIR}/velbgp.map)
+set_target_properties(VelBgp PROPERTIES LINK_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/velbgp.map)
 # Sanitizers leave their runtime to the program, so only without them can the library be asked to be complete.
 if(NOT VELBGP_SANITIZE)
   target_link_options(VelBgp PRIVATE -Wl,--no-undefined)

@@ -24,6 +24,12 @@ diff <(echo "$public") <(echo "$installed") || fail "the installed headers (>) a
 } >"$work/all.cpp"
 "$cxx" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I"$prefix/include/velbgp" "$work/all.cpp"
 
+# Nothing of Boost or the standard library leaves the library: a program may hold other builds of the same templates.
+ours='(3Acl|10BgpShowCli|4Keel|7Routing|3Tyr)'
+foreign=$(nm -D --defined-only "$(find "$prefix" -name libVelBgp.so)" | awk '{ print $3 }' |
+  grep -vE "^_Z(N|NK|T[VISTC]N|T[hv].*_N)$ours" || true)
+[ -z "$foreign" ] || fail "the library exports $foreign"
+
 "$prefix/bin/velbgp" --version >/dev/null || fail "the installed tool does not start"
 "$prefix/bin/velbgp" decode 0x0002fde800000064 | grep -q RouteTarget || fail "the installed tool does not decode"
 
@@ -33,6 +39,19 @@ cmake -S "$work/stranger" -B "$work/cmake" -G "$generator" -DCMAKE_CXX_COMPILER=
   -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/cmake" -j 2 >/dev/null
 ctest --test-dir "$work/cmake" --output-on-failure --no-tests=error
+
+# A CMake before 3.23 knows no file sets of headers; the package reads which one it is from this variable.
+mkdir "$work/old"
+cat >"$work/old/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.20)
+project(Old LANGUAGES CXX)
+set(CMAKE_VERSION 3.20.6)
+find_package(VelBgp REQUIRED)
+get_target_property(folders VelBgp::VelBgp INTERFACE_INCLUDE_DIRECTORIES)
+find_file(header VelBgp/VelBgpCommunity.h PATHS ${folders} NO_DEFAULT_PATH REQUIRED)
+END
+cmake -S "$work/old" -B "$work/old/build" -G "$generator" -DCMAKE_CXX_COMPILER="$cxx" \
+  -DCMAKE_PREFIX_PATH="$prefix" >/dev/null || fail "an old CMake does not find the headers"
 
 # pkg-config, where it is.
 if command -v pkg-config >/dev/null; then
