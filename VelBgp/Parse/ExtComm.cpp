@@ -25,6 +25,7 @@ std::uint32_t ExtCommAsNumber::asNumber() const noexcept { return asNumberOf(get
 std::uint32_t ExtCommAsNumber::localAdmin() const noexcept { return localAdminOf(getContent(), fourByteAs()); }
 
 std::string ExtCommAsNumber::formatAsNumber(bool asdot) const {
+  if (!asdot) return std::to_string(asNumber());  // made in place: every text of these kinds waits for it
   Tyr::DynamicBuffer<32> buffer;
   appendAsNumber(buffer, asNumber(), fourByteAs(), asdot);
   return buffer.str();

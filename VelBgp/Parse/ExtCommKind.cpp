@@ -20,7 +20,7 @@ void appendLabel(Tyr::DynamicBufferInterface& buffer, ExtComm::StrepFormat forma
 }
 
 void appendAsForm(Tyr::DynamicBufferInterface& buffer, const ExtCommAsNumber& extComm, bool asdot) {
-  extComm.formatAsNumberToBuffer(&buffer, asdot);
+  buffer.append(extComm.formatAsNumber(asdot));
   buffer.append(':');
   buffer.appendDecimal(extComm.localAdmin());
 }

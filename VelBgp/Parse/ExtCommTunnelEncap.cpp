@@ -13,7 +13,8 @@ void ExtCommTunnelEncap::formatDerivedType(std::ostream& stream) const {
 }
 
 std::string ExtCommTunnelEncap::toStrepForPolicy(StrepFormat format) const {
-  return std::string(format.classificationAndUI() ? "Tunnel-Encap:" : "") + enumName(tunnelType());
+  const std::string number = tunnelType() == tunnelTypeUnknown ? "(" + std::to_string(tunnelTypeNumber()) + ")" : "";
+  return std::string(format.classificationAndUI() ? "Tunnel-Encap:" : "") + enumName(tunnelType()) + number;
 }
 
 VELBGP_KIND_FACTORIES(extCommTunnelEncap, ExtCommTunnelEncap)

@@ -1,6 +1,6 @@
 // Tunnel encapsulation communities (RFC 9012): how the route's next hop takes tunnelled traffic.
 //
-//   ExtCommTunnelEncap               the community
+//   ExtCommTunnelEncap               the community; a type without a name shows its number: "tunnelTypeUnknown(19)"
 //   TunnelType                       the tunnel types that have a name here
 //   BgpParseExtCommTunnelEncapSm     the plugin that teaches a decoder to make it
 // Ownership, threads and errors: VelBgp/Parse/ExtCommKind.h.

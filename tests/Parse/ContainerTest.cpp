@@ -27,24 +27,24 @@ std::string_view typeOf(const BgpParseExtCommContainerSm& container, std::uint64
   return container.extCommParser()->parseExtendedCommunity(ExtCommContent(value))->fwkType().unqualifiedName();
 }
 
-TEST(ContainerTest, PluginsStandInOrderOfCreation) {
-  const auto container = bgpParseExtCommContainerSmFactory(true);
-  const std::type_info* const expected[] = {&typeid(BgpParseExtCommRouteOriginSm),
-                                            &typeid(BgpParseExtCommRouteTargetSm),
-                                            &typeid(BgpParseExtCommTunnelEncapSm),
-                                            &typeid(BgpParseExtCommDefaultGatewaySm),
-                                            &typeid(BgpParseExtCommLinkBandwidthSm),
-                                            &typeid(BgpParseExtCommColorSm),
-                                            &typeid(BgpParseExtCommOriginValidationStateSm),
-                                            &typeid(BgpParseExtCommVrfRouteImportSm),
-                                            &typeid(BgpParseExtCommSourceAsSm)};
-  const auto& queue = container->extCommParserSms();
+template <typename... Plugins>
+void expectPlugins(const BgpParseExtCommContainerSm& container) {
+  const std::type_info* const expected[] = {&typeid(Plugins)...};
+  const auto& queue = container.extCommParserSms();
   ASSERT_EQ(queue.size(), std::size(expected));
   for (std::size_t i = 0; i < queue.size(); ++i) {
     EXPECT_EQ(queue[i].index, i);
     const BgpParseExtCommPluginBaseSm& plugin = *queue[i].plugin;
-    EXPECT_TRUE(typeid(plugin) == *expected[i]) << i;
+    EXPECT_TRUE(typeid(plugin) == *expected[i] && plugin.notificationActive()) << i;
   }
+}
+
+TEST(ContainerTest, PluginsStandInOrderOfCreation) {
+  const auto container = bgpParseExtCommContainerSmFactory(true);
+  expectPlugins<BgpParseExtCommRouteOriginSm, BgpParseExtCommRouteTargetSm, BgpParseExtCommTunnelEncapSm,
+                BgpParseExtCommDefaultGatewaySm, BgpParseExtCommLinkBandwidthSm, BgpParseExtCommColorSm,
+                BgpParseExtCommOriginValidationStateSm, BgpParseExtCommVrfRouteImportSm, BgpParseExtCommSourceAsSm>(
+      *container);
   EXPECT_TRUE(container->notificationActive() && container->extCommParser()->notificationActive());
 }
 
@@ -130,22 +130,17 @@ TEST(ContainerTest, TheTreeGoesWhilePluginsAreThereToHearIt) {
   EXPECT_EQ(colors, -1);  // heard once, then destroyed
 }
 
-TEST(ContainerTest, ATreeThatIsHeldOutlivesItsContainer) {
+TEST(ContainerTest, PartsCanBeMadeAnewAndATreeOutlivesItsContainer) {
   auto container = bgpParseExtCommContainerSmFactory(true);
-  const BgpParseExtendedCommunityRule::PtrConst root = container->extCommParser();
-  container.reset();
-  const auto comm = root->parseExtendedCommunity(ExtCommContent(0x030b000000000064));
-  EXPECT_EQ(comm->fwkType().unqualifiedName(), "ExtCommColor");
-}
-
-TEST(ContainerTest, PartsCanBeMadeAnew) {
-  const auto container = bgpParseExtCommContainerSmFactory(true);
   const auto collections = container->parseExtCommRuleCollectionsDel();
   EXPECT_EQ(container->parseExtCommRuleCollections(), nullptr);
-  EXPECT_NE(container->extCommParserDel(), nullptr);
+  const auto root = container->extCommParserDel();
   container->extCommParserIs(BgpParseExtCommControl(collections));
   EXPECT_EQ(typeOf(*container, 0x030b000000000064), "ExtCommColor");
   EXPECT_NE(container->parseExtCommRuleCollectionsIs(), collections);
+  container.reset();
+  const auto comm = root->parseExtendedCommunity(ExtCommContent(0x030b000000000064));
+  EXPECT_EQ(comm->fwkType().unqualifiedName(), "ExtCommColor");
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ diff <(echo "$public") <(echo "$installed") || fail "the installed headers (>) a
   echo 'struct Addr {}; struct Policy {}; struct Store {}; struct Toggle {};'
   awk '{ print "#include \"" $0 "\"" }' <<<"$installed"
 } >"$work/all.cpp"
-"$cxx" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I"$prefix/include/velbgp" "$work/all.cpp"
+"$cxx" -std=c++20 -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Werror -fsyntax-only -I"$prefix/include/velbgp" "$work/all.cpp"
 
 "$prefix/bin/velbgp" --version >/dev/null || fail "the installed tool does not start"
 "$prefix/bin/velbgp" decode 0x0002fde800000064 | grep -q RouteTarget || fail "the installed tool does not decode"
