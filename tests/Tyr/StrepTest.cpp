@@ -28,36 +28,36 @@ class Eight {
   TYR_FLAG_SET(Eight, "Eight", EIGHT_FLAGS)
 };
 
-// Reads from the front; gives what is left behind the value.
-template <typename Read>
-std::string restAfter(const std::string& text, Read&& read) {
+// Reads `value` from the front; gives what is left behind it.
+template <typename Read, typename Value>
+std::string restAfter(const std::string& text, Read&& read, const Value& value) {
   StrepIterator it = text.data();
   const StrepIterator end = it + text.size();
-  read(it, end);
+  EXPECT_EQ(read(it, end), value) << text;
   return {it, end};
 }
 
+// A reader of numbers up to `max`.
+auto number(std::uint64_t max) {
+  return [max](StrepIterator& it, const StrepIterator& end) { return Tyr::readUnsigned(it, end, max); };
+}
+
 TEST(Strep, readersStopBehindTheirPiece) {
-  EXPECT_EQ(restAfter("abcd", [](auto& it, auto& end) { Tyr::expectText(it, end, "abc"); }), "d");
-  EXPECT_EQ(restAfter("TrueFalse", [](auto& it, auto& end) { EXPECT_TRUE(Tyr::readBool(it, end)); }), "False");
-  EXPECT_EQ(restAfter("False})", [](auto& it, auto& end) { EXPECT_FALSE(Tyr::readBool(it, end)); }), "})");
-  EXPECT_EQ(restAfter("255x", [](auto& it, auto& end) { EXPECT_EQ(Tyr::readUnsigned(it, end, 255), 255u); }), "x");
-  EXPECT_EQ(restAfter("18446744073709551615",
-                      [](auto& it, auto& end) { EXPECT_EQ(Tyr::readUnsigned(it, end, ~0ull), ~0ull); }),
-            "");
-  EXPECT_EQ(restAfter("0x0002fde8000000640",
-                      [](auto& it, auto& end) { EXPECT_EQ(Tyr::readHex64(it, end), 0x0002fde800000064u); }),
-            "0");
-  EXPECT_EQ(restAfter("aB_9-", [](auto& it, auto& end) { EXPECT_EQ(Tyr::readIdentifier(it, end), "aB_9"); }), "-");
+  StrepIterator it = "abcd";
+  Tyr::expectText(it, it + 4, "abc");
+  EXPECT_STREQ(it, "d");
+  EXPECT_EQ(restAfter("TrueFalse", Tyr::readBool, true), "False");
+  EXPECT_EQ(restAfter("False})", Tyr::readBool, false), "})");
+  EXPECT_EQ(restAfter("255x", number(255), 255u), "x");
+  EXPECT_EQ(restAfter("18446744073709551615", number(~0ull), ~0ull), "");
+  EXPECT_EQ(restAfter("0x0002fde8000000640", Tyr::readHex64, 0x0002fde800000064u), "0");
+  EXPECT_EQ(restAfter("aB_9-", Tyr::readIdentifier, "aB_9"), "-");
 }
 
 TEST(Strep, failuresThrowAndMoveNothing) {
   using Read = std::function<void(StrepIterator&, const StrepIterator&)>;
-  const auto number = [](std::uint64_t max) {
-    return Read([max](auto& it, auto& end) { Tyr::readUnsigned(it, end, max); });
-  };
   const Read text = [](auto& it, auto& end) { Tyr::expectText(it, end, "abc"); };
-  const Read hex = [](auto& it, auto& end) { Tyr::readHex64(it, end); };
+  const Read hex = Tyr::readHex64;
   // clang-format off
   const std::pair<const char*, Read> cases[] = {
       {"abd", text}, {"ab", text}, {"", text}, {"true", Tyr::readBool}, {"Fals", Tyr::readBool}, {"", Tyr::readBool},
@@ -121,7 +121,8 @@ TEST(FlagSet, textRoundTrips) {
   for (unsigned value = 0; value < 8; ++value) {
     EXPECT_EQ(Door::strepToValue(valueToStrep(Door(value))), Door(value));
   }
-  EXPECT_EQ(restAfter(text + "tail", [](auto& it, auto& end) { EXPECT_EQ(Door(it, end), Door(0x05)); }), "tail");
+  const auto read = [](StrepIterator& it, const StrepIterator& end) { return Door(it, end); };
+  EXPECT_EQ(restAfter(text + "tail", read, Door(0x05)), "tail");
 }
 
 TEST(FlagSet, everyTornOrAlteredTextIsRefused) {
