@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <sstream>
 
 #include "Tyr/Exception.h"
 #include "Tyr/FlagSet.h"
@@ -85,39 +84,27 @@ TEST(Strep, pointersAndBooleansRoundTrip) {
 
 TEST(FlagSet, bitsCountFromTheFirstMember) {
   Door door;
-  EXPECT_EQ(door.value(), 0);
   door.lockedIs(true);
   door.paintedIs(true);
   EXPECT_EQ(door.value(), 0x06);
   door.lockedIs(false);
-  door.lockedIs(false);
-  EXPECT_EQ(door, Door(0x04));
-  EXPECT_TRUE(door.shut() && door.painted() && !door.locked());
-  EXPECT_EQ(Door::openBit, 0x01);
-  EXPECT_EQ(Eight(255).value(), 255);
+  EXPECT_TRUE(door == Door(0x04) && door.shut() && door.painted() && !door.locked());
   std::string names;
   for (const auto& flag : Door::names()) names += std::string(flag.name) + std::to_string(flag.bit) + " ";
   EXPECT_EQ(names, "open1 locked2 painted4 ");
-}
-
-TEST(FlagSet, refusesBitsWithoutAMember) {
-  for (const unsigned value : {8u, 255u, 256u}) {
-    try {
-      Door door(value);
-      ADD_FAILURE() << value;
-    } catch (const Tyr::RangeException& e) {
-      EXPECT_STREQ(e.what(), "House::Door > 7 not allowed");
-    }
-  }
+  EXPECT_EQ(Eight(255).value(), 255);
   EXPECT_THROW(Eight(256), Tyr::RangeException);
+  try {
+    Door tooMany(8);
+    ADD_FAILURE();
+  } catch (const Tyr::RangeException& e) {
+    EXPECT_STREQ(e.what(), "House::Door > 7 not allowed");
+  }
 }
 
 TEST(FlagSet, textRoundTrips) {
-  std::ostringstream stream;
-  stream << Door(0x05);
   const std::string text = "Value('House::Door', ** {'open': True, 'locked': False, 'painted': True})";
-  EXPECT_EQ(stream.str(), text);
-  EXPECT_EQ(valueToStrep(Door(0x05)), text);
+  EXPECT_EQ(testing::PrintToString(Door(0x05)), text);
   for (unsigned value = 0; value < 8; ++value) {
     EXPECT_EQ(Door::strepToValue(valueToStrep(Door(value))), Door(value));
   }
