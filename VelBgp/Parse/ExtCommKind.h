@@ -4,7 +4,7 @@
 //   ExtCommLabelledKind<Kind, Form>    the same with both texts, which the labels tell; for the forms of ExtComm.h
 //   KindRule<subtype, Kind, ...>       the base of the sub-rule that makes such objects
 //   BgpParseExtCommKindSm<Rules...>    the base of the plugin that puts the sub-rules in their places
-//   VELBGP_FACTORIES                   the two functions that make one of these objects
+//   VELBGP_..._FACTORIES               the two functions that make one of these objects
 //
 // A whole kind, in the library or on its installed headers:
 //
@@ -177,18 +177,13 @@ using ExtCommAsKindFactory = ExtComm::PtrConst(const ExtCommContent& content, bo
 using BgpParseExtCommPluginFactory =
     BgpParseExtCommPluginBaseSm::Ptr(const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
 
-// Define the two functions by which a Class is made, new, never interned and notification-active: `name` with the ending
-// Factory and the class's name with the ending Is.
-#define VELBGP_FACTORIES(Pointer, name, Class, parameters, arguments)     \
-  Pointer name##Factory parameters { return Tyr::make<Class> arguments; } \
-  Pointer Class##Is parameters { return name##Factory arguments; }
+// Define the two functions that make an object of a kind or a plugin (TYR_FACTORIES in Tyr/PtrInterface.h).
 #define VELBGP_KIND_FACTORIES(name, Kind) \
-  VELBGP_FACTORIES(ExtComm::PtrConst, name, Kind, (const ExtCommContent& content), (content))
-#define VELBGP_AS_KIND_FACTORIES(name, Kind)                                                        \
-  VELBGP_FACTORIES(ExtComm::PtrConst, name, Kind, (const ExtCommContent& content, bool fourByteAs), \
-                   (content, fourByteAs))
-#define VELBGP_PLUGIN_FACTORIES(name, Plugin)                      \
-  VELBGP_FACTORIES(BgpParseExtCommPluginBaseSm::Ptr, name, Plugin, \
-                   (const BgpParseExtCommRuleCollections::PtrConst& ruleCollections), (ruleCollections))
+  TYR_FACTORIES(ExtComm::PtrConst, name, Kind, (const ExtCommContent& content), (content))
+#define VELBGP_AS_KIND_FACTORIES(name, Kind) \
+  TYR_FACTORIES(ExtComm::PtrConst, name, Kind, (const ExtCommContent& content, bool fourByteAs), (content, fourByteAs))
+#define VELBGP_PLUGIN_FACTORIES(name, Plugin)                   \
+  TYR_FACTORIES(BgpParseExtCommPluginBaseSm::Ptr, name, Plugin, \
+                (const BgpParseExtCommRuleCollections::PtrConst& ruleCollections), (ruleCollections))
 
 }  // namespace Routing::Bgp
