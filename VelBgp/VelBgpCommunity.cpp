@@ -91,13 +91,8 @@ void ExtComm::fourByteAsBitIs(bool fourByteAs) noexcept {
   userDataIs(fourByteAs ? userData() | fourByteAsMask : userData() & ~fourByteAsMask);
 }
 
-ExtComm::PtrConst extCommFactory(ExtCommClassification classification, const ExtCommContent& content) {
-  return Tyr::make<ExtComm>(classification, content);
-}
-
-ExtComm::PtrConst ExtCommIs(ExtCommClassification classification, const ExtCommContent& content) {
-  return extCommFactory(classification, content);
-}
+TYR_FACTORIES(ExtComm::PtrConst, extComm, ExtComm,
+              (ExtCommClassification classification, const ExtCommContent& content), (classification, content))
 
 ExtComm::PtrConst ExtCommSubtypedIs(ExtCommClassification classification, const ExtCommContent& content) {
   return Tyr::make<ExtCommSubtyped>(classification, content);
@@ -297,12 +292,7 @@ void ExtCommDedupTable::dumpState(Keel::DumpContext& context, std::uint32_t inde
   dedupTable_->dump(context, indent);
 }
 
-ExtCommDedupTable::Ptr extCommDedupTableFactory(BgpParseExtendedCommunityRule::PtrConst rule) {
-  return Tyr::make<ExtCommDedupTable>(std::move(rule));
-}
-
-ExtCommDedupTable::Ptr ExtCommDedupTableIs(BgpParseExtendedCommunityRule::PtrConst rule) {
-  return extCommDedupTableFactory(std::move(rule));
-}
+TYR_FACTORIES(ExtCommDedupTable::Ptr, extCommDedupTable, ExtCommDedupTable,
+              (BgpParseExtendedCommunityRule::PtrConst rule), (std::move(rule)))
 
 }  // namespace Routing::Bgp

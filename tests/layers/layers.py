@@ -39,7 +39,7 @@ ORDER = (
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.
 PARTS = {
-    **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")},
+    **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Kind", "Plugin", "Rule", "RuleCollections")},
     **{f"Ext{part}": "VelBgpCommunityList"
        for part in ("CommList", "CommListContent", "CommListFormat", "CommClassificationList")},
 }  # fmt: skip
