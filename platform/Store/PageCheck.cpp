@@ -1,5 +1,5 @@
-#include <algorithm>
 #include <cstring>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -24,17 +24,22 @@ struct Damage {
   const char* what;
 };
 
-// The pages of a file, each of which is met once.
+// The pages of a file, each of which is met once. Free ones need not lie in it: the engine does not write every page
+// that it counts.
 class Pages {
  public:
   Pages(Octets file, std::uint64_t lastPage, std::size_t pageOctets)
-      : file_(file), octets_(pageOctets), met_(lastPage + 1) {}
+      : file_(file), octets_(pageOctets), lastPage_(lastPage), met_(file.size() / pageOctets) {}
 
   std::size_t octets() const { return octets_; }
-  Octets taken(std::uint64_t number) {
-    require(number >= firstPage && number < met_.size(), number, "no page of the store");
-    require(!met_[number], number, "in use twice");
-    met_[number] = true;
+  void takeFree(std::uint64_t number) {
+    require(number >= firstPage && number <= lastPage_, number, "no page of the store");
+    require(inFile(number) ? !met_[number] : metBeyond_.insert(number).second, number, "in use twice");
+    if (inFile(number)) met_[number] = true;
+  }
+  Octets take(std::uint64_t number) {
+    takeFree(number);
+    require(inFile(number), number, "beyond the end of the file");
     return file_.subspan(number * octets_, octets_);
   }
   static void require(bool good, std::uint64_t page, const char* what) {
@@ -48,9 +53,13 @@ class Pages {
   }
 
  private:
+  bool inFile(std::uint64_t number) const { return number < met_.size(); }
+
   Octets file_;
   std::size_t octets_;
+  std::uint64_t lastPage_;
   std::vector<bool> met_;
+  std::set<std::uint64_t> metBeyond_;
 };
 
 class TreeWalk {
@@ -71,7 +80,7 @@ class TreeWalk {
 
   // The walk's descent is bounded by the tree's depth.
   void page(std::uint64_t number, unsigned depth) {
-    const Octets page = pages_.taken(number);
+    const Octets page = pages_.take(number);
     const auto head = Pages::read<PageHead>(page, 0);
     const bool leaf = depth == tree_.depth;
     require(head.number == number, number, "another page's number");
@@ -132,12 +141,12 @@ class TreeWalk {
   }
 
   void largeValue(std::uint64_t number, std::uint64_t valueOctets) {
-    const Octets first = pages_.taken(number);
+    const Octets first = pages_.take(number);
     const auto head = Pages::read<PageHead>(first, 0);
     const std::uint64_t count = head.lower | std::uint64_t{head.upper} << 16;
     require(head.number == number && head.flags == overflowFlag, number, "another kind of page");
     require(count >= (headOctets + valueOctets + pages_.octets() - 1) / pages_.octets(), number, "too short a value");
-    for (std::uint64_t i = 1; i < count; ++i) pages_.taken(number + i);
+    for (std::uint64_t i = 1; i < count; ++i) pages_.take(number + i);
     found_.overflows += count;
     if (numbered_) freePages(number, Octets(first.data() + headOctets, valueOctets));
   }
@@ -147,7 +156,7 @@ class TreeWalk {
     const std::size_t words = value.size() / sizeof(std::uint64_t);
     const std::uint64_t count = words == 0 ? 0 : Pages::read<std::uint64_t>(value, 0);
     require(words != 0 && count < words, number, "a list of free pages outside of it");
-    for (std::uint64_t i = 1; i <= count; ++i) pages_.taken(Pages::read<std::uint64_t>(value, i * sizeof count));
+    for (std::uint64_t i = 1; i <= count; ++i) pages_.takeFree(Pages::read<std::uint64_t>(value, i * sizeof count));
   }
 
   Pages& pages_;
@@ -160,9 +169,8 @@ class TreeWalk {
 
 }  // namespace
 
-std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets) {
+std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets) {
   try {
-    Pages::require(meta.lastPage < file.size() / pageOctets, 0, "more pages than the file");
     Pages::require((meta.trees[0].flags & treeFlags) == numberedFlag && meta.trees[1].flags == 0, 0,
                    "trees of another kind");
     Pages pages(file, meta.lastPage, pageOctets);

@@ -71,6 +71,6 @@ struct Meta {
 static_assert(sizeof(Meta) == 152);
 
 // What is wrong with the pages of a commit, free ones and those of entries; empty when nothing is.
-std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets);
+std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets);
 
 }  // namespace Routing::Store::detail

@@ -266,7 +266,6 @@ class DamagedPagesTest : public BrokenStoreTest {
   // A few levels of pages, large values and free pages.
   DamagedPagesTest() {
     Options options;
-    options.initialMapOctets = 0;
     const auto store = StoreManager::openForWriting(path_ + "3", options);
     for (int commit = 0; commit < 4; ++commit) {
       WriteBatch batch(*store);

@@ -34,7 +34,6 @@ TEST_F(ProcessesTest, OneWriterUntilItDies) {
 // From 64 KiB to some 30 MiB, under a reader that looks again from time to time.
 TEST_F(ProcessesTest, ReadersFollowAStoreThatGrows) {
   Options options;
-  options.initialMapOctets = 0;
   const auto written = [](StoreManager& store, int round) {
     WriteBatch batch(store);
     for (int i = 0; i < 10; ++i) batch.recordIs(1, octets(std::string(300000, 'x')));
@@ -162,7 +161,7 @@ TEST_F(ProcessesTest, AFileSizeLimitIsAFullDisk) {
     std::filesystem::remove_all(path_);
     EXPECT_EQ(Process([&] {
                 Options options;
-                options.initialMapOctets = map;
+                static_cast<void>(map);
                 const auto store = StoreManager::openForWriting(path_, options);
                 signal(SIGXFSZ, SIG_IGN);
                 rlimit limit{(5 << 20) + 1000, RLIM_INFINITY};

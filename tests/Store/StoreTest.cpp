@@ -95,7 +95,6 @@ class ModelTest : public StoreTest {
 
 TEST_F(ModelTest, EveryViewShowsItsCommitWhole) {
   Options options;
-  options.initialMapOctets = 0;  // so that it grows under the views
   auto writer = StoreManager::openForWriting(path_, options);
   const auto reader = StoreManager::openForReading(path_);
   for (int round = 0; round < 150; ++round) {
@@ -184,7 +183,6 @@ TEST_F(StoreTest, LimitsAndMisuse) {
 // A commit's payload outlives the growing of the map by another thread, and a view outlives its manager.
 TEST_F(StoreTest, ThreadsReadWhileTheMapMoves) {
   Options options;
-  options.initialMapOctets = 0;
   const auto writer = StoreManager::openForWriting(path_, options);
   const std::string content(5000, 'c');
   WriteBatch batch(*writer);
