@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -20,12 +19,14 @@ constexpr std::size_t littleRoom = 64 * 1024;  // on a disk that is as good as f
 // A child of fork() does not meet its parent's environments here.
 using FileId = std::tuple<pid_t, dev_t, ino_t>;
 
-// An entry stays until its environment is closed, though nobody can get it any more; who wants the file waits for that.
-// Recursive: opening may fail with the lock held, and closes what it opened.
+// Recursive: who takes hold of an environment and fails lets go of it with the lock held.
 struct Registry {
+  struct Held {
+    std::unique_ptr<Environment> environment;
+    std::size_t holders = 0;
+  };
   std::recursive_mutex mutex;
-  std::condition_variable_any closed;
-  std::map<FileId, std::weak_ptr<Environment>> environments;
+  std::map<FileId, Held> environments;
 };
 
 Registry& registry() {
@@ -43,13 +44,13 @@ FileId fileId(const std::string& path) {
   return idOf(status);
 }
 
-// In a child of fork() the registry's lock may be held by a thread that is not there.
-void close(Environment* last, const FileId& id) {
-  if (!last->ownProcess()) return delete last;
+// In a child of fork() the engine would give back places that are its parent's, and the registry's lock may be held by
+// a thread that is not there.
+void letGo(const Environment& environment, const FileId& id) {
+  if (!environment.ownProcess()) return;
   const std::lock_guard lock(registry().mutex);
-  delete last;
-  registry().environments.erase(id);
-  registry().closed.notify_all();
+  const auto held = registry().environments.find(id);
+  if (--held->second.holders == 0) registry().environments.erase(held);
 }
 
 unsigned engineFlags(const Options& options, bool writing) {
@@ -78,26 +79,22 @@ MDB_val engineValue(Octets octets) { return {octets.size(), const_cast<std::uint
 
 std::shared_ptr<Environment> Environment::open(const std::string& path, const Options& options, bool writing) {
   const FileId id = fileId(path);
-  std::unique_lock lock(registry().mutex);
+  const std::lock_guard lock(registry().mutex);
   auto& environments = registry().environments;
-  for (auto found = environments.find(id); found != environments.end(); found = environments.find(id)) {
-    std::shared_ptr<Environment> environment = found->second.lock();
-    if (environment == nullptr) {
-      registry().closed.wait(lock);
-      continue;
+  auto held = environments.find(id);
+  if (held == environments.end()) {
+    checkData(path);
+    auto environment = std::make_unique<Environment>(path, dataFile(path), options, writing);
+    struct stat status {};
+    if (::fstat(environment->file_, &status) != 0 || idOf(status) != id) {
+      throw StoreAbsentException(problem(path, dataFile(path) + " was replaced meanwhile", "to be opened again"));
     }
-    if (writing) environment->writingIs(options);
-    return environment;
+    held = environments.emplace(id, Registry::Held{std::move(environment)}).first;
+  } else if (writing) {
+    held->second.environment->writingIs(options);
   }
-  checkData(path);
-  const std::shared_ptr<Environment> environment(new Environment(path, dataFile(path), options, writing),
-                                                 [id](Environment* last) { close(last, id); });
-  struct stat status {};
-  if (::fstat(environment->file_, &status) != 0 || idOf(status) != id) {
-    throw StoreAbsentException(problem(path, dataFile(path) + " was replaced meanwhile", "to be opened again"));
-  }
-  environments[id] = environment;
-  return environment;
+  ++held->second.holders;
+  return {held->second.environment.get(), [id](const Environment* last) { letGo(*last, id); }};
 }
 
 // The registry's lock is held, so nobody else changes the engine's flags.
@@ -142,11 +139,6 @@ Environment::Environment(std::string path, const std::string& file, const Option
   }
   ::mdb_env_get_fd(engine, &file_);
   openTree();
-}
-
-// In a child of fork() the engine would give back places that are its parent's.
-Environment::~Environment() {
-  if (!ownProcess()) static_cast<void>(engine_.release());
 }
 
 bool Environment::ownProcess() const noexcept { return ::getpid() == process_; }

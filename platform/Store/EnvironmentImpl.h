@@ -32,7 +32,6 @@ class Environment {
   Environment(std::string path, const std::string& file, const Options& options, bool writing);
   Environment(const Environment&) = delete;
   Environment& operator=(const Environment&) = delete;
-  ~Environment();
 
   const std::string& path() const noexcept { return path_; }
   // The file's size. Throws unless it is still the one that was opened, and as long as ever, and the process the one
@@ -105,8 +104,10 @@ class Snapshot {
   [[noreturn]] void failDamaged(const std::string& what) const;
 
  private:
+  class Cursor;
   void begin();
   void requireLive() const;
+  bool isFound(int code) const;
   std::optional<std::string> damage() const;
 
   std::shared_ptr<Environment> environment_;

@@ -47,19 +47,14 @@ constexpr std::uint32_t largestPage = 32768;
 
 constexpr const char* wholeFile = "the engine's file as the writer left it";
 
-Meta readMetaOnce(const File& data, std::size_t at) {
-  Meta meta{};
-  if (!data.read(&meta, sizeof meta, at)) failFormat(data, " is cut short", wholeFile);
-  return meta;
-}
-
 // Until it reads the same twice, as a commit may just be overwriting it.
 Meta readMeta(const File& data, std::size_t at) {
-  Meta meta = readMetaOnce(data, at);
+  Meta meta{};
+  Meta before{};
   for (int tries = 0; tries < 1000; ++tries) {
-    const Meta again = readMetaOnce(data, at);
-    if (std::memcmp(&meta, &again, sizeof meta) == 0) break;
-    meta = again;
+    if (!data.read(&meta, sizeof meta, at)) failFormat(data, " is cut short", wholeFile);
+    if (std::memcmp(&meta, &before, sizeof meta) == 0) break;
+    before = meta;
   }
   if (meta.magic != metaMagic || meta.version != metaVersion || (meta.pageFlags & metaFlag) == 0) {
     failFormat(data, " is not a store's file", wholeFile);

@@ -32,6 +32,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Store/Record.h"
@@ -69,11 +70,11 @@ static_assert(sizeof(RecordHead) == 24);
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline Octets octetsOf(const std::string& text) {
+inline Octets octetsOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 template <typename T>
-Octets octetsOf(const T& plain) {
+requires(!std::is_convertible_v<const T&, std::string_view>) Octets octetsOf(const T& plain) {
   static_assert(std::is_trivially_copyable_v<T>);
   return {reinterpret_cast<const std::uint8_t*>(&plain), sizeof(T)};
 }

@@ -24,6 +24,17 @@ struct Damage {
   const char* what;
 };
 
+void require(bool good, std::uint64_t page, const char* what) {
+  if (!good) throw Damage{page, what};
+}
+
+template <typename T>
+T read(Octets from, std::size_t at) {
+  T value;
+  std::memcpy(&value, from.data() + at, sizeof value);
+  return value;
+}
+
 // The pages of a file, each of which is met once. Free ones need not lie in it: the engine does not write every page
 // that it counts.
 class Pages {
@@ -41,15 +52,6 @@ class Pages {
     takeFree(number);
     require(inFile(number), number, "beyond the end of the file");
     return file_.subspan(number * octets_, octets_);
-  }
-  static void require(bool good, std::uint64_t page, const char* what) {
-    if (!good) throw Damage{page, what};
-  }
-  template <typename T>
-  static T read(Octets from, std::size_t at) {
-    T value;
-    std::memcpy(&value, from.data() + at, sizeof value);
-    return value;
   }
 
  private:
@@ -76,12 +78,10 @@ class TreeWalk {
   }
 
  private:
-  static void require(bool good, std::uint64_t page, const char* what) { Pages::require(good, page, what); }
-
   // The walk's descent is bounded by the tree's depth.
   void page(std::uint64_t number, unsigned depth) {
     const Octets page = pages_.take(number);
-    const auto head = Pages::read<PageHead>(page, 0);
+    const auto head = read<PageHead>(page, 0);
     const bool leaf = depth == tree_.depth;
     require(head.number == number, number, "another page's number");
     require(head.flags == (leaf ? leafFlag : branchFlag), number, "another kind of page");
@@ -91,7 +91,7 @@ class TreeWalk {
     require(nodes >= (leaf ? 1u : 2u), number, "too few entries");
     ++(leaf ? found_.leaves : found_.branches);
     for (std::size_t i = 0; i < nodes; ++i) {
-      const auto at = Pages::read<std::uint16_t>(page, headOctets + 2 * i);
+      const auto at = read<std::uint16_t>(page, headOctets + 2 * i);
       require(at >= head.upper && at % 2 == 0 && at + nodeOctets <= page.size(), number, "an entry outside of it");
       leaf ? entry(number, page.subspan(at)) : branch(number, page.subspan(at), i == 0, depth);
     }
@@ -113,7 +113,7 @@ class TreeWalk {
 
   // What stands before a page: no key below is smaller, all keys to its left are. The first of a branch has none.
   void branch(std::uint64_t number, Octets octets, bool first, unsigned depth) {
-    const auto node = Pages::read<Node>(octets, 0);
+    const auto node = read<Node>(octets, 0);
     if (first) {
       require(node.keyOctets <= octets.size() - nodeOctets, number, "a key outside of it");
     } else {
@@ -124,7 +124,7 @@ class TreeWalk {
   }
 
   void entry(std::uint64_t number, Octets octets) {
-    const auto node = Pages::read<Node>(octets, 0);
+    const auto node = read<Node>(octets, 0);
     const std::string_view key = keyOf(number, octets, node);
     require(!key.empty() && (found_.entries == 0 || above(key, previous_)), number, "keys out of order");
     require(least_.empty() || !above(least_, key), number, "keys out of order");
@@ -137,12 +137,12 @@ class TreeWalk {
       return;
     }
     require(node.flags == largeValueFlag && value.size() >= sizeof number, number, "an entry of another kind");
-    largeValue(Pages::read<std::uint64_t>(value, 0), node.valueOctets());
+    largeValue(read<std::uint64_t>(value, 0), node.valueOctets());
   }
 
   void largeValue(std::uint64_t number, std::uint64_t valueOctets) {
     const Octets first = pages_.take(number);
-    const auto head = Pages::read<PageHead>(first, 0);
+    const auto head = read<PageHead>(first, 0);
     const std::uint64_t count = head.lower | std::uint64_t{head.upper} << 16;
     require(head.number == number && head.flags == overflowFlag, number, "another kind of page");
     require(count >= (headOctets + valueOctets + pages_.octets() - 1) / pages_.octets(), number, "too short a value");
@@ -154,9 +154,9 @@ class TreeWalk {
   // Their count, then their numbers.
   void freePages(std::uint64_t number, Octets value) {
     const std::size_t words = value.size() / sizeof(std::uint64_t);
-    const std::uint64_t count = words == 0 ? 0 : Pages::read<std::uint64_t>(value, 0);
+    const std::uint64_t count = words == 0 ? 0 : read<std::uint64_t>(value, 0);
     require(words != 0 && count < words, number, "a list of free pages outside of it");
-    for (std::uint64_t i = 1; i <= count; ++i) pages_.takeFree(Pages::read<std::uint64_t>(value, i * sizeof count));
+    for (std::uint64_t i = 1; i <= count; ++i) pages_.takeFree(read<std::uint64_t>(value, i * sizeof count));
   }
 
   Pages& pages_;
@@ -171,8 +171,7 @@ class TreeWalk {
 
 std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets) {
   try {
-    Pages::require((meta.trees[0].flags & treeFlags) == numberedFlag && meta.trees[1].flags == 0, 0,
-                   "trees of another kind");
+    require((meta.trees[0].flags & treeFlags) == numberedFlag && meta.trees[1].flags == 0, 0, "trees of another kind");
     Pages pages(file, meta.lastPage, pageOctets);
     for (const Tree& tree : meta.trees) TreeWalk(pages, tree).walk();
     return {};

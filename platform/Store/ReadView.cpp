@@ -21,30 +21,7 @@ std::string nameOf(Reference reference) {
 
 MDB_val engineKey(std::string_view key) { return {key.size(), const_cast<char*>(key.data())}; }
 
-std::string_view viewOf(const MDB_val& value) { return {static_cast<const char*>(value.mv_data), value.mv_size}; }
 Octets octetsOf(const MDB_val& value) { return {static_cast<const std::uint8_t*>(value.mv_data), value.mv_size}; }
-
-struct CursorCloser {
-  void operator()(MDB_cursor* cursor) const { ::mdb_cursor_close(cursor); }
-};
-using Cursor = std::unique_ptr<MDB_cursor, CursorCloser>;
-
-Cursor openCursor(MDB_txn* transaction, MDB_dbi tree) {
-  MDB_cursor* cursor = nullptr;
-  if (::mdb_cursor_open(transaction, tree, &cursor) != 0) throw std::bad_alloc();
-  return Cursor(cursor);
-}
-
-class Counted {
- public:
-  explicit Counted(unsigned& count) : count_(count) { ++count_; }
-  Counted(const Counted&) = delete;
-  Counted& operator=(const Counted&) = delete;
-  ~Counted() { --count_; }
-
- private:
-  unsigned& count_;
-};
 
 // The engine's file as it is now, for reading.
 class Mapping {
@@ -65,6 +42,37 @@ class Mapping {
 };
 
 }  // namespace
+
+// Counts as a loop while it is there.
+class Snapshot::Cursor {
+ public:
+  explicit Cursor(const Snapshot& snapshot) : snapshot_(snapshot) {
+    snapshot.requireLive();
+    if (::mdb_cursor_open(snapshot.transaction_, snapshot.environment_->tree_, &cursor_) != 0) throw std::bad_alloc();
+    ++snapshot.loops_;
+  }
+  Cursor(const Cursor&) = delete;
+  Cursor& operator=(const Cursor&) = delete;
+  ~Cursor() {
+    ::mdb_cursor_close(cursor_);
+    --snapshot_.loops_;
+  }
+
+  // Whether there is such an entry.
+  bool moveTo(MDB_cursor_op place) { return snapshot_.isFound(::mdb_cursor_get(cursor_, &key_, &value_, place)); }
+  bool moveTo(std::string_view least) {
+    key_ = engineKey(least);
+    return moveTo(MDB_SET_RANGE);
+  }
+  std::string_view key() const { return {static_cast<const char*>(key_.mv_data), key_.mv_size}; }
+  Octets value() const { return octetsOf(value_); }
+
+ private:
+  const Snapshot& snapshot_;
+  MDB_cursor* cursor_ = nullptr;
+  MDB_val key_{};
+  MDB_val value_{};
+};
 
 Snapshot::Snapshot(std::shared_ptr<Environment> environment) : environment_(std::move(environment)) { begin(); }
 
@@ -99,18 +107,17 @@ std::optional<std::string> Snapshot::damage() const {
   const Mapping file(*environment_, environment_->file_);
   MDB_stat status{};
   if (::mdb_stat(transaction_, environment_->tree_, &status) != 0) return std::nullopt;
-  for (const std::size_t at : {std::size_t{0}, environment_->pageOctets_}) {
-    Meta meta;
-    Meta again;
-    std::memcpy(&meta, file.octets().data() + at, sizeof meta);
-    std::memcpy(&again, file.octets().data() + at, sizeof again);
-    const Tree& tree = meta.trees[1];
-    if (meta.commit == commit_ && std::memcmp(&meta, &again, sizeof meta) == 0 && tree.entries == status.ms_entries &&
-        tree.depth == status.ms_depth) {
-      return damageIn(file.octets(), meta, environment_->pageOctets_);
-    }
+  const Octets page = file.octets().subspan(commit_ % 2 * environment_->pageOctets_);
+  Meta meta;
+  Meta again;
+  std::memcpy(&meta, page.data(), sizeof meta);
+  std::memcpy(&again, page.data(), sizeof again);
+  const Tree& tree = meta.trees[1];
+  if (meta.commit != commit_ || std::memcmp(&meta, &again, sizeof meta) != 0 || tree.entries != status.ms_entries ||
+      tree.depth != status.ms_depth) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  return damageIn(file.octets(), meta, environment_->pageOctets_);
 }
 
 void Snapshot::checkPages() {
@@ -136,25 +143,23 @@ void Snapshot::failDamaged(const std::string& what) const {
   throw DamagedRecordException(problem(environment_->path(), what, soundFile));
 }
 
+bool Snapshot::isFound(int code) const {
+  if (code != 0 && code != MDB_NOTFOUND) environment_->failReading("cannot read it", code);
+  return code == 0;
+}
+
 std::optional<Octets> Snapshot::entry(const std::string& key) const {
   requireLive();
   MDB_val name = engineKey(key);
   MDB_val value;
-  const int code = ::mdb_get(transaction_, environment_->tree_, &name, &value);
-  if (code == MDB_NOTFOUND) return std::nullopt;
-  if (code != 0) environment_->failReading("cannot read it", code);
+  if (!isFound(::mdb_get(transaction_, environment_->tree_, &name, &value))) return std::nullopt;
   return octetsOf(value);
 }
 
 // Records come last.
 std::uint64_t Snapshot::lastNumber() const {
-  requireLive();
-  const Cursor cursor = openCursor(transaction_, environment_->tree_);
-  MDB_val key;
-  MDB_val value;
-  const int code = ::mdb_cursor_get(cursor.get(), &key, &value, MDB_LAST);
-  if (code != 0 && code != MDB_NOTFOUND) environment_->failReading("cannot read it", code);
-  return code == 0 && viewOf(key).starts_with(recordPrefix) ? numberOf(octetsOf(key)) : 0;
+  Cursor at(*this);
+  return at.moveTo(MDB_LAST) && at.key().starts_with(recordPrefix) ? numberOf(octetsOf(at.key())) : 0;
 }
 
 Octets Snapshot::find(Reference reference) const {
@@ -180,20 +185,13 @@ Record Snapshot::recordOf(Reference reference, Octets stored) const {
 }
 
 void Snapshot::forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const {
-  requireLive();
-  const Counted counted(loops_);
-  const Cursor cursor = openCursor(transaction_, environment_->tree_);
+  Cursor at(*this);
   std::string_view before;
-  MDB_val key = engineKey(prefix);
-  MDB_val value;
-  int code = ::mdb_cursor_get(cursor.get(), &key, &value, MDB_SET_RANGE);
-  while (code == 0 && viewOf(key).starts_with(prefix)) {
-    if (viewOf(key) <= before) failDamaged("keys are out of order");  // else a loop over damaged pages may never end
-    before = viewOf(key);
-    visit(octetsOf(key), octetsOf(value));
-    code = ::mdb_cursor_get(cursor.get(), &key, &value, MDB_NEXT);
+  for (bool more = at.moveTo(prefix); more && at.key().starts_with(prefix); more = at.moveTo(MDB_NEXT)) {
+    if (at.key() <= before) failDamaged("keys are out of order");  // else a loop over damaged pages may never end
+    before = at.key();
+    visit(octetsOf(before), at.value());
   }
-  if (code != 0 && code != MDB_NOTFOUND) environment_->failReading("cannot read it", code);
 }
 
 }  // namespace detail

@@ -25,7 +25,8 @@
 // after an orderly restart too if the writer had been killed, as nobody can tell the two apart. Where the machine does
 // not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
-// Room: the file grows as it is written, and freed room is used again; it never shrinks. Each process maps it once, over
+// Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
+// next one on, as far as no view shows it. Each process maps the file once, over
 // addresses reserved for as large as it may become (mapOctets), so that what a view shows never moves. Reserved
 // addresses are no memory: a process has the pages resident that it reads. They are limited in a process under
 // `ulimit -v`, where less is reserved by itself. A writer whose map is full gets StoreFullException; a reader whose map
