@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -28,6 +29,10 @@ enum class Stashed : std::uint32_t { extComm = 1, extCommIp6, extCommList, extCo
 
 // The space of the paths' keys.
 inline constexpr std::uint32_t stashedPathSpace = 1;
+
+inline Store::Octets octetsOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
 
 using Image = std::vector<std::uint8_t>;
 
