@@ -96,9 +96,7 @@ void Census::fileIs(const File& file) {
   Progress progress(console_, source_, sizeOfFile(file.fd()), false);
   input_ = &input;
   progress_ = &progress;
-  MrtReader reader(input, *this);
-  reader.read();
-  totals_.counts += reader.counts();
+  MrtReader(input, *this, totals_.counts).read();
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
@@ -108,8 +106,7 @@ void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
     path = attribute.path;
     if (!wellFormed(attribute, offset)) continue;
     const std::uint32_t number = lists_[attribute.kind] = attributeIs(attribute);
-    Kind& kind = kinds_.at(attribute.kind);
-    matched_ = matched_ || (match_ != nullptr && kind.matchable() && kind.matches(number, *match_));
+    if (match_ != nullptr) matched_ |= kinds_.at(attribute.kind).matches(number, *match_).value_or(false);
   }
   pathEnds();
 }

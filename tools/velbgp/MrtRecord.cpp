@@ -88,12 +88,11 @@ constexpr std::size_t leastUpdate = 23;
 
 constexpr std::size_t octetsOfBits(std::uint32_t bits) { return (bits + 7) / 8; }
 
-// The row of kindRows for each path attribute code.
+// The row of kindRows for each path attribute code, or kindCount.
 const std::array<std::uint8_t, 256> kindOfCode = [] {
-  std::array<std::uint8_t, 256> kinds{};
-  for (unsigned code = 0; code < kinds.size(); ++code) {
-    kinds[code] = static_cast<std::uint8_t>(kindOfAttribute(static_cast<std::uint8_t>(code)));
-  }
+  std::array<std::uint8_t, 256> kinds;
+  kinds.fill(kindCount);
+  for (std::uint8_t kind = 0; kind < kindCount; ++kind) kinds[kindRows[kind].attribute] = kind;
   return kinds;
 }();
 
