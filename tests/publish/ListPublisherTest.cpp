@@ -5,7 +5,9 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <new>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
 #include <stdexcept>
 #include <thread>
 
@@ -16,6 +18,10 @@
 
 namespace Routing::Bgp::test {
 namespace {
+
+using std::chrono::steady_clock;
+using Store::test::Process;
+using Store::test::Steps;
 
 class ListPublisherTest : public Store::test::StoreTest {
  protected:
@@ -42,29 +48,22 @@ TEST_F(ListPublisherTest, ShowsExactlyWhatIsInterned) {
       script.stepped(round % 10 == 0 ? 300 : 20);
       expectSame(published(publishing), script.contents());
     }
-    script.listsReleased();
-    expectSame(published(publishing), script.contents());
-    for (const auto& [key, path] : shown().paths) EXPECT_TRUE(publishing.publisher->pathDel(key));
-    expectSame(published(publishing), {});
+    // A table that goes takes its lists along, also out of paths.
+    forEachKind([&]<typename Kind>(Kind) {
+      ((*publishing.agent).*Kind::table).reset();
+      script.listsDel(Kind::record);
+      expectSame(published(publishing), script.contents());
+    });
+    Contents left = script.contents();
+    EXPECT_TRUE(left.records.empty() && !left.paths.empty());
+    publishing.agent->large = LargeCommListDedupTableIs();
+    publishing.publisher->listTableIs(publishing.agent->large.get());
+    const auto list = Large::intern(*publishing.agent, {1});
+    left.listIs({Large::record, {1}});
+    expectSame(published(publishing), left);
+    for (const auto& [key, path] : std::exchange(left.paths, {})) EXPECT_TRUE(publishing.publisher->pathDel(key));
+    expectSame(published(publishing), left);
   }
-}
-
-TEST_F(ListPublisherTest, ATableThatGoesTakesItsListsAlong) {
-  Publishing publishing(path_);
-  Script script(publishing, "path");
-  script.stepped(500);
-  forEachKind([&]<typename Kind>(Kind) {
-    ((*publishing.agent).*Kind::table).reset();
-    script.listsDel(Kind::record);
-    expectSame(published(publishing), script.contents());
-  });
-  publishing.agent->large = LargeCommListDedupTableIs();
-  publishing.publisher->listTableIs(publishing.agent->large.get());
-  const auto list = Large::intern(*publishing.agent, {1});
-  Contents left = script.contents();
-  EXPECT_TRUE(left.records.empty() && !left.paths.empty());
-  left.listIs({Large::record, {1}});
-  expectSame(published(publishing), left);
 }
 
 // A next publisher, in this process or after it, leaves what was published till its first commit.
@@ -178,13 +177,12 @@ TEST_F(ListPublisherTest, ThreadsInternAndReleaseTheSame) {
   std::vector<Script> scripts;
   for (const char* name : {"a", "b", "c", "d"}) scripts.emplace_back(publishing, name);
   const auto reader = Store::StoreManager::openForReading(path_);
-  for (int round = 0; round <= 10 && !HasFailure(); ++round) {
+  for (int round = 0; round < 10 && !HasFailure(); ++round) {
     std::atomic<std::size_t> running = scripts.size();
     std::vector<std::jthread> threads;
     for (Script& script : scripts) {
       threads.emplace_back([&] {
         script.stepped(1500);
-        if (round == 10) script.listsReleased();
         --running;
       });
     }
@@ -197,14 +195,12 @@ TEST_F(ListPublisherTest, ThreadsInternAndReleaseTheSame) {
     for (const Script& script : scripts) expected = script.contents(std::move(expected));
     expectSame(published(publishing), expected);
   }
-  for (const auto& [key, path] : shown().paths) publishing.publisher->pathDel(key);
-  expectSame(published(publishing), {});
 }
 
 // Also one that stays full to the end. A flush does not wait for the next attempt.
 TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
   for (const bool roomAgain : {true, false}) {
-    const Store::test::Process agent([&] {
+    const Process agent([&] {
       signal(SIGXFSZ, SIG_IGN);
       Publishing publishing(path_, roomAgain ? std::chrono::milliseconds(1) : never);
       Script script(publishing, "path");
@@ -231,6 +227,108 @@ TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
     reader_.reset();
     std::filesystem::remove_all(path_);
   }
+}
+
+int setting(const char* name, int byDefault) {
+  const char* const text = std::getenv(name);
+  return text != nullptr ? std::atoi(text) : byDefault;
+}
+
+constexpr std::uint32_t paths = 50;
+
+// Publishes one path after the other, again and again, each under a step counted up, among lists that come and go.
+struct Writer {
+  Writer(const std::string& path, std::uint32_t reached)
+      : publishing(path, std::chrono::milliseconds(1)), script(publishing, "script"), step(reached) {}
+
+  std::uint32_t stepped() {
+    ++step;
+    PathLists lists;
+    forEachKind([&]<typename Kind>(Kind) {
+      Words words{step};
+      for (auto n = random() % 20; n > 0; --n) words.push_back((1u << 30) + random() % 1000);
+      lists.*Kind::ofPath = Kind::intern(*publishing.agent, checked(words));
+    });
+    publishing.publisher->pathIs(std::to_string(step % paths), lists);
+    script.stepped(10);
+    return step;
+  }
+
+  Publishing publishing;
+  Script script;
+  std::mt19937 random{1};
+  std::uint32_t step;
+};
+
+// Whole, and with the paths as they were between two steps. The last step, 0 if there is none.
+std::uint32_t expectOneMoment(const Contents& shown) {
+  expectWhole(shown);
+  std::set<std::uint32_t> steps;
+  for (const auto& [key, path] : shown.paths) {
+    if (key.starts_with("script")) continue;
+    EXPECT_EQ(path.size(), 4u);
+    for (const auto& [type, words] : path) {
+      EXPECT_EQ(std::to_string(words.front() % paths), key);
+      steps.insert(words.front());
+    }
+  }
+  if (steps.empty()) return 0;
+  EXPECT_EQ(*steps.rbegin() - *steps.begin() + 1, steps.size()) << "paths of several moments";
+  return *steps.rbegin();
+}
+
+TEST_F(ListPublisherTest, ReadersSeeOneMomentWhileAnAgentGoesOn) {
+  const auto end = steady_clock::now() + std::chrono::seconds(setting("VELBGP_SOAK_SECONDS", 2));
+  Steps said;
+  const Process agent([&] {
+    Writer writer(path_, 0);
+    while (steady_clock::now() < end) said.done(writer.stepped());
+  });
+  said.await(1);
+  const auto reader = Store::StoreManager::openForReading(path_);
+  std::uint64_t reads = 0, records = 0;
+  while (steady_clock::now() < end && !HasFailure()) {
+    if (!reader->refresh()) {
+      usleep(100);
+      continue;
+    }
+    ++reads;
+    const Contents shown = contentsOf(*reader);
+    expectOneMoment(shown);
+    records += shown.records.size();
+  }
+  EXPECT_EQ(agent.ended(), 0);
+  reader->refresh();
+  EXPECT_EQ(expectOneMoment(contentsOf(*reader)), said.done());
+  std::cout << said.done() << " steps, " << reader->commits() << " commits, " << reads << " of them read, " << records
+            << " records\n";
+}
+
+TEST_F(ListPublisherTest, TheLastCommitOutlivesAKilledAgent) {
+  Steps said;
+  std::mt19937 random(7);
+  std::uint32_t reached = 0;
+  const int kills = setting("VELBGP_STORE_KILLS", 10);
+  for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
+    const Process agent([&] {
+      Writer writer(path_, reached);
+      while (true) {
+        for (int i = 0; i < 4; ++i) writer.stepped();
+        const std::uint32_t step = writer.stepped();
+        writer.publishing.publisher->flush();
+        said.done(step);
+      }
+    });
+    usleep(random() % 60000);  // sometimes while it makes or opens the store
+    agent.kill();
+    EXPECT_EQ(agent.ended(), -SIGKILL);
+    try {
+      reached = std::max(reached, expectOneMoment(contentsOf(*Store::StoreManager::openForReading(path_))));
+    } catch (const Store::StoreAbsentException&) {
+    }
+    EXPECT_GE(reached, said.done());
+  }
+  EXPECT_GT(reached, 0u) << "no agent ever came to a commit";
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <random>
 #include <set>
@@ -19,19 +20,16 @@
 
 namespace Routing::Bgp::test {
 
-// With one word more, which tells whether the others are all there; none for an empty list. The others are below it.
-inline std::uint32_t checksum(const Words& words, std::size_t count) {
-  std::uint32_t sum = 0x811c9dc5;
-  for (std::size_t i = 0; i < count; ++i) sum = (sum ^ words[i]) * 0x01000193;
-  return sum | 0x80000000;
-}
+// In order, and with one word more, which tells whether the others are all there; none for an empty list.
 inline Words checked(Words words) {
   std::sort(words.begin(), words.end());
   words.erase(std::unique(words.begin(), words.end()), words.end());
-  if (!words.empty()) words.push_back(checksum(words, words.size()));
+  const auto mixed = [](std::uint32_t sum, std::uint32_t word) { return (sum ^ word) * 0x01000193; };
+  const std::uint32_t sum = std::accumulate(words.begin(), words.end(), 0x811c9dc5u, mixed);
+  if (!words.empty()) words.push_back(sum | 0x80000000);
   return words;
 }
-inline bool whole(const Words& words) { return words.empty() || words.back() == checksum(words, words.size() - 1); }
+inline bool whole(const Words& words) { return words.empty() || checked({words.begin(), words.end() - 1}) == words; }
 
 using Record = std::pair<Stashed, Words>;  // that of a community has one word
 
@@ -152,8 +150,6 @@ class Script {
     std::erase_if(held_, [type](const auto& held) { return held.first.first == type; });
     for (auto& [key, path] : paths_) path.erase(type);
   }
-  // Keeps what the paths name.
-  void listsReleased() { held_.clear(); }
 
  private:
   // Mostly few and again and again the same.
