@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstddef>
-#include <type_traits>
 
 #include "VelBgp/ListPublisher.h"
 #include "VelBgp/StashImpl.h"

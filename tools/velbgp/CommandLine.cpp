@@ -98,7 +98,7 @@ class CommandLine {
     sub->add_flag_callback(
         "--no-mvpn", [this] { options_.mvpn = false; }, "Decode as if the toggle Mvpn were off");
   }
-  // CLI11 gives an empty text to nobody but a function.
+  // An empty text is one too, of an expression that matches everything. CLI11 hands it on to a function only.
   static void addText(CLI::App* sub, const char* name, const char* type, std::optional<std::string>& text,
                       const char* what) {
     const auto take = [&text](std::string given) {
