@@ -83,10 +83,7 @@ ExtCommIp6ClassificationList::ExtCommIp6ClassificationList(ExtCommClassification
 
 ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
 
-const Tyr::FwkType& ExtCommIp6ClassificationList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6ClassificationList"};
-  return type;
-}
+TYR_FWK_TYPE(ExtCommIp6ClassificationList, "Routing::Bgp::ExtCommIp6ClassificationList")
 
 bool ExtCommIp6ClassificationList::compare(const Keel::DedupHandleBase* other) const {
   const auto* list = static_cast<const ExtCommIp6ClassificationList*>(other);
@@ -114,10 +111,7 @@ ExtCommIp6ClassificationList::PtrConst ExtCommIp6ClassificationList::dedup(const
 
 ExtCommIp6List::~ExtCommIp6List() = default;
 
-const Tyr::FwkType& ExtCommIp6List::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6List"};
-  return type;
-}
+TYR_FWK_TYPE(ExtCommIp6List, "Routing::Bgp::ExtCommIp6List")
 
 bool ExtCommIp6List::compare(const Keel::DedupHandleBase* other) const {
   return comms_ == static_cast<const ExtCommIp6List*>(other)->comms_;

@@ -140,6 +140,7 @@ TEST_P(ListTest, ContentsGrowAfterSortingAndStartAfresh) {
   expectGrowth(raw({color, target, color}), [](std::uint64_t value) { return value; });
   expectGrowth(pointers({color, target, color}), [&](std::uint64_t value) { return internOne(value); });
   EXPECT_THROW(ExtCommListContent().commIs(nullptr), Tyr::NullArgumentException);
+  EXPECT_THROW(raw({}).expectedCommunityCountIs(SIZE_MAX), boost::container::length_error);
 }
 
 TEST_P(ListTest, SplitByClassificationAndAttributes) {
@@ -388,6 +389,8 @@ TEST_P(ListTest, BrokenPreconditionsStopTheProcess) {
   EXPECT_ASSERTION(barePart->hash(), "t->commVectorSorted()");
   EXPECT_ASSERTION(bare->compareByContent(sorted), "list->commVectorSorted()");
   EXPECT_ASSERTION(sorted.compareWithExtCommList(bare.get()), "list->commVectorSorted()");
+  EXPECT_ASSERTION(bare->compareByContent(content), "list->commVectorSorted()");
+  EXPECT_ASSERTION(barePart->compareByContent(partContent), "list->commVectorSorted()");
   EXPECT_ASSERTION(unsorted.compareWithExtCommList(list.get()), "content->commVectorSorted()");
   EXPECT_ASSERTION(content.compareWithExtCommList(list.get()), "content->commVectorSorted()");
   EXPECT_ASSERTION(part->compareByContent(partContent), "content->commVectorSorted()");
