@@ -57,9 +57,7 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const
                                          : table->extCommClassificationListDedupTable();
   return dedupTable.findOrDedup<ExtCommClassificationList>(
       hash,
-      [&content](const ExtCommClassificationList& list) {
-        return compareExtCommContent(&content, &list, list.comms_);
-      },
+      [&content](const ExtCommClassificationList& list) { return compareExtCommContent(&content, &list, list.comms_); },
       [&content] {
         Ptr fresh = newOfItsClass(content.classification());
         fresh->fill(content.comms_);

@@ -32,9 +32,7 @@ std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content) {
 
 // ---- The object
 
-std::uint32_t ExtCommTraits::hashOf(const Content& content) noexcept {
-  return singleAttributeHash(content.value(), 0);
-}
+std::uint32_t ExtCommTraits::hashOf(const Content& content) noexcept { return singleAttributeHash(content.value(), 0); }
 
 ExtComm::PtrConst ExtCommTraits::decode(const BgpParseExtendedCommunityRule& rule, const Content& content) {
   return rule.parseExtendedCommunity(content);
@@ -91,10 +89,10 @@ namespace {
 
 }  // namespace
 
-#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype)   \
-  std::string ExtComm::pktSubtypeString() const {                     \
-    TYR_ASSERT(type##_ == pktType());                                 \
-    TYR_ASSERT(!pktSubtype().isUnspecified());                        \
+#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype)       \
+  std::string ExtComm::pktSubtypeString() const {                         \
+    TYR_ASSERT(type##_ == pktType());                                     \
+    TYR_ASSERT(!pktSubtype().isUnspecified());                            \
     return extCommSubtypeString<PktSubtype>(getContent().subtypeOctet()); \
   }
 #include "VelBgp/ExtCommSubtypeStrings.def"

@@ -94,7 +94,8 @@ inline bool sameCommunity(std::uint64_t inContent, const ExtComm* inList) noexce
 
 // `all` are the list's.
 template <typename Content, typename List>
-inline bool compareExtCommContent(const Content* content, const List* list, const Keel::PtrInterfaceArray<ExtComm>& all) {
+inline bool compareExtCommContent(const Content* content, const List* list,
+                                  const Keel::PtrInterfaceArray<ExtComm>& all) {
   TYR_ASSERT(list->commVectorSorted());
   TYR_ASSERT(content->commVectorSorted());
   const ExtCommRange comms = all.range();
