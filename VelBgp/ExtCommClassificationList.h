@@ -44,12 +44,18 @@ class VELBGP_EXPORT ExtCommListBase : public Keel::DedupHandleBase {
   // Asserts that the list is sorted, as does comm().
   ExtCommRange comms() const;
   // The community with this value, or null.
-  ExtComm::PtrConst comm(std::uint64_t value) const;
+  ExtComm::PtrConst comm(std::uint64_t value) const {
+    return ExtCommVectorLookup(commVectorSorted(), comms_.range(), value);
+  }
 
   // A stored octet above the flags is thrown as the flag set's range error.
   auto commVectorAttrs() const { return typename List::CommVectorAttrs(userDataOctet(attrsOctet)); }
   bool commVectorSorted() const { return commVectorAttrs().sorted(); }
-  void commVectorSortedIs(bool sorted);
+  void commVectorSortedIs(bool sorted) {
+    auto attrs = commVectorAttrs();
+    attrs.sortedIs(sorted);
+    attrsIs(attrs);
+  }
   bool hasPrunableValues() const { return commVectorAttrs().hasPrunableValues(); }
 
  protected:

@@ -132,11 +132,6 @@ ExtCommIp6List::Ptr ExtCommIp6List::copy() const {
   return list;
 }
 
-void ExtCommIp6List::sortAndUnique() {
-  if (!commVectorSorted_) Bgp::sortAndUnique(comms_, ExtCommLessThan());
-  commVectorSorted_ = true;
-}
-
 // A list that did not make it into the table, for want of memory or because another thread was first, is a builder
 // still: it lets go of what it was given for its life there.
 class ExtCommIp6List::OpenAgain {
@@ -157,7 +152,7 @@ class ExtCommIp6List::OpenAgain {
 ExtCommIp6List::PtrConst ExtCommIp6List::dedup(const ExtCommIp6ListDedupTable* table) {
   if (everDeduped()) return std::as_const(*this).dedup(table);
   const OpenAgain unlessInterned(this);
-  sortAndUnique();
+  sortAndUniqueOnce(commVectorSorted_, comms_, ExtCommLessThan());
   return findOrDedup(table->extCommListDedupTable(), this, [this, table] { split(table); });
 }
 

@@ -50,10 +50,7 @@ void ExtCommPtrContent<Base>::commIs(ExtComm::PtrConst comm) {
 
 template <typename Base>
 std::uint32_t ExtCommPtrContent<Base>::sortAndHash() const {
-  if (!this->commVectorSorted_) {
-    sortAndUnique(this->comms_, ExtCommLessThan());
-    this->commVectorSorted_ = true;
-  }
+  sortAndUniqueOnce(this->commVectorSorted_, this->comms_, ExtCommLessThan());
   return this->hash_ = hashExtCommList(this);
 }
 

@@ -27,35 +27,6 @@ std::ostream& writeDebugText(std::ostream& stream, const Comm* extComm) {
 }
 
 template <typename Traits>
-InternedExtComm<Traits>::~InternedExtComm() = default;
-
-template <typename Traits>
-std::uint32_t InternedExtComm<Traits>::hash() const {
-  return Traits::hashOf(content_);
-}
-
-template <typename Traits>
-bool InternedExtComm<Traits>::compare(const Keel::DedupHandleBase* other) const {
-  return static_cast<const InternedExtComm*>(other)->content_ == content_;
-}
-
-template <typename Traits>
-bool InternedExtComm<Traits>::compareByContent(const Keel::DedupContentHandle& content) const {
-  return static_cast<const InternedExtCommContent<Traits>&>(content).content() == content_;
-}
-
-template <typename Traits>
-BgpExtCommPktSubtype InternedExtComm<Traits>::pktSubtype() const {
-  return BgpExtCommPktSubtype();
-}
-
-template <typename Traits>
-typename Traits::PktType InternedExtComm<Traits>::pktType() const noexcept {
-  const auto type = typename Traits::PktType(content_.typeOctet());
-  return bgpIsValidEnumMember(type) ? type : Traits::unknownPktType;
-}
-
-template <typename Traits>
 std::string InternedExtComm<Traits>::toStrep() const {
   std::ostringstream stream;
   formatDerivedType(stream);

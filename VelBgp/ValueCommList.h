@@ -75,8 +75,10 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
 
   const Tyr::FwkType& fwkType() const override { return Traits::fwkType; }
 
-  std::uint32_t hash() const override;
-  bool compare(const Keel::DedupHandleBase* other) const override;
+  std::uint32_t hash() const override { return Traits::hash(comms()); }
+  bool compare(const Keel::DedupHandleBase* other) const override {
+    return std::ranges::equal(comms(), static_cast<const ValueCommList*>(other)->comms());
+  }
   // `content` is a Content; asserts that it is sorted.
   bool compareByContent(const Keel::DedupContentHandle& content) const override;
 

@@ -31,9 +31,7 @@ void ValueCommListContent<Traits>::append(const typename Traits::List* list) {
 
 template <typename Traits>
 void ValueCommListContent<Traits>::sortAndUnique() const {
-  if (this->commVectorSorted_) return;
-  Bgp::sortAndUnique(this->comms_);
-  this->commVectorSorted_ = true;
+  sortAndUniqueOnce(this->commVectorSorted_, this->comms_);
 }
 
 template <typename Traits>
@@ -79,22 +77,10 @@ const typename ValueCommList<Traits>::Value* ValueCommList<Traits>::values() con
 }
 
 template <typename Traits>
-std::uint32_t ValueCommList<Traits>::hash() const {
-  return Traits::hash(comms());
-}
-
-template <typename Traits>
-bool ValueCommList<Traits>::compare(const Keel::DedupHandleBase* other) const {
-  const Values theirs = static_cast<const ValueCommList*>(other)->comms();
-  return std::equal(comms().begin(), comms().end(), theirs.begin(), theirs.end());
-}
-
-template <typename Traits>
 bool ValueCommList<Traits>::compareByContent(const Keel::DedupContentHandle& handle) const {
   const auto* content = static_cast<const Content*>(&handle);
   TYR_ASSERT(content->commVectorSorted());
-  const Values ours = comms();
-  return std::equal(ours.begin(), ours.end(), content->comms().begin(), content->comms().end());
+  return std::ranges::equal(comms(), content->comms());
 }
 
 template <typename Traits>

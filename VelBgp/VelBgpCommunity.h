@@ -94,14 +94,18 @@ class VELBGP_EXPORT InternedExtComm : public Keel::DedupHandleBase {
   using Ptr = Tyr::Ptr<typename Traits::Comm>;
   using PtrConst = Tyr::Ptr<const typename Traits::Comm>;
 
-  std::uint32_t hash() const override;
+  std::uint32_t hash() const override { return Traits::hashOf(content_); }
   // By content alone. Deliberate: the classification follows from the content, so it takes no part.
-  bool compare(const Keel::DedupHandleBase* other) const override;
+  bool compare(const Keel::DedupHandleBase* other) const override {
+    return static_cast<const InternedExtComm*>(other)->content_ == content_;
+  }
   // `content` is an InternedExtCommContent.
-  bool compareByContent(const Keel::DedupContentHandle& content) const override;
+  bool compareByContent(const Keel::DedupContentHandle& content) const override {
+    return static_cast<const InternedExtCommContent<Traits>&>(content).content() == content_;
+  }
 
   // Unspecified here, the subtype octet in the subtyped class and its heirs.
-  virtual BgpExtCommPktSubtype pktSubtype() const;
+  virtual BgpExtCommPktSubtype pktSubtype() const { return BgpExtCommPktSubtype(); }
   // The debugging form, "<...>". The stream's formatting state is left as it was.
   virtual void formatDerivedType(std::ostream& stream) const = 0;
 
@@ -111,7 +115,10 @@ class VELBGP_EXPORT InternedExtComm : public Keel::DedupHandleBase {
   }
   ExtCommClassification classification() const noexcept { return ExtCommClassification(userDataOctet(0)); }
   // The enumeration's unknown member for a type octet that is none of the others.
-  typename Traits::PktType pktType() const noexcept;
+  typename Traits::PktType pktType() const noexcept {
+    const auto type = typename Traits::PktType(content_.typeOctet());
+    return bgpIsValidEnumMember(type) ? type : Traits::unknownPktType;
+  }
 
   // What the stream operator prints.
   std::string toStrep() const;
@@ -128,7 +135,7 @@ class VELBGP_EXPORT InternedExtComm : public Keel::DedupHandleBase {
   InternedExtComm(ExtCommClassification classification, const Content& content) noexcept : content_(content) {
     userDataIs(classification);
   }
-  ~InternedExtComm() override;
+  ~InternedExtComm() override = default;
 
   static PtrConst dedupHashed(const typename Traits::Table* table, const Content& content, std::uint32_t hash);
 

@@ -109,10 +109,7 @@ inline bool compareExtCommContent(const Content* content, const List* list,
 
 // A hit is nothing but these two and a walk along one chain, so they are kept free of calls.
 inline std::uint32_t ExtCommListContentU64::sortAndHashInLine() const {
-  if (!commVectorSorted_) {
-    sortAndUnique(comms_);
-    commVectorSorted_ = true;
-  }
+  sortAndUniqueOnce(commVectorSorted_, comms_);
   return hash_ = hashExtCommList(this);
 }
 
@@ -144,18 +141,6 @@ ExtCommRange ExtCommListBase<List, attrsOctet>::comms() const {
   const auto* arg = this;
   TYR_ASSERT(arg->commVectorSorted());
   return comms_.range();
-}
-
-template <typename List, unsigned attrsOctet>
-ExtComm::PtrConst ExtCommListBase<List, attrsOctet>::comm(std::uint64_t value) const {
-  return ExtCommVectorLookup(commVectorSorted(), comms_.range(), value);
-}
-
-template <typename List, unsigned attrsOctet>
-void ExtCommListBase<List, attrsOctet>::commVectorSortedIs(bool sorted) {
-  auto attrs = commVectorAttrs();
-  attrs.sortedIs(sorted);
-  attrsIs(attrs);
 }
 
 inline void checkClassification(ExtCommClassification classification) {
