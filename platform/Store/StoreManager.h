@@ -25,8 +25,13 @@
 // after an orderly restart too if the writer had been killed, as nobody can tell the two apart. Where the machine does
 // not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
-// Room: the file grows by itself, and readers follow by themselves. It never shrinks; freed room is used again. It is
-// sparse: its size is the room mapped, not what it takes on the disk.
+// Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
+// next one on, as far as no view shows it. Each process maps the file once, over
+// addresses reserved for as large as it may become (mapOctets), so that what a view shows never moves. Reserved
+// addresses are no memory: a process has the pages resident that it reads. They are limited in a process under
+// `ulimit -v`, where less is reserved by itself. A writer whose map is full gets StoreFullException; a reader whose map
+// the store has outgrown gets StoreException from refresh(), and can open the store again with a larger one once all of
+// its managers and views of it are gone. Maps of different sizes may be used side by side.
 //
 // Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
 // `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or
@@ -78,10 +83,15 @@ enum class Durability { processCrash, systemCrash };
 // Whether opening walks the engine's pages (above).
 enum class PageCheck { on, off };
 
+inline constexpr std::size_t defaultMapOctets = std::size_t{64} << 30;
+inline constexpr std::size_t leastMapOctets = std::size_t{64} << 20;
+
 struct Options {
   Durability durability = Durability::processCrash;
-  // Room mapped when a store is made, at least 64 KiB; one that exists keeps its own.
-  std::size_t initialMapOctets = std::size_t{16} << 20;
+  // How many addresses this process reserves for the store's file, 64 MiB at least: the most that it can grow to. Taken
+  // as it is when the process opens the store for the first time, or has closed it; a file that is larger already is
+  // mapped as it is. Halved until the system would grant twice as much, so that the process keeps some for all else.
+  std::size_t mapOctets = defaultMapOctets;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;
   PageCheck pageCheck = PageCheck::on;
@@ -92,7 +102,8 @@ class VELBGP_EXPORT StoreManager {
   // Makes the store if the directory is absent, in a parent that exists, or empty, or if the machine failed (above).
   // Opening makes a commit of its own.
   static std::unique_ptr<StoreManager> openForWriting(const std::string& path, const Options& options = {});
-  static std::unique_ptr<StoreManager> openForReading(const std::string& path, PageCheck pageCheck = PageCheck::on);
+  static std::unique_ptr<StoreManager> openForReading(const std::string& path, PageCheck pageCheck = PageCheck::on,
+                                                      std::size_t mapOctets = defaultMapOctets);
   StoreManager(const StoreManager&) = delete;
   StoreManager& operator=(const StoreManager&) = delete;
   ~StoreManager();
@@ -133,9 +144,9 @@ class VELBGP_EXPORT StoreManager {
                std::unique_ptr<detail::Writer> writer);
   void serviceIs(std::type_index type, const void* service);
   const void* service(std::type_index type) const noexcept;
-  void anchorsReserved();
-  std::uint64_t anchorTaken();
-  void changesMade(detail::Changes& changes);
+  void reserveAnchors();
+  std::uint64_t takeAnchor();
+  void commit(detail::Changes& changes);
 
   std::unique_ptr<detail::Services> services_;
   std::unique_ptr<detail::Writer> writer_;  // null in a reader

@@ -61,9 +61,7 @@ int killCount() {
 
 // From where the last writer was, until it is killed. What it says is committed before, so it may not be lost.
 void writerRuns(const std::string& path, Steps& said) {
-  Options options;
-  options.initialMapOctets = 0;
-  const auto store = StoreManager::openForWriting(path, options);
+  const auto store = StoreManager::openForWriting(path);
   std::uint64_t round = 0;
   std::vector<Reference> records = expectWhole(store->view(), round);
   while (true) {

@@ -41,6 +41,13 @@ class StoreTest : public testing::Test {
   std::string path_;
 };
 
+// The changes, in a batch.
+inline void commit(StoreManager& store, const std::function<void(WriteBatch&)>& changes) {
+  WriteBatch batch(store);
+  changes(batch);
+  batch.commit();
+}
+
 // A child process, made while this one has no store open. It ends with its body: status 0, or 1 after a failure.
 class Process {
  public:

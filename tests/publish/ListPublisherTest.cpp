@@ -241,9 +241,7 @@ TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
   for (const bool roomAgain : {true, false}) {
     const Store::test::Process agent([&] {
       signal(SIGXFSZ, SIG_IGN);
-      Store::Options options;
-      options.initialMapOctets = 0;
-      Publishing publishing(path_, roomAgain ? std::chrono::milliseconds(1) : never, false, options);
+      Publishing publishing(path_, roomAgain ? std::chrono::milliseconds(1) : never);
       Script script(publishing, "path");
       script.stepped(50);
       expectSame(published(publishing), script.contents());

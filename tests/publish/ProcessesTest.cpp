@@ -24,7 +24,7 @@ class Writer {
   static constexpr std::uint32_t paths = 50, firstOther = 1u << 30;
 
   Writer(const std::string& path, std::uint32_t step)
-      : publishing(path, std::chrono::milliseconds(1), false, smallMap()), script_(publishing, "script"), step_(step) {}
+      : publishing(path, std::chrono::milliseconds(1)), script_(publishing, "script"), step_(step) {}
 
   std::uint32_t stepped() {
     ++step_;
@@ -42,11 +42,6 @@ class Writer {
   Publishing publishing;
 
  private:
-  static Store::Options smallMap() {
-    Store::Options options;
-    options.initialMapOctets = 0;
-    return options;
-  }
   Script script_;
   std::mt19937 random_{1};
   std::uint32_t step_;

@@ -103,9 +103,8 @@ inline void expectWhole(const Contents& shown) {
 constexpr std::chrono::hours never{1};
 
 struct Publishing {
-  explicit Publishing(const std::string& path, std::chrono::milliseconds interval = never, bool multiThreaded = false,
-                      const Store::Options& options = {})
-      : store(Store::StoreManager::openForWriting(path, options)), agent(std::in_place, multiThreaded) {
+  explicit Publishing(const std::string& path, std::chrono::milliseconds interval = never, bool multiThreaded = false)
+      : store(Store::StoreManager::openForWriting(path)), agent(std::in_place, multiThreaded) {
     publisherIs(interval);
   }
   void publisherIs(std::chrono::milliseconds interval) {
