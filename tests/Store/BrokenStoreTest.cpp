@@ -12,6 +12,7 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::ThrowsMessage;
 
 void overwrite(const std::string& file, std::streamoff at, const std::string& octets) {
   std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
@@ -42,12 +43,28 @@ class BrokenStoreTest : public StoreTest {
     commit(*StoreManager::openForWriting(path), [](WriteBatch& batch) { batch.recordIs(1, octets("some record")); });
   }
 
+  static void readAll(const StoreManager& store) {
+    for (const std::uint32_t space : {0u, 1u})
+      store.view().forEachKey(
+          space, [](Octets, Octets) {}, [](Octets) {});
+    store.view().forEachRecord([&](Reference made, Record) { (void)store.translate(made); });
+  }
+
+  // The body in a child that may do no more than any other user; the folder is open to it.
+  void asNobody(const std::function<void()>& body) const {
+    std::filesystem::permissions(folder_, std::filesystem::perms(0755));
+    inChild([&] {
+      if (getuid() == 0 && setuid(65534) != 0) std::abort();
+      body();
+    });
+  }
+
   // Neither readers nor writers open it, and both say why.
   template <typename Failure>
   void expectRefused(const std::string& words, const std::string& path) {
     const auto says = AllOf(HasSubstr("store " + path + ": "), HasSubstr(words), HasSubstr("; expected "));
-    EXPECT_THAT(failure<Failure>([&] { StoreManager::openForReading(path); }), says);
-    EXPECT_THAT(failure<Failure>([&] { StoreManager::openForWriting(path); }), says);
+    EXPECT_THAT([&] { StoreManager::openForReading(path); }, ThrowsMessage<Failure>(says));
+    EXPECT_THAT([&] { StoreManager::openForWriting(path); }, ThrowsMessage<Failure>(says));
   }
 };
 
@@ -108,8 +125,8 @@ TEST_F(BrokenStoreTest, MachineFailedWhileItWasWritten) {
   const std::uint64_t before = StoreManager::openForReading(path_)->identity();  // killed: what it wrote is whole
   start[0] = static_cast<char>(start[0] ^ 1);
   std::ofstream(mark) << start;
-  EXPECT_THAT(failure<StoreFormatException>([&] { StoreManager::openForReading(path_); }),
-              HasSubstr("the machine failed while it was written; expected"));
+  EXPECT_THAT([&] { StoreManager::openForReading(path_); },
+              failsWith<StoreFormatException>("the machine failed while it was written; expected"));
   const auto anew = StoreManager::openForWriting(path_);
   EXPECT_NE(anew->identity(), before);
   EXPECT_EQ(StoreManager::openForReading(path_)->identity(), anew->identity());
@@ -123,37 +140,32 @@ TEST_F(BrokenStoreTest, WhatIsNoStoreIsRefused) {
   expectRefused<StoreException>("Not a directory", file + "/store");
 
   const std::string absent = folder_ / "absent/store";
-  const auto reading = [](const std::string& path) { return [path] { StoreManager::openForReading(path); }; };
-  EXPECT_THAT(failure<StoreAbsentException>(reading(absent)), HasSubstr("no store there: No such file or directory"));
-  EXPECT_THAT(failure<StoreException>([&] { StoreManager::openForWriting(absent); }), HasSubstr("a parent directory"));
+  EXPECT_THAT([&] { StoreManager::openForReading(absent); },
+              failsWith<StoreAbsentException>("no store there: No such file or directory"));
+  EXPECT_THAT([&] { StoreManager::openForWriting(absent); }, failsWith<StoreException>("a parent directory"));
   // Half made: a reader sees none, a writer goes on.
   std::filesystem::remove(data());
   std::ofstream(data().string() + ".new") << "half";
-  EXPECT_THAT(failure<StoreAbsentException>(reading(path_)), HasSubstr("no store there yet"));
+  EXPECT_THAT([&] { StoreManager::openForReading(path_); }, failsWith<StoreAbsentException>("no store there yet"));
   make(path_);
   EXPECT_NO_THROW(StoreManager::openForReading(path_));
 }
 
 TEST_F(BrokenStoreTest, IsNoticedWhileItIsOpen) {
-  const std::pair<const char*, std::function<void()>> rows[] = {
-      {"was cut short", [&] { std::filesystem::resize_file(data(), 0); }},
-      {"was cut short", [&] { std::filesystem::resize_file(data(), std::filesystem::file_size(data()) - 1); }},
-      {"was replaced",
-       [&] {
-         std::filesystem::rename(path_, path_ + ".old");
-         Process([&] { make(path_); }).ended();
-       }},
-  };
-  for (const auto& [words, breakIt] : rows) {
+  for (const int way : {0, 1, 2}) {
     std::filesystem::remove_all(path_);
     const auto writer = StoreManager::openForWriting(path_);
     const auto reader = StoreManager::openForReading(path_);
-    breakIt();
-    EXPECT_THAT(failure<StoreFormatException>([&] { (void)reader->newestCommit(); }), HasSubstr(words));
-    EXPECT_THAT(failure<StoreFormatException>([&] { reader->refresh(); }), HasSubstr(words));
-    EXPECT_THAT(failure<StoreException>([&] { (void)reader->key(1, {}); }), HasSubstr("the view has ended"));
+    const char* words = way < 2 ? "was cut short" : "was replaced";
+    if (way == 0) std::filesystem::resize_file(data(), 0);
+    if (way == 1) std::filesystem::resize_file(data(), std::filesystem::file_size(data()) - 1);
+    if (way == 2) std::filesystem::rename(path_, path_ + ".old");
+    if (way == 2) inChild([&] { make(path_); });
+    EXPECT_THAT([&] { return reader->newestCommit(); }, failsWith<StoreFormatException>(words));
+    EXPECT_THAT([&] { reader->refresh(); }, failsWith<StoreFormatException>(words));
+    EXPECT_THAT([&] { return reader->key(1, {}); }, failsWith<StoreException>("the view has ended"));
     const auto write = [&] { commit(*writer, [](WriteBatch& batch) { batch.keyIs(1, {}, {}); }); };
-    EXPECT_THAT(failure<StoreFormatException>(write), HasSubstr(words));
+    EXPECT_THAT(write, failsWith<StoreFormatException>(words));
   }
 }
 
@@ -185,8 +197,9 @@ TEST_F(BrokenStoreTest, DamagedRecordsAndValuesAreNoticed) {
     EXPECT_THROW((void)store->key(1, octets("b")), DamagedRecordException);
     EXPECT_EQ(text(store->translate(good).payload), "good");
     for (const Reference record : broken) {
-      EXPECT_THAT(failure<DamagedRecordException>([&] { (void)store->translate(record); }),
-                  HasSubstr("store " + path_ + ": record " + std::to_string(record.number) + " of anchor "));
+      EXPECT_THAT([&] { return store->translate(record); },
+                  failsWith<DamagedRecordException>("store " + path_ + ": record " + std::to_string(record.number) +
+                                                    " of anchor "));
       commit(*store, [&](WriteBatch& batch) { batch.recordDel(record); });
       EXPECT_THROW((void)store->translate(record), StaleReferenceException);
     }
@@ -199,34 +212,26 @@ TEST_F(BrokenStoreTest, KeysOutOfOrderEndALoop) {
   });
   overwrite(data(), static_cast<std::streamoff>(contents(data()).find("Key3")), "Key0");
   const auto reader = StoreManager::openForReading(path_, PageCheck::off);
-  EXPECT_THAT(failure<DamagedRecordException>([&] {
-                reader->view().forEachKey(
-                    1, [](Octets, Octets) {}, [](Octets) {});
-              }),
-              HasSubstr("keys are out of order"));
-  EXPECT_THAT(failure<StoreFormatException>([&] { StoreManager::openForReading(path_); }),
-              HasSubstr("keys out of order; expected"));
+  EXPECT_THAT([&] { readAll(*reader); }, failsWith<DamagedRecordException>("keys are out of order"));
+  EXPECT_THAT([&] { StoreManager::openForReading(path_); },
+              failsWith<StoreFormatException>("keys out of order; expected"));
 }
 
 // The table of readers is the writer's to make, also where one is left of another user; and all of it has room.
 TEST_F(BrokenStoreTest, ReadersNeverMakeTheirTable) {
   const std::string table = path_ + "/data.mdb-lock";
   std::filesystem::remove(table);
-  EXPECT_THAT(failure<StoreFormatException>([&] { StoreManager::openForReading(path_); }),
-              HasSubstr("it has no " + table));
+  EXPECT_THAT([&] { StoreManager::openForReading(path_); }, failsWith<StoreFormatException>("it has no " + table));
   EXPECT_FALSE(std::filesystem::exists(table));
   for (const bool anew : {false, true}) {
     if (anew) std::filesystem::remove(data());
     if (anew) chmod(table.c_str(), 0);
-    std::filesystem::permissions(folder_, std::filesystem::perms(0755));
     chmod(path_.c_str(), 0777);
     for (const char* file : {"/stamp", "/data.mdb", "/writer.lock"}) chmod((path_ + file).c_str(), 0666);
-    EXPECT_EQ(Process([&] {
-                if (getuid() == 0 && setuid(65534) != 0) std::abort();
-                make(path_);
-                StoreManager::openForReading(path_);
-              }).ended(),
-              0);
+    asNobody([&] {
+      make(path_);
+      StoreManager::openForReading(path_);
+    });
     struct stat status {};
     ASSERT_EQ(stat(table.c_str(), &status), 0);
     EXPECT_GE(status.st_blocks * 512, status.st_size);
@@ -261,13 +266,6 @@ class DamagedPagesTest : public BrokenStoreTest {
     overwrite(file, static_cast<std::streamoff>(random_() % pages * 4096 + inPage), octet);
   }
 
-  static void readAll(const StoreManager& store) {
-    for (const std::uint32_t space : {0u, 1u})
-      store.view().forEachKey(
-          space, [](Octets, Octets) {}, [](Octets) {});
-    store.view().forEachRecord([&](Reference made, Record) { (void)store.translate(made); });
-  }
-
   static bool refused(const std::function<void()>& body) {
     try {
       body();
@@ -285,17 +283,15 @@ class DamagedPagesTest : public BrokenStoreTest {
 // what it does not fill, is no harm.
 TEST_F(DamagedPagesTest, AFileCutShortIsRefusedOrDoesNoHarm) {
   const std::size_t octets = std::filesystem::file_size(good_ + "/data.mdb");
-  EXPECT_EQ(Process([&] {
-              alarm(20);
-              for (std::size_t cut = 1000; cut < octets + 10000; cut += 4999) {
-                copy();
-                std::filesystem::resize_file(data(), cut);
-                const bool refusal = refused([&] { readAll(*StoreManager::openForReading(path_)); });
-                EXPECT_EQ(refused([&] { make(path_); }), refusal);
-                EXPECT_TRUE(cut < octets ? refusal || cut > octets / 2 : !refusal) << cut;
-              }
-            }).ended(),
-            0);
+  inChild([&] {
+    for (std::size_t cut = 1000; cut < octets + 10000; cut += 4999) {
+      copy();
+      std::filesystem::resize_file(data(), cut);
+      const bool refusal = refused([&] { readAll(*StoreManager::openForReading(path_)); });
+      EXPECT_EQ(refused([&] { make(path_); }), refusal);
+      EXPECT_TRUE(cut < octets ? refusal || cut > octets / 2 : !refusal) << cut;
+    }
+  });
 }
 
 // Whatever the octet, no signal and no endless loop.
@@ -303,7 +299,6 @@ TEST_F(DamagedPagesTest, AreRefusedOrDoNoHarm) {
   EXPECT_NO_THROW(readAll(*StoreManager::openForReading(good_)));
   const std::size_t pages = std::filesystem::file_size(good_ + "/data.mdb") / 4096;
   const auto changes = [&] {
-    alarm(20);
     int refusals = 0;
     for (int flip = 0; flip < 40; ++flip) {
       copy();
@@ -315,22 +310,18 @@ TEST_F(DamagedPagesTest, AreRefusedOrDoNoHarm) {
     EXPECT_LT(refusals, 40);
   };
   for (unsigned seed = 1; seed <= 10; ++seed) {
+    SCOPED_TRACE(seed);
     random_.seed(seed);
-    EXPECT_EQ(Process(changes).ended(), 0) << "seed " << seed;
+    inChild(changes);
   }
 }
 
 TEST_F(BrokenStoreTest, RightsAreMissing) {
-  std::filesystem::permissions(folder_, std::filesystem::perms(0755));
   for (const char* file : {"", "/stamp", "/data.mdb"}) {
+    SCOPED_TRACE(file);
     chmod(path_.c_str(), 0777);
     chmod((path_ + file).c_str(), 0);
-    EXPECT_EQ(Process([&] {
-                if (getuid() == 0 && setuid(65534) != 0) std::abort();
-                expectRefused<StoreException>("Permission denied", path_);
-              }).ended(),
-              0)
-        << file;
+    asNobody([&] { expectRefused<StoreException>("Permission denied", path_); });
     chmod((path_ + file).c_str(), 0777);
   }
 }

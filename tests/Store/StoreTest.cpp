@@ -128,16 +128,11 @@ TEST_F(StoreTest, NumbersAreUsedAgainAnchorsNever) {
   const auto store = StoreManager::openForWriting(path_);
   const auto foreign = StoreManager::openForWriting(path_ + "2");
   EXPECT_NE(store->identity(), foreign->identity());
-  const auto recordIn = [](StoreManager& manager, const char* payload) {
-    Reference record;
-    commit(manager, [&](WriteBatch& batch) { record = batch.recordIs(7, octets(payload)); });
-    return record;
-  };
-  const Reference old = recordIn(*store, "old");
+  Reference old, fresh, theirs;
+  commit(*store, [&](WriteBatch& batch) { old = batch.recordIs(7, octets("old")); });
   commit(*store, [&](WriteBatch& batch) { batch.recordDel(old); });
-  const Reference fresh = recordIn(*store, "fresh");
-  const Reference theirs = recordIn(*foreign, "theirs");
-
+  commit(*store, [&](WriteBatch& batch) { fresh = batch.recordIs(7, octets("fresh")); });
+  commit(*foreign, [&](WriteBatch& batch) { theirs = batch.recordIs(7, octets("theirs")); });
   EXPECT_EQ(fresh.number, old.number);
   EXPECT_EQ(theirs.number, fresh.number);
   for (const Reference bad : {old, theirs, Reference{}, Reference{fresh.number + 1, fresh.anchor}}) {
