@@ -66,7 +66,7 @@ bool grants(std::size_t octets) {
 
 // As much as wanted, or a half, a quarter... of it: where the system would grant twice that, for the page check and all
 // else that the process needs addresses for.
-std::size_t mapOctets(const std::string& path, std::size_t wanted) {
+std::size_t grantedOctets(const std::string& path, std::size_t wanted) {
   for (std::size_t octets = wanted; octets >= leastMapOctets; octets /= 2) {
     if (octets <= SIZE_MAX / 2 && grants(2 * octets)) return octets;
   }
@@ -97,7 +97,7 @@ std::shared_ptr<Environment> Environment::open(const std::string& path, const Op
   return {held->second.environment.get(), [id](const Environment* last) { letGo(*last, id); }};
 }
 
-// The registry's lock is held, so nobody else changes the engine's flags.
+// The registry's lock is held, so nobody else changes the engine's flags; this one may change at any time.
 void Environment::writingIs(const Options& options) {
   if (!writable_) {
     throw StoreBusyException(problem(path_, "this process has it open for reading only", "to open for writing first"));
@@ -127,7 +127,7 @@ Environment::Environment(std::string path, const std::string& file, const Option
   int code = ::mdb_env_create(&engine);
   engine_.reset(engine);
   if (code == 0) code = ::mdb_env_set_maxreaders(engine, maxReaders);
-  if (code == 0) code = ::mdb_env_set_mapsize(engine, mapOctets(path_, options.mapOctets));
+  if (code == 0) code = ::mdb_env_set_mapsize(engine, grantedOctets(path_, options.mapOctets));
   if (code == 0) code = ::mdb_env_open(engine, file.c_str(), engineFlags(options, writing), options.mode);
   if (code != 0) {
     fail(path_, "cannot open " + file, code,

@@ -26,12 +26,11 @@
 // not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
 // Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
-// next one on, as far as no view shows it. Each process maps the file once, over
-// addresses reserved for as large as it may become (mapOctets), so that what a view shows never moves. Reserved
-// addresses are no memory: a process has the pages resident that it reads. They are limited in a process under
-// `ulimit -v`, where less is reserved by itself. A writer whose map is full gets StoreFullException; a reader whose map
-// the store has outgrown gets StoreException from refresh(), and can open the store again with a larger one once all of
-// its managers and views of it are gone. Maps of different sizes may be used side by side.
+// next one on, as far as no view shows it. Each process maps the file once, over addresses reserved for as large as it
+// may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
+// read. Where they are limited (`ulimit -v`), fewer are reserved by themselves. A writer whose map is full gets
+// StoreFullException. A reader whose map the store has outgrown gets StoreException from refresh(); it can open the
+// store again, once all its managers and views of it are gone. Maps of different sizes may be used side by side.
 //
 // Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
 // `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or
@@ -43,11 +42,11 @@
 // and, as far as one look at the file shows it, at each refresh() and newestCommit(). A changed octet of a record or
 // value is found by its checksum when it is read. The engine's own pages have no checksums; opening walks all of them,
 // in time linear in what the store holds, and refuses what contradicts itself (StoreFormatException). PageCheck::off
-// leaves that out. Not caught: a file that is cut short between two such looks (the process gets SIGBUS); damage of the
-// engine's pages done after opening or with PageCheck::off, where reading may fail with StoreException, miss entries,
-// or be stopped by an assertion of the engine or a signal; and damage that contradicts nothing, such as a key that
-// became another, by which an entry is missing without a word. Nobody writes there but the engine; damage comes only
-// from other programs or a failing disk.
+// leaves that out. Not caught: a file that is cut short between two such looks or, with PageCheck::off, by no more than
+// the last commit added to it (the process gets SIGBUS); damage of the engine's pages done after opening or with
+// PageCheck::off, where reading may fail with StoreException, miss entries, or be stopped by an assertion of the engine
+// or a signal; and damage that contradicts nothing, such as a key that became another, by which an entry is missing
+// without a word. Nobody writes there but the engine; damage comes only from other programs or a failing disk.
 //
 // Types: Durability, PageCheck, Options, StoreManager.
 // Ownership: the caller owns the manager; views may outlive it, batches must not.
