@@ -38,10 +38,6 @@ std::string Ip4Addr::toStrep() const {
 
 void Ip4Addr::appendTo(Tyr::DynamicBufferInterface& buffer) const { buffer.appendDottedQuad(value_); }
 
-std::ostream& operator<<(std::ostream& stream, const Ip4Addr& address) {
-  Tyr::DynamicBuffer<> buffer;
-  address.appendTo(buffer);
-  return stream << buffer.view();
-}
+std::ostream& operator<<(std::ostream& stream, const Ip4Addr& address) { return stream << address.toStrep(); }
 
 }  // namespace Routing::Addr

@@ -28,10 +28,6 @@ void Ip6Addr::appendTo(Tyr::DynamicBufferInterface& buffer) const {
   buffer.append(inet_ntop(AF_INET6, octets_.data(), text, sizeof(text)));
 }
 
-std::ostream& operator<<(std::ostream& stream, const Ip6Addr& address) {
-  Tyr::DynamicBuffer<> buffer;
-  address.appendTo(buffer);
-  return stream << buffer.view();
-}
+std::ostream& operator<<(std::ostream& stream, const Ip6Addr& address) { return stream << address.toStrep(); }
 
 }  // namespace Routing::Addr

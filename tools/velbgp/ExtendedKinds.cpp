@@ -1,5 +1,4 @@
-#include "tools/velbgp/ExtendedKinds.h"
-
+// The kinds "extended" and "extendedIp6": communities of a type, a subtype and a classification.
 #include <algorithm>
 #include <array>
 #include <sstream>
@@ -153,8 +152,29 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     return list->matchCommunitiesRegex(&regex);
   }
 
-  void decode(Octets value, boost::json::object& out) const;
-  void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const;
+  void decode(Octets value, boost::json::object& out) const {
+    const ExtComm::PtrConst community =
+        ExtComm::dedupContent(agent_.communities.get(), ExtCommContent(bigEndian(value)));
+    decodeType(*community, out);
+    out["valid"] = community->isValid();
+    out["debug"] = community->toStrep();
+    out["policy"] = community->toStrepForPolicy(policyFormat(false));
+    out["policyClassification"] = community->toStrepForPolicy(policyFormat(true));
+    out["ui"] = community->toStrepForUI(false, false, false);
+    out["uiAsdot"] = community->toStrepForUI(true, false, false);
+    out["uiWeighted"] = community->toStrepForUI(false, true, false);
+  }
+
+  void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const {
+    out["text"] = stringify(list.get());
+    out["attrs"] = setFlags(list->commVectorAttrs());
+    out["transitiveCount"] = list->transitiveCount();
+    out["classifications"] = classified<ExtendedTraits>(*list);
+    out["serialize"] = serialized(*list, notes);
+    const List pruned = list->prune(agent_.extended.get());
+    out["prune"] = nullptr;
+    if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
+  }
 
   std::size_t distinctLists() const { return agent_.extended->size(); }
   std::size_t distinctCommunities() const { return agent_.communities->size(); }
@@ -163,29 +183,6 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   const Agent& agent_;
   ExtCommListContentU64 content_;
 };
-
-void ExtendedTraits::decode(Octets value, boost::json::object& out) const {
-  const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.communities.get(), ExtCommContent(bigEndian(value)));
-  decodeType(*community, out);
-  out["valid"] = community->isValid();
-  out["debug"] = community->toStrep();
-  out["policy"] = community->toStrepForPolicy(policyFormat(false));
-  out["policyClassification"] = community->toStrepForPolicy(policyFormat(true));
-  out["ui"] = community->toStrepForUI(false, false, false);
-  out["uiAsdot"] = community->toStrepForUI(true, false, false);
-  out["uiWeighted"] = community->toStrepForUI(false, true, false);
-}
-
-void ExtendedTraits::describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const {
-  out["text"] = stringify(list.get());
-  out["attrs"] = setFlags(list->commVectorAttrs());
-  out["transitiveCount"] = list->transitiveCount();
-  out["classifications"] = classified<ExtendedTraits>(*list);
-  out["serialize"] = serialized(*list, notes);
-  const List pruned = list->prune(agent_.extended.get());
-  out["prune"] = nullptr;
-  if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
-}
 
 // Route policy has no expression over them: nothing matches.
 class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
@@ -219,8 +216,23 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   }
   static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
 
-  void decode(Octets value, boost::json::object& out) const;
-  static void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes);
+  void decode(Octets value, boost::json::object& out) const {
+    const ExtCommIp6::PtrConst community = dedup(value);
+    decodeType(*community, out);
+    out["debug"] = community->toStrep();
+    out["policy"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(false)));
+    out["policyClassification"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(true)));
+    out["ui"] = text(community.get());
+  }
+
+  static void describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
+    out["text"] = list->commsStringForm();
+    out["transitiveCount"] = list->totalTransitiveCommunities();
+    out["classifications"] = classified<ExtendedIp6Traits>(*list);
+    boost::json::object& attributes = out["serialize"].emplace_object();
+    attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
+    attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
+  }
 
   std::size_t distinctLists() const { return agent_.extendedIp6->size(); }
   std::size_t distinctCommunities() const { return agent_.ip6Communities->size(); }
@@ -238,24 +250,6 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
 
   const Agent& agent_;
 };
-
-void ExtendedIp6Traits::decode(Octets value, boost::json::object& out) const {
-  const ExtCommIp6::PtrConst community = dedup(value);
-  decodeType(*community, out);
-  out["debug"] = community->toStrep();
-  out["policy"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(false)));
-  out["policyClassification"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(true)));
-  out["ui"] = text(community.get());
-}
-
-void ExtendedIp6Traits::describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
-  out["text"] = list->commsStringForm();
-  out["transitiveCount"] = list->totalTransitiveCommunities();
-  out["classifications"] = classified<ExtendedIp6Traits>(*list);
-  boost::json::object& attributes = out["serialize"].emplace_object();
-  attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
-  attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
-}
 
 }  // namespace
 

@@ -3,9 +3,6 @@
 #include <boost/algorithm/hex.hpp>
 #include <iterator>
 
-#include "tools/velbgp/ExtendedKinds.h"
-#include "tools/velbgp/PlainKinds.h"
-
 namespace VelBgpTool {
 
 namespace {

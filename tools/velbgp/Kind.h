@@ -69,8 +69,12 @@ class Kind {
   virtual void classify(std::map<unsigned, std::uint64_t>& counts) const = 0;
 };
 
+using MakeKind = std::unique_ptr<Kind>(Agent& agent);
+MakeKind makeExtendedKind, makeExtendedIp6Kind, makeLargeKind, makeStandardKind;
+
 // The wire octets of a value as people type it; nothing for all other text, and for numbers out of range.
 using ReadValue = std::optional<std::string>(std::string_view text);
+ReadValue readLarge, readStandard;
 
 struct KindRow {
   const char* name;
@@ -80,7 +84,7 @@ struct KindRow {
   // The form in which people type a value, beside hex digits, and what reads it; null: there is none.
   const char* form;
   ReadValue* read;
-  std::unique_ptr<Kind> (*make)(Agent& agent);
+  MakeKind* make;
 };
 
 // In the order in which output names them.

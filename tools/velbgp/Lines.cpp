@@ -1,9 +1,6 @@
 #include "tools/velbgp/Lines.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include "tools/velbgp/Console.h"
@@ -13,7 +10,6 @@ namespace VelBgpTool {
 namespace {
 
 constexpr std::string_view blanks = " \t\r";
-constexpr std::size_t blockSize = 64 * 1024;
 
 }  // namespace
 
@@ -42,41 +38,30 @@ bool LineReader::next() {
 }
 
 bool LineReader::nextPhysical() {
-  std::size_t searched = 0;
-  for (;;) {
-    const std::string_view rest = std::string_view(buffer_).substr(begin_);
+  for (std::size_t searched = 0;;) {
+    const std::string_view rest = textOf(window_.peek(searched + 1));
     const std::size_t end = rest.find('\n', searched);
-    if (end == std::string_view::npos && !atEnd_) {
+    if (end == std::string_view::npos && rest.size() > searched) {
       searched = rest.size();
-      atEnd_ = !fill();
       continue;
     }
-    if (end == std::string_view::npos && rest.empty()) return false;
+    if (rest.empty()) return false;
     line_ = rest.substr(0, end);
-    begin_ += std::min(line_.size() + 1, rest.size());
+    window_.consume(std::min(line_.size() + 1, rest.size()));
     ++number_;
     return true;
   }
 }
 
-// Moves the unfinished line to the front and reads on behind it; false at the end of the input.
-bool LineReader::fill() {
+std::size_t LineReader::read(std::uint8_t* to, std::size_t size) {
+  if (file_.ended()) return 0;
   console_.flush();
-  buffer_.erase(0, begin_);
-  begin_ = 0;
-  const std::size_t used = buffer_.size();
-  buffer_.resize(used + blockSize);
-  ssize_t got;
-  do {
-    got = ::read(fd_, buffer_.data() + used, blockSize);
-  } while (got < 0 && errno == EINTR);
-  const int error = errno;
-  const auto added = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-  buffer_.resize(used + added);
-  if (got < 0) console_.error({"stdin", number_ + 1}, std::string("cannot read: ") + std::strerror(error));
-  taken_ += added;
-  progress_.doneIs(taken_);
-  return added != 0;
+  const std::size_t got = file_.read(to, size);
+  if (file_.error() != 0) {
+    console_.error({"stdin", number_ + 1}, std::string("cannot read: ") + std::strerror(file_.error()));
+  }
+  progress_.doneIs(file_.taken());
+  return got;
 }
 
 }  // namespace VelBgpTool

@@ -4,10 +4,10 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "tools/velbgp/Input.h"
 #include "tools/velbgp/Progress.h"
 
 namespace VelBgpTool {
@@ -20,10 +20,10 @@ std::vector<std::string_view> words(std::string_view text);
 
 // Reads standard input line by line. Before it waits for more, it flushes the console: whoever feeds us line by line
 // sees each answer before being asked for the next.
-class LineReader {
+class LineReader final : private Source {
  public:
   LineReader(int fd, Console& console)
-      : fd_(fd), console_(console), progress_(console, "stdin", sizeOfFile(fd), true) {}
+      : file_(fd), console_(console), progress_(console, "stdin", sizeOfFile(fd), true) {}
 
   // Steps to the next line that is neither blank nor a comment; false at the end. A read error is reported and is an
   // end.
@@ -35,17 +35,14 @@ class LineReader {
 
  private:
   bool nextPhysical();
-  bool fill();
+  std::size_t read(std::uint8_t* to, std::size_t size) override;
 
-  int fd_;
+  FileInput file_;
+  Window window_{*this, 64 * 1024};
   Console& console_;
   Progress progress_;
-  std::uint64_t taken_ = 0;
-  std::string buffer_;
-  std::size_t begin_ = 0;
   std::string_view line_;
   std::uint64_t number_ = 0;
-  bool atEnd_ = false;
 };
 
 }  // namespace VelBgpTool

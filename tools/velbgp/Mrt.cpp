@@ -11,7 +11,6 @@
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
-#include "tools/velbgp/Progress.h"
 #include "tools/velbgp/Publication.h"
 
 namespace VelBgpTool {
@@ -55,7 +54,6 @@ class Census final : public MrtSink {
   void faultIs(std::uint64_t offset, const std::string& fault) override {
     console_.error({source_, offset, true}, fault);
   }
-  void progressed() override { progress_->doneIs(input_->taken()); }
 
  private:
   bool wellFormed(const CommunityAttribute& attribute, std::uint64_t offset);
@@ -68,13 +66,10 @@ class Census final : public MrtSink {
   Publication* publication_;
   Console& console_;
   MrtTotals totals_;
-  std::string source_;
+  std::string source_;  // the file that is being read
   // Of the path that is being read.
   Publication::Numbers lists_;
   bool matched_ = false;
-  // Of the file that is being read.
-  const Unpacker* input_ = nullptr;
-  Progress* progress_ = nullptr;
 };
 
 void Census::fileIs(const File& file) {
@@ -87,9 +82,7 @@ void Census::fileIs(const File& file) {
   source_ = file.source;
   Unpacker input(file.fd);
   Progress progress(console_, source_, sizeOfFile(file.fd), false);
-  input_ = &input;
-  progress_ = &progress;
-  MrtReader(input, *this, totals_.counts).read();
+  MrtReader(input, *this, totals_.counts, progress).read();
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {

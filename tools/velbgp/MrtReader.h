@@ -5,10 +5,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
+#include "tools/velbgp/Input.h"
 #include "tools/velbgp/MrtRecord.h"
+#include "tools/velbgp/Progress.h"
 #include "tools/velbgp/Unpack.h"
 
 namespace VelBgpTool {
@@ -28,38 +29,13 @@ class MrtSink {
   virtual void recordIs(const MrtRecord& record, std::uint64_t offset) = 0;
   // A malformed record, or the break of a compressed stream, or a failed read.
   virtual void faultIs(std::uint64_t offset, const std::string& fault) = 0;
-  // Now and then, also while records are skipped.
-  virtual void progressed() {}
-};
-
-// The stretch of the stream that is in memory: read from the front, filled at the back.
-class StreamWindow {
- public:
-  explicit StreamWindow(Unpacker& input);
-
-  // Fetches until `count` octets are here or the input ends, and gives those that are, at most `count`.
-  Octets fetch(std::size_t count);
-  void consume(std::size_t count) { begin_ += count; }
-  // Drops octets, fetched or not; how many there were to drop.
-  std::uint64_t skip(std::uint64_t count);
-
- private:
-  void makeRoom();
-  // Makes room and fetches what one read gives.
-  bool fill();
-
-  Unpacker& input_;
-  std::size_t capacity_;
-  std::unique_ptr<std::uint8_t[]> octets_;
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
 };
 
 class MrtReader {
  public:
   // Adds to the counts. Attributes that are malformed inside good records are the sink's to count.
-  MrtReader(Unpacker& input, MrtSink& sink, MrtCounts& counts)
-      : input_(input), window_(input), sink_(sink), counts_(counts) {}
+  MrtReader(Unpacker& input, MrtSink& sink, MrtCounts& counts, Progress& progress)
+      : input_(input), window_(input, 512 * 1024), sink_(sink), counts_(counts), progress_(progress) {}
 
   // Reads to the end.
   void read();
@@ -73,10 +49,11 @@ class MrtReader {
   void recordFault(const MrtHeader& header, const std::string& fault);
 
   Unpacker& input_;
-  StreamWindow window_;
+  Window window_;
   MrtSink& sink_;
   MrtRecord record_;
   MrtCounts& counts_;
+  Progress& progress_;
   std::uint64_t offset_ = 0;  // of the current record
 };
 

@@ -15,9 +15,8 @@ class Cursor {
   Octets rest() const { return rest_; }
 
   bool skip(std::size_t count) {
-    if (count > rest_.size()) return false;
-    rest_ = rest_.subspan(count);
-    return true;
+    Octets skipped;
+    return take(count, skipped);
   }
   bool take(std::size_t count, Octets& out) {
     if (count > rest_.size()) return false;
@@ -25,15 +24,14 @@ class Cursor {
     rest_ = rest_.subspan(count);
     return true;
   }
-  bool octet(std::uint32_t& out) { return number<1>(out); }
-  bool twoOctets(std::uint32_t& out) { return number<2>(out); }
+  bool octet(std::uint32_t& out) { return number(1, out); }
+  bool twoOctets(std::uint32_t& out) { return number(2, out); }
 
  private:
-  template <std::size_t count>
-  bool number(std::uint32_t& out) {
-    if (count > rest_.size()) return false;
-    out = static_cast<std::uint32_t>(bigEndian(rest_.first<count>()));
-    rest_ = rest_.subspan(count);
+  bool number(std::size_t count, std::uint32_t& out) {
+    Octets octets;
+    if (!take(count, octets)) return false;
+    out = static_cast<std::uint32_t>(bigEndian(octets));
     return true;
   }
 
@@ -164,8 +162,41 @@ bool isPlainPrefix(std::uint32_t afi, std::uint32_t safi) {
   return (afi == ipv4Family || afi == ipv6Family) && (safi == 1 || safi == 2);
 }
 
-std::string prefixTooLong(std::uint32_t bits, unsigned most) {
-  return "a prefix of " + std::to_string(bits) + " bits, expected at most " + std::to_string(most);
+struct Malformed {
+  std::string fault;
+};
+
+void need(bool there, const char* where) {
+  if (!there) throw Malformed{std::string("it ends inside ") + where + ", expected all of it"};
+}
+
+void needNoMore(const Cursor& body) {
+  if (body.left() == 0) return;
+  throw Malformed{"octets are left over at its end (" + std::to_string(body.left()) + "), expected none"};
+}
+
+void needBitsUpTo(unsigned most, std::uint32_t bits) {
+  if (bits <= most) return;
+  throw Malformed{"a prefix of " + std::to_string(bits) + " bits, expected at most " + std::to_string(most)};
+}
+
+void peerTable(Cursor& body, bool withPlaces) {
+  constexpr std::size_t place = 8;  // latitude and longitude (RFC 6397)
+  constexpr std::uint32_t ipv6Peer = 1;
+  constexpr std::uint32_t fourOctetAsPeer = 2;
+  std::uint32_t nameLength = 0;
+  std::uint32_t count = 0;
+  need(body.skip(4) && body.twoOctets(nameLength) && body.skip(nameLength + (withPlaces ? place : 0)) &&
+           body.twoOctets(count),
+       "its peer table's header");
+  for (; count != 0; --count) {
+    std::uint32_t type = 0;
+    need(body.octet(type), "a peer");
+    const std::size_t address = (type & ipv6Peer) != 0 ? 16 : 4;
+    const std::size_t as = (type & fourOctetAsPeer) != 0 ? 4 : 2;
+    need(body.skip(4 + address + as + (withPlaces ? place : 0)), "a peer");
+  }
+  needNoMore(body);
 }
 
 }  // namespace
@@ -192,157 +223,119 @@ std::uint64_t MrtRecord::largestBody(const MrtHeader& header) {
 MrtRecord::Verdict MrtRecord::bodyIs(const MrtHeader& header, Octets body) {
   paths_ = 0;
   attributes_.clear();
-  if (!read(header, body)) return Verdict::malformed;
+  try {
+    read(header, Cursor(body));
+  } catch (Malformed& malformed) {
+    fault_ = std::move(malformed.fault);
+    return Verdict::malformed;
+  }
   return paths_ == 0 ? Verdict::silent : Verdict::paths;
 }
 
-bool MrtRecord::read(const MrtHeader& header, Octets octets) {
-  Cursor body(octets);
+void MrtRecord::read(const MrtHeader& header, Cursor body) {
   if (header.type == tableDumpV2) return tableDump(header.subtype, body);
   constexpr std::size_t microseconds = 4;
-  if (header.type == bgp4mpEt && !body.skip(microseconds)) return cutOff("its microseconds");
-  return bgp4mp(header.subtype, body);
+  if (header.type == bgp4mpEt) need(body.skip(microseconds), "its microseconds");
+  bgp4mp(header.subtype, body);
 }
 
-bool MrtRecord::tableDump(std::uint16_t subtype, Cursor& body) {
+void MrtRecord::tableDump(std::uint16_t subtype, Cursor& body) {
   const auto& [form, pathIds, mostBits] = tableDumpLayouts[subtype];
   if (form == TableDumpLayout::rib) return rib(body, mostBits, pathIds);
   if (form == TableDumpLayout::genericRib) return genericRib(body, pathIds);
-  return peerTable(body, form == TableDumpLayout::peersWithPlaces);
+  peerTable(body, form == TableDumpLayout::peersWithPlaces);
 }
 
-bool MrtRecord::peerTable(Cursor& body, bool withPlaces) {
-  constexpr std::size_t place = 8;  // latitude and longitude (RFC 6397)
-  constexpr std::uint32_t ipv6Peer = 1;
-  constexpr std::uint32_t fourOctetAsPeer = 2;
-  std::uint32_t nameLength;
-  std::uint32_t count;
-  if (!body.skip(4) || !body.twoOctets(nameLength) || !body.skip(nameLength + (withPlaces ? place : 0)) ||
-      !body.twoOctets(count)) {
-    return cutOff("its peer table's header");
-  }
-  for (; count != 0; --count) {
-    std::uint32_t type;
-    if (!body.octet(type)) return cutOff("a peer");
-    const std::size_t address = (type & ipv6Peer) != 0 ? 16 : 4;
-    const std::size_t as = (type & fourOctetAsPeer) != 0 ? 4 : 2;
-    if (!body.skip(4 + address + as + (withPlaces ? place : 0))) return cutOff("a peer");
-  }
-  return fullyRead(body);
-}
-
-bool MrtRecord::rib(Cursor& body, unsigned mostBits, bool pathIds) {
+void MrtRecord::rib(Cursor& body, unsigned mostBits, bool pathIds) {
   constexpr std::size_t sequence = 4;
-  std::uint32_t bits;
-  if (!body.skip(sequence) || !body.octet(bits)) return cutOff("its RIB header");
-  if (bits > mostBits) return malformed(prefixTooLong(bits, mostBits));
-  if (!body.skip(octetsOfBits(bits))) return cutOff("its prefix");
-  return ribEntries(body, pathIds);
+  std::uint32_t bits = 0;
+  need(body.skip(sequence) && body.octet(bits), "its RIB header");
+  needBitsUpTo(mostBits, bits);
+  need(body.skip(octetsOfBits(bits)), "its prefix");
+  ribEntries(body, pathIds);
 }
 
-bool MrtRecord::genericRib(Cursor& body, bool addPath) {
-  std::uint32_t afi;
-  std::uint32_t safi;
-  if (!body.skip(4) || !body.twoOctets(afi) || !body.octet(safi)) return cutOff("its RIB header");
+void MrtRecord::genericRib(Cursor& body, bool addPath) {
+  std::uint32_t afi = 0;
+  std::uint32_t safi = 0;
+  need(body.skip(4) && body.twoOctets(afi) && body.octet(safi), "its RIB header");
   for (const GenericReading& reading : genericReadings) {
     Cursor at = body;
     std::uint32_t bits = 0;
     if ((reading.idInNlri || reading.idInEntries) != addPath || (reading.idInNlri && !at.skip(4))) continue;
     if (!(reading.prefix ? skipPrefix(at, bits) : skipOctetCounted(at, safi))) continue;
     if (!entriesFit(at, reading.idInEntries)) continue;
-    const unsigned mostBits = afi == ipv4Family ? ipv4Bits : ipv6Bits;
-    if (isPlainPrefix(afi, safi) && bits > mostBits) return malformed(prefixTooLong(bits, mostBits));
+    if (isPlainPrefix(afi, safi)) needBitsUpTo(afi == ipv4Family ? ipv4Bits : ipv6Bits, bits);
     return ribEntries(at, reading.idInEntries);
   }
-  return malformed("its NLRI and RIB entries do not end where the record does, expected them to");
+  throw Malformed{"its NLRI and RIB entries do not end where the record does, expected them to"};
 }
 
-bool MrtRecord::ribEntries(Cursor& body, bool pathIds) {
-  std::uint32_t count;
-  if (!body.twoOctets(count)) return cutOff("its RIB header");
+void MrtRecord::ribEntries(Cursor& body, bool pathIds) {
+  std::uint32_t count = 0;
+  need(body.twoOctets(count), "its RIB header");
   for (; count != 0; --count) {
     Octets attributes;
-    if (!takeEntry(body, pathIds, attributes)) return cutOff("a RIB entry");
-    if (!attributesOf(attributes)) return false;
+    need(takeEntry(body, pathIds, attributes), "a RIB entry");
+    attributesOf(attributes);
     ++paths_;
   }
-  return fullyRead(body);
+  needNoMore(body);
 }
 
-bool MrtRecord::bgp4mp(std::uint16_t subtype, Cursor& body) {
+void MrtRecord::bgp4mp(std::uint16_t subtype, Cursor& body) {
   const Bgp4mpLayout& layout = bgp4mpLayouts[subtype];
   constexpr std::size_t interfaceIndex = 2;
-  std::uint32_t family;
-  if (!body.skip((layout.fourOctetAs ? 8 : 4) + interfaceIndex) || !body.twoOctets(family)) return cutOff("its header");
-  if (family != ipv4Family && family != ipv6Family) {
-    return malformed("address family " + std::to_string(family) + ", expected 1 or 2");
-  }
-  if (!body.skip(family == ipv4Family ? 8 : 32)) return cutOff("its addresses");
-  if (!layout.stateChange) return bgpMessage(body);
   constexpr std::size_t states = 4;
-  return body.skip(states) ? fullyRead(body) : cutOff("its states");
+  std::uint32_t family = 0;
+  need(body.skip((layout.fourOctetAs ? 8 : 4) + interfaceIndex) && body.twoOctets(family), "its header");
+  if (family != ipv4Family && family != ipv6Family) {
+    throw Malformed{"address family " + std::to_string(family) + ", expected 1 or 2"};
+  }
+  need(body.skip(family == ipv4Family ? 8 : 32), "its addresses");
+  if (!layout.stateChange) return bgpMessage(body);
+  need(body.skip(states), "its states");
+  needNoMore(body);
 }
 
-bool MrtRecord::bgpMessage(Cursor& body) {
+void MrtRecord::bgpMessage(Cursor& body) {
   constexpr std::size_t marker = 16;
   constexpr std::uint32_t updateType = 2;
   const std::size_t size = body.left();
-  std::uint32_t length;
-  std::uint32_t type;
-  if (!body.skip(marker) || !body.twoOctets(length) || !body.octet(type)) return cutOff("its BGP header");
+  std::uint32_t length = 0;
+  std::uint32_t type = 0;
+  need(body.skip(marker) && body.twoOctets(length) && body.octet(type), "its BGP header");
   if (length != size) {
-    return malformed("a BGP message that announces " + std::to_string(length) + " octets, expected the record's " +
-                     std::to_string(size));
+    throw Malformed{"a BGP message that announces " + std::to_string(length) + " octets, expected the record's " +
+                    std::to_string(size)};
   }
-  if (type != updateType) return true;
+  if (type != updateType) return;
   if (size < leastUpdate) {
-    return malformed("an UPDATE of " + std::to_string(size) + " octets, expected at least " +
-                     std::to_string(leastUpdate));
+    throw Malformed{"an UPDATE of " + std::to_string(size) + " octets, expected at least " +
+                    std::to_string(leastUpdate)};
   }
-  return update(body);
-}
-
-bool MrtRecord::update(Cursor& body) {
-  std::uint32_t length;
-  if (!body.twoOctets(length) || !body.skip(length) || !body.twoOctets(length)) return cutOff("its withdrawn routes");
+  need(body.twoOctets(length) && body.skip(length) && body.twoOctets(length), "its withdrawn routes");
   Octets block;
-  if (!body.take(length, block)) return cutOff("its path attributes");
-  if (block.empty()) return true;
-  if (!attributesOf(block)) return false;
-  ++paths_;
-  return true;
+  need(body.take(length, block), "its path attributes");
+  attributesOf(block);
+  if (!block.empty()) ++paths_;
 }
 
-bool MrtRecord::attributesOf(Octets block) {
+void MrtRecord::attributesOf(Octets block) {
   constexpr std::uint8_t extendedLength = 0x10;
   unsigned seen = 0;
   while (!block.empty()) {
     const std::size_t header = (block[0] & extendedLength) != 0 ? 4 : 3;
-    if (block.size() < header) return cutOff("a path attribute's header");
+    need(block.size() >= header, "a path attribute's header");
     const std::uint8_t code = block[1];
     const std::size_t length = header == 4 ? std::size_t{block[2]} << 8 | block[3] : block[2];
-    if (length > block.size() - header) return cutOff("a path attribute");
+    need(length <= block.size() - header, "a path attribute");
     if (const unsigned kind = kindOfCode[code]; kind < kindCount && (seen >> kind & 1) == 0) {
       seen |= 1U << kind;
       attributes_.push_back({paths_, kind, block.subspan(header, length)});
     }
     block = block.subspan(header + length);
   }
-  return true;
-}
-
-bool MrtRecord::malformed(std::string fault) {
-  fault_ = std::move(fault);
-  return false;
-}
-
-bool MrtRecord::cutOff(const char* where) {
-  return malformed(std::string("it ends inside ") + where + ", expected all of it");
-}
-
-bool MrtRecord::fullyRead(const Cursor& body) {
-  if (body.left() == 0) return true;
-  return malformed("octets are left over at its end (" + std::to_string(body.left()) + "), expected none");
 }
 
 }  // namespace VelBgpTool

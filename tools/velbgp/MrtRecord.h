@@ -51,20 +51,15 @@ class MrtRecord {
   const std::string& fault() const { return fault_; }
 
  private:
-  bool read(const MrtHeader& header, Octets body);
-  bool tableDump(std::uint16_t subtype, Cursor& body);
-  bool peerTable(Cursor& body, bool withPlaces);
-  bool rib(Cursor& body, unsigned mostBits, bool pathIds);
-  bool genericRib(Cursor& body, bool addPath);
-  bool ribEntries(Cursor& body, bool pathIds);
-  bool bgp4mp(std::uint16_t subtype, Cursor& body);
-  bool bgpMessage(Cursor& body);
-  bool update(Cursor& body);
-  bool attributesOf(Octets block);
-
-  bool malformed(std::string fault);
-  bool cutOff(const char* where);
-  bool fullyRead(const Cursor& body);
+  // These throw what is wrong with a malformed record.
+  void read(const MrtHeader& header, Cursor body);
+  void tableDump(std::uint16_t subtype, Cursor& body);
+  void rib(Cursor& body, unsigned mostBits, bool pathIds);
+  void genericRib(Cursor& body, bool addPath);
+  void ribEntries(Cursor& body, bool pathIds);
+  void bgp4mp(std::uint16_t subtype, Cursor& body);
+  void bgpMessage(Cursor& body);
+  void attributesOf(Octets block);
 
   std::uint32_t paths_ = 0;
   std::vector<CommunityAttribute> attributes_;

@@ -57,9 +57,8 @@ void printTop(const std::string& title, const std::vector<Use>& uses, Console& c
   const std::size_t digits = std::to_string(uses.front().count).size();
   for (const Use& use : uses) {
     const std::string count = std::to_string(use.count);
-    std::string line = std::string(digits - count.size(), ' ') + count + "  ";
-    const std::string marks = bar(use.count, uses.front().count, barWidth);
-    line += marks + std::string(barWidth - marks.size() + 2, ' ') + use.text;
+    std::string line = std::string(digits - count.size(), ' ') + count + "  " +
+                       bar(use.count, uses.front().count, barWidth) + "  " + use.text;
     // Cut only where a terminal would break the line; a file gets all of it.
     const std::size_t width = console.columns();
     if (width > 3 && line.size() > width) line.replace(width - 3, std::string::npos, "...");

@@ -1,5 +1,4 @@
-#include "tools/velbgp/PlainKinds.h"
-
+// The kinds "standard" and "large": communities that are plain numbers and have no classification.
 #include <charconv>
 #include <optional>
 
@@ -20,7 +19,7 @@ std::uint32_t read32(Octets octets) { return static_cast<std::uint32_t>(bigEndia
 
 // ---- Typed values
 
-// Decimal digits and nothing else, up to `most`. Of `asdot` numbers both halves of 16 bits, a dot between them.
+// Decimal digits and nothing else, up to `most`.
 std::optional<std::uint32_t> readNumber(std::string_view text, std::uint32_t most) {
   std::uint32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -28,28 +27,23 @@ std::optional<std::uint32_t> readNumber(std::string_view text, std::uint32_t mos
   return value;
 }
 
-std::optional<std::uint32_t> readAsdot(std::string_view text) {
-  const std::size_t dot = text.find('.');
-  if (dot == std::string_view::npos) return readNumber(text, UINT32_MAX);
-  const auto high = readNumber(text.substr(0, dot), 0xffff);
-  const auto low = readNumber(text.substr(dot + 1), 0xffff);
-  if (!high || !low) return std::nullopt;
-  return *high << 16 | *low;
-}
-
-// What stands before the first colon; the text goes on behind it. Without a colon all of it.
-std::string_view takeGroup(std::string_view& text) {
-  const std::string_view group = text.substr(0, text.find(':'));
+// What stands before the first separator; the text goes on behind it. Without one all of it.
+std::string_view takeGroup(std::string_view& text, char separator = ':') {
+  const std::string_view group = text.substr(0, text.find(separator));
   text.remove_prefix(std::min(group.size() + 1, text.size()));
   return group;
 }
 
-std::optional<std::uint32_t> readHalves(std::string_view text) {
-  const std::string_view first = takeGroup(text);
-  const auto high = readNumber(first, 0xffff);
+// Two numbers of 16 bits.
+std::optional<std::uint32_t> readHalves(std::string_view text, char separator) {
+  const auto high = readNumber(takeGroup(text, separator), 0xffff);
   const auto low = readNumber(text, 0xffff);
   if (!high || !low) return std::nullopt;
   return *high << 16 | *low;
+}
+
+std::optional<std::uint32_t> readAsdot(std::string_view text) {
+  return text.find('.') == text.npos ? readNumber(text, UINT32_MAX) : readHalves(text, '.');
 }
 
 // ---- The kinds
@@ -136,7 +130,7 @@ std::unique_ptr<Kind> makeLargeKind(Agent& agent) { return std::make_unique<List
 
 std::optional<std::string> readStandard(std::string_view text) {
   const auto named = CommList::wellKnownValue(text);
-  const auto value = named ? named : readHalves(text);
+  const auto value = named ? named : readHalves(text, ':');
   return value ? std::optional(StandardTraits::wire(*value)) : std::nullopt;
 }
 

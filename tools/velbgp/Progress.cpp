@@ -44,8 +44,7 @@ void Progress::draw(std::uint64_t done) {
   std::string line = "velbgp: " + source_ + "  ";
   if (whole_ != 0) {
     done = std::min(done, whole_);
-    const std::string marks = bar(done, whole_, barWidth);
-    line += "[" + marks + std::string(barWidth - marks.size(), ' ') + "] " + std::to_string(done * 100 / whole_) + "%";
+    line += "[" + bar(done, whole_, barWidth) + "] " + std::to_string(done * 100 / whole_) + "%";
   } else {
     line += std::to_string(done / 1'000'000) + " MB";
   }

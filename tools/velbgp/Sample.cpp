@@ -46,24 +46,18 @@ struct Route {
     }
     return wire;
   }
+  // Of the families that write it into the multiprotocol attribute.
   Wire nextHop(unsigned peer) const {
-    Wire wire;
-    switch (family) {
-      case Family::vpnIpv4:
-        return wire.u8(12).u64(0).u32(peerAddress(peer));
-      case Family::ipv4:
-        return wire.u8(4).u32(peerAddress(peer));
-      case Family::ipv6:
-        return wire.u8(16).u64(0x20010db800000000).u64(peer);
-    }
-    return wire;
+    if (family == Family::vpnIpv4) return Wire().u8(12).u64(0).u32(peerAddress(peer));
+    return Wire().u8(16).u64(0x20010db800000000).u64(peer);
   }
 };
 
 class SampleWriter {
  public:
   SampleWriter(const Options& options, Console& console)
-      : paths_(options.paths, options.seed),
+      : random_(options.seed),
+        lists_(sampleLists(options.paths, options.seed)),
         left_(options.paths),
         whole_(options.paths),
         console_(console),
@@ -80,8 +74,6 @@ class SampleWriter {
  private:
   static constexpr unsigned tableDump = 13;
   static constexpr unsigned bgp4mp = 16;
-
-  Random& random() { return paths_.random(); }
 
   void record(unsigned type, unsigned subtype, const Wire& body) {
     const auto time = static_cast<std::uint32_t>(startTime + written_ / 100);
@@ -104,7 +96,7 @@ class SampleWriter {
   }
 
   Route route() {
-    const std::uint32_t share = random().below(100);
+    const std::uint32_t share = random_.below(100);
     const auto family = share < 70 ? Route::Family::vpnIpv4 : share < 85 ? Route::Family::ipv4 : Route::Family::ipv6;
     return {family, static_cast<std::uint32_t>(written_)};
   }
@@ -115,21 +107,14 @@ class SampleWriter {
     constexpr unsigned ribIpv6 = 4;
     constexpr unsigned ribGeneric = 6;
     const Route to = route();
-    const auto count = std::min<std::uint64_t>(most, 1 + random().below(3));
+    const auto count = std::min<std::uint64_t>(most, 1 + random_.below(3));
     Wire body;
     body.u32(sequence_++);
     if (to.family == Route::Family::vpnIpv4) body.u16(to.afi()).u8(to.safi());
     body.text(to.nlri().view()).u16(count);
     for (std::uint64_t i = 0; i < count; ++i) {
-      const unsigned peer = random().below(peerCount);
-      // A table keeps of the multiprotocol attribute only the next hop.
-      Wire attributes = commonAttributes(peer);
-      if (to.family == Route::Family::ipv4) {
-        addNextHop(attributes, peer);
-      } else {
-        addAttribute(attributes, 0x80, 14, to.nextHop(peer));
-      }
-      addCommunities(attributes);
+      const unsigned peer = random_.below(peerCount);
+      const Wire attributes = pathAttributes(to, peer, to.nextHop(peer));
       body.u16(peer).u32(startTime).u16(attributes.size()).text(attributes.view());
     }
     const bool generic = to.family == Route::Family::vpnIpv4;
@@ -140,20 +125,12 @@ class SampleWriter {
   void writeUpdate() {
     constexpr unsigned messageAs4 = 4;
     const Route to = route();
-    const unsigned peer = random().below(peerCount);
-    Wire attributes = commonAttributes(peer);
-    const bool plain = to.family == Route::Family::ipv4;
-    if (plain) {
-      addNextHop(attributes, peer);
-    } else {
-      Wire reach;
-      reach.u16(to.afi()).u8(to.safi()).text(to.nextHop(peer).view()).u8(0).text(to.nlri().view());
-      addAttribute(attributes, 0x80, 14, reach);
-    }
-    addCommunities(attributes);
+    const unsigned peer = random_.below(peerCount);
+    const Wire reach = Wire().u16(to.afi()).u8(to.safi()).text(to.nextHop(peer).view()).u8(0).text(to.nlri().view());
+    const Wire attributes = pathAttributes(to, peer, reach);
     Wire update;
     update.u16(0).u16(attributes.size()).text(attributes.view());
-    if (plain) update.text(to.nlri().view());
+    if (to.family == Route::Family::ipv4) update.text(to.nlri().view());
     constexpr unsigned bgpHeader = 19;
     constexpr unsigned updateType = 2;
     Wire body;
@@ -163,36 +140,29 @@ class SampleWriter {
     --left_;
   }
 
-  // ORIGIN, AS_PATH with four-octet numbers, LOCAL_PREF.
-  Wire commonAttributes(unsigned peer) {
+  // ORIGIN, AS_PATH with four-octet numbers, LOCAL_PREF, the next hop or `reach`, the multiprotocol attribute, of which a
+  // table keeps only the next hop, and the communities.
+  Wire pathAttributes(const Route& to, unsigned peer, const Wire& reach) {
     constexpr unsigned sequence = 2;
-    const unsigned hops = 1 + random().below(3);
+    const unsigned hops = 1 + random_.below(3);
     Wire path;
     path.u8(sequence).u8(hops).u32(peerAs(peer));
-    for (unsigned hop = 1; hop < hops; ++hop) path.u32(64512 + random().below(200));
+    for (unsigned hop = 1; hop < hops; ++hop) path.u32(64512 + random_.below(200));
     Wire attributes;
     addAttribute(attributes, 0x40, 1, Wire().u8(0));
     addAttribute(attributes, 0x40, 2, path);
     addAttribute(attributes, 0x40, 5, Wire().u32(100));
+    if (to.family == Route::Family::ipv4) {
+      addAttribute(attributes, 0x40, 3, Wire().u32(peerAddress(peer)));
+    } else {
+      addAttribute(attributes, 0x80, 14, reach);
+    }
+    for (SampleLists& lists : lists_) {
+      Wire value;
+      for (const std::string& community : lists.next()) value.text(community);
+      if (value.size() != 0) addAttribute(attributes, 0xc0, lists.attribute(), value);
+    }
     return attributes;
-  }
-
-  static void addNextHop(Wire& attributes, unsigned peer) {
-    addAttribute(attributes, 0x40, 3, Wire().u32(peerAddress(peer)));
-  }
-
-  void addCommunities(Wire& attributes) {
-    const SampleCommunities& communities = paths_.next();
-    addCommunities(attributes, 8, communities.standard);
-    addCommunities(attributes, 16, communities.extended);
-    addCommunities(attributes, 25, communities.extendedIp6);
-    addCommunities(attributes, 32, communities.large);
-  }
-
-  static void addCommunities(Wire& attributes, unsigned code, const std::vector<std::string>& communities) {
-    Wire value;
-    for (const std::string& community : communities) value.text(community);
-    if (value.size() != 0) addAttribute(attributes, 0xc0, code, value);
   }
 
   static void addAttribute(Wire& attributes, unsigned flags, unsigned code, const Wire& value) {
@@ -205,7 +175,8 @@ class SampleWriter {
     attributes.text(value.view());
   }
 
-  SamplePaths paths_;
+  Random random_;  // for all but the communities
+  std::vector<SampleLists> lists_;
   std::uint64_t left_;
   std::uint64_t whole_;
   std::uint64_t written_ = 0;

@@ -149,46 +149,41 @@ std::uint32_t ZipfRanks::draw(Random& random) const {
                                     cumulative_.begin());
 }
 
-SampleLists::SampleLists(std::uint64_t paths, std::uint64_t seed, std::uint32_t percent, ValueOf valueOf)
-    : seed_(Random(seed).next()),
+SampleLists::SampleLists(unsigned attribute, std::uint64_t paths, std::uint64_t seed, std::uint32_t percent,
+                         ValueOf valueOf)
+    : attribute_(attribute),
+      seed_(Random(seed).next()),
       random_(seed),
       percent_(percent),
       valueOf_(valueOf),
       lists_(ranks(paths, 10, 20)),
       values_(ranks(paths, 20, 40)) {}
 
-void SampleLists::next(std::vector<std::string>& communities) {
-  communities.clear();
-  if (random_.percent(percent_)) makeList(lists_.draw(random_), communities);
+const std::vector<std::string>& SampleLists::next() {
+  communities_.clear();
+  if (random_.percent(percent_)) makeList(lists_.draw(random_));
+  return communities_;
 }
 
 // The list of a rank is always the same. Most senders sort, some do not.
-void SampleLists::makeList(std::uint32_t rank, std::vector<std::string>& communities) const {
+void SampleLists::makeList(std::uint32_t rank) {
   Random random(mixed(seed_, std::uint64_t{rank} << 1));
   const std::uint32_t length = listLength(random);
-  add(communities, valueOf_(seed_, values_.draw(random), true));
-  while (communities.size() < length) {
-    const std::size_t before = communities.size();
-    add(communities, valueOf_(seed_, values_.draw(random), false));
+  add(communities_, valueOf_(seed_, values_.draw(random), true));
+  while (communities_.size() < length) {
+    const std::size_t before = communities_.size();
+    add(communities_, valueOf_(seed_, values_.draw(random), false));
     // The popular values may all be in: then the list stays shorter.
-    if (communities.size() == before && random.percent(25)) break;
+    if (communities_.size() == before && random.percent(25)) break;
   }
-  if (random.percent(90)) std::sort(communities.begin(), communities.end());
+  if (random.percent(90)) std::sort(communities_.begin(), communities_.end());
 }
 
-SamplePaths::SamplePaths(std::uint64_t paths, std::uint64_t seed)
-    : random_(seed),
-      extended_(paths, seed, 97, extendedOctets),
-      extendedIp6_(paths, mixed(seed, 25), 6, extendedIp6Octets),
-      large_(paths, mixed(seed, 32), 35, largeOctets),
-      standard_(paths, mixed(seed, 8), 80, standardOctets) {}
-
-const SampleCommunities& SamplePaths::next() {
-  extended_.next(communities_.extended);
-  extendedIp6_.next(communities_.extendedIp6);
-  large_.next(communities_.large);
-  standard_.next(communities_.standard);
-  return communities_;
+std::vector<SampleLists> sampleLists(std::uint64_t paths, std::uint64_t seed) {
+  return {{8, paths, mixed(seed, 8), 80, standardOctets},
+          {16, paths, seed, 97, extendedOctets},
+          {25, paths, mixed(seed, 25), 6, extendedIp6Octets},
+          {32, paths, mixed(seed, 32), 35, largeOctets}};
 }
 
 }  // namespace VelBgpTool

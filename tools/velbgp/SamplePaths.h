@@ -34,14 +34,6 @@ class ZipfRanks {
   std::vector<std::uint64_t> cumulative_;
 };
 
-// The communities of one path, by attribute, each as its octets on the wire: 0 to 16 without repeats.
-struct SampleCommunities {
-  std::vector<std::string> extended;
-  std::vector<std::string> extendedIp6;
-  std::vector<std::string> large;
-  std::vector<std::string> standard;
-};
-
 // The communities of one attribute, path after path.
 class SampleLists {
  public:
@@ -50,37 +42,27 @@ class SampleLists {
 
   // `paths` is how many will be asked for: the number of distinct lists and values grows with it. `percent` of them
   // have such an attribute.
-  SampleLists(std::uint64_t paths, std::uint64_t seed, std::uint32_t percent, ValueOf valueOf);
+  SampleLists(unsigned attribute, std::uint64_t paths, std::uint64_t seed, std::uint32_t percent, ValueOf valueOf);
 
-  void next(std::vector<std::string>& communities);
+  // The attribute's code.
+  unsigned attribute() const { return attribute_; }
+  // The communities of one more path, each as its octets on the wire: 0 to 16 without repeats. Valid until the next.
+  const std::vector<std::string>& next();
 
  private:
-  void makeList(std::uint32_t rank, std::vector<std::string>& communities) const;
+  void makeList(std::uint32_t rank);
 
+  unsigned attribute_;
   std::uint64_t seed_;
   Random random_;
   std::uint32_t percent_;
   ValueOf valueOf_;
   ZipfRanks lists_;
   ZipfRanks values_;
+  std::vector<std::string> communities_;
 };
 
-class SamplePaths {
- public:
-  SamplePaths(std::uint64_t paths, std::uint64_t seed);
-
-  // The communities of one more path; valid until the next.
-  const SampleCommunities& next();
-  // For all else that differs from path to path.
-  Random& random() { return random_; }
-
- private:
-  Random random_;
-  SampleLists extended_;
-  SampleLists extendedIp6_;
-  SampleLists large_;
-  SampleLists standard_;
-  SampleCommunities communities_;
-};
+// Of all attributes that carry communities.
+std::vector<SampleLists> sampleLists(std::uint64_t paths, std::uint64_t seed);
 
 }  // namespace VelBgpTool

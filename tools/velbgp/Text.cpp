@@ -125,9 +125,9 @@ void printBlock(Console& console, const boost::json::object& object, unsigned in
 }
 
 std::string bar(std::uint64_t value, std::uint64_t largest, unsigned width) {
-  if (value == 0 || largest == 0) return {};
-  const double share = static_cast<double>(value) / static_cast<double>(largest);
-  return std::string(std::max(1U, static_cast<unsigned>(share * width + 0.5)), '#');
+  const double share = value == 0 ? 0 : static_cast<double>(value) / static_cast<double>(largest);
+  const std::size_t marks = std::max(value == 0 ? 0U : 1U, static_cast<unsigned>(share * width + 0.5));
+  return pad(std::string(marks, '#'), width);
 }
 
 std::string heading(const Console& console, std::string_view text) {

@@ -26,6 +26,8 @@ inline Octets octetsOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+inline std::string_view textOf(Octets octets) { return {reinterpret_cast<const char*>(octets.data()), octets.size()}; }
+
 // Lower-case hex digits, two an octet.
 std::string hexDigits(Octets octets);
 // The same behind "0x".
@@ -47,7 +49,8 @@ class Columns {
 // An object as lines "key  value", keys lined up, nested objects indented below their key.
 void printBlock(Console& console, const boost::json::object& object, unsigned indent);
 
-// A bar of at most `width` marks for `value` where `largest` fills it; anything above nothing shows one mark.
+// A bar of marks for `value`, filled up with spaces to `width` as `largest` fills it with marks; anything above nothing
+// shows one mark.
 std::string bar(std::uint64_t value, std::uint64_t largest, unsigned width);
 
 // Bold on a terminal that takes colour, else the text as it is.

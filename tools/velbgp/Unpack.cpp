@@ -1,12 +1,9 @@
 #include "tools/velbgp/Unpack.h"
 
 #include <bzlib.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -14,23 +11,13 @@ namespace VelBgpTool {
 
 namespace {
 
-constexpr std::size_t blockSize = 256 * 1024;
-
-using Input = std::span<const std::uint8_t>;
 using Output = std::span<std::uint8_t>;
 
-bool startsWith(Input octets, std::string_view magic) {
-  return octets.size() >= magic.size() && std::memcmp(octets.data(), magic.data(), magic.size()) == 0;
-}
-
-bool isGzip(Input octets) { return startsWith(octets, "\x1f\x8b"); }
-
 // A plain MRT file of one minute in April 2005 starts with BZh as well, so a first block is looked for behind it.
-bool isBzip2(Input octets) {
-  if (!startsWith(octets, "BZh") || octets.size() < 4 || octets[3] < '1' || octets[3] > '9') return false;
-  const Input rest = octets.subspan(4, std::min<std::size_t>(octets.size() - 4, 6));
-  const auto begins = [&](std::string_view magic) { return startsWith(rest, magic.substr(0, rest.size())); };
-  return begins("1AY&SY") || begins("\x17\x72\x45\x38\x50\x90");
+bool isBzip2(std::string_view text) {
+  if (!text.starts_with("BZh") || text.size() < 4 || text[3] < '1' || text[3] > '9') return false;
+  const std::string_view rest = text.substr(4, 6);
+  return std::string_view("1AY&SY").starts_with(rest) || std::string_view("\x17\x72\x45\x38\x50\x90").starts_with(rest);
 }
 constexpr std::size_t magicSize = 10;
 
@@ -38,7 +25,7 @@ constexpr std::size_t magicSize = 10;
 template <typename Stream>
 class StreamCodec : public Codec {
  public:
-  Step step(Input in, Output out) override {
+  Step step(Octets in, Output out) override {
     stream_.next_in = reinterpret_cast<decltype(stream_.next_in)>(const_cast<std::uint8_t*>(in.data()));
     stream_.avail_in = static_cast<unsigned>(in.size());
     stream_.next_out = reinterpret_cast<decltype(stream_.next_out)>(out.data());
@@ -49,6 +36,11 @@ class StreamCodec : public Codec {
 
  protected:
   virtual State unpack() = 0;
+  static State judged(int result, int end, int noMemory) {
+    if (result == noMemory) throw std::bad_alloc();
+    if (result == end) return State::memberEnd;
+    return result == 0 ? State::more : State::broken;
+  }
 
   Stream stream_{};
 };
@@ -64,9 +56,7 @@ class GzipCodec final : public StreamCodec<z_stream> {
  private:
   State unpack() override {
     const int result = inflate(&stream_, Z_NO_FLUSH);
-    if (result == Z_MEM_ERROR) throw std::bad_alloc();
-    if (result == Z_OK || result == Z_BUF_ERROR) return State::more;
-    return result == Z_STREAM_END ? State::memberEnd : State::broken;
+    return judged(result == Z_BUF_ERROR ? Z_OK : result, Z_STREAM_END, Z_MEM_ERROR);
   }
 };
 
@@ -78,72 +68,36 @@ class Bzip2Codec final : public StreamCodec<bz_stream> {
   ~Bzip2Codec() override { BZ2_bzDecompressEnd(&stream_); }
 
  private:
-  State unpack() override {
-    const int result = BZ2_bzDecompress(&stream_);
-    if (result == BZ_MEM_ERROR) throw std::bad_alloc();
-    if (result == BZ_OK) return State::more;
-    return result == BZ_STREAM_END ? State::memberEnd : State::broken;
-  }
+  State unpack() override { return judged(BZ2_bzDecompress(&stream_), BZ_STREAM_END, BZ_MEM_ERROR); }
 };
 
 }  // namespace
 
-BlockInput::BlockInput(int fd) : fd_(fd), block_(new std::uint8_t[blockSize]) {}
-
-Input BlockInput::peek(std::size_t least) {
-  while (end_ - begin_ < least) {
-    std::memmove(block_.get(), block_.get() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-    const std::size_t got = readFile(block_.get() + end_, blockSize - end_);
-    if (got == 0) break;
-    end_ += got;
-  }
-  return {block_.get() + begin_, end_ - begin_};
-}
-
-std::size_t BlockInput::read(std::uint8_t* to, std::size_t size) {
-  const std::size_t waiting = std::min(end_ - begin_, size);
-  if (waiting == 0) return readFile(to, size);
-  std::memcpy(to, block_.get() + begin_, waiting);
-  begin_ += waiting;
-  return waiting;
-}
-
-std::size_t BlockInput::readFile(std::uint8_t* to, std::size_t size) {
-  // A terminal's end of input is not asked for twice.
-  if (ended_ || size == 0) return 0;
-  ssize_t got;
-  do {
-    got = ::read(fd_, to, size);
-  } while (got < 0 && errno == EINTR);
-  ended_ = got <= 0;
-  if (got < 0) {
-    error_ = errno;
-    return 0;
-  }
-  taken_ += static_cast<std::uint64_t>(got);
-  return static_cast<std::size_t>(got);
-}
-
 std::size_t Unpacker::read(std::uint8_t* to, std::size_t size) {
-  if (form_ == Form::unknown) begin();
-  if (form_ == Form::plain) return input_.read(to, size);
+  if (form_ == Form::unknown) {
+    beginMember();
+    if (!codec_) form_ = Form::plain;
+  }
+  if (form_ == Form::plain) return readPlain({to, size});
   while (form_ == Form::compressed) {
     if (const std::size_t got = unpack({to, size}); got != 0) return got;
   }
   return 0;
 }
 
-void Unpacker::begin() {
-  beginMember();
-  if (!codec_) form_ = Form::plain;
+std::size_t Unpacker::readPlain(Output out) {
+  const Octets waiting = ahead_.peek(0);
+  if (waiting.empty()) return file_.read(out.data(), out.size());
+  const std::size_t count = std::min(waiting.size(), out.size());
+  std::copy_n(waiting.begin(), count, out.begin());
+  ahead_.consume(count);
+  return count;
 }
 
 void Unpacker::beginMember() {
-  const Input ahead = input_.peek(magicSize);
+  const std::string_view ahead = textOf(ahead_.peek(magicSize));
   codec_.reset();
-  if (isGzip(ahead)) {
+  if (ahead.starts_with("\x1f\x8b")) {
     codec_ = std::make_unique<GzipCodec>();
   } else if (isBzip2(ahead)) {
     codec_ = std::make_unique<Bzip2Codec>();
@@ -152,14 +106,14 @@ void Unpacker::beginMember() {
 }
 
 std::size_t Unpacker::unpack(Output out) {
-  const Input ahead = input_.peek(1);
+  const Octets ahead = ahead_.peek(1);
   const Codec::Step step = codec_->step(ahead, out);
-  input_.consume(step.consumed);
+  ahead_.consume(step.consumed);
   if (step.state == Codec::State::broken) {
     broken("the compressed data are damaged, expected to unpack them to their end");
   } else if (step.state == Codec::State::memberEnd) {
     beginMember();
-    if (!codec_ && !input_.peek(1).empty())
+    if (!codec_ && !ahead_.peek(1).empty())
       broken("octets follow the compressed data, expected another member or the end");
   } else if (step.produced == 0 && ahead.empty()) {
     broken("the compressed data end early, expected the end of their last member");
@@ -169,7 +123,7 @@ std::size_t Unpacker::unpack(Output out) {
 
 void Unpacker::broken(const std::string& why) {
   // A read that failed is the reason then, not the data.
-  if (input_.error() == 0) breakage_ = why;
+  if (file_.error() == 0) breakage_ = why;
   form_ = Form::ended;
 }
 
