@@ -1,7 +1,6 @@
 #include "Multipath/LinkBandwidth.h"
 
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -14,36 +13,8 @@ namespace {
 
 __extension__ using Unsigned128 = unsigned __int128;
 
-struct Unit {
-  double bits;  // above 1e21 the nearest double, but no float lies between that and the true power of ten
-  std::string_view name;
-};
-constexpr std::array<Unit, 11> units{{{1e0, " bps"},
-                                      {1e3, " Kbps"},
-                                      {1e6, " Mbps"},
-                                      {1e9, " Gbps"},
-                                      {1e12, " Tbps"},
-                                      {1e15, " Pbps"},
-                                      {1e18, " Ebps"},
-                                      {1e21, " Zbps"},
-                                      {1e24, " Ybps"},
-                                      {1e27, " Rbps"},
-                                      {1e30, " Qbps"}}};
-
-// A finite magnitude as significand times a power of two, in bits per second.
-struct Bits {
-  std::uint32_t significand;
-  int exponent;
-};
-
-constexpr Bits bitsOf(float octetsPerSecond) {
-  const std::uint32_t pattern = std::bit_cast<std::uint32_t>(octetsPerSecond);
-  const int stored = static_cast<int>(pattern >> 23 & 0xff);
-  const std::uint32_t fraction = pattern & 0x7f'ffff;
-  const int bitsPerOctet = 3;  // as a power of two
-  if (stored == 0) return {fraction, -149 + bitsPerOctet};
-  return {fraction | 0x80'0000, stored - 150 + bitsPerOctet};
-}
+// Of the units above bits per second, each a thousand of the one before.
+constexpr std::string_view prefixes = "KMGTPEZYRQ";
 
 constexpr Unsigned128 powerOfFive(unsigned exponent) {
   Unsigned128 power = 1;
@@ -60,16 +31,19 @@ constexpr std::uint64_t divideToNearestEven(Unsigned128 dividend, Unsigned128 di
 // The thousandths of a unit, which is the largest that the bits fill, or bits per second. One division, hence one
 // rounding, of numbers that 128 bits hold exactly. Below 1,000 bits the exponent of a 24-bit significand is at most
 // -14; from the second unit on it is at least -14 and at most 107, and the divisor is below 2^104.
-std::uint64_t thousandths(Bits bits, std::size_t unit) {
+std::uint64_t thousandths(double bits, std::size_t unit) {
+  int exponent;
+  const auto significand = static_cast<std::uint32_t>(std::frexp(bits, &exponent) * (1 << 24));
+  exponent -= 24;
   if (unit == 0) {
     // Not even half of a thousandth, and the divisor might not fit.
-    if (bits.exponent < -40) return 0;
-    return divideToNearestEven(Unsigned128(bits.significand) * 1000, Unsigned128(1) << -bits.exponent);
+    if (exponent < -40) return 0;
+    return divideToNearestEven(Unsigned128(significand) * 1000, Unsigned128(1) << -exponent);
   }
   const unsigned tens = static_cast<unsigned>(unit - 1) * 3;
-  const int twos = bits.exponent - static_cast<int>(tens);
-  return divideToNearestEven(Unsigned128(bits.significand) << (twos > 0 ? twos : 0), powerOfFive(tens)
-                                                                                         << (twos < 0 ? -twos : 0));
+  const int twos = exponent - static_cast<int>(tens);
+  return divideToNearestEven(Unsigned128(significand) << (twos > 0 ? twos : 0), powerOfFive(tens)
+                                                                                    << (twos < 0 ? -twos : 0));
 }
 
 void formatThousandths(Tyr::DynamicBufferInterface& buffer, std::uint64_t value) {
@@ -87,15 +61,18 @@ void formatPlain(Tyr::DynamicBufferInterface& buffer, float octetsPerSecond) {
   if (std::isinf(octetsPerSecond)) return buffer.append(octetsPerSecond < 0 ? "-inf" : "inf");
   const double bits = std::fabs(static_cast<double>(octetsPerSecond)) * 8;
   std::size_t unit = 0;
-  while (unit + 1 < units.size() && bits >= units[unit + 1].bits) ++unit;
-  std::uint64_t value = thousandths(bitsOf(octetsPerSecond), unit);
-  if (value == 1'000'000 && unit + 1 < units.size()) {
+  // Above 1e21 a limit is not exact, but no float lies between it and the true power of ten.
+  for (double limit = 1e3; unit < prefixes.size() && bits >= limit; limit *= 1e3) ++unit;
+  std::uint64_t value = thousandths(bits, unit);
+  if (value == 1'000'000 && unit < prefixes.size()) {
     value = 1000;
     ++unit;
   }
   if (octetsPerSecond < 0 && value != 0) buffer.append('-');
   formatThousandths(buffer, value);
-  buffer.append(units[unit].name);
+  buffer.append(' ');
+  if (unit > 0) buffer.append(prefixes[unit - 1]);
+  buffer.append("bps");
 }
 
 void formatWeight(Tyr::DynamicBufferInterface& buffer, float octetsPerSecond) {

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -23,20 +24,6 @@ constexpr std::size_t maxFileSize = 1 << 20;
 // What is wrong with a toggle file, for the warning.
 struct Problem : Tyr::Exception {
   using Exception::Exception;
-};
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  int number() const { return number_; }
-
- private:
-  int number_;
 };
 
 [[noreturn]] void failWithErrno(const char* operation) {
@@ -56,17 +43,18 @@ bool staysInside(const std::string& file) {
 // Nothing when there is no such file. Neither a FIFO nor a device may hold up the agent, so the file is opened without
 // waiting and looked at before it is read.
 std::optional<std::string> contents(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-  if (file.number() < 0) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  if (file < 0) {
     if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
     failWithErrno("cannot open");
   }
+  const std::unique_ptr<const int, void (*)(const int*)> closer(&file, [](const int* open) { ::close(*open); });
   struct stat status {};
-  if (::fstat(file.number(), &status) != 0) failWithErrno("cannot look at");
+  if (::fstat(file, &status) != 0) failWithErrno("cannot look at");
   if (!S_ISREG(status.st_mode)) throw Problem("not a regular file");
   std::string text;
   char block[4096];
-  while (const ssize_t count = ::read(file.number(), block, sizeof block)) {
+  while (const ssize_t count = ::read(file, block, sizeof block)) {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) failWithErrno("cannot read");
     text.append(block, static_cast<std::size_t>(count));

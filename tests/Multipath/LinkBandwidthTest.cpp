@@ -19,10 +19,6 @@ TEST(LinkBandwidth, Texts) {
   const std::pair<float, std::string> rows[] = {
       {125e6F, "1 Gbps (weight 125000000)"},
       {156250000, "1.25 Gbps (weight 156250000)"},
-      {0.1F, "0.8 bps (weight 0.1)"},
-      {124999992, "1 Gbps (weight 124999992)"},  // 999.9999 Mbps
-      {124999904, "999.999 Mbps (weight 124999904)"},
-      {125.1875F, "1.002 Kbps (weight 125.1875)"},  // a tie
       {Limits::max(), "2722258773.108 Qbps (weight 340282346638528859811704183484516925440)"},
       {Limits::denorm_min(), "0 bps (weight 0.000000000000000000000000000000000000000000001)"},
       {-0.0F, "0 bps (no weight)"},

@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -16,27 +17,19 @@ std::string textOf(Append&& append) {
   return buffer.str();
 }
 
-// clang-format off
 TEST(DynamicBuffer, numbers) {
-  const std::pair<std::uint64_t, const char*> decimals[] = {
-      {0, "0"}, {9, "9"}, {10, "10"}, {99, "99"}, {100, "100"}, {65535, "65535"}, {100000, "100000"},
-      {4294967295, "4294967295"}, {4294967296, "4294967296"}, {18446744073709551615u, "18446744073709551615"}};
-  for (const auto& [value, text] : decimals) {
-    EXPECT_EQ(textOf([v = value](auto& buffer) { buffer.appendDecimal(v); }), text);
+  for (std::uint64_t power = 1; power < 10'000'000'000'000'000'000u; power *= 10) {
+    for (const std::uint64_t value : {power - 1, power, ~power}) {
+      EXPECT_EQ(textOf([value](auto& buffer) { buffer.appendDecimal(value); }), std::to_string(value));
+    }
   }
-  const struct { std::uint64_t value; unsigned digits; const char* text; } hexes[] = {
-      {0xab, 2, "ab"}, {0x0b, 2, "0b"}, {0, 0, ""}, {0x1ab, 2, "1ab"}, {0x0002fde800000064, 16, "0002fde800000064"},
-      {~0ull, 18, "00ffffffffffffffff"}};
-  for (const auto& c : hexes) {
-    EXPECT_EQ(textOf([&c](auto& buffer) { buffer.appendHex(c.value, c.digits); }), c.text);
+  const std::tuple<std::uint64_t, unsigned, const char*> hexes[] = {
+      {0xab, 2, "ab"}, {0x0b, 2, "0b"}, {0, 0, ""}, {0x1ab, 2, "1ab"}, {~0ull, 18, "00ffffffffffffffff"}};
+  for (const auto& [value, digits, text] : hexes) {
+    EXPECT_EQ(textOf([v = value, d = digits](auto& buffer) { buffer.appendHex(v, d); }), text);
   }
-  const std::pair<std::uint32_t, const char*> quads[] = {
-      {0, "0.0.0.0"}, {0xffffffff, "255.255.255.255"}, {0xc0000201, "192.0.2.1"}, {0x0a640963, "10.100.9.99"}};
-  for (const auto& [address, text] : quads) {
-    EXPECT_EQ(textOf([a = address](auto& buffer) { buffer.appendDottedQuad(a); }), text);
-  }
+  EXPECT_EQ(textOf([](auto& buffer) { buffer.appendDottedQuad(0x0a640963); }), "10.100.9.99");
 }
-// clang-format on
 
 TEST(DynamicBuffer, floatIsWhatADefaultStreamPrints) {
   for (const double value :

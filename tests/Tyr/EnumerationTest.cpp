@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 #include "Tyr/Exception.h"
 
@@ -63,22 +64,23 @@ TEST(Enumeration, namesAndNumbersThatAreNone) {
 }
 
 TEST(Enumeration, readsAWholeNameFromASequence) {
-  const std::string text = "wellKnown,stop)stopper";
-  Tyr::StrepIterator it = text.data();
-  const Tyr::StrepIterator end = it + text.size();
-  Signal signal = Signal::go;
-  sequenceToValue(it, end, &signal);
-  EXPECT_EQ(signal, Signal::wellKnown);
-  EXPECT_EQ(*it, ',');
-  EXPECT_THROW(sequenceToValue(it, end, &signal), Tyr::BadNameException);  // no name at all
-  EXPECT_EQ(*it++, ',');
-  sequenceToValue(it, end, &signal);
-  EXPECT_EQ(signal, Signal::stop);
-  ++it;
-  signal = Signal::go;
-  EXPECT_THROW(sequenceToValue(it, end, &signal), Tyr::BadNameException);  // only begins like a name
-  EXPECT_EQ(signal, Signal::go);
-  EXPECT_EQ(std::string(it, end), "stopper");
+  const std::tuple<std::string, Signal, const char*> rows[] = {
+      {"wellKnown,stop", Signal::wellKnown, ",stop"},
+      {"stop", Signal::stop, ""},
+      {",go", Signal::unknown, ",go"},
+      {"stopper", Signal::unknown, "stopper"}};  // a name alone, none, what only begins like one
+  for (const auto& [text, expected, rest] : rows) {
+    Tyr::StrepIterator it = text.data();
+    Signal signal = Signal::unknown;
+    const auto read = [&, end = it + text.size()] { sequenceToValue(it, end, &signal); };
+    if (expected == Signal::unknown) {
+      EXPECT_THROW(read(), Tyr::BadNameException);
+    } else {
+      read();
+    }
+    EXPECT_EQ(signal, expected);
+    EXPECT_STREQ(it, rest);
+  }
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "Tyr/FwkType.h"
-
 namespace {
 
 class Rule final : public Tyr::PtrInterface {
@@ -49,10 +47,5 @@ TEST_P(PtrInterface, livesAsLongAsItsPointers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(SingleAndMultiThreaded, PtrInterface, testing::Bool());
-
-TEST(FwkType, unqualifiedName) {
-  EXPECT_EQ(Tyr::FwkType{"Routing::Bgp::ExtCommColor"}.unqualifiedName(), "ExtCommColor");
-  EXPECT_EQ(Tyr::FwkType{"Plain"}.unqualifiedName(), "Plain");
-}
 
 }  // namespace

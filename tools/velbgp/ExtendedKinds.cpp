@@ -35,12 +35,7 @@ constexpr NamedSerialization serializations[] = {
 };
 
 // The octets of value that an attribute announces in its header, and those that it carries.
-struct AttributeSize {
-  std::size_t announced;
-  std::size_t carried;
-};
-
-AttributeSize sizeOf(Octets attribute) {
+std::pair<std::size_t, std::size_t> sizesOf(Octets attribute) {
   constexpr std::uint8_t extendedLength = 0x10;
   if (attribute.empty()) return {0, 0};
   const std::size_t header = (attribute[0] & extendedLength) != 0 ? 4 : 3;
@@ -66,9 +61,9 @@ boost::json::object serialized(const ExtCommList& list, std::vector<std::string>
     const std::string attribute = list.serialize(
         ExtCommList::serialization(way.includeNonTransitive, way.includeLinkBandwidth, way.includeOriginAsValidity));
     out[way.name] = hexDigits(octetsOf(attribute));
-    if (const AttributeSize size = sizeOf(octetsOf(attribute)); size.announced != size.carried) {
-      notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(size.announced) +
-                      " octets but carries " + std::to_string(size.carried) + ": " + remedy(list, way));
+    if (const auto [announced, carried] = sizesOf(octetsOf(attribute)); announced != carried) {
+      notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(announced) +
+                      " octets but carries " + std::to_string(carried) + ": " + remedy(list, way));
     }
   }
   return out;

@@ -5,14 +5,6 @@
 
 namespace VelBgpTool {
 
-namespace {
-
-std::string named(const MrtHeader& header) {
-  return "record of type " + std::to_string(header.type) + ", subtype " + std::to_string(header.subtype) + ": ";
-}
-
-}  // namespace
-
 void MrtReader::read() {
   while (readRecord()) {
   }
@@ -50,15 +42,9 @@ bool MrtReader::readBody(const MrtHeader& header) {
 }
 
 void MrtReader::bodyIs(const MrtHeader& header, Octets body) {
-  switch (record_.bodyIs(header, body)) {
-    case MrtRecord::Verdict::silent:
-      return;
-    case MrtRecord::Verdict::malformed:
-      return recordFault(header, record_.fault());
-    case MrtRecord::Verdict::paths:
-      counts_.paths += record_.paths();
-      return sink_.recordIs(record_, offset_);
-  }
+  if (!record_.bodyIs(header, body)) return recordFault(header, record_.fault());
+  counts_.paths += record_.paths();
+  if (record_.paths() != 0) sink_.recordIs(record_, offset_);
 }
 
 // Drops a body: for a fault, or to skip the record.
@@ -87,7 +73,8 @@ bool MrtReader::endedInside(const std::string& where) {
 
 void MrtReader::recordFault(const MrtHeader& header, const std::string& fault) {
   ++counts_.malformed;
-  sink_.faultIs(offset_, named(header) + fault);
+  sink_.faultIs(offset_, "record of type " + std::to_string(header.type) + ", subtype " +
+                             std::to_string(header.subtype) + ": " + fault);
 }
 
 }  // namespace VelBgpTool

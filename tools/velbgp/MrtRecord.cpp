@@ -220,16 +220,16 @@ std::uint64_t MrtRecord::largestBody(const MrtHeader& header) {
   return header.type == tableDumpV2 ? UINT32_MAX : largestMessage;
 }
 
-MrtRecord::Verdict MrtRecord::bodyIs(const MrtHeader& header, Octets body) {
+bool MrtRecord::bodyIs(const MrtHeader& header, Octets body) {
   paths_ = 0;
   attributes_.clear();
   try {
     read(header, Cursor(body));
+    return true;
   } catch (Malformed& malformed) {
     fault_ = std::move(malformed.fault);
-    return Verdict::malformed;
+    return false;
   }
-  return paths_ == 0 ? Verdict::silent : Verdict::paths;
 }
 
 void MrtRecord::read(const MrtHeader& header, Cursor body) {

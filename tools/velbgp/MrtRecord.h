@@ -34,15 +34,13 @@ class Cursor;
 
 class MrtRecord {
  public:
-  enum class Verdict { silent, paths, malformed };
-
   // Whether records of this type and subtype are read at all; others are skipped.
   static bool reads(const MrtHeader& header);
   // The largest body that such a record can have and be well formed.
   static std::uint64_t largestBody(const MrtHeader& header);
 
-  // Reads a body of a type that is read. All below is of the body read last and points into it.
-  Verdict bodyIs(const MrtHeader& header, Octets body);
+  // Reads a body of a type that is read; false if it is malformed. All below is of the body read last and points into it.
+  bool bodyIs(const MrtHeader& header, Octets body);
 
   std::uint32_t paths() const { return paths_; }
   // Path by path, each path's in the order in which they stand.

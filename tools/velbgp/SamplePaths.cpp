@@ -4,6 +4,7 @@
 #include <bit>
 #include <utility>
 
+#include "tools/velbgp/Text.h"
 #include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
@@ -119,8 +120,7 @@ std::uint32_t listLength(Random& random) {
 // A path has one bandwidth and one validation state at most, and no value twice.
 void add(std::vector<std::string>& communities, std::string value) {
   constexpr std::size_t header = 2;
-  const std::uint64_t type =
-      std::uint64_t{static_cast<std::uint8_t>(value[0])} << 8 | static_cast<std::uint8_t>(value[1]);
+  const std::uint64_t type = bigEndian(octetsOf(value).first<header>());
   const bool single =
       value.size() == sizeof(std::uint64_t) && (type == linkBandwidthHeader || type == validationStateHeader);
   const bool refused = std::any_of(communities.begin(), communities.end(), [&](const std::string& present) {
