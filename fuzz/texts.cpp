@@ -1,0 +1,166 @@
+// Any text through every reader of texts: what is read is printed, and what is printed reads as the same again. A
+// reader that takes nothing leaves its place as it was.
+#include <arpa/inet.h>
+
+#include <optional>
+#include <string>
+
+#include "Addr/Ip4Addr.h"
+#include "Addr/Ip6Addr.h"
+#include "Tyr/Exception.h"
+#include "Tyr/Strep.h"
+#include "VelBgp/BgpPathAttributeEnums.h"
+#include "VelBgp/CommList.h"
+#include "VelBgp/ExtCommIp6.h"
+#include "VelBgp/LargeCommList.h"
+#include "VelBgp/Parse/ExtCommRuleCollections.h"
+#include "VelBgp/Parse/ExtCommTunnelEncap.h"
+#include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/VelBgpCommunityList.h"
+#include "VelBgp/VelBgpMiscTypes.h"
+#include "fuzz/Fuzz.h"
+#include "tools/velbgp/Kind.h"
+#include "tools/velbgp/Lines.h"
+
+namespace VelBgpFuzz {
+
+namespace {
+
+using namespace Routing::Bgp;
+using Tyr::StrepIterator;
+
+// `read(it, end)` takes a value from the front of the text, `print` gives its text.
+template <typename Read, typename Print>
+void readable(std::string_view text, Read&& read, Print&& print) {
+  StrepIterator it = text.data();
+  const StrepIterator end = it + text.size();
+  std::optional<decltype(read(it, end))> value;
+  if (!done<Tyr::Exception>([&] { value.emplace(read(it, end)); })) {
+    TYR_ASSERT(it == text.data());
+    return;
+  }
+  TYR_ASSERT(it > text.data() && it <= end);
+  const std::string printed = print(*value);
+  TYR_ASSERT(Tyr::readWhole(printed, read) == *value);
+}
+
+template <typename Value>
+void valueReadable(std::string_view text) {
+  readable(
+      text, [](auto& it, const auto& end) { return Value(it, end); }, [](auto& v) { return valueToStrep(v); });
+}
+
+template <typename Value>
+void sequenceReadable(std::string_view text) {
+  readable(
+      text,
+      [](auto& it, const auto& end) {
+        Value value{};
+        sequenceToValue(it, end, &value);
+        return value;
+      },
+      [](auto& v) { return valueToStrep(v); });
+}
+
+void piecesReadable(std::string_view text) {
+  readable(text, Tyr::readBool, Tyr::valueToStrep<bool>);
+  readable(text, Tyr::readPointer, Tyr::pointerToStrep);
+  readable(text, Tyr::readHex64, [](std::uint64_t value) { return valueToStrep(RouteTarget{value}); });
+  readable(text, Tyr::readIdentifier, [](std::string_view name) { return std::string(name); });
+  for (const std::uint64_t max : {std::uint64_t{0xff}, UINT64_MAX}) {
+    readable(
+        text, [=](auto& it, const auto& end) { return Tyr::readUnsigned(it, end, max); },
+        [](std::uint64_t value) { return std::to_string(value); });
+  }
+}
+
+void enumerationsReadable(std::string_view text) {
+#define TYR_ENUM_BEGIN(E, Underlying)
+#define TYR_ENUM_CLASS_BEGIN(E, Underlying)
+#define TYR_ENUM_WIRE(E, name, number)
+#define TYR_ENUM_WIRE_TEXT(E, name, number, text)
+#define TYR_ENUM_OTHER(E, name, number)
+#define TYR_ENUM_OTHER_TEXT(E, name, number, text)
+#define TYR_ENUM_END(E)      \
+  sequenceReadable<E>(text); \
+  done<Tyr::BadNameException>([&] { TYR_ASSERT(stringValue(E##Instance(std::string(text))) == text); });
+#include "VelBgp/BgpCommunityValue.def"
+#include "VelBgp/BgpPathAttributeEnums.def"
+#include "VelBgp/ExtCommClassification.def"
+#include "VelBgp/Parse/ExtCommTunnelType.def"
+#include "VelBgp/VelBgpCommunityPacketTypes.def"
+}
+
+// The host's functions say what an address is.
+template <typename Address, typename HostAddress>
+void addressReadable(std::string_view text, int family) {
+  HostAddress host{};
+  const bool expected =
+      text.find('\0') == std::string_view::npos && ::inet_pton(family, std::string(text).c_str(), &host) == 1;
+  const bool taken = done<Tyr::ParseException>([&] {
+    const Address address(text);
+    char printed[INET6_ADDRSTRLEN];
+    TYR_ASSERT(address.toStrep() == ::inet_ntop(family, &host, printed, sizeof printed));
+    TYR_ASSERT(Address(address.toStrep()) == address);
+  });
+  TYR_ASSERT(taken == expected);
+}
+
+std::uint32_t word(Octets octets) { return Input(octets).number<std::uint32_t>(); }
+
+// The texts of a typed value, as the library prints it.
+std::string printed(const VelBgpTool::TypedValue& value) {
+  const Octets wire = value.wire();
+  if (wire.size() == 4) return CommList::getStringValue(word(wire));
+  if (wire.size() == 12)
+    return LargeCommList::getStringValue({word(wire), word(wire.subspan(4)), word(wire.subspan(8))});
+  return VelBgpTool::hexValue(wire);
+}
+
+void typedReadable(std::string_view text) {
+  std::string problem;
+  const auto value = VelBgpTool::parseValue(text, problem);
+  TYR_ASSERT(value.has_value() == problem.empty());
+  if (!value) return;
+  for (const std::string& again : {printed(*value), VelBgpTool::hexValue(value->wire())}) {
+    const auto same = VelBgpTool::parseValue(again, problem);
+    TYR_ASSERT(same && same->kind == value->kind && same->octets == value->octets);
+  }
+}
+
+void wordsReadable(std::string_view text) {
+  std::string joined;
+  const auto words = VelBgpTool::words(text);
+  for (const std::string_view word : words) {
+    TYR_ASSERT(!word.empty() && VelBgpTool::trimmed(word) == word);
+    joined.append(joined.empty() ? 0 : 1, ' ').append(word);
+  }
+  TYR_ASSERT(VelBgpTool::words(joined).size() == words.size());
+  const std::string escaped = VelBgpTool::escaped(text);
+  TYR_ASSERT(VelBgpTool::escaped(escaped) == escaped);
+}
+
+}  // namespace
+
+void oneInput(Input& input) {
+  const std::string_view text = textOf(input.rest());
+  piecesReadable(text);
+  enumerationsReadable(text);
+  valueReadable<ExtComm::StrepFormat>(text);
+  valueReadable<ExtCommIp6::StrepFormat>(text);
+  valueReadable<ExtCommList::CommVectorAttrs>(text);
+  valueReadable<ExtCommList::Serialization>(text);
+  valueReadable<ExtCommClassificationList::CommVectorAttrs>(text);
+  valueReadable<ExtCommIp6Content>(text);
+  valueReadable<RouteTargetPrefix>(text);
+  valueReadable<BgpDenseU32Attr>(text);
+  valueReadable<BgpParseExtCommSubTypeTransOpaqueRuleKey>(text);
+  sequenceReadable<BgpExtCommPktSubtype>(text);
+  sequenceReadable<BgpUpdateMsgAttributeFlags>(text);
+  addressReadable<Routing::Addr::Ip4Addr, in_addr>(text, AF_INET);
+  addressReadable<Routing::Addr::Ip6Addr, in6_addr>(text, AF_INET6);
+  typedReadable(text);
+  wordsReadable(text);
+}
+
+}  // namespace VelBgpFuzz
