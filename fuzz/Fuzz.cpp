@@ -10,29 +10,27 @@
 namespace VelBgpFuzz {
 
 MemoryFile::MemoryFile(Octets octets) : fd_(::memfd_create("fuzz", MFD_CLOEXEC)) {
-  TYR_ASSERT(fd_ >= 0 && ::pwrite(fd_, octets.data(), octets.size(), 0) == static_cast<ssize_t>(octets.size()));
+  TYR_ASSERT(::pwrite(fd_, octets.data(), octets.size(), 0) == static_cast<ssize_t>(octets.size()));
 }
-
 MemoryFile::~MemoryFile() { ::close(fd_); }
 
-Folder::Folder() {
-  std::string pattern = std::filesystem::temp_directory_path() / "fuzzXXXXXX";
-  TYR_ASSERT(::mkdtemp(pattern.data()) != nullptr);
-  path_ = pattern;
+const std::filesystem::path& folder() {
+  struct Folder {
+    Folder() : path(std::filesystem::temp_directory_path() / ("fuzz" + std::to_string(::getpid()))) {
+      std::filesystem::create_directory(path);
+    }
+    ~Folder() { std::filesystem::remove_all(path); }
+    const std::filesystem::path path;
+  };
+  static const Folder folder;
+  return folder.path;
 }
 
-Folder::~Folder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+void writeFile(const std::filesystem::path& file, std::string_view octets) {
+  TYR_ASSERT((std::ofstream(file, std::ios::binary) << octets).flush().good());
 }
 
-void written(const std::filesystem::path& file, Octets octets) {
-  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
-  stream << textOf(octets);
-  TYR_ASSERT(stream.flush().good());
-}
-
-std::string contents(const std::filesystem::path& file) {
+std::string readFile(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
 }
@@ -40,7 +38,6 @@ std::string contents(const std::filesystem::path& file) {
 }  // namespace VelBgpFuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  VelBgpFuzz::Input input({data, size});
-  VelBgpFuzz::oneInput(input);
+  VelBgpFuzz::oneInput(VelBgpFuzz::Input({data, size}));
   return 0;
 }

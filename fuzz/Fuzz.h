@@ -1,15 +1,15 @@
-// What the fuzzers share. Each is one source that defines oneInput() and asserts (TYR_ASSERT) what must hold for any
-// input; an exception that leaves it is a finding too.
+// What the fuzzers share. Each is one source that defines oneInput() and asserts (TYR_ASSERT) what holds for any input;
+// an exception that leaves it is a finding too.
 #pragma once
 
 #include <algorithm>
 #include <concepts>
-#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Tyr/Assert.h"
 
@@ -34,9 +34,8 @@ class Input {
     return taken;
   }
   Octets rest() { return take(rest_.size()); }
-  // In network order.
   template <std::unsigned_integral Number>
-  Number number() {
+  Number number() {  // in network order
     Number value = 0;
     for (const std::uint8_t octet : take(sizeof value)) value = static_cast<Number>(value << 8 | octet);
     return value;
@@ -47,7 +46,7 @@ class Input {
   Octets rest_;
 };
 
-void oneInput(Input& input);
+void oneInput(Input input);
 
 // A file in memory with these octets, to be read from its start.
 class MemoryFile {
@@ -62,23 +61,12 @@ class MemoryFile {
   int fd_;
 };
 
-// A folder of this process's own under $TMPDIR, which should be in memory. A fuzzer that dies leaves it behind.
-class Folder {
- public:
-  Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  ~Folder();
-  const std::filesystem::path& path() const { return path_; }
+// A folder of this process's own under $TMPDIR, best in memory. A fuzzer that dies leaves it behind.
+const std::filesystem::path& folder();
+void writeFile(const std::filesystem::path& file, std::string_view octets);
+std::string readFile(const std::filesystem::path& file);
 
- private:
-  std::filesystem::path path_;
-};
-
-void written(const std::filesystem::path& file, Octets octets);
-std::string contents(const std::filesystem::path& file);
-
-// Whether it went through. `Failure` is what may be thrown; anything else is a finding.
+// Whether it went through. `Failure` is what may be thrown.
 template <typename Failure, typename Body>
 bool done(Body&& body) {
   try {

@@ -2,42 +2,32 @@
 // paths under any key. An input is a row of records, each: its type, how many octets, octets. With bit 0x80 of the type
 // set they stand for references, each a record's place; with 0x40 they do after one octet that stands for itself.
 #include <functional>
-#include <vector>
 
 #include "Store/StoreManager.h"
 #include "Store/WriteBatch.h"
 #include "VelBgp/CommListSnapshot.h"
-#include "VelBgp/ExtCommIp6List.h"
 #include "VelBgp/ListPublisher.h"
 #include "VelBgp/StashImpl.h"
-#include "VelBgp/VelBgpCommunityList.h"
-#include "fuzz/Fuzz.h"
-#include "tools/velbgp/Agent.h"
+#include "fuzz/Agent.h"
 
 namespace VelBgpFuzz {
 
 namespace {
 
-using namespace Routing::Bgp;
 using Routing::Store::Reference;
 using Routing::Store::StoreException;
 using Routing::Store::StoreManager;
 using Routing::Store::WriteBatch;
 
-using Payload = std::vector<std::uint8_t>;
-
-Octets plainOctets(const Reference& reference) {
-  return {reinterpret_cast<const std::uint8_t*>(&reference), sizeof reference};
-}
-
-// A place that no record has gives a reference that is stale.
-Payload withReferences(std::uint8_t type, Input octets, const std::vector<Reference>& references) {
-  Payload payload;
-  if ((type & 0x40) != 0 && !octets.empty()) payload.push_back(octets.octet());
+Image payloadOf(std::uint8_t type, Input octets, const std::vector<Reference>& references) {
+  Image payload;
+  if ((type & 0xc0) != 0x80) {
+    const Octets plain = octets.take((type & 0x40) != 0 ? 1 : 255);
+    payload.assign(plain.begin(), plain.end());
+  }
   while (!octets.empty()) {
     const std::uint8_t place = octets.octet();
-    const Octets reference = plainOctets(place < references.size() ? references[place] : Reference{place, 1});
-    payload.insert(payload.end(), reference.begin(), reference.end());
+    appendPlain(payload, place < references.size() ? references[place] : Reference{place, 0});
   }
   return payload;
 }
@@ -49,8 +39,7 @@ std::vector<Reference> recordsMade(StoreManager& store, Input& input) {
   while (!input.empty()) {
     const std::uint8_t type = input.octet();
     const Octets octets = input.take(input.octet());
-    const Payload payload =
-        (type & 0xc0) != 0 ? withReferences(type, Input(octets), references) : Payload(octets.begin(), octets.end());
+    const Image payload = payloadOf(type, Input(octets), references);
     references.push_back(batch.recordIs(type & 0x3f, payload));
     // A path has the same octets.
     batch.keyIs(stashedPathSpace, octets.first(std::min<std::size_t>(octets.size(), 4)), payload);
@@ -59,79 +48,65 @@ std::vector<Reference> recordsMade(StoreManager& store, Input& input) {
   return references;
 }
 
-std::string textOf(const ExtComm& community) { return community.toStrep() + community.toStrepForUI(true, true, true); }
-std::string textOf(const ExtCommIp6& community) { return community.toStrep(); }
-std::string textOf(const CommList& list) { return list.toStrep() + list.serialize(); }
-std::string textOf(const LargeCommList& list) { return list.toStrep() + list.serialize(); }
-std::string textOf(const ExtCommList& list) {
-  std::string text = stringify(&list);
-  for (unsigned filter = 0; filter < 16; ++filter) text += list.serialize(ExtCommList::Serialization(filter));
-  for (const ExtCommClassificationList* part : list.classificationLists()) text += stringify(part);
-  return text + std::to_string(list.snapshot()->classificationListCount());
-}
-std::string textOf(const ExtCommIp6List& list) {
-  return list.toStrep() + list.serialize(true) + list.commsStringForm();
+template <typename Object>
+std::string textsOf(const Object& object) {
+  std::string text;
+  if constexpr (std::is_same_v<Object, ExtCommList>) {
+    text = stringify(&object);
+    for (unsigned filter = 0; filter < 16; ++filter) text += object.serialize(ExtCommList::Serialization(filter));
+    for (const ExtCommClassificationList* part : object.classificationLists()) text += stringify(part);
+    text += std::to_string(object.snapshot()->classificationListCount());
+  } else if constexpr (std::is_same_v<Object, ExtCommIp6List>) {
+    text = object.toStrep() + object.serialize(true) + object.commsStringForm();
+  } else {
+    text = object.toStrep();
+  }
+  return text;
 }
 
 // What is read back can be used like any other, and written and read once more.
 template <typename Object>
-void destashed(StoreManager& store, const void* stashed, WriteBatch& again,
-               std::vector<std::function<void()>>& rereads) {
+void reread(StoreManager& store, const Reference& stashed) {
   done<StoreException>([&] {
-    const auto object = Object::destash(stashed, &store);
+    const auto object = Object::destash(&stashed, &store);
     if (object == nullptr) return;
-    const Reference copy = object->stash(&again);
-    rereads.push_back([&store, copy, text = textOf(*object)] {
-      const auto same = Object::destash(&copy, &store);
-      TYR_ASSERT(same != nullptr && textOf(*same) == text);
-    });
+    WriteBatch batch(store);
+    const Reference copy = object->stash(&batch);
+    batch.commit();
+    TYR_ASSERT(textsOf(*Object::destash(&copy, &store)) == textsOf(*object));
   });
 }
 
-void destashedAll(StoreManager& store, const std::vector<const void*>& stashed) {
-  std::vector<std::function<void()>> rereads;
-  WriteBatch again(store);
-  for (const void* reference : stashed) {
-    destashed<ExtComm>(store, reference, again, rereads);
-    destashed<ExtCommIp6>(store, reference, again, rereads);
-    destashed<ExtCommList>(store, reference, again, rereads);
-    destashed<ExtCommIp6List>(store, reference, again, rereads);
-    destashed<LargeCommList>(store, reference, again, rereads);
-    destashed<CommList>(store, reference, again, rereads);
-  }
-  again.commit();
-  for (const auto& reread : rereads) reread();
-}
-
-std::vector<StashedPath> paths(const StoreManager& store) {
-  std::vector<StashedPath> paths;
+std::vector<Reference> pathsRead(const StoreManager& store) {
+  std::vector<Reference> references;
   forEachStashedPath(
       store,
       [&](std::string_view key, const StashedPath& path) {
         TYR_ASSERT(stashedPath(store, key)->extended == path.extended);
-        paths.push_back(path);
+        references.insert(references.end(), {path.extended, path.extendedIp6, path.large, path.standard});
       },
       [&](std::string_view key) { TYR_ASSERT(!done<StoreException>([&] { stashedPath(store, key); })); });
-  return paths;
+  return references;
 }
 
 }  // namespace
 
-void oneInput(Input& input) {
-  static const Folder folder;
-  static const auto store = StoreManager::openForWriting(folder.path() / "store", {.initialMapOctets = 1 << 20});
-  static VelBgpTool::Agent agent(true);
+void oneInput(Input input) {
+  static const auto store = StoreManager::openForWriting(folder() / "store", {.initialMapOctets = 1 << 20});
   const bool interning = (input.octet() & 1) != 0;
-  store->serviceIs(interning ? agent.communityTable() : nullptr);
-  const std::vector<Reference> references = recordsMade(*store, input);
-  std::vector<const void*> stashed(references.size());
-  std::ranges::transform(references, stashed.begin(), [](const Reference& reference) { return &reference; });
-  const std::vector<StashedPath> found = paths(*store);
-  for (const StashedPath& path : found) {
-    stashed.insert(stashed.end(), {&path.extended, &path.extendedIp6, &path.large, &path.standard});
+  store->serviceIs(interning ? agent(true).communities.get() : nullptr);
+  std::vector<Reference> references = recordsMade(*store, input);
+  const std::vector<Reference> ofPaths = pathsRead(*store);
+  references.insert(references.end(), ofPaths.begin(), ofPaths.end());
+  for (const Reference& reference : references) {
+    reread<ExtComm>(*store, reference);
+    reread<ExtCommIp6>(*store, reference);
+    reread<ExtCommList>(*store, reference);
+    reread<ExtCommIp6List>(*store, reference);
+    reread<LargeCommList>(*store, reference);
+    reread<CommList>(*store, reference);
   }
-  destashedAll(*store, stashed);
-  TYR_ASSERT(agent.communityTable()->size() == 0);
+  TYR_ASSERT(agent(true).communities->size() == 0);
 }
 
 }  // namespace VelBgpFuzz

@@ -1,24 +1,16 @@
-// Any text through every reader of texts: what is read is printed, and what is printed reads as the same again. A
-// reader that takes nothing leaves its place as it was.
+// Any text through every reader of texts: what is read is printed, and what is printed reads as the same again. A reader
+// that takes nothing leaves its place as it was.
 #include <arpa/inet.h>
 
 #include <optional>
-#include <string>
 
 #include "Addr/Ip4Addr.h"
-#include "Addr/Ip6Addr.h"
-#include "Tyr/Exception.h"
-#include "Tyr/Strep.h"
 #include "VelBgp/BgpPathAttributeEnums.h"
-#include "VelBgp/CommList.h"
-#include "VelBgp/ExtCommIp6.h"
-#include "VelBgp/LargeCommList.h"
 #include "VelBgp/Parse/ExtCommRuleCollections.h"
 #include "VelBgp/Parse/ExtCommTunnelEncap.h"
 #include "VelBgp/RouteTargetPrefix.h"
-#include "VelBgp/VelBgpCommunityList.h"
 #include "VelBgp/VelBgpMiscTypes.h"
-#include "fuzz/Fuzz.h"
+#include "fuzz/Agent.h"
 #include "tools/velbgp/Kind.h"
 #include "tools/velbgp/Lines.h"
 
@@ -26,7 +18,6 @@ namespace VelBgpFuzz {
 
 namespace {
 
-using namespace Routing::Bgp;
 using Tyr::StrepIterator;
 
 // `read(it, end)` takes a value from the front of the text, `print` gives its text.
@@ -35,42 +26,36 @@ void readable(std::string_view text, Read&& read, Print&& print) {
   StrepIterator it = text.data();
   const StrepIterator end = it + text.size();
   std::optional<decltype(read(it, end))> value;
-  if (!done<Tyr::Exception>([&] { value.emplace(read(it, end)); })) {
-    TYR_ASSERT(it == text.data());
-    return;
-  }
+  if (!done<Tyr::Exception>([&] { value.emplace(read(it, end)); })) return TYR_ASSERT(it == text.data());
   TYR_ASSERT(it > text.data() && it <= end);
-  const std::string printed = print(*value);
+  const std::string printed(print(*value));
   TYR_ASSERT(Tyr::readWhole(printed, read) == *value);
 }
 
 template <typename Value>
 void valueReadable(std::string_view text) {
   readable(
-      text, [](auto& it, const auto& end) { return Value(it, end); }, [](auto& v) { return valueToStrep(v); });
+      text, [](auto& it, auto& end) { return Value(it, end); }, [](auto& v) { return valueToStrep(v); });
 }
 
 template <typename Value>
 void sequenceReadable(std::string_view text) {
-  readable(
-      text,
-      [](auto& it, const auto& end) {
-        Value value{};
-        sequenceToValue(it, end, &value);
-        return value;
-      },
-      [](auto& v) { return valueToStrep(v); });
+  const auto read = [](auto& it, auto& end) {
+    Value value{};
+    sequenceToValue(it, end, &value);
+    return value;
+  };
+  readable(text, read, [](auto& v) { return valueToStrep(v); });
 }
 
 void piecesReadable(std::string_view text) {
   readable(text, Tyr::readBool, Tyr::valueToStrep<bool>);
   readable(text, Tyr::readPointer, Tyr::pointerToStrep);
   readable(text, Tyr::readHex64, [](std::uint64_t value) { return valueToStrep(RouteTarget{value}); });
-  readable(text, Tyr::readIdentifier, [](std::string_view name) { return std::string(name); });
+  readable(text, Tyr::readIdentifier, [](std::string_view name) { return name; });
   for (const std::uint64_t max : {std::uint64_t{0xff}, UINT64_MAX}) {
-    readable(
-        text, [=](auto& it, const auto& end) { return Tyr::readUnsigned(it, end, max); },
-        [](std::uint64_t value) { return std::to_string(value); });
+    const auto read = [=](auto& it, auto& end) { return Tyr::readUnsigned(it, end, max); };
+    readable(text, read, [](std::uint64_t value) { return std::to_string(value); });
   }
 }
 
@@ -92,29 +77,24 @@ void enumerationsReadable(std::string_view text) {
 }
 
 // The host's functions say what an address is.
-template <typename Address, typename HostAddress>
-void addressReadable(std::string_view text, int family) {
-  HostAddress host{};
-  const bool expected =
-      text.find('\0') == std::string_view::npos && ::inet_pton(family, std::string(text).c_str(), &host) == 1;
+template <typename Address>
+void addressReadable(const std::string& text, int family) {
+  std::uint8_t host[16];
+  const bool expected = text.find('\0') == text.npos && ::inet_pton(family, text.c_str(), host) == 1;
   const bool taken = done<Tyr::ParseException>([&] {
     const Address address(text);
     char printed[INET6_ADDRSTRLEN];
-    TYR_ASSERT(address.toStrep() == ::inet_ntop(family, &host, printed, sizeof printed));
+    TYR_ASSERT(expected && address.toStrep() == ::inet_ntop(family, host, printed, sizeof printed));
     TYR_ASSERT(Address(address.toStrep()) == address);
   });
   TYR_ASSERT(taken == expected);
 }
 
-std::uint32_t word(Octets octets) { return Input(octets).number<std::uint32_t>(); }
-
-// The texts of a typed value, as the library prints it.
 std::string printed(const VelBgpTool::TypedValue& value) {
-  const Octets wire = value.wire();
-  if (wire.size() == 4) return CommList::getStringValue(word(wire));
-  if (wire.size() == 12)
-    return LargeCommList::getStringValue({word(wire), word(wire.subspan(4)), word(wire.subspan(8))});
-  return VelBgpTool::hexValue(wire);
+  Input wire(value.wire());
+  if (value.wire().size() == 4) return CommList::getStringValue(takeValue<std::uint32_t>(wire));
+  if (value.wire().size() == 12) return LargeCommList::getStringValue(takeValue<CommunityValue>(wire));
+  return VelBgpTool::hexValue(value.wire());
 }
 
 void typedReadable(std::string_view text) {
@@ -129,20 +109,17 @@ void typedReadable(std::string_view text) {
 }
 
 void wordsReadable(std::string_view text) {
-  std::string joined;
   const auto words = VelBgpTool::words(text);
-  for (const std::string_view word : words) {
-    TYR_ASSERT(!word.empty() && VelBgpTool::trimmed(word) == word);
-    joined.append(joined.empty() ? 0 : 1, ' ').append(word);
-  }
-  TYR_ASSERT(VelBgpTool::words(joined).size() == words.size());
+  std::string joined;
+  for (const auto& word : words) (joined += word) += ' ';
+  TYR_ASSERT(VelBgpTool::words(joined).size() == words.size() && VelBgpTool::trimmed(joined).size() <= text.size());
   const std::string escaped = VelBgpTool::escaped(text);
   TYR_ASSERT(VelBgpTool::escaped(escaped) == escaped);
 }
 
 }  // namespace
 
-void oneInput(Input& input) {
+void oneInput(Input input) {
   const std::string_view text = textOf(input.rest());
   piecesReadable(text);
   enumerationsReadable(text);
@@ -157,8 +134,8 @@ void oneInput(Input& input) {
   valueReadable<BgpParseExtCommSubTypeTransOpaqueRuleKey>(text);
   sequenceReadable<BgpExtCommPktSubtype>(text);
   sequenceReadable<BgpUpdateMsgAttributeFlags>(text);
-  addressReadable<Routing::Addr::Ip4Addr, in_addr>(text, AF_INET);
-  addressReadable<Routing::Addr::Ip6Addr, in6_addr>(text, AF_INET6);
+  addressReadable<Routing::Addr::Ip4Addr>(std::string(text), AF_INET);
+  addressReadable<Routing::Addr::Ip6Addr>(std::string(text), AF_INET6);
   typedReadable(text);
   wordsReadable(text);
 }

@@ -2,7 +2,6 @@
 #include <boost/json/parse.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <utility>
 
 #include "Toggle/Toggle.h"
@@ -15,33 +14,27 @@ namespace {
 constexpr const char* name = "Mvpn";
 constexpr const char* file = "toggles.json";
 
-// What a parser of its own finds.
-std::optional<bool> stated(std::string_view text) {
+// The whole text at once, by the parser's other entry.
+bool expected(std::string_view text, bool defaultState) {
   boost::json::error_code error;
   const boost::json::value value = boost::json::parse(text, error);
-  if (error || !value.is_object()) return std::nullopt;
-  const boost::json::value* toggle = value.get_object().if_contains(name);
-  return toggle != nullptr && toggle->is_bool() ? std::optional(toggle->get_bool()) : std::nullopt;
-}
-
-// The warnings go nowhere.
-bool state(bool defaultState) {
-  static std::FILE* const nowhere = std::fopen("/dev/null", "w");
-  std::FILE* const shown = std::exchange(stderr, nowhere);
-  const bool answer = Routing::Toggle::getToggleState(name, file, defaultState);
-  stderr = shown;
-  return answer;
+  const boost::json::value* toggle = error || !value.is_object() ? nullptr : value.get_object().if_contains(name);
+  return toggle != nullptr && toggle->is_bool() ? toggle->get_bool() : defaultState;
 }
 
 }  // namespace
 
-void oneInput(Input& input) {
-  static const Folder folder;
-  ::setenv("FEATURE_TOGGLE_DIR", folder.path().c_str(), 1);
-  const Octets text = input.rest();
-  written(folder.path() / file, text);
-  const std::optional<bool> expected = stated(textOf(text));
-  for (const bool defaultState : {false, true}) TYR_ASSERT(state(defaultState) == expected.value_or(defaultState));
+void oneInput(Input input) {
+  static std::FILE* const nowhere = std::fopen("/dev/null", "w");
+  ::setenv("FEATURE_TOGGLE_DIR", folder().c_str(), 1);
+  const std::string_view text = textOf(input.rest());
+  writeFile(folder() / file, text);
+  for (const bool defaultState : {false, true}) {
+    std::FILE* const shown = std::exchange(stderr, nowhere);  // without the warnings
+    const bool state = Routing::Toggle::getToggleState(name, file, defaultState);
+    stderr = shown;
+    TYR_ASSERT(state == expected(text, defaultState));
+  }
 }
 
 }  // namespace VelBgpFuzz
