@@ -1,26 +1,16 @@
 #include "fuzz/Fuzz.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
 
 namespace VelBgpFuzz {
 
-MemoryFile::MemoryFile(Octets octets) : fd_(::memfd_create("fuzz", MFD_CLOEXEC)) {
-  TYR_ASSERT(::pwrite(fd_, octets.data(), octets.size(), 0) == static_cast<ssize_t>(octets.size()));
-}
-MemoryFile::~MemoryFile() { ::close(fd_); }
-
 const std::filesystem::path& folder() {
   struct Folder {
-    Folder() : path(std::filesystem::temp_directory_path() / ("fuzz" + std::to_string(::getpid()))) {
-      std::filesystem::create_directory(path);
-    }
+    Folder() { std::filesystem::create_directory(path); }
     ~Folder() { std::filesystem::remove_all(path); }
-    const std::filesystem::path path;
+    const std::filesystem::path path = std::filesystem::temp_directory_path() / ("fuzz" + std::to_string(::getpid()));
   };
   static const Folder folder;
   return folder.path;
@@ -28,11 +18,6 @@ const std::filesystem::path& folder() {
 
 void writeFile(const std::filesystem::path& file, std::string_view octets) {
   TYR_ASSERT((std::ofstream(file, std::ios::binary) << octets).flush().good());
-}
-
-std::string readFile(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 }  // namespace VelBgpFuzz

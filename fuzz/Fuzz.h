@@ -48,23 +48,9 @@ class Input {
 
 void oneInput(Input input);
 
-// A file in memory with these octets, to be read from its start.
-class MemoryFile {
- public:
-  explicit MemoryFile(Octets octets);
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  ~MemoryFile();
-  int fd() const { return fd_; }
-
- private:
-  int fd_;
-};
-
-// A folder of this process's own under $TMPDIR, best in memory. A fuzzer that dies leaves it behind.
+// The one folder of this process, under $TMPDIR, best in memory. A fuzzer that dies leaves it behind.
 const std::filesystem::path& folder();
 void writeFile(const std::filesystem::path& file, std::string_view octets);
-std::string readFile(const std::filesystem::path& file);
 
 // Whether it went through. `Failure` is what may be thrown.
 template <typename Failure, typename Body>

@@ -5,7 +5,6 @@
 #include "fuzz/Agent.h"
 
 namespace VelBgpFuzz {
-
 namespace {
 
 const Routing::RouteMap::PosixRegex& regex() {

@@ -5,7 +5,6 @@
 #include "fuzz/Agent.h"
 
 namespace VelBgpFuzz {
-
 namespace {
 
 // The texts that communities of both lengths have.

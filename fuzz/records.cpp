@@ -11,7 +11,6 @@
 #include "fuzz/Agent.h"
 
 namespace VelBgpFuzz {
-
 namespace {
 
 using Routing::Store::Reference;
@@ -77,16 +76,13 @@ void reread(StoreManager& store, const Reference& stashed) {
   });
 }
 
-std::vector<Reference> pathsRead(const StoreManager& store) {
-  std::vector<Reference> references;
-  forEachStashedPath(
-      store,
-      [&](std::string_view key, const StashedPath& path) {
-        TYR_ASSERT(stashedPath(store, key)->extended == path.extended);
-        references.insert(references.end(), {path.extended, path.extendedIp6, path.large, path.standard});
-      },
-      [&](std::string_view key) { TYR_ASSERT(!done<StoreException>([&] { stashedPath(store, key); })); });
-  return references;
+void readPaths(const StoreManager& store, std::vector<Reference>& references) {
+  done<StoreException>([&] {
+    forEachStashedPath(store, [&](std::string_view key, const StashedPath& path) {
+      TYR_ASSERT(stashedPath(store, key)->extended == path.extended);
+      references.insert(references.end(), {path.extended, path.extendedIp6, path.large, path.standard});
+    });
+  });
 }
 
 }  // namespace
@@ -96,8 +92,7 @@ void oneInput(Input input) {
   const bool interning = (input.octet() & 1) != 0;
   store->serviceIs(interning ? agent(true).communities.get() : nullptr);
   std::vector<Reference> references = recordsMade(*store, input);
-  const std::vector<Reference> ofPaths = pathsRead(*store);
-  references.insert(references.end(), ofPaths.begin(), ofPaths.end());
+  readPaths(*store, references);
   for (const Reference& reference : references) {
     reread<ExtComm>(*store, reference);
     reread<ExtCommIp6>(*store, reference);

@@ -12,10 +12,8 @@
 #include "VelBgp/VelBgpMiscTypes.h"
 #include "fuzz/Agent.h"
 #include "tools/velbgp/Kind.h"
-#include "tools/velbgp/Lines.h"
 
 namespace VelBgpFuzz {
-
 namespace {
 
 using Tyr::StrepIterator;
@@ -46,17 +44,6 @@ void sequenceReadable(std::string_view text) {
     return value;
   };
   readable(text, read, [](auto& v) { return valueToStrep(v); });
-}
-
-void piecesReadable(std::string_view text) {
-  readable(text, Tyr::readBool, Tyr::valueToStrep<bool>);
-  readable(text, Tyr::readPointer, Tyr::pointerToStrep);
-  readable(text, Tyr::readHex64, [](std::uint64_t value) { return valueToStrep(RouteTarget{value}); });
-  readable(text, Tyr::readIdentifier, [](std::string_view name) { return name; });
-  for (const std::uint64_t max : {std::uint64_t{0xff}, UINT64_MAX}) {
-    const auto read = [=](auto& it, auto& end) { return Tyr::readUnsigned(it, end, max); };
-    readable(text, read, [](std::uint64_t value) { return std::to_string(value); });
-  }
 }
 
 void enumerationsReadable(std::string_view text) {
@@ -108,20 +95,10 @@ void typedReadable(std::string_view text) {
   }
 }
 
-void wordsReadable(std::string_view text) {
-  const auto words = VelBgpTool::words(text);
-  std::string joined;
-  for (const auto& word : words) (joined += word) += ' ';
-  TYR_ASSERT(VelBgpTool::words(joined).size() == words.size() && VelBgpTool::trimmed(joined).size() <= text.size());
-  const std::string escaped = VelBgpTool::escaped(text);
-  TYR_ASSERT(VelBgpTool::escaped(escaped) == escaped);
-}
-
 }  // namespace
 
 void oneInput(Input input) {
   const std::string_view text = textOf(input.rest());
-  piecesReadable(text);
   enumerationsReadable(text);
   valueReadable<ExtComm::StrepFormat>(text);
   valueReadable<ExtCommIp6::StrepFormat>(text);
@@ -137,7 +114,6 @@ void oneInput(Input input) {
   addressReadable<Routing::Addr::Ip4Addr>(std::string(text), AF_INET);
   addressReadable<Routing::Addr::Ip6Addr>(std::string(text), AF_INET6);
   typedReadable(text);
-  wordsReadable(text);
 }
 
 }  // namespace VelBgpFuzz
