@@ -18,7 +18,6 @@ void printed(const Community& community) {
   for (unsigned format = 0; format < formats; ++format) {
     const typename Community::StrepFormat strepFormat(format);
     const std::string text = community.toStrepForPolicy(strepFormat);
-    TYR_ASSERT(text == community.toStrepForPolicy(strepFormat));  // nothing of it was never written
     TYR_ASSERT(!text.empty() || !strepFormat.classificationAndUI());
     TYR_ASSERT(text.find_first_of(std::string_view("\0\n", 2)) == text.npos);
   }
@@ -44,7 +43,7 @@ void routeTarget(RouteTarget target, std::uint8_t length) {
 void oneInput(Input input) {
   // One that somebody gives them, whatever their octets say.
   const ExtCommClassification given(ExtCommClassification(input.octet() % Tyr::Range<ExtCommClassification>::size()));
-  while (!input.empty()) {
+  for (unsigned values = 0; !input.empty() && values < 8; ++values) {  // their texts take their time
     const ExtCommContent value(input.number<std::uint64_t>());
     const auto ip6 = takeValue<ExtCommIp6Content>(input);
     for (const bool mvpn : {false, true}) {

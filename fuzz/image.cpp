@@ -49,18 +49,21 @@ void change(std::map<std::string, std::string>& image, Input& input) {
   const auto file = image.find(files[what >= 0xc0 ? what >> 4 & 3 : 0]);
   if (file == image.end()) return;
   std::string& octets = file->second;
-  if ((what & 0xf) == 0) {
-    image.erase(file);
-  } else if ((what & 0xf) == 1) {
-    octets.resize(far);
-  } else {
-    // 2: with another page's octets.
-    const std::size_t other = std::size_t{(what & 0xf) == 2 ? input.octet() : 0U} << 12;
-    const std::size_t place = far % (octets.size() + 1);
-    const std::string by((what & 0xf) != 2       ? textOf(input.take(what & 0xf))
-                         : other < octets.size() ? octets.substr(other, 4096)
-                                                 : std::string());
-    octets.replace(place, std::min(by.size(), octets.size() - place), by, 0, octets.size() - place);
+  switch (what & 0xf) {
+    case 0:
+      image.erase(file);
+      break;
+    case 1:
+      octets.resize(far);
+      break;
+    case 2: {  // another page in its place
+      const std::size_t other = std::size_t{input.octet()} << 12;
+      if (std::max(far, other) + 4096 <= octets.size()) octets.replace(page << 12, 4096, octets, other, 4096);
+      break;
+    }
+    default:
+      const std::string_view by = textOf(input.take(what & 0xf));
+      if (far + by.size() <= octets.size()) octets.replace(far, by.size(), by);
   }
 }
 

@@ -1,11 +1,8 @@
 // Records of any content in a store: what claims to be a list is read back as a list that is whole, or refused; and
 // paths under any key. An input is a row of records, each: its type, how many octets, octets. With bit 0x80 of the type
 // set they stand for references, each a record's place; with 0x40 they do after one octet that stands for itself.
-#include <functional>
-
 #include "Store/StoreManager.h"
 #include "Store/WriteBatch.h"
-#include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/ListPublisher.h"
 #include "VelBgp/StashImpl.h"
 #include "fuzz/Agent.h"
@@ -49,17 +46,12 @@ std::vector<Reference> recordsMade(StoreManager& store, Input& input) {
 
 template <typename Object>
 std::string textsOf(const Object& object) {
-  std::string text;
-  if constexpr (std::is_same_v<Object, ExtCommList>) {
-    text = stringify(&object);
-    for (unsigned filter = 0; filter < 16; ++filter) text += object.serialize(ExtCommList::Serialization(filter));
-    for (const ExtCommClassificationList* part : object.classificationLists()) text += stringify(part);
-    text += std::to_string(object.snapshot()->classificationListCount());
-  } else if constexpr (std::is_same_v<Object, ExtCommIp6List>) {
-    text = object.toStrep() + object.serialize(true) + object.commsStringForm();
-  } else {
-    text = object.toStrep();
-  }
+  return object.toStrep();
+}
+std::string textsOf(const ExtCommList& list) {
+  std::string text = stringify(&list);
+  for (unsigned filter = 0; filter < 16; ++filter) text += list.serialize(ExtCommList::Serialization(filter));
+  for (const ExtCommClassificationList* part : list.classificationLists()) text += stringify(part);
   return text;
 }
 
