@@ -42,7 +42,8 @@ bool holds(const List& list, const std::vector<Value>& values, ValueOf&& valueOf
   std::vector<Value> held;
   for (const auto& element : list.comms()) held.push_back(valueOf(element));
   std::vector<Value> keys;
-  for (const auto& entry : list.commSnapshot()->comm()) keys.push_back(entry.key);
+  const auto snapshot = list.commSnapshot();
+  for (const auto& entry : snapshot->comm()) keys.push_back(entry.key);
   return held == values && keys == values;
 }
 
