@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # fuzz.sh [SECONDS [NAME ...]]: each fuzzer of fuzz/, or just these, for so long (30 s), as many at a time as there are
-# processors. Ends with 1 if any found something; its input is then in build/fuzz/findings.
+# processors. Fails if any found something; its input is then in build/fuzz/findings.
 . "$(dirname "$0")/../scripts/common.sh"
 seconds=${1:-30}
 names=("${@:2}")
@@ -19,7 +19,7 @@ export TMPDIR
 run() {
   local name=$1 log=build/fuzz/$1.log
   mkdir -p "build/fuzz/corpus/$name" build/fuzz/findings
-  if "build/fuzz/fuzz/fuzz_$name" -max_total_time="$2" -max_len=4096 -timeout=10 -rss_limit_mb=2048 \
+  if "build/fuzz/fuzz/fuzz_$name" -max_total_time="$2" -max_len=1024 -len_control=20 -timeout=10 -rss_limit_mb=2048 \
     -artifact_prefix="build/fuzz/findings/$name-" "build/fuzz/corpus/$name" "fuzz/corpus/$name" >"$log" 2>&1; then
     echo "$name: $(tail -n 1 "$log")"
   else

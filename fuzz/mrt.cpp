@@ -71,8 +71,8 @@ std::string packed(std::string_view plain) {
 void oneInput(Input input) {
   const auto readSize = input.number<std::uint16_t>();
   const std::string_view file = textOf(input.rest());
-  const Unpacked large(file, std::size_t{1} << 20);
-  const Unpacked small(file, 64 + std::size_t{readSize});
+  const Unpacked large(file, std::size_t{1} << 16);
+  const Unpacked small(file, 64U + readSize);
   // Where the data break, bzip2 does not tell how much of the last read it has filled.
   const std::size_t same = large.breakage.empty() ? SIZE_MAX : std::min(large.octets.size(), small.octets.size());
   TYR_ASSERT(small.breakage == large.breakage && small.octets.substr(0, same) == large.octets.substr(0, same));

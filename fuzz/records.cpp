@@ -58,14 +58,13 @@ std::string textsOf(const ExtCommList& list) {
 // What is read back can be used like any other, and written and read once more.
 template <typename Object>
 void reread(StoreManager& store, const Reference& stashed) {
-  done<StoreException>([&] {
-    const auto object = Object::destash(&stashed, &store);
-    if (object == nullptr) return;
-    WriteBatch batch(store);
-    const Reference copy = object->stash(&batch);
-    batch.commit();
-    TYR_ASSERT(textsOf(*Object::destash(&copy, &store)) == textsOf(*object));
-  });
+  decltype(Object::destash(nullptr, nullptr)) object;
+  done<StoreException>([&] { object = Object::destash(&stashed, &store); });
+  if (object == nullptr) return;
+  WriteBatch batch(store);
+  const Reference copy = object->stash(&batch);
+  batch.commit();
+  TYR_ASSERT(textsOf(*Object::destash(&copy, &store)) == textsOf(*object));
 }
 
 void readPaths(const StoreManager& store, std::vector<Reference>& references) {
