@@ -19,9 +19,16 @@ constexpr std::uint32_t space = 1;
 
 Octets key(unsigned i) { return octetsOf("abcdefghijkl").subspan(i, 1); }
 
-// Pages of all sorts: leaves under a branch, entries with pages of their own, free pages. The contents by file.
-std::map<std::string, std::string> made(const std::filesystem::path& path) {
-  auto store = StoreManager::openForWriting(path, {.initialMapOctets = 1 << 16});
+// The octets up to the last that is not zero.
+struct File {
+  std::string octets;
+  std::size_t size;
+};
+using Image = std::map<std::string, File>;  // by name
+
+// Pages of all sorts: leaves under a branch, entries with pages of their own, free pages.
+Image made(const std::filesystem::path& path) {
+  auto store = StoreManager::openForWriting(path);
   std::vector<Reference> last;
   for (unsigned round = 0; round < 3; ++round) {
     WriteBatch batch(*store);
@@ -34,27 +41,30 @@ std::map<std::string, std::string> made(const std::filesystem::path& path) {
     batch.commit();
   }
   store.reset();
-  std::map<std::string, std::string> image;
-  for (const char* file : files) {
-    image[file] = (std::ostringstream() << std::ifstream(path / file, std::ios::binary).rdbuf()).str();
+  Image image;
+  for (const char* name : files) {
+    File& file = image[name];
+    file.octets = (std::ostringstream() << std::ifstream(path / name, std::ios::binary).rdbuf()).str();
+    file.size = file.octets.size();
+    file.octets.resize(file.octets.find_last_not_of('\0') + 1);
   }
   return image;
 }
 
 // Three changes of four are of the engine's file; most of them overwrite some octets.
-void change(std::map<std::string, std::string>& image, Input& input) {
+void change(Image& image, Input& input) {
   const std::uint8_t what = input.octet();
   const std::size_t page = input.octet();
   const std::size_t far = page << 12 | (input.number<std::uint16_t>() & 0xfff);
   const auto file = image.find(files[what >= 0xc0 ? what >> 4 & 3 : 0]);
   if (file == image.end()) return;
-  std::string& octets = file->second;
+  std::string& octets = file->second.octets;
   switch (what & 0xf) {
     case 0:
       image.erase(file);
       break;
     case 1:
-      octets.resize(far);
+      file->second.size = far;
       break;
     case 2: {  // another page in its place
       const std::size_t other = std::size_t{input.octet()} << 12;
@@ -63,7 +73,8 @@ void change(std::map<std::string, std::string>& image, Input& input) {
     }
     default:
       const std::string_view by = textOf(input.take(what & 0xf));
-      if (far + by.size() <= octets.size()) octets.replace(far, by.size(), by);
+      octets.resize(std::max(octets.size(), far + by.size()));
+      octets.replace(far, by.size(), by);
   }
 }
 
@@ -98,12 +109,15 @@ void writeSome(StoreManager& store) {
 
 void oneInput(Input input) {
   static const std::filesystem::path path = folder() / "store";
-  static const std::map<std::string, std::string> whole = made(path);
-  auto image = whole;
+  static const Image whole = made(path);
+  Image image = whole;
   while (!input.empty()) change(image, input);
   std::filesystem::remove_all(path);
   std::filesystem::create_directory(path);
-  for (const auto& [file, octets] : image) writeFile(path / file, octets);
+  for (const auto& [name, file] : image) {
+    writeFile(path / name, file.octets);
+    std::filesystem::resize_file(path / name, file.size);
+  }
   done<StoreException>([&] { readAll(*StoreManager::openForReading(path)); });
   done<StoreException>([&] { writeSome(*StoreManager::openForWriting(path)); });
   done<StoreException>([&] { readAll(*StoreManager::openForReading(path)); });

@@ -79,7 +79,7 @@ void readPaths(const StoreManager& store, std::vector<Reference>& references) {
 }  // namespace
 
 void oneInput(Input input) {
-  static const auto store = StoreManager::openForWriting(folder() / "store", {.initialMapOctets = 1 << 20});
+  static const auto store = StoreManager::openForWriting(folder() / "store");
   const bool interning = (input.octet() & 1) != 0;
   store->serviceIs(interning ? agent(true).communities.get() : nullptr);
   std::vector<Reference> references = recordsMade(*store, input);
