@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <set>
+#include <type_traits>
 #include <utility>
 
 #include "Tyr/Exception.h"
@@ -75,10 +76,17 @@ class SnapshotMap {
   Entries entries_;
 };
 
-// The collection `comm`.
-template <typename KeyType, typename ValueType>
-class SnapshotComms {
+// The key of an interned community is its content.
+inline std::uint64_t snapshotKey(const ExtComm& comm) noexcept { return comm.community(); }
+inline const ExtCommIp6Content& snapshotKey(const ExtCommIp6& comm) noexcept { return comm.getContent(); }
+
+// What all snapshots are: counted objects with the collection `comm`. Its values are interned communities or, where the
+// keys say all, true.
+template <typename Snapshot, typename KeyType, typename ValueType>
+class VELBGP_EXPORT CommSnapshot : public Tyr::PtrInterface {
  public:
+  using Ptr = Tyr::Ptr<Snapshot>;
+  using PtrConst = Tyr::Ptr<const Snapshot>;
   struct TyrComm {
     KeyType key;
     mutable ValueType value;  // takes no part in the order
@@ -89,30 +97,24 @@ class SnapshotComms {
   // Null when there is none.
   const TyrComm* comm(const KeyType& key) const { return comms_.entry(key); }
   std::size_t commCount() const noexcept { return comms_.entries().size(); }
+  void commIs(ValueType comm) requires(!std::is_same_v<ValueType, bool>) {
+    if (comm == nullptr) throw Tyr::NullArgumentException("comm");
+    const KeyType key = snapshotKey(*comm);
+    comms_.entryIs(key, std::move(comm));
+  }
+  void commIs(const KeyType& value, bool present) requires std::is_same_v<ValueType, bool> {
+    comms_.entryIs(value, present);
+  }
   ValueType commDel(const KeyType& key) { return comms_.entryDel(key); }
   typename CommMap::iterator commDel(typename CommMap::iterator it) { return comms_.entryDel(it); }
   void commDelAll() noexcept { comms_.entryDelAll(); }
 
  protected:
+  CommSnapshot() = default;
+  ~CommSnapshot() override = default;
+
+ private:
   CommMap comms_;
-};
-
-// Of values without anything to them but that they are there.
-template <typename KeyType>
-class SnapshotValues : public SnapshotComms<KeyType, bool> {
- public:
-  void commIs(const KeyType& value, bool present) { this->comms_.entryIs(value, present); }
-};
-
-// Of interned communities, each under its own content: KeyOf::key(community).
-template <typename KeyOf, typename Community>
-class SnapshotCommunities : public SnapshotComms<typename KeyOf::Key, Tyr::Ptr<const Community>> {
- public:
-  void commIs(Tyr::Ptr<const Community> comm) {
-    if (comm == nullptr) throw Tyr::NullArgumentException("comm");
-    const auto key = KeyOf::key(*comm);
-    this->comms_.entryIs(key, std::move(comm));
-  }
 };
 
 // The collection `classificationList`, each list under its own classification.
@@ -147,95 +149,62 @@ class SnapshotClassificationLists {
   ClassificationListMap lists_;
 };
 
-struct ExtCommSnapshotKey {
-  using Key = std::uint64_t;
-  static Key key(const ExtComm& comm) noexcept { return comm.community(); }
-};
-struct ExtCommIp6SnapshotKey {
-  using Key = ExtCommIp6Content;
-  static Key key(const ExtCommIp6& comm) noexcept { return comm.getContent(); }
-};
-
-// What a snapshot of one classification adds.
-class VELBGP_EXPORT ClassificationSnapshot : public Tyr::PtrInterface {
+// What snapshots of one classification add.
+class VELBGP_EXPORT SnapshotClassification {
  public:
   ExtCommClassification classification() const noexcept { return classification_; }
 
  protected:
   // Asserts that the classification is one of the fourteen.
-  explicit ClassificationSnapshot(ExtCommClassification classification);
-  ~ClassificationSnapshot() override;
+  explicit SnapshotClassification(ExtCommClassification classification);
 
  private:
   const ExtCommClassification classification_;
 };
 
 // The classes. Each is made empty by its factory, notification-active.
-class VELBGP_EXPORT ExtCommListSnapshot final : public Tyr::PtrInterface,
-                                                public SnapshotCommunities<ExtCommSnapshotKey, ExtComm>,
-                                                public SnapshotClassificationLists<ExtCommClassificationList> {
- public:
-  using Ptr = Tyr::Ptr<ExtCommListSnapshot>;
-  using PtrConst = Tyr::Ptr<const ExtCommListSnapshot>;
-  ExtCommListSnapshot() = default;
-
+class VELBGP_EXPORT ExtCommListSnapshot final
+    : public CommSnapshot<ExtCommListSnapshot, std::uint64_t, ExtComm::PtrConst>,
+      public SnapshotClassificationLists<ExtCommClassificationList> {
  private:
   ~ExtCommListSnapshot() override;
 };
 
-class VELBGP_EXPORT ExtCommClassificationListSnapshot final : public ClassificationSnapshot,
-                                                              public SnapshotCommunities<ExtCommSnapshotKey, ExtComm> {
+class VELBGP_EXPORT ExtCommClassificationListSnapshot final
+    : public CommSnapshot<ExtCommClassificationListSnapshot, std::uint64_t, ExtComm::PtrConst>,
+      public SnapshotClassification {
  public:
-  using Ptr = Tyr::Ptr<ExtCommClassificationListSnapshot>;
-  using PtrConst = Tyr::Ptr<const ExtCommClassificationListSnapshot>;
   explicit ExtCommClassificationListSnapshot(ExtCommClassification classification)
-      : ClassificationSnapshot(classification) {}
+      : SnapshotClassification(classification) {}
 
  private:
   ~ExtCommClassificationListSnapshot() override;
 };
 
-class VELBGP_EXPORT ExtCommIp6ListSnapshot final : public Tyr::PtrInterface,
-                                                   public SnapshotCommunities<ExtCommIp6SnapshotKey, ExtCommIp6>,
-                                                   public SnapshotClassificationLists<ExtCommIp6ClassificationList> {
- public:
-  using Ptr = Tyr::Ptr<ExtCommIp6ListSnapshot>;
-  using PtrConst = Tyr::Ptr<const ExtCommIp6ListSnapshot>;
-  ExtCommIp6ListSnapshot() = default;
-
+class VELBGP_EXPORT ExtCommIp6ListSnapshot final
+    : public CommSnapshot<ExtCommIp6ListSnapshot, ExtCommIp6Content, ExtCommIp6::PtrConst>,
+      public SnapshotClassificationLists<ExtCommIp6ClassificationList> {
  private:
   ~ExtCommIp6ListSnapshot() override;
 };
 
 class VELBGP_EXPORT ExtCommIp6ClassificationListSnapshot final
-    : public ClassificationSnapshot,
-      public SnapshotCommunities<ExtCommIp6SnapshotKey, ExtCommIp6> {
+    : public CommSnapshot<ExtCommIp6ClassificationListSnapshot, ExtCommIp6Content, ExtCommIp6::PtrConst>,
+      public SnapshotClassification {
  public:
-  using Ptr = Tyr::Ptr<ExtCommIp6ClassificationListSnapshot>;
-  using PtrConst = Tyr::Ptr<const ExtCommIp6ClassificationListSnapshot>;
   explicit ExtCommIp6ClassificationListSnapshot(ExtCommClassification classification)
-      : ClassificationSnapshot(classification) {}
+      : SnapshotClassification(classification) {}
 
  private:
   ~ExtCommIp6ClassificationListSnapshot() override;
 };
 
-class VELBGP_EXPORT CommListSnapshot final : public Tyr::PtrInterface, public SnapshotValues<std::uint32_t> {
- public:
-  using Ptr = Tyr::Ptr<CommListSnapshot>;
-  using PtrConst = Tyr::Ptr<const CommListSnapshot>;
-  CommListSnapshot() = default;
-
+class VELBGP_EXPORT CommListSnapshot final : public CommSnapshot<CommListSnapshot, std::uint32_t, bool> {
  private:
   ~CommListSnapshot() override;
 };
 
-class VELBGP_EXPORT LargeCommListSnapshot final : public Tyr::PtrInterface, public SnapshotValues<CommunityValue> {
- public:
-  using Ptr = Tyr::Ptr<LargeCommListSnapshot>;
-  using PtrConst = Tyr::Ptr<const LargeCommListSnapshot>;
-  LargeCommListSnapshot() = default;
-
+class VELBGP_EXPORT LargeCommListSnapshot final : public CommSnapshot<LargeCommListSnapshot, CommunityValue, bool> {
  private:
   ~LargeCommListSnapshot() override;
 };

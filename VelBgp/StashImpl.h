@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -29,6 +30,10 @@ enum class Stashed : std::uint32_t { extComm = 1, extCommIp6, extCommList, extCo
 // The space of the paths' keys.
 inline constexpr std::uint32_t stashedPathSpace = 1;
 
+inline Store::Octets octetsOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
 using Image = std::vector<std::uint8_t>;
 
 template <typename Plain>
@@ -38,12 +43,9 @@ void appendPlain(Image& image, const Plain& plain) {
   image.insert(image.end(), octets, octets + sizeof plain);
 }
 
+// The octets of a community's record: its value, and its classification.
 template <typename Community>
-inline constexpr std::size_t imageOctets = 0;
-template <>
-inline constexpr std::size_t imageOctets<ExtComm> = 9;
-template <>
-inline constexpr std::size_t imageOctets<ExtCommIp6> = 21;
+inline constexpr std::size_t imageOctets = 1 + (std::is_same_v<Community, ExtComm> ? 8 : sizeof(ExtCommIp6Content));
 
 inline void appendImage(Image& image, const ExtComm& comm) {
   appendPlain(image, comm.community());
@@ -57,7 +59,7 @@ inline void appendImage(Image& image, const ExtCommIp6& comm) {
 template <typename Values>
 Image plainImage(const Values& values) {
   Image image;
-  image.reserve(values.size() * sizeof(values[0]));
+  image.reserve(values.size() * sizeof values[0]);
   for (const auto& value : values) appendPlain(image, value);
   return image;
 }

@@ -6,9 +6,13 @@
 // Threads: plain values. Errors: Tyr::RangeException for what is out of bounds, Tyr::ParseException from reading.
 #pragma once
 
+#include <compare>
+#include <concepts>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 #include "Tyr/Assert.h"
 #include "Tyr/Export.h"
@@ -16,8 +20,12 @@
 
 namespace Routing::Bgp {
 
-// Bounds are virtual, so that one set of operations serves every derived class; an object is a value all the same: it
-// is copied, and never deleted through this class. A copy into the base keeps the number, not the bounds.
+// An integer, or an enumerator that is one.
+template <typename T>
+concept BgpNumber = std::integral<T> ||(std::is_enum_v<T>&& std::convertible_to<T, std::uint64_t>);
+
+// Bounds are virtual, so that one set of operations serves every derived class; an object is a value all the same. A
+// copy into the base keeps the number, not the bounds.
 class VELBGP_EXPORT BgpMaybeU63 {
  public:
   // Deliberate: the base's range is empty, so that a plain BgpMaybeU63 can be nothing but unspecified.
@@ -26,11 +34,14 @@ class VELBGP_EXPORT BgpMaybeU63 {
   virtual std::uint64_t max() const;
   // What valueWithUnspecifiedMapped() gives for an unspecified value.
   virtual std::uint64_t mappedUnspecifiedValue() const;
+  constexpr virtual ~BgpMaybeU63() = default;
 
   // The bit that means "unspecified".
   static constexpr std::uint64_t unspecifiedValue = 0x8000000000000000;
 
   constexpr BgpMaybeU63() noexcept = default;
+  constexpr BgpMaybeU63(const BgpMaybeU63&) noexcept = default;
+  constexpr BgpMaybeU63& operator=(const BgpMaybeU63&) noexcept = default;
 
   bool isUnspecified() const noexcept { return (value_ & unspecifiedValue) != 0; }
   // Stores, then calls checkValue(): a value out of bounds throws and leaves the object unspecified.
@@ -50,16 +61,26 @@ class VELBGP_EXPORT BgpMaybeU63 {
   // The number in decimal, or "unspecified".
   std::string toStrep() const;
 
-  friend bool operator==(const BgpMaybeU63& a, const BgpMaybeU63& b) noexcept {
-    return a.isUnspecified() ? b.isUnspecified() : a.value_ == b.value_;
+  // Unspecified equals unspecified and no number, and comes before every number. No comparison asserts. Both orders of
+  // operands are spelt out for the numbers: Clang 14 finds the turned ones ambiguous.
+  friend bool operator==(const BgpMaybeU63& a, const BgpMaybeU63& b) noexcept { return (a <=> b) == 0; }
+  friend std::strong_ordering operator<=>(const BgpMaybeU63& a, const BgpMaybeU63& b) noexcept {
+    return a.ordinal() <=> b.ordinal();
   }
-  // Unspecified comes before every number.
-  friend bool operator<(const BgpMaybeU63& a, const BgpMaybeU63& b) noexcept {
-    if (a.isUnspecified() || b.isUnspecified()) return a.isUnspecified() && !b.isUnspecified();
-    return a.value_ < b.value_;
-  }
+  friend bool operator==(const BgpMaybeU63& a, BgpNumber auto b) noexcept { return a.order(b) == 0; }
+  friend bool operator==(BgpNumber auto a, const BgpMaybeU63& b) noexcept { return b.order(a) == 0; }
+  friend std::strong_ordering operator<=>(const BgpMaybeU63& a, BgpNumber auto b) noexcept { return a.order(b); }
+  friend std::strong_ordering operator<=>(BgpNumber auto a, const BgpMaybeU63& b) noexcept { return 0 <=> b.order(a); }
 
  private:
+  // The value, or less than every value.
+  std::int64_t ordinal() const noexcept { return isUnspecified() ? -1 : static_cast<std::int64_t>(value_); }
+  // The plus makes numbers of enumerators, characters and booleans.
+  std::strong_ordering order(BgpNumber auto b) const noexcept {
+    if (isUnspecified() || std::cmp_less(value_, +b)) return std::strong_ordering::less;
+    return std::cmp_equal(value_, +b) ? std::strong_ordering::equal : std::strong_ordering::greater;
+  }
+
   std::uint64_t value_ = unspecifiedValue;
 };
 

@@ -33,7 +33,6 @@ void ExtCommCache::extCommToAsdotStringIs(std::uint64_t value, const std::string
 std::string ExtCommCache::extCommToAsdotStringDel(std::uint64_t value) { return take(extCommToAsdotString_, value); }
 void ExtCommCache::extCommToAsdotStringDelAll() { extCommToAsdotString_.clear(); }
 
-ExtCommCache::Ptr extCommCacheFactory() { return Tyr::make<ExtCommCache>(); }
-ExtCommCache::Ptr ExtCommCacheIs() { return extCommCacheFactory(); }
+TYR_FACTORIES(ExtCommCache::Ptr, extCommCache, ExtCommCache, (), ())
 
 }  // namespace BgpShowCli

@@ -1,6 +1,9 @@
 #include "VelBgp/Parse/ExtComm.h"
 
-#include "VelBgp/Parse/ExtCommImpl.h"
+#include <ostream>
+
+#include "Tyr/DynamicBuffer.h"
+#include "VelBgp/ExtCommTextImpl.h"
 
 namespace Routing::Bgp {
 
@@ -22,13 +25,14 @@ std::uint32_t ExtCommAsNumber::asNumber() const noexcept { return asNumberOf(get
 std::uint32_t ExtCommAsNumber::localAdmin() const noexcept { return localAdminOf(getContent(), fourByteAs()); }
 
 std::string ExtCommAsNumber::formatAsNumber(bool asdot) const {
+  if (!asdot) return std::to_string(asNumber());  // made in place: every text of these kinds waits for it
   Tyr::DynamicBuffer<32> buffer;
-  formatAsNumberToBuffer(&buffer, asdot);
+  appendAsNumber(buffer, asNumber(), fourByteAs(), asdot);
   return buffer.str();
 }
 
 void ExtCommAsNumber::formatAsNumberToBuffer(Tyr::DynamicBufferInterface* buffer, bool asdot) const {
-  appendAsNumber(*buffer, asNumber(), fourByteAs(), asdot);
+  buffer->append(formatAsNumber(asdot));
 }
 
 void ExtCommAsNumber::formatDerivedType(std::ostream& stream) const {
@@ -47,7 +51,9 @@ std::string ExtCommAsNumber::toStrepForPolicy(StrepFormat format) const {
     appendTypePrefix(buffer, getContent(), fourByteAs() ? "-AS4" : "-AS");
     buffer.append(':');
   }
-  appendAsForm(buffer, getContent(), fourByteAs(), format.strepFormatAsdot());
+  formatAsNumberToBuffer(&buffer, format.strepFormatAsdot());
+  buffer.append(':');
+  buffer.appendDecimal(localAdmin());
   return buffer.str();
 }
 
@@ -90,57 +96,6 @@ ExtComm::PtrConst ExtCommAsNumberIs(ExtCommClassification classification, const 
 
 ExtComm::PtrConst ExtCommIpv4AddressIs(ExtCommClassification classification, const ExtCommContent& content) {
   return Tyr::make<ExtCommIpv4Address>(classification, content);
-}
-
-// ---- Texts of the kinds
-
-namespace {
-
-const char* uiLabel(const ExtCommAsNumber& extComm, const ExtCommAsLabels& labels) {
-  return extComm.fourByteAs() ? labels.uiAs4 : labels.uiAs;
-}
-
-const char* debugLabel(const ExtCommAsNumber& extComm, const ExtCommAsLabels& labels) {
-  const BgpExtCommPktType pktType = extComm.pktType();
-  TYR_ASSERT_TEXT(pktType == extCommPktTypeTransTwoOctetAs || pktType == extCommPktTypeTransFourOctetAs,
-                  "unexpected type");
-  return pktType == extCommPktTypeTransTwoOctetAs ? labels.debugTwoOctetAs : labels.debugFourOctetAs;
-}
-
-void appendLabel(Tyr::DynamicBufferInterface& buffer, ExtComm::StrepFormat format, const char* ui,
-                 const char* classification) {
-  if (format.strepFormatClassification()) buffer.append(format.strepFormatUI() ? ui : classification);
-}
-
-}  // namespace
-
-void formatKind(std::ostream& stream, const ExtCommAsNumber& extComm, const ExtCommAsLabels& labels) {
-  formatKind(stream, extComm, [&extComm, &labels](Tyr::DynamicBufferInterface& buffer) {
-    buffer.append(debugLabel(extComm, labels));
-    appendAsForm(buffer, extComm.getContent(), extComm.fourByteAs(), false);
-  });
-}
-
-void formatKind(std::ostream& stream, const ExtCommIpv4Address& extComm, const ExtCommIpv4Labels& labels) {
-  formatKind(stream, extComm, [&extComm, &labels](Tyr::DynamicBufferInterface& buffer) {
-    buffer.append(labels.debug);
-    appendIpv4Form(buffer, extComm.getContent());
-  });
-}
-
-std::string kindToStrep(const ExtCommAsNumber& extComm, ExtComm::StrepFormat format, const ExtCommAsLabels& labels) {
-  Tyr::DynamicBuffer<> buffer;
-  appendLabel(buffer, format, uiLabel(extComm, labels), labels.classification);
-  appendAsForm(buffer, extComm.getContent(), extComm.fourByteAs(), format.strepFormatAsdot());
-  return buffer.str();
-}
-
-std::string kindToStrep(const ExtCommIpv4Address& extComm, ExtComm::StrepFormat format,
-                        const ExtCommIpv4Labels& labels) {
-  Tyr::DynamicBuffer<> buffer;
-  appendLabel(buffer, format, labels.ui, labels.classification);
-  appendIpv4Form(buffer, extComm.getContent());
-  return buffer.str();
 }
 
 }  // namespace Routing::Bgp

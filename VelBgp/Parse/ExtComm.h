@@ -34,7 +34,8 @@ class VELBGP_EXPORT ExtCommAsNumber : public ExtCommSubtyped {
   void formatDerivedType(std::ostream& stream) const override;
   std::string toStrepForPolicy(StrepFormat format) const override;
 
-  // Decimal; with asdot "HIGH.LOW" for a four-octet AS number that needs more than two octets.
+  // Decimal; with asdot "HIGH.LOW" for a four-octet AS number that needs more than two octets. All texts that show the
+  // number are built on this one.
   virtual std::string formatAsNumber(bool asdot) const;
   // Appends the same text.
   void formatAsNumberToBuffer(Tyr::DynamicBufferInterface* buffer, bool asdot) const;

@@ -2,20 +2,18 @@
 //
 //   ExtCommColor               the community; its text is the same in every format
 //   BgpParseExtCommColorSm     the plugin that teaches a decoder to make it
-//
-// Ownership and threads: VelBgp/VelBgpCommunity.h, VelBgp/Parse/ExtCommPlugin.h. No errors.
+// Ownership, threads and errors: VelBgp/Parse/ExtCommKind.h.
 #pragma once
 
-#include "VelBgp/Parse/ExtComm.h"
+#include "VelBgp/Parse/ExtCommKind.h"
 
 namespace Routing::Bgp {
 
-class VELBGP_EXPORT ExtCommColor : public ExtCommSubtyped {
+class VELBGP_EXPORT ExtCommColor : public ExtCommKind<ExtCommColor, ExtCommSubtyped> {
  public:
-  explicit ExtCommColor(const ExtCommContent& content) noexcept
-      : ExtCommSubtyped(extCommClassificationColor, content) {}
+  static constexpr ExtCommLabels labels = {"Routing::Bgp::ExtCommColor", extCommClassificationColor};
+  using ExtCommKind::ExtCommKind;
 
-  const Tyr::FwkType& fwkType() const override;
   void formatDerivedType(std::ostream& stream) const override;
   std::string toStrepForPolicy(StrepFormat format) const override;
 
@@ -26,32 +24,18 @@ class VELBGP_EXPORT ExtCommColor : public ExtCommSubtyped {
  protected:
   ~ExtCommColor() override = default;
 };
-static_assert(sizeof(ExtCommColor) == sizeof(ExtComm));
-
-VELBGP_EXPORT ExtComm::PtrConst extCommColorFactory(const ExtCommContent& content);
-VELBGP_EXPORT ExtComm::PtrConst ExtCommColorIs(const ExtCommContent& content);
+VELBGP_EXPORT ExtCommKindFactory extCommColorFactory, ExtCommColorIs;
 
 class VELBGP_EXPORT BgpParseExtComSubTypeTransOpaqueColorRule
-    : public KindRule<BgpParseExtComSubTypeTransOpaqueRuleBase, extCommPktSubtypeTransOpaqueColorExtendedCommunity,
-                      ExtCommColor> {
+    : public KindRule<extCommPktSubtypeTransOpaqueColorExtendedCommunity, ExtCommColor> {
  public:
   using KindRule::KindRule;
 };
 
-class VELBGP_EXPORT BgpParseExtCommColorSm : public BgpParseExtCommPluginBaseSm {
+class VELBGP_EXPORT BgpParseExtCommColorSm : public BgpParseExtCommKindSm<BgpParseExtComSubTypeTransOpaqueColorRule> {
  public:
-  explicit BgpParseExtCommColorSm(const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
-
-  void instantiateExtCommSubTypeTransOpaqueSubRule(const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-                                                   const BgpParseExtCommControl& control) const override;
-
- protected:
-  ~BgpParseExtCommColorSm() override = default;
+  using BgpParseExtCommKindSm::BgpParseExtCommKindSm;
 };
-
-VELBGP_EXPORT BgpParseExtCommPluginBaseSm::Ptr bgpParseExtCommColorSmFactory(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
-VELBGP_EXPORT BgpParseExtCommPluginBaseSm::Ptr BgpParseExtCommColorSmIs(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
+VELBGP_EXPORT BgpParseExtCommPluginFactory bgpParseExtCommColorSmFactory, BgpParseExtCommColorSmIs;
 
 }  // namespace Routing::Bgp

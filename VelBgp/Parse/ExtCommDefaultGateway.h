@@ -2,52 +2,37 @@
 //
 //   ExtCommDefaultGateway               the community; its text is the same in every format
 //   BgpParseExtCommDefaultGatewaySm     the plugin that teaches a decoder to make it
-//
-// Ownership and threads: VelBgp/VelBgpCommunity.h, VelBgp/Parse/ExtCommPlugin.h. No errors.
+// Ownership, threads and errors: VelBgp/Parse/ExtCommKind.h.
 #pragma once
 
-#include "VelBgp/Parse/ExtComm.h"
+#include "VelBgp/Parse/ExtCommKind.h"
 
 namespace Routing::Bgp {
 
-class VELBGP_EXPORT ExtCommDefaultGateway : public ExtCommSubtyped {
+class VELBGP_EXPORT ExtCommDefaultGateway : public ExtCommKind<ExtCommDefaultGateway, ExtCommSubtyped> {
  public:
-  explicit ExtCommDefaultGateway(const ExtCommContent& content) noexcept
-      : ExtCommSubtyped(extCommClassificationDefaultGateway, content) {}
+  static constexpr ExtCommLabels labels = {"Routing::Bgp::ExtCommDefaultGateway", extCommClassificationDefaultGateway};
+  using ExtCommKind::ExtCommKind;
 
-  const Tyr::FwkType& fwkType() const override;
   void formatDerivedType(std::ostream& stream) const override;
   std::string toStrepForPolicy(StrepFormat format) const override;
 
  protected:
   ~ExtCommDefaultGateway() override = default;
 };
-static_assert(sizeof(ExtCommDefaultGateway) == sizeof(ExtComm));
-
-VELBGP_EXPORT ExtComm::PtrConst extCommDefaultGatewayFactory(const ExtCommContent& content);
-VELBGP_EXPORT ExtComm::PtrConst ExtCommDefaultGatewayIs(const ExtCommContent& content);
+VELBGP_EXPORT ExtCommKindFactory extCommDefaultGatewayFactory, ExtCommDefaultGatewayIs;
 
 class VELBGP_EXPORT BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule
-    : public KindRule<BgpParseExtComSubTypeTransOpaqueRuleBase, extCommPktSubtypeTransOpaqueDefaultGateway,
-                      ExtCommDefaultGateway> {
+    : public KindRule<extCommPktSubtypeTransOpaqueDefaultGateway, ExtCommDefaultGateway> {
  public:
   using KindRule::KindRule;
 };
 
-class VELBGP_EXPORT BgpParseExtCommDefaultGatewaySm : public BgpParseExtCommPluginBaseSm {
+class VELBGP_EXPORT BgpParseExtCommDefaultGatewaySm
+    : public BgpParseExtCommKindSm<BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule> {
  public:
-  explicit BgpParseExtCommDefaultGatewaySm(const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
-
-  void instantiateExtCommSubTypeTransOpaqueSubRule(const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-                                                   const BgpParseExtCommControl& control) const override;
-
- protected:
-  ~BgpParseExtCommDefaultGatewaySm() override = default;
+  using BgpParseExtCommKindSm::BgpParseExtCommKindSm;
 };
-
-VELBGP_EXPORT BgpParseExtCommPluginBaseSm::Ptr bgpParseExtCommDefaultGatewaySmFactory(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
-VELBGP_EXPORT BgpParseExtCommPluginBaseSm::Ptr BgpParseExtCommDefaultGatewaySmIs(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
+VELBGP_EXPORT BgpParseExtCommPluginFactory bgpParseExtCommDefaultGatewaySmFactory, BgpParseExtCommDefaultGatewaySmIs;
 
 }  // namespace Routing::Bgp

@@ -1,14 +1,8 @@
 #include "VelBgp/Parse/ExtCommLinkBandwidth.h"
 
 #include "Multipath/LinkBandwidth.h"
-#include "VelBgp/Parse/ExtCommImpl.h"
 
 namespace Routing::Bgp {
-
-const Tyr::FwkType& ExtCommLinkBandwidth::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommLinkBandwidth"};
-  return type;
-}
 
 bool ExtCommLinkBandwidth::isValid() const { return Ucmp::LinkBandwidth(bandwidth()).isValid(); }
 
@@ -17,17 +11,13 @@ bool ExtCommLinkBandwidth::isBetterThan(const PtrConst& other) const {
   return bandwidth() < static_cast<const ExtCommLinkBandwidth&>(*other).bandwidth();
 }
 
-bool ExtCommLinkBandwidth::isLinkBandwidth() const { return true; }
-
-bool ExtCommLinkBandwidth::isLinkBandwidthWithUnspecifiedAsNumber() const { return asNumber() == 0; }
-
 void ExtCommLinkBandwidth::formatDerivedType(std::ostream& stream) const {
-  formatKind(stream, *this, [this](Tyr::DynamicBufferInterface& buffer) {
-    buffer.append("LinkBandwidth ");
-    formatAsNumberToBuffer(&buffer, false);
-    buffer.append(':');
-    buffer.appendFloat(bandwidth());
-  });
+  Tyr::DynamicBuffer<> buffer;
+  buffer.append("LinkBandwidth ");
+  formatAsNumberToBuffer(&buffer, false);
+  buffer.append(':');
+  buffer.appendFloat(bandwidth());
+  formatKind(stream, *this, buffer.view());
 }
 
 std::string ExtCommLinkBandwidth::toStrepForPolicy(StrepFormat format) const {
@@ -43,32 +33,7 @@ std::string ExtCommLinkBandwidth::toStrepForPolicy(StrepFormat format) const {
   return buffer.str();
 }
 
-ExtComm::PtrConst extCommLinkBandwidthFactory(const ExtCommContent& content) {
-  return Tyr::make<ExtCommLinkBandwidth>(content);
-}
-
-ExtComm::PtrConst ExtCommLinkBandwidthIs(const ExtCommContent& content) { return extCommLinkBandwidthFactory(content); }
-
-BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSm(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections)
-    : BgpParseExtCommPluginBaseSm(ruleCollections) {
-  handleStartup();
-}
-
-void BgpParseExtCommLinkBandwidthSm::instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(
-    const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key, const BgpParseExtCommControl& control) const {
-  addExtCommSubTypeNonTransTwoOctetAsSubRule(
-      key, Tyr::make<BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule>(control));
-}
-
-BgpParseExtCommPluginBaseSm::Ptr bgpParseExtCommLinkBandwidthSmFactory(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections) {
-  return Tyr::make<BgpParseExtCommLinkBandwidthSm>(ruleCollections);
-}
-
-BgpParseExtCommPluginBaseSm::Ptr BgpParseExtCommLinkBandwidthSmIs(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections) {
-  return bgpParseExtCommLinkBandwidthSmFactory(ruleCollections);
-}
+VELBGP_KIND_FACTORIES(extCommLinkBandwidth, ExtCommLinkBandwidth)
+VELBGP_PLUGIN_FACTORIES(bgpParseExtCommLinkBandwidthSm, BgpParseExtCommLinkBandwidthSm)
 
 }  // namespace Routing::Bgp

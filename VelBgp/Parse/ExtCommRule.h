@@ -174,13 +174,15 @@ template <typename PktSubtype, typename Form>
 class VELBGP_EXPORT SubTypeRuleBase : public BgpParseExtCommRuleBase {
  public:
   using SubType = PktSubtype;
+  using Content = typename Form::Content;
+  using ObjectPtr = typename Form::ObjectPtr;
 
   SubTypeRuleBase(const BgpParseExtCommControl& control, PktSubtype pktSubType)
       : BgpParseExtCommRuleBase(control), pktSubType_(pktSubType) {}
 
   PktSubtype pktSubType() const noexcept { return pktSubType_; }
   // May return null to decline.
-  virtual typename Form::ObjectPtr inhale(const typename Form::Content& content) const = 0;
+  virtual ObjectPtr inhale(const Content& content) const = 0;
 
  private:
   const PktSubtype pktSubType_;
@@ -275,15 +277,5 @@ class VELBGP_EXPORT BgpParseExtendedCommunityRule final : public BgpParseExtComm
 
 VELBGP_EXPORT BgpParseExtendedCommunityRule::Ptr bgpParseExtendedCommunityRuleFactory(
     const BgpParseExtCommControl& control);
-
-// The sub-rule of a kind: it claims one subtype and makes a Kind of every value, with `arguments` after the content.
-template <typename SubTypeRule, auto pktSubTypeClaimed, typename Kind, auto... arguments>
-class VELBGP_EXPORT KindRule : public SubTypeRule {
- public:
-  explicit KindRule(const BgpParseExtCommControl& control) : SubTypeRule(control, pktSubTypeClaimed) {}
-  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
-    return Tyr::make<Kind>(content, arguments...);
-  }
-};
 
 }  // namespace Routing::Bgp

@@ -39,12 +39,7 @@ std::size_t hashRuleAddress(const void* rule, std::uint32_t salt) noexcept {
 BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollections() = default;
 BgpParseExtCommRuleCollections::~BgpParseExtCommRuleCollections() = default;
 
-BgpParseExtCommRuleCollections::Ptr bgpParseExtCommRuleCollectionsFactory() {
-  return Tyr::make<BgpParseExtCommRuleCollections>();
-}
-
-BgpParseExtCommRuleCollections::Ptr BgpParseExtCommRuleCollectionsIs() {
-  return bgpParseExtCommRuleCollectionsFactory();
-}
+TYR_FACTORIES(BgpParseExtCommRuleCollections::Ptr, bgpParseExtCommRuleCollections, BgpParseExtCommRuleCollections, (),
+              ())
 
 }  // namespace Routing::Bgp

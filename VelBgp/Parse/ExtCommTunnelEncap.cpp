@@ -1,13 +1,6 @@
 #include "VelBgp/Parse/ExtCommTunnelEncap.h"
 
-#include "VelBgp/Parse/ExtCommImpl.h"
-
 namespace Routing::Bgp {
-
-const Tyr::FwkType& ExtCommTunnelEncap::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommTunnelEncap"};
-  return type;
-}
 
 TunnelType ExtCommTunnelEncap::tunnelType() const noexcept {
   const auto type = TunnelType(tunnelTypeNumber());
@@ -15,43 +8,16 @@ TunnelType ExtCommTunnelEncap::tunnelType() const noexcept {
 }
 
 void ExtCommTunnelEncap::formatDerivedType(std::ostream& stream) const {
-  formatKind(stream, *this, [this](Tyr::DynamicBufferInterface& buffer) {
-    buffer.append("TunnelEncap ");
-    buffer.appendDecimal(tunnelTypeNumber());
-    buffer.append(':');
-    buffer.append(enumName(tunnelType()));
-  });
+  const std::string number = std::to_string(tunnelTypeNumber());
+  formatKind(stream, *this, "TunnelEncap " + number + ":" + enumName(tunnelType()));
 }
 
 std::string ExtCommTunnelEncap::toStrepForPolicy(StrepFormat format) const {
-  return std::string(format.classificationAndUI() ? "Tunnel-Encap:" : "") + enumName(tunnelType());
+  const std::string number = tunnelType() == tunnelTypeUnknown ? "(" + std::to_string(tunnelTypeNumber()) + ")" : "";
+  return std::string(format.classificationAndUI() ? "Tunnel-Encap:" : "") + enumName(tunnelType()) + number;
 }
 
-ExtComm::PtrConst extCommTunnelEncapFactory(const ExtCommContent& content) {
-  return Tyr::make<ExtCommTunnelEncap>(content);
-}
-
-ExtComm::PtrConst ExtCommTunnelEncapIs(const ExtCommContent& content) { return extCommTunnelEncapFactory(content); }
-
-BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSm(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections)
-    : BgpParseExtCommPluginBaseSm(ruleCollections) {
-  handleStartup();
-}
-
-void BgpParseExtCommTunnelEncapSm::instantiateExtCommSubTypeTransOpaqueSubRule(
-    const BgpParseExtCommSubTypeTransOpaqueRuleKey& key, const BgpParseExtCommControl& control) const {
-  addExtCommSubTypeTransOpaqueSubRule(key, Tyr::make<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>(control));
-}
-
-BgpParseExtCommPluginBaseSm::Ptr bgpParseExtCommTunnelEncapSmFactory(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections) {
-  return Tyr::make<BgpParseExtCommTunnelEncapSm>(ruleCollections);
-}
-
-BgpParseExtCommPluginBaseSm::Ptr BgpParseExtCommTunnelEncapSmIs(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections) {
-  return bgpParseExtCommTunnelEncapSmFactory(ruleCollections);
-}
+VELBGP_KIND_FACTORIES(extCommTunnelEncap, ExtCommTunnelEncap)
+VELBGP_PLUGIN_FACTORIES(bgpParseExtCommTunnelEncapSm, BgpParseExtCommTunnelEncapSm)
 
 }  // namespace Routing::Bgp

@@ -1,26 +1,24 @@
 // Tunnel encapsulation communities (RFC 9012): how the route's next hop takes tunnelled traffic.
 //
-//   ExtCommTunnelEncap               the community
+//   ExtCommTunnelEncap               the community; a type without a name shows its number: "tunnelTypeUnknown(19)"
 //   TunnelType                       the tunnel types that have a name here
 //   BgpParseExtCommTunnelEncapSm     the plugin that teaches a decoder to make it
-//
-// Ownership and threads: VelBgp/VelBgpCommunity.h, VelBgp/Parse/ExtCommPlugin.h. No errors.
+// Ownership, threads and errors: VelBgp/Parse/ExtCommKind.h.
 #pragma once
 
 #include "Tyr/Enumeration.h"
-#include "VelBgp/Parse/ExtComm.h"
+#include "VelBgp/Parse/ExtCommKind.h"
 
 namespace Routing::Bgp {
 
 #define TYR_ENUMERATIONS "VelBgp/Parse/ExtCommTunnelType.def"
 #include "Tyr/EnumerationDeclare.def"
 
-class VELBGP_EXPORT ExtCommTunnelEncap : public ExtCommSubtyped {
+class VELBGP_EXPORT ExtCommTunnelEncap : public ExtCommKind<ExtCommTunnelEncap, ExtCommSubtyped> {
  public:
-  explicit ExtCommTunnelEncap(const ExtCommContent& content) noexcept
-      : ExtCommSubtyped(extCommClassificationTunnelEncap, content) {}
+  static constexpr ExtCommLabels labels = {"Routing::Bgp::ExtCommTunnelEncap", extCommClassificationTunnelEncap};
+  using ExtCommKind::ExtCommKind;
 
-  const Tyr::FwkType& fwkType() const override;
   void formatDerivedType(std::ostream& stream) const override;
   std::string toStrepForPolicy(StrepFormat format) const override;
 
@@ -31,32 +29,19 @@ class VELBGP_EXPORT ExtCommTunnelEncap : public ExtCommSubtyped {
  protected:
   ~ExtCommTunnelEncap() override = default;
 };
-static_assert(sizeof(ExtCommTunnelEncap) == sizeof(ExtComm));
-
-VELBGP_EXPORT ExtComm::PtrConst extCommTunnelEncapFactory(const ExtCommContent& content);
-VELBGP_EXPORT ExtComm::PtrConst ExtCommTunnelEncapIs(const ExtCommContent& content);
+VELBGP_EXPORT ExtCommKindFactory extCommTunnelEncapFactory, ExtCommTunnelEncapIs;
 
 class VELBGP_EXPORT BgpParseExtComSubTypeTransOpaqueTunnelEncapRule
-    : public KindRule<BgpParseExtComSubTypeTransOpaqueRuleBase,
-                      extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity, ExtCommTunnelEncap> {
+    : public KindRule<extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity, ExtCommTunnelEncap> {
  public:
   using KindRule::KindRule;
 };
 
-class VELBGP_EXPORT BgpParseExtCommTunnelEncapSm : public BgpParseExtCommPluginBaseSm {
+class VELBGP_EXPORT BgpParseExtCommTunnelEncapSm
+    : public BgpParseExtCommKindSm<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule> {
  public:
-  explicit BgpParseExtCommTunnelEncapSm(const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
-
-  void instantiateExtCommSubTypeTransOpaqueSubRule(const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-                                                   const BgpParseExtCommControl& control) const override;
-
- protected:
-  ~BgpParseExtCommTunnelEncapSm() override = default;
+  using BgpParseExtCommKindSm::BgpParseExtCommKindSm;
 };
-
-VELBGP_EXPORT BgpParseExtCommPluginBaseSm::Ptr bgpParseExtCommTunnelEncapSmFactory(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
-VELBGP_EXPORT BgpParseExtCommPluginBaseSm::Ptr BgpParseExtCommTunnelEncapSmIs(
-    const BgpParseExtCommRuleCollections::PtrConst& ruleCollections);
+VELBGP_EXPORT BgpParseExtCommPluginFactory bgpParseExtCommTunnelEncapSmFactory, BgpParseExtCommTunnelEncapSmIs;
 
 }  // namespace Routing::Bgp

@@ -1,7 +1,8 @@
 // What does interning an extended list cost, in time and in memory, beside the floor and two standard contenders?
 //
-//   bench_interning                                    times, then octets per distinct list, then the ratios to the
-//   floor bench_interning --benchmark_filter=hit             only hits, without the octets
+//   bench_interning                          prints the octets per distinct list, then the times of hits and misses, then
+//                                            their ratios to the floor's
+//   bench_interning --benchmark_filter=hit   prints only the times of hits and their ratios
 //
 // A hit is intern plus release of that reference over a Zipf stream of lists that are held; a miss is intern of lists
 // that are all new plus the release of all. Contenders take turns (random interleaving) and medians are compared.

@@ -1,26 +1,33 @@
 // Regular expressions of route policies, matched against the text of community lists.
 //
-// Language: POSIX extended expressions as the host's regcomp() reads them in the C locale, with its \w \W \s \S
-// \b \B \< \> \` \' and an interval without a lower bound; '.' also matches a line feed. Back-references are refused:
-// to match them takes exponential time.
+// Language: POSIX extended expressions as the host's regcomp() reads them in the C locale, with its \w \W \s \S \b \B
+// \` \' and an interval without a lower bound. '.' matches every octet, a line feed too, but no NUL. \< and \> are
+// refused, for the engine has no such tests, and so are back-references: to match them takes exponential time.
 //
 // Matching: the pattern is the operator's but the text is a peer's, so there must be no text that stops the agent. The
 // host's regexec() starts afresh at every octet (RT:1:1.*RT:2:2 takes seconds on a list of 8,000 route targets) and
 // keeps a state for every set of positions it ever met; its regcomp() writes out nested repetitions without limit (it
 // does not come back from 2?{,2}{,2}{2}{1,2}{1,}). So the host is asked only what its bracket expressions stand for,
-// and the answer is computed here, in one pass over the text: at most text length times pattern size steps, mostly one
-// table look-up for each octet, and at most half a mebibyte of states for an expression however many texts it sees.
+// the pattern is rewritten in RE2's language, and RE2 answers: mostly with one table look-up for each octet, and never
+// with more than text length times pattern size steps, repetitions written out.
 //
-// Limits on a pattern: 4,096 octets, 200 levels of parentheses, 5,000 steps once intervals are written out.
+// Limits on a pattern: 4,096 octets, 200 levels of parentheses, 1,000 repetitions (of nested ones, the product), and
+// 10,000 instructions of RE2 once they are written out: about one for an octet or a set, two for parentheses.
+// Memory: RE2 gets 2 MiB for an expression's program and states, however many texts it sees; simple patterns take some
+// KiB. The syntax tree beside them stays below half a MiB. Construction takes up to 6 MiB for a moment.
 //
 // Ownership: a moved-from expression may only be destroyed or assigned to.
-// Threads: one expression may be used from any number of threads, but its states are behind a lock, so threads that
-// match much scale only with an expression each: PosixRegex mine(theirs.pattern()).
-// Errors: PosixRegexException from the constructor.
+// Threads: one expression may be used from any number of threads. Each match takes a shared lock, so two threads that do
+// nothing but match short texts slow each other down, up to twice; what no text needed before is added under an
+// exclusive one. Threads that match much better have an expression each: PosixRegex mine(theirs.pattern()).
+// Errors: PosixRegexException from the constructor, std::bad_alloc from the constructor and from matching. Whoever
+// catches the latter may go on, but when memory runs out while RE2 prepares an expression it loses some of its own and
+// may write "Stack not empty." to standard error.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Tyr/Exception.h"
 #include "Tyr/Export.h"
@@ -42,8 +49,9 @@ class VELBGP_EXPORT PosixRegex {
   ~PosixRegex();
 
   // 0 when some part of the text matches, REG_NOMATCH of <regex.h> otherwise. Throws std::bad_alloc when memory runs
-  // out: not knowing is not "no match", which could let a route pass a filter.
+  // out: not knowing is not "no match", which could let a route pass a filter. A view may contain NUL octets.
   int execute(const char* text) const;
+  int execute(std::string_view text) const;
 
   const std::string& pattern() const noexcept { return pattern_; }
 

@@ -1,35 +1,32 @@
+#include "Store/EnvironmentImpl.h"
+
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <condition_variable>
-#include <cstring>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <tuple>
-
-#include "Store/EnvironmentImpl.h"
 
 namespace Routing::Store::detail {
 namespace {
 
-constexpr std::size_t smallestMap = 64 * 1024;
-constexpr std::size_t largestStep = std::size_t{1} << 30;
+constexpr std::size_t littleRoom = 64 * 1024;  // on a disk that is as good as full
 
 // A child of fork() does not meet its parent's environments here.
 using FileId = std::tuple<pid_t, dev_t, ino_t>;
 
-// An entry stays until its environment is closed, though nobody can get it any more; who wants the file waits for that.
-// Recursive: opening may fail with the lock held, and closes what it opened.
+// Recursive: who takes hold of an environment and fails lets go of it with the lock held.
 struct Registry {
+  struct Held {
+    std::unique_ptr<Environment> environment;
+    std::size_t holders = 0;
+  };
   std::recursive_mutex mutex;
-  std::condition_variable_any closed;
-  std::map<FileId, std::weak_ptr<Environment>> environments;
+  std::map<FileId, Held> environments;
 };
 
 Registry& registry() {
@@ -47,160 +44,119 @@ FileId fileId(const std::string& path) {
   return idOf(status);
 }
 
-unsigned engineFlags(const Options* options) {
+// In a child of fork() the engine would give back places that are its parent's, and the registry's lock may be held by
+// a thread that is not there.
+void letGo(const Environment& environment, const FileId& id) {
+  if (!environment.ownProcess()) return;
+  const std::lock_guard lock(registry().mutex);
+  const auto held = registry().environments.find(id);
+  if (--held->second.holders == 0) registry().environments.erase(held);
+}
+
+unsigned engineFlags(const Options& options, bool writing) {
   constexpr unsigned always = MDB_NOSUBDIR | MDB_NOTLS;
-  if (options == nullptr) return always | MDB_RDONLY;
-  return options->durability == Durability::systemCrash ? always : always | MDB_NOSYNC;
+  if (!writing) return always | MDB_RDONLY;
+  return options.durability == Durability::systemCrash ? always : always | MDB_NOSYNC;
+}
+
+bool grants(std::size_t octets) {
+  void* const base = ::mmap(nullptr, octets, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  return base != MAP_FAILED && ::munmap(base, octets) == 0;
+}
+
+// As much as wanted, or a half, a quarter... of it: where the system would grant twice that, for the page check and all
+// else that the process needs addresses for.
+std::size_t grantedOctets(const std::string& path, std::size_t wanted) {
+  for (std::size_t octets = wanted; octets >= leastMapOctets; octets /= 2) {
+    if (octets <= SIZE_MAX / 2 && grants(2 * octets)) return octets;
+  }
+  throw StoreException(problem(path, "cannot map 64 MiB", "mapOctets of 64 MiB or more, and addresses for twice that"));
 }
 
 MDB_val engineValue(Octets octets) { return {octets.size(), const_cast<std::uint8_t*>(octets.data())}; }
 
-// In a child of fork() the registry's lock may be held by a thread that is not there.
-void closed(Environment* last, const FileId& id) {
-  if (!last->ownProcess()) return delete last;
-  const std::lock_guard lock(registry().mutex);
-  delete last;
-  registry().environments.erase(id);
-  registry().closed.notify_all();
-}
-
-std::shared_ptr<Environment> opened(const std::string& path, const FileId& id, const Options* options) {
-  auto environment =
-      std::make_unique<Environment>(path, dataFile(path), engineFlags(options), options ? options->mode : 0660, 0);
-  return {environment.release(), [id](Environment* last) { closed(last, id); }};
-}
-
 }  // namespace
 
-Mapping::Mapping(int file, std::size_t octets) : octets_(octets) {
-  void* base = ::mmap(nullptr, octets, PROT_READ, MAP_SHARED, file, 0);
-  if (base == MAP_FAILED) throw std::system_error(errno, std::generic_category());
-  base_ = static_cast<const std::uint8_t*>(base);
-}
-
-Mapping::~Mapping() { ::munmap(const_cast<std::uint8_t*>(base_), octets_); }
-
-// Each page, or the first of a run of them, begins with its number: with that, an address tells its place in the file.
-std::optional<Octets> Mapping::located(const MDB_val& value, std::size_t pageOctets) const {
-  const auto address = reinterpret_cast<std::uintptr_t>(value.mv_data);
-  const std::size_t inPage = address % pageOctets;
-  std::uint64_t page;
-  std::memcpy(&page, static_cast<const std::uint8_t*>(value.mv_data) - inPage, sizeof page);
-  if (page >= octets_ / pageOctets) return std::nullopt;
-  const std::size_t place = page * pageOctets + inPage;
-  if (value.mv_size > octets_ - place) return std::nullopt;
-  return Octets(base_ + place, value.mv_size);
-}
-
-std::shared_ptr<Environment> Environment::open(const std::string& path, const Options* options) {
+std::shared_ptr<Environment> Environment::open(const std::string& path, const Options& options, bool writing) {
   const FileId id = fileId(path);
-  std::unique_lock lock(registry().mutex);
+  const std::lock_guard lock(registry().mutex);
   auto& environments = registry().environments;
-  for (auto found = environments.find(id); found != environments.end(); found = environments.find(id)) {
-    std::shared_ptr<Environment> environment = found->second.lock();
-    if (environment == nullptr) {
-      registry().closed.wait(lock);
-      continue;
+  auto held = environments.find(id);
+  if (held == environments.end()) {
+    checkData(path);
+    auto environment = std::make_unique<Environment>(path, dataFile(path), options, writing);
+    struct stat status {};
+    if (::fstat(environment->file_, &status) != 0 || idOf(status) != id) {
+      throw StoreAbsentException(problem(path, dataFile(path) + " was replaced meanwhile", "to be opened again"));
     }
-    if (options != nullptr) environment->writingIs(*options);
-    return environment;
+    held = environments.emplace(id, Registry::Held{std::move(environment)}).first;
+  } else if (writing) {
+    held->second.environment->writingIs(options);
   }
-  dataChecked(path);
-  std::shared_ptr<Environment> environment = opened(path, id, options);
-  struct stat status {};
-  if (::fstat(environment->file_, &status) != 0 || idOf(status) != id) {
-    throw StoreAbsentException(problem(path, dataFile(path) + " was replaced meanwhile", "to be opened again"));
-  }
-  environments[id] = environment;
-  return environment;
+  ++held->second.holders;
+  return {held->second.environment.get(), [id](const Environment* last) { letGo(*last, id); }};
 }
 
+// The registry's lock is held, so nobody else changes the engine's flags; this one may change at any time.
 void Environment::writingIs(const Options& options) {
   if (!writable_) {
     throw StoreBusyException(problem(path_, "this process has it open for reading only", "to open for writing first"));
   }
-  const std::unique_lock lock(moving_);
-  ::mdb_env_set_flags(engine_, MDB_NOSYNC, options.durability == Durability::processCrash);
+  ::mdb_env_set_flags(engine_.get(), MDB_NOSYNC, options.durability == Durability::processCrash);
 }
 
-void Environment::made(const std::string& path, const Header& header, const Options& options) {
+void Environment::make(const std::string& path, const Header& header, const Options& options) {
   const std::string unfinished = dataFile(path) + ".new";
   const std::string readers = readersFile(unfinished);
   ::unlink(unfinished.c_str());
   ::unlink(readers.c_str());
-  {
-    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    const std::size_t octets = std::max(options.initialMapOctets, smallestMap) / page * page;
-    Environment environment(path, unfinished, engineFlags(&options), options.mode, octets);
-    Changes changes;
-    changes.headerIs(header);
-    environment.changesMade(changes);
-  }
+  Changes changes;
+  changes.headerIs(header);
+  Environment(path, unfinished, options, true).commit(changes);
   // First the table of readers, so that none ever finds the store without it.
-  renamed(path, readers, readersFile(dataFile(path)), options);
-  renamed(path, unfinished, dataFile(path), options);
+  rename(path, readers, readersFile(dataFile(path)), options);
+  rename(path, unfinished, dataFile(path), options);
 }
 
-Environment::Environment(std::string path, const std::string& file, unsigned flags, mode_t mode, std::size_t mapOctets)
+Environment::Environment(std::string path, const std::string& file, const Options& options, bool writing)
     : path_(std::move(path)),
       process_(::getpid()),
-      writable_((flags & MDB_RDONLY) == 0),
-      readersFile_(readersFile(file)),
-      readers_(readersOpened(path_, readersFile_, writable_, mode)) {
-  constexpr const char* expected = "data.mdb readable and data.mdb-lock writable, both by the same engine";
-  int code = ::mdb_env_create(&engine_);
-  if (code == 0) code = ::mdb_env_set_maxreaders(engine_, maxReaders);
-  if (code == 0 && mapOctets != 0) code = ::mdb_env_set_mapsize(engine_, mapOctets);
-  if (code == 0) code = ::mdb_env_open(engine_, file.c_str(), flags, mode);
-  try {
-    if (code != 0) fail(path_, "cannot open " + file, code, expected);
-    readersRoomTaken(path_, readersFile_, readers_);
-    if (!named(readers_, readersFile_)) {
-      throw StoreAbsentException(problem(path_, readersFile_ + " was replaced meanwhile", "to be opened again"));
-    }
-    ::mdb_env_get_fd(engine_, &file_);
-    if (mapOctets != 0 && ::ftruncate(file_, static_cast<off_t>(mapOctets)) != 0) failed("cannot grow it", errno);
-    treeOpened();
-  } catch (const std::system_error& error) {
-    ::mdb_env_close(engine_);
-    fail(path_, "cannot map it", error.code().value(), "enough room for addresses");
-  } catch (...) {
-    ::mdb_env_close(engine_);
-    throw;
+      writable_(writing),
+      readers_(openReaders(path_, readersFile(file), writing, options.mode)) {
+  MDB_env* engine = nullptr;
+  int code = ::mdb_env_create(&engine);
+  engine_.reset(engine);
+  if (code == 0) code = ::mdb_env_set_maxreaders(engine, maxReaders);
+  if (code == 0) code = ::mdb_env_set_mapsize(engine, grantedOctets(path_, options.mapOctets));
+  if (code == 0) code = ::mdb_env_open(engine, file.c_str(), engineFlags(options, writing), options.mode);
+  if (code != 0) {
+    fail(path_, "cannot open " + file, code,
+         "data.mdb readable and data.mdb-lock writable, both by the same engine, and addresses for all of data.mdb");
   }
-}
-
-// In a child of fork() the engine would give back places that are its parent's.
-Environment::~Environment() {
-  if (ownProcess()) ::mdb_env_close(engine_);
+  takeReadersRoom(readers_);
+  if (!readers_.isNamed()) {
+    throw StoreAbsentException(problem(path_, readers_.name() + " was replaced meanwhile", "to be opened again"));
+  }
+  ::mdb_env_get_fd(engine, &file_);
+  openTree();
 }
 
 bool Environment::ownProcess() const noexcept { return ::getpid() == process_; }
 
-// It may grow between two looks at it; nobody else uses this mapping yet.
-void Environment::treeOpened() {
+void Environment::openTree() {
   MDB_txn* transaction = nullptr;
-  int code = readingBegun(transaction);
-  while (code == MDB_MAP_RESIZED) {
-    code = ::mdb_env_set_mapsize(engine_, dataChecked(path_));
-    if (code == 0) code = readingBegun(transaction);
-  }
-  if (code != 0) readingFailed("cannot look into it", code);
   MDB_stat status{};
-  code = ::mdb_dbi_open(transaction, nullptr, 0, &tree_);
+  int code = beginReading(transaction);
+  if (code == 0) code = ::mdb_dbi_open(transaction, nullptr, 0, &tree_);
   if (code == 0) code = ::mdb_stat(transaction, tree_, &status);
   ::mdb_txn_abort(transaction);
-  if (code != 0) readingFailed("cannot look into it", code);
+  if (code != 0) failReading("cannot look into it", code);
   pageOctets_ = status.ms_psize;
-  MDB_envinfo info{};
-  ::mdb_env_info(engine_, &info);
-  mapping_ = std::make_shared<Mapping>(file_, info.me_mapsize);
 }
 
-void Environment::fileChecked() const {
+std::size_t Environment::checkFile() const {
   if (!ownProcess()) throw StoreException(problem(path_, "used after fork()", "the process that opened it"));
-  // Before the size: the file grows before what is mapped of it does.
-  const std::size_t mapped = mappedOctets();
+  const std::size_t longest = longest_;  // before this look: another thread may look after it, and see more
   struct stat ours {};
   struct stat named {};
   constexpr const char* expected = "the file that was opened, as the writer left it";
@@ -210,64 +166,39 @@ void Environment::fileChecked() const {
   if (idOf(ours) != idOf(named)) {
     throw StoreFormatException(problem(path_, dataFile(path_) + " was replaced by another file", expected));
   }
-  if (static_cast<std::size_t>(ours.st_size) < mapped) {
-    throw StoreFormatException(problem(path_, dataFile(path_) + " was cut short", expected));
-  }
+  const auto octets = static_cast<std::size_t>(ours.st_size);
+  if (octets < longest) throw StoreFormatException(problem(path_, dataFile(path_) + " was cut short", expected));
+  if (octets > longest) longest_ = octets;
+  return octets;
 }
 
-std::size_t Environment::mappedOctets() const {
-  const std::shared_lock lock(moving_);
-  return mapping_->size();
-}
-
-void Environment::usable() const {
-  if (broken_) throw StoreException(problem(path_, "its mapping was lost", "room for addresses; open it again"));
+MDB_envinfo Environment::info() const {
+  MDB_envinfo info{};
+  ::mdb_env_info(engine_.get(), &info);
+  return info;
 }
 
 std::uint64_t Environment::newestCommit() const {
-  fileChecked();
-  const std::shared_lock lock(moving_);
-  usable();
-  MDB_envinfo info{};
-  ::mdb_env_info(engine_, &info);
-  return info.me_last_txnid;
+  checkFile();
+  return info().me_last_txnid;
 }
 
-bool Environment::synced() const noexcept { return ownProcess() && ::mdb_env_sync(engine_, 1) == 0; }
+bool Environment::sync() const noexcept { return ownProcess() && ::mdb_env_sync(engine_.get(), 1) == 0; }
 
-void Environment::readersChecked() const {
-  const std::shared_lock lock(moving_);
+void Environment::checkReaders() const {
   int dead = 0;
-  ::mdb_reader_check(engine_, &dead);
+  ::mdb_reader_check(engine_.get(), &dead);
 }
 
-void Environment::mapped(std::size_t octets) {
-  const std::unique_lock lock(moving_);
-  usable();
-  if (octets <= mapping_->size()) return;  // another thread was faster
-  try {
-    auto mapping = std::make_shared<Mapping>(file_, octets);
-    const int code = ::mdb_env_set_mapsize(engine_, octets);
-    broken_ = code != 0;
-    if (code != 0) fail(path_, "cannot map more of it", code, "enough room for addresses; open it again");
-    mapping_ = std::move(mapping);
-  } catch (const std::system_error& error) {
-    fail(path_, "cannot map more of it", error.code().value(), "enough room for addresses");
-  }
+// To what the last commit counts, as LayoutImpl.h promises.
+int Environment::lengthen() const {
+  struct stat status {};
+  if (::fstat(file_, &status) != 0) return errno;
+  const auto counted = static_cast<off_t>((info().me_last_pgno + 1) * pageOctets_);
+  return status.st_size >= counted || ::ftruncate(file_, counted) == 0 ? 0 : errno;
 }
 
-void Environment::sizeTakenOver() { mapped(dataChecked(path_)); }
-
-// Twice as large, then by steps; the file first, then its mapping, and the engine stores the new size when it commits.
-void Environment::grown(std::size_t octetsNeeded) {
-  const std::size_t now = mappedOctets();
-  const std::size_t step = std::max(std::min(now, largestStep), octetsNeeded);
-  const std::size_t octets = (now + step) / smallestMap * smallestMap;
-  if (::ftruncate(file_, static_cast<off_t>(octets)) != 0) failed("cannot grow it", errno);
-  mapped(octets);
-}
-
-int Environment::written(MDB_txn* transaction, const Changes& changes) const {
+int Environment::write(MDB_txn* transaction, const Changes& changes) const {
   int code = changes.clear ? ::mdb_drop(transaction, tree_, 0) : 0;
   for (auto at = changes.entries.begin(); code == 0 && at != changes.entries.end(); ++at) {
     MDB_val key = engineValue(octetsOf(at->first));
@@ -282,67 +213,68 @@ int Environment::written(MDB_txn* transaction, const Changes& changes) const {
   return code;
 }
 
-int Environment::transaction(const Changes& changes) {
-  const std::shared_lock lock(moving_);
-  usable();
-  MDB_txn* transaction = nullptr;
-  int code = ::mdb_txn_begin(engine_, nullptr, 0, &transaction);
-  if (code != 0) return code;
-  code = written(transaction, changes);
-  if (code == 0) return ::mdb_txn_commit(transaction);
-  ::mdb_txn_abort(transaction);
-  return code;
-}
-
-void Environment::changesMade(const Changes& changes) {
-  for (int code = transaction(changes); code != 0; code = transaction(changes)) {
-    switch (code) {
-      case MDB_MAP_FULL:
-        readersChecked();
-        grown(changes.octets());
-        break;
-      case MDB_MAP_RESIZED:
-        sizeTakenOver();
-        break;
-      default:
-        failed("cannot write it", code);
-    }
-  }
-}
-
 // The engine calls a write that the system cut short an input/output error.
+int Environment::write(const Changes& changes) const {
+  MDB_txn* transaction = nullptr;
+  int code = lengthen();
+  if (code == 0) code = ::mdb_txn_begin(engine_.get(), nullptr, 0, &transaction);
+  if (code == 0) code = write(transaction, changes);
+  if (code == 0) {
+    code = ::mdb_txn_commit(transaction);
+  } else {
+    ::mdb_txn_abort(transaction);
+  }
+  return code == EIO && looksFull() ? ENOSPC : code;
+}
+
+// Where there is no room, a reader that died may hold some.
+void Environment::commit(const Changes& changes) const {
+  int code = write(changes);
+  if (isNoRoom(code)) {
+    checkReaders();
+    code = write(changes);
+  }
+  if (code != 0) failWriting(code);
+}
+
 bool Environment::looksFull() const {
   struct statvfs status {};
   struct rlimit limit {};
   struct stat file {};
   ::fstat(file_, &file);
-  if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < static_cast<rlim_t>(file.st_size)) return true;
-  return ::fstatvfs(file_, &status) == 0 && status.f_bavail * status.f_frsize < smallestMap;
+  if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur <= static_cast<rlim_t>(file.st_size)) return true;
+  return ::fstatvfs(file_, &status) == 0 && status.f_bavail * status.f_frsize < littleRoom;
 }
 
-int Environment::readingBegun(MDB_txn*& transaction) const {
-  const auto begun = [&] {
+int Environment::beginReading(MDB_txn*& transaction) const {
+  const auto begin = [&] {
     return transaction != nullptr ? ::mdb_txn_renew(transaction)
-                                  : ::mdb_txn_begin(engine_, nullptr, MDB_RDONLY, &transaction);
+                                  : ::mdb_txn_begin(engine_.get(), nullptr, MDB_RDONLY, &transaction);
   };
-  const int code = begun();
+  const int code = begin();
   if (code != MDB_READERS_FULL) return code;
-  int dead = 0;
-  ::mdb_reader_check(engine_, &dead);
-  return begun();
+  checkReaders();
+  return begin();
 }
 
-void Environment::readingFailed(const char* what, int code) const {
+void Environment::failReading(const char* what, int code) const {
   if (code == MDB_READERS_FULL) {
     const std::string expected = "at most " + std::to_string(maxReaders) + " views at a time";
     throw StoreException(problem(path_, "no place for another reader", expected));
   }
+  if (code == MDB_MAP_RESIZED) {
+    throw StoreException(problem(path_, "it outgrew the " + std::to_string(info().me_mapsize) + " octets mapped of it",
+                                 "to be opened again with a larger mapOctets and addresses for that"));
+  }
   fail(path_, what, code, "data.mdb as the writer left it, on a sound disk");
 }
 
-void Environment::failed(const char* what, int code) const {
-  if (code == EIO && looksFull()) code = ENOSPC;
-  fail(path_, what, code, "a sound disk with room; the last commit stands");
+void Environment::failWriting(int code) const {
+  if (code == MDB_MAP_FULL) {
+    throw StoreFullException(problem(path_, "the " + std::to_string(info().me_mapsize) + " octets mapped are full",
+                                     "a larger mapOctets when it is opened; the last commit stands"));
+  }
+  fail(path_, "cannot write it", code, "a sound disk with room; the last commit stands");
 }
 
 }  // namespace Routing::Store::detail

@@ -4,107 +4,77 @@
 // of readers for the first. So open environments are registered by file, and closing one and opening the next exclude
 // each other.
 //
-// The engine maps the file once. When it grows, the mapping moves, also under other managers of this process, and with
-// it every address in it. So the octets that views hand out lie in a mapping of our own (Mapping), which each view
-// keeps until it is refreshed; the engine's is used under a lock that excludes its moving, and only to learn where in
-// the file an entry lies.
-//
-//   moving_   shared: whatever uses the engine; exclusive: moving the engine's mapping. Never held while a visitor of
-//             the user's runs. Between processes nothing is locked: they notice a grown file by the page numbers in it.
+// The engine maps the file once, for reading only, over more addresses than the file has octets. So the file grows into
+// a mapping that never moves, what a view found stays where it is, and threads need no lock of ours.
 #pragma once
 
 #include <lmdb.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
-#include <shared_mutex>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "Store/FilesImpl.h"
 #include "Store/LayoutImpl.h"
-#include "Store/PageCheckImpl.h"
 #include "Store/StoreManager.h"
 
 namespace Routing::Store::detail {
 
-// All of the engine's file, for reading.
-class Mapping {
- public:
-  // Throws std::system_error.
-  Mapping(int file, std::size_t octets);
-  Mapping(const Mapping&) = delete;
-  Mapping& operator=(const Mapping&) = delete;
-  ~Mapping();
-
-  std::size_t size() const noexcept { return octets_; }
-  Octets octets() const noexcept { return {base_, octets_}; }
-  // The same octets as those of an entry in the engine's mapping; nothing if they are not in the file.
-  std::optional<Octets> located(const MDB_val& value, std::size_t pageOctets) const;
-
- private:
-  const std::uint8_t* base_;
-  std::size_t octets_;
-};
-
 class Environment {
  public:
-  // That of this process, or a new one; for reading without options. The store's files have been looked at before.
-  static std::shared_ptr<Environment> open(const std::string& path, const Options* options);
+  // That of this process, or a new one, which looks at the store's files first.
+  static std::shared_ptr<Environment> open(const std::string& path, const Options& options, bool writing);
   // A new store's file, with just its header.
-  static void made(const std::string& path, const Header& header, const Options& options);
+  static void make(const std::string& path, const Header& header, const Options& options);
 
-  Environment(std::string path, const std::string& file, unsigned flags, mode_t mode, std::size_t mapOctets);
+  Environment(std::string path, const std::string& file, const Options& options, bool writing);
   Environment(const Environment&) = delete;
   Environment& operator=(const Environment&) = delete;
-  ~Environment();
 
   const std::string& path() const noexcept { return path_; }
-  // Throws unless the store's file is still the one that was opened, whole, and the process the one that opened it.
-  void fileChecked() const;
+  // The file's size. Throws unless it is still the one that was opened, and as long as ever, and the process the one
+  // that opened it.
+  std::size_t checkFile() const;
   // False in a child of fork(), which must leave alone what it shares with its parent.
   bool ownProcess() const noexcept;
   std::uint64_t newestCommit() const;
   // Waits until all commits are on the disk; false when they are not, or in a child of fork().
-  bool synced() const noexcept;
+  bool sync() const noexcept;
   // Gives up the places of dead readers.
-  void readersChecked() const;
-  // All of them, or none and an exception. The file grows as need be.
-  void changesMade(const Changes& changes);
+  void checkReaders() const;
+  // All of them, or none and an exception.
+  void commit(const Changes& changes) const;
 
  private:
   friend class Snapshot;
-  int transaction(const Changes& changes);
-  int written(MDB_txn* transaction, const Changes& changes) const;
-  void treeOpened();
-  // As large as the file says, after another process made it grow.
-  void sizeTakenOver();
-  void grown(std::size_t octetsNeeded);
-  void mapped(std::size_t octets);
-  void usable() const;
-  // Renews the transaction if there is one; looks once for places of dead readers.
-  int readingBegun(MDB_txn*& transaction) const;
-  [[noreturn]] void failed(const char* what, int code) const;
-  [[noreturn]] void readingFailed(const char* what, int code) const;
-  bool looksFull() const;
-  std::size_t mappedOctets() const;
+  struct EngineCloser {
+    void operator()(MDB_env* engine) const { ::mdb_env_close(engine); }
+  };
+
+  void openTree();
   // The process goes on to write through this environment.
   void writingIs(const Options& options);
+  // Renews the transaction if there is one; looks once for places of dead readers.
+  int beginReading(MDB_txn*& transaction) const;
+  int lengthen() const;
+  int write(const Changes& changes) const;
+  int write(MDB_txn* transaction, const Changes& changes) const;
+  bool looksFull() const;
+  MDB_envinfo info() const;
+  [[noreturn]] void failReading(const char* what, int code) const;
+  [[noreturn]] void failWriting(int code) const;
 
   const std::string path_;
   const pid_t process_;
   const bool writable_;
-  const std::string readersFile_;
-  const Descriptor readers_;
-  bool broken_ = false;  // the engine lost its mapping
-  MDB_env* engine_ = nullptr;
+  const File readers_;
+  std::unique_ptr<MDB_env, EngineCloser> engine_;
   MDB_dbi tree_ = 0;
   std::size_t pageOctets_ = 0;
-  int file_ = -1;  // the engine's
-  mutable std::shared_mutex moving_;
-  std::shared_ptr<const Mapping> mapping_;
+  int file_ = -1;                                // the engine's
+  mutable std::atomic<std::size_t> longest_{0};  // that the file was seen
 };
 
 // What a ReadView does.
@@ -120,31 +90,27 @@ class Snapshot {
   bool refresh();
   void end() noexcept;
   // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.
-  void pagesChecked();
+  void checkPages();
 
   std::optional<Octets> entry(const std::string& key) const;
   // The number of the last record, 0 without any.
   std::uint64_t lastNumber() const;
   // All that is stored of the record that a reference names.
-  Octets checked(Reference reference) const;
+  Octets find(Reference reference) const;
   Record translate(Reference reference) const;
   Record recordOf(Reference reference, Octets stored) const;
   // Entries whose keys begin with `prefix`, in order.
   void forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const;
+  [[noreturn]] void failDamaged(const std::string& what) const;
 
  private:
-  using Entries = std::vector<std::pair<Octets, Octets>>;
+  class Cursor;
   void begin();
-  int begun();
   void requireLive() const;
-  Octets located(const MDB_val& value) const;
-  std::optional<Meta> meta() const;
-  Entries entriesFrom(std::string_view from, std::string_view prefix) const;
-  void requireAscending(const Entries& entries, std::string_view from) const;
-  int collected(MDB_cursor* cursor, std::string_view from, std::string_view prefix, Entries& entries) const;
+  bool isFound(int code) const;
+  std::optional<std::string> damage() const;
 
   std::shared_ptr<Environment> environment_;
-  std::shared_ptr<const Mapping> mapping_;
   MDB_txn* transaction_ = nullptr;
   bool live_ = false;
   mutable unsigned loops_ = 0;

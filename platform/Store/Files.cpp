@@ -9,10 +9,11 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <system_error>
+#include <utility>
 
 #include "Store/LayoutImpl.h"
 #include "Store/PageCheckImpl.h"
@@ -20,7 +21,10 @@
 namespace Routing::Store::detail {
 namespace {
 
+static_assert(sizeof(std::size_t) == 8, "the engine's file lies otherwise on other machines, and is mapped at once");
+
 std::string lockFile(const std::string& path) { return path + "/writer.lock"; }
+std::string stampFile(const std::string& path) { return path + "/stamp"; }
 
 bool exists(const std::string& path, const std::string& file) {
   struct stat status {};
@@ -29,86 +33,54 @@ bool exists(const std::string& path, const std::string& file) {
   return false;
 }
 
-Descriptor opened(const std::string& path, const std::string& file, int flags, mode_t mode,
-                  const std::string& expected) {
-  Descriptor descriptor(::open(file.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, mode));
-  if (descriptor.number() < 0) fail(path, "cannot open " + file, errno, expected);
-  return descriptor;
+[[noreturn]] void failFormat(const File& file, const std::string& what, const std::string& expected) {
+  throw StoreFormatException(problem(file.path(), file.name() + what, expected));
 }
 
-std::size_t sizeOf(const std::string& path, const std::string& file, const Descriptor& descriptor) {
-  struct stat status {};
-  if (::fstat(descriptor.number(), &status) != 0) fail(path, "cannot look at " + file, errno, "a regular file");
-  if (!S_ISREG(status.st_mode)) throw StoreFormatException(problem(path, file + " is no file", "a regular file"));
-  return static_cast<std::size_t>(status.st_size);
-}
-
-// False when the file ends before that.
-bool readAt(const std::string& path, const std::string& file, const Descriptor& descriptor, void* to,
-            std::size_t octets, std::size_t from) {
-  ssize_t count;
-  do {
-    count = ::pread(descriptor.number(), to, octets, static_cast<off_t>(from));
-  } while (count < 0 && errno == EINTR);
-  if (count < 0) fail(path, "cannot read " + file, errno, "a readable file");
-  return static_cast<std::size_t>(count) == octets;
-}
-
-static_assert(sizeof(std::size_t) == 8, "the engine's file lies otherwise on other machines");
+// ---- The engine's file
 
 constexpr std::uint32_t metaMagic = 0xbeefc0de;
 constexpr std::uint32_t metaVersion = 1;
 constexpr std::uint16_t metaFlag = 8;
+constexpr std::uint32_t leastPage = 512;
+constexpr std::uint32_t largestPage = 32768;
 
 constexpr const char* wholeFile = "the engine's file as the writer left it";
 
-Meta metaReadOnce(const std::string& path, const std::string& file, const Descriptor& data, std::size_t at) {
-  Meta meta{};
-  if (readAt(path, file, data, &meta, sizeof meta, at)) return meta;
-  throw StoreFormatException(problem(path, file + " is cut short", wholeFile));
-}
-
 // Until it reads the same twice, as a commit may just be overwriting it.
-Meta metaRead(const std::string& path, const std::string& file, const Descriptor& data, std::size_t at) {
-  Meta meta = metaReadOnce(path, file, data, at);
+Meta readMeta(const File& data, std::size_t at) {
+  Meta meta{};
+  Meta before{};
   for (int tries = 0; tries < 1000; ++tries) {
-    const Meta again = metaReadOnce(path, file, data, at);
-    if (std::memcmp(&meta, &again, sizeof meta) == 0) break;
-    meta = again;
+    if (!data.read(&meta, sizeof meta, at)) failFormat(data, " is cut short", wholeFile);
+    if (std::memcmp(&meta, &before, sizeof meta) == 0) break;
+    before = meta;
   }
   if (meta.magic != metaMagic || meta.version != metaVersion || (meta.pageFlags & metaFlag) == 0) {
-    throw StoreFormatException(problem(path, file + " is not a store's file", wholeFile));
+    failFormat(data, " is not a store's file", wholeFile);
   }
   return meta;
 }
 
-// Pages larger than the machine's could not be told from their addresses.
-void requirePageSize(const std::string& path, const std::string& file, std::size_t octets) {
-  const auto machine = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-  if (std::has_single_bit(octets) && octets >= 512 && machine % octets == 0) return;
-  throw StoreFormatException(problem(path, file + " has pages of " + std::to_string(octets) + " octets",
-                                     "pages that fit this machine's of " + std::to_string(machine)));
-}
-
-std::string sizes(std::size_t is, std::uint64_t named) {
-  return std::to_string(is) + " octets where it names " + std::to_string(named);
+void requirePageSize(const File& data, std::uint32_t octets) {
+  if (std::has_single_bit(octets) && octets >= leastPage && octets <= largestPage) return;
+  failFormat(data, " has pages of " + std::to_string(octets) + " octets", "a power of two from 512 to 32768");
 }
 
 bool within(const Tree& tree, std::uint64_t lastPage) {
   return tree.root == noPage || (tree.root > 1 && tree.root <= lastPage);
 }
 
-void requireWhole(const std::string& path, const std::string& file, const Meta& meta, std::size_t pageOctets,
-                  std::size_t fileOctets) {
-  const bool rootsWithin = within(meta.trees[0], meta.lastPage) && within(meta.trees[1], meta.lastPage);
-  if (meta.lastPage == 0 || meta.lastPage >= meta.mapOctets / pageOctets || meta.mapOctets > INT64_MAX ||
-      meta.trees[0].pageOctets != pageOctets || !rootsWithin) {
-    throw StoreFormatException(problem(path, file + " is damaged: a meta page contradicts itself", wholeFile));
+void requireSound(const File& data, const Meta& meta, std::size_t pageOctets) {
+  if (meta.lastPage != 0 && meta.lastPage < meta.mapOctets / pageOctets && meta.mapOctets <= INT64_MAX &&
+      meta.trees[0].pageOctets == pageOctets && within(meta.trees[0], meta.lastPage) &&
+      within(meta.trees[1], meta.lastPage)) {
+    return;
   }
-  if (meta.mapOctets > fileOctets) {
-    throw StoreFormatException(problem(path, file + " is cut short: " + sizes(fileOctets, meta.mapOctets), wholeFile));
-  }
+  failFormat(data, " is damaged: a meta page contradicts itself", wholeFile);
 }
+
+// ---- Other files
 
 template <typename Number>
 void requireSame(const std::string& path, const char* what, Number is, Number expected) {
@@ -117,39 +89,30 @@ void requireSame(const std::string& path, const char* what, Number is, Number ex
                                      std::string(what) + " " + std::to_string(expected)));
 }
 
-void requireStamp(const std::string& path, const Stamp& stamp) {
-  const Stamp ours;
-  if (stamp.magic != ours.magic) {
-    throw StoreFormatException(problem(path, stampFile(path) + " is not a store's stamp", "the stamp of a store"));
-  }
-  requireSame(path, "octet order", stamp.octetOrder, ours.octetOrder);
-  requireSame(path, "layout version", stamp.version, ours.version);
-  requireSame(path, "word size", stamp.wordOctets, ours.wordOctets);
-}
-
-void synced(const std::string& path, const std::string& file, const Options& options) {
+void sync(const std::string& path, const std::string& name, const Options& options) {
   if (options.durability != Durability::systemCrash) return;
-  const Descriptor descriptor = opened(path, file, O_RDONLY, 0, "a disk that takes it");
-  if (::fsync(descriptor.number()) != 0) fail(path, "cannot write " + file + " to the disk", errno, "a sound disk");
+  const File file(path, name, O_RDONLY, 0, "a disk that takes it");
+  if (::fsync(file.number()) != 0) fail(path, "cannot write " + name + " to the disk", errno, "a sound disk");
 }
 
-void written(const std::string& path, const std::string& file, Octets octets, mode_t mode) {
-  const Descriptor to = opened(path, file, O_WRONLY | O_CREAT | O_TRUNC, mode, "a directory that this user may write");
-  const ssize_t count = ::write(to.number(), octets.data(), octets.size());
+void write(const File& file, Octets octets) {
+  const ssize_t count = ::pwrite(file.number(), octets.data(), octets.size(), 0);
   if (count == static_cast<ssize_t>(octets.size())) return;
-  fail(path, "cannot write " + file, count < 0 ? errno : ENOSPC, "room on the disk");
+  fail(file.path(), "cannot write " + file.name(), count < 0 ? errno : ENOSPC, "a sound disk with room");
 }
 
-std::string contents(const Descriptor& file) {
+std::string contents(int file) {
   char octets[64];
-  const ssize_t count = ::pread(file.number(), octets, sizeof octets, 0);
+  const ssize_t count = ::pread(file, octets, sizeof octets, 0);
   return std::string(octets, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
 }
 
 // Drawn by the kernel at each start; empty where it does not tell.
 std::string startOfMachine() {
-  const Descriptor file(::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
-  return file.number() < 0 ? std::string() : contents(file);
+  const int file = ::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC);
+  const std::string start = contents(file);
+  if (file >= 0) ::close(file);
+  return start;
 }
 
 bool isLeftover(const std::string& name) {
@@ -173,21 +136,53 @@ std::string message(int code) { return code > 0 ? std::generic_category().messag
 
 }  // namespace
 
-Descriptor::~Descriptor() {
+File::File(const std::string& path, std::string name, int flags, mode_t mode, const char* expected)
+    : path_(path),
+      name_(std::move(name)),
+      number_(::open(name_.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, mode)) {
+  if (number_ < 0) fail(path_, "cannot open " + name_, errno, expected);
+}
+
+File::File(File&& other) noexcept
+    : path_(std::move(other.path_)), name_(std::move(other.name_)), number_(std::exchange(other.number_, -1)) {}
+
+File::~File() {
   if (number_ >= 0) ::close(number_);
+}
+
+std::size_t File::octets() const {
+  struct stat status {};
+  if (::fstat(number_, &status) != 0) fail(path_, "cannot look at " + name_, errno, "a regular file");
+  if (!S_ISREG(status.st_mode)) failFormat(*this, " is no file", "a regular file");
+  return static_cast<std::size_t>(status.st_size);
+}
+
+bool File::read(void* to, std::size_t octets, std::size_t from) const {
+  ssize_t count;
+  do {
+    count = ::pread(number_, to, octets, static_cast<off_t>(from));
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) fail(path_, "cannot read " + name_, errno, "a readable file");
+  return static_cast<std::size_t>(count) == octets;
+}
+
+bool File::isNamed() const {
+  struct stat ours {};
+  struct stat other {};
+  if (::fstat(number_, &ours) != 0 || ::stat(name_.c_str(), &other) != 0) return false;
+  return ours.st_dev == other.st_dev && ours.st_ino == other.st_ino;
 }
 
 std::string problem(const std::string& path, const std::string& what, const std::string& expected) {
   return "store " + path + ": " + what + "; expected " + expected;
 }
 
+bool isNoRoom(int code) { return code == ENOSPC || code == EDQUOT || code == EFBIG || code == MDB_MAP_FULL; }
+
 void fail(const std::string& path, const std::string& what, int code, const std::string& expected) {
   const std::string text = problem(path, what + ": " + message(code), expected);
+  if (isNoRoom(code)) throw StoreFullException(text);
   switch (code) {
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      throw StoreFullException(text);
     case MDB_INVALID:
     case MDB_VERSION_MISMATCH:
     case MDB_CORRUPTED:
@@ -200,7 +195,6 @@ void fail(const std::string& path, const std::string& what, int code, const std:
 
 std::string dataFile(const std::string& path) { return path + "/data.mdb"; }
 std::string readersFile(const std::string& data) { return data + "-lock"; }
-std::string stampFile(const std::string& path) { return path + "/stamp"; }
 
 void requireDirectory(const std::string& path) {
   constexpr const char* expected = "the directory of a store";
@@ -212,7 +206,7 @@ void requireDirectory(const std::string& path) {
   if (!S_ISDIR(status.st_mode)) throw StoreFormatException(problem(path, "not a directory", expected));
 }
 
-void directoryMade(const std::string& path, mode_t mode) {
+void makeDirectory(const std::string& path, mode_t mode) {
   const mode_t search = mode | ((mode & 0444) >> 2);
   if (::mkdir(path.c_str(), search) != 0 && errno != EEXIST) {
     fail(path, "cannot make the directory", errno, "a parent directory that exists and that this user may write");
@@ -222,53 +216,42 @@ void directoryMade(const std::string& path, mode_t mode) {
 
 bool machineFailedMeanwhile(const std::string& path) {
   if (!exists(path, lockFile(path))) return false;
-  const Descriptor lock = opened(path, lockFile(path), O_RDONLY, 0, "a writer.lock that this user may read");
-  const std::string mark = contents(lock);
+  const File lock(path, lockFile(path), O_RDONLY, 0, "a writer.lock that this user may read");
+  const std::string mark = contents(lock.number());
   const std::string start = startOfMachine();
   return !mark.empty() && !start.empty() && mark != start;
 }
 
-void markIs(const std::string& path, const Descriptor& lock) {
-  const std::string mark = startOfMachine();
+void markIs(const File& lock) {
   markDel(lock);
-  const ssize_t count = ::pwrite(lock.number(), mark.data(), mark.size(), 0);
-  if (count != static_cast<ssize_t>(mark.size()) || ::fsync(lock.number()) != 0) {
-    fail(path, "cannot write " + lockFile(path), count < 0 ? errno : ENOSPC, "a sound disk with room");
-  }
+  write(lock, octetsOf(startOfMachine()));
+  if (::fsync(lock.number()) != 0) fail(lock.path(), "cannot write " + lock.name(), errno, "a sound disk");
 }
 
-Descriptor readersOpened(const std::string& path, const std::string& file, bool writing, mode_t mode) {
+// One that stays is no harm: the next writer takes it away, or makes the store anew.
+void markDel(const File& lock) noexcept {
+  if (::ftruncate(lock.number(), 0) != 0) return;
+}
+
+File openReaders(const std::string& path, const std::string& file, bool writing, mode_t mode) {
   if (!writing && !exists(path, file)) {
     throw StoreFormatException(problem(path, "it has no " + file, "a store whose writer has opened it since"));
   }
-  Descriptor readers =
-      opened(path, file, O_RDWR | (writing ? O_CREAT : 0), mode, "a data.mdb-lock that this user may write");
-  readersRoomTaken(path, file, readers);
+  File readers(path, file, O_RDWR | (writing ? O_CREAT : 0), mode, "a data.mdb-lock that this user may write");
+  takeReadersRoom(readers);
   return readers;
 }
 
 // Where the file system cannot, nothing better is to be had.
-void readersRoomTaken(const std::string& path, const std::string& file, const Descriptor& readers) {
-  const std::size_t is = sizeOf(path, file, readers);
+void takeReadersRoom(const File& readers) {
+  const std::size_t is = readers.octets();
   const auto octets = static_cast<off_t>(is == 0 ? readersOctets : is);
   int code = 0;
   do {
     code = ::fallocate(readers.number(), 0, 0, octets);
   } while (code != 0 && errno == EINTR);
   if (code == 0 || errno == EOPNOTSUPP) return;
-  fail(path, "cannot take room for " + file, errno, "room on the disk for 64 KiB");
-}
-
-bool named(const Descriptor& descriptor, const std::string& file) {
-  struct stat ours {};
-  struct stat other {};
-  if (::fstat(descriptor.number(), &ours) != 0 || ::stat(file.c_str(), &other) != 0) return false;
-  return ours.st_dev == other.st_dev && ours.st_ino == other.st_ino;
-}
-
-// One that stays is no harm: the next writer takes it away, or makes the store anew.
-void markDel(const Descriptor& lock) noexcept {
-  if (::ftruncate(lock.number(), 0) != 0) return;
+  fail(readers.path(), "cannot take room for " + readers.name(), errno, "room on the disk for 64 KiB");
 }
 
 void filesDel(const std::string& path) {
@@ -278,14 +261,14 @@ void filesDel(const std::string& path) {
   }
 }
 
-Descriptor writerLocked(const std::string& path, mode_t mode) {
-  Descriptor lock = opened(path, lockFile(path), O_RDWR | O_CREAT, mode, "a directory that this user may write");
+File lockWriter(const std::string& path, mode_t mode) {
+  File lock(path, lockFile(path), O_RDWR | O_CREAT, mode, "a directory that this user may write");
   if (::flock(lock.number(), LOCK_EX | LOCK_NB) == 0) return lock;
-  if (errno != EWOULDBLOCK) fail(path, "cannot lock " + lockFile(path), errno, "a file system with locks");
+  if (errno != EWOULDBLOCK) fail(path, "cannot lock " + lock.name(), errno, "a file system with locks");
   throw StoreBusyException(problem(path, "another writer has it open: " + message(errno), "one writer at a time"));
 }
 
-bool storeThere(const std::string& path) {
+bool storeExists(const std::string& path) {
   if (!exists(path, dataFile(path))) {
     requireNothingElse(path);
     return false;
@@ -294,46 +277,50 @@ bool storeThere(const std::string& path) {
   throw StoreFormatException(problem(path, "not a store: it has no stamp", "a store or an empty directory"));
 }
 
-std::uint64_t stampRead(const std::string& path) {
-  const std::string file = stampFile(path);
-  const Descriptor descriptor = opened(path, file, O_RDONLY, 0, "a stamp that this user may read");
-  if (sizeOf(path, file, descriptor) == 0) throw StoreFormatException(problem(path, file + " is empty", "a stamp"));
+std::uint64_t readStamp(const std::string& path) {
+  const File file(path, stampFile(path), O_RDONLY, 0, "a stamp that this user may read");
+  const Stamp ours;
   Stamp stamp;
-  if (!readAt(path, file, descriptor, &stamp, sizeof stamp, 0)) {
-    throw StoreFormatException(problem(path, file + " is cut short", std::to_string(sizeof stamp) + " octets"));
+  if (file.octets() == 0) failFormat(file, " is empty", "a stamp");
+  if (!file.read(&stamp, sizeof stamp, 0)) {
+    failFormat(file, " is cut short", std::to_string(sizeof stamp) + " octets");
   }
-  requireStamp(path, stamp);
+  if (stamp.magic != ours.magic) failFormat(file, " is not a store's stamp", "the stamp of a store");
+  requireSame(path, "octet order", stamp.octetOrder, ours.octetOrder);
+  requireSame(path, "layout version", stamp.version, ours.version);
+  requireSame(path, "word size", stamp.wordOctets, ours.wordOctets);
   return stamp.identity;
 }
 
-void stampWritten(const std::string& path, std::uint64_t identity, const Options& options) {
+void writeStamp(const std::string& path, std::uint64_t identity, const Options& options) {
   const std::string unfinished = stampFile(path) + ".new";
   Stamp stamp;
   stamp.identity = identity;
-  written(path, unfinished, octetsOf(stamp), options.mode);
-  renamed(path, unfinished, stampFile(path), options);
-  synced(path, path + "/..", options);  // where the directory itself may be new
+  write(File(path, unfinished, O_WRONLY | O_CREAT | O_TRUNC, options.mode, "a directory that this user may write"),
+        octetsOf(stamp));
+  rename(path, unfinished, stampFile(path), options);
+  sync(path, path + "/..", options);  // where the directory itself may be new
 }
 
-void renamed(const std::string& path, const std::string& from, const std::string& to, const Options& options) {
-  synced(path, from, options);
+void rename(const std::string& path, const std::string& from, const std::string& to, const Options& options) {
+  sync(path, from, options);
   if (::rename(from.c_str(), to.c_str()) != 0) fail(path, "cannot rename " + from, errno, "a sound disk");
-  synced(path, path, options);
+  sync(path, path, options);
 }
 
-std::size_t dataChecked(const std::string& path) {
-  const std::string file = dataFile(path);
-  const Descriptor data = opened(path, file, O_RDONLY, 0, "a data.mdb that this user may read");
-  if (sizeOf(path, file, data) == 0) throw StoreFormatException(problem(path, file + " has size 0", wholeFile));
-  const Meta first = metaRead(path, file, data, 0);
-  const std::size_t pageOctets = first.trees[0].pageOctets;
-  requirePageSize(path, file, pageOctets);
-  const Meta second = metaRead(path, file, data, pageOctets);
-  // Looked at last: a writer makes the file longer before it says so.
-  const std::size_t fileOctets = sizeOf(path, file, data);
-  requireWhole(path, file, first, pageOctets, fileOctets);
-  requireWhole(path, file, second, pageOctets, fileOctets);
-  return static_cast<std::size_t>(std::max(first.mapOctets, second.mapOctets));
+void checkData(const std::string& path) {
+  const File data(path, dataFile(path), O_RDONLY, 0, "a data.mdb that this user may read");
+  if (data.octets() == 0) failFormat(data, " has size 0", wholeFile);
+  const Meta first = readMeta(data, 0);
+  const std::uint32_t pageOctets = first.trees[0].pageOctets;
+  requirePageSize(data, pageOctets);
+  const Meta second = readMeta(data, pageOctets);
+  requireSound(data, first, pageOctets);
+  requireSound(data, second, pageOctets);
+  const std::uint64_t counted = (std::min(first.lastPage, second.lastPage) + 1) * pageOctets;
+  const std::size_t octets = data.octets();
+  if (octets >= counted) return;
+  failFormat(data, " is cut short: " + std::to_string(octets) + " octets of " + std::to_string(counted), wholeFile);
 }
 
 }  // namespace Routing::Store::detail

@@ -36,7 +36,7 @@ std::uint64_t checksumOf(const RecordHead& head, Octets payload) {
 std::uint64_t checksumOf(Octets key, Octets value) { return checksumOf(checksumOf(0, key), value); }
 
 template <typename T>
-T plainRead(Octets octets) {
+T readPlain(Octets octets) {
   T value;
   std::memcpy(&value, octets.data(), sizeof value);
   return value;
@@ -95,27 +95,27 @@ Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload) {
   return joined(octetsOf(head), payload);
 }
 
-std::optional<Header> headerRead(Octets stored) {
+std::optional<Header> readHeader(Octets stored) {
   if (stored.size() != sizeof(Header)) return std::nullopt;
-  const auto header = plainRead<Header>(stored);
+  const auto header = readPlain<Header>(stored);
   if (header.checksum != checksumOf(header)) return std::nullopt;
   return header;
 }
 
-std::optional<Octets> keyValueRead(Octets key, Octets stored) {
+std::optional<Octets> readKeyValue(Octets key, Octets stored) {
   if (stored.size() < sizeof(std::uint64_t)) return std::nullopt;
   const Octets value = stored.subspan(sizeof(std::uint64_t));
-  if (plainRead<std::uint64_t>(stored) != checksumOf(key, value)) return std::nullopt;
+  if (readPlain<std::uint64_t>(stored) != checksumOf(key, value)) return std::nullopt;
   return value;
 }
 
-std::optional<RecordHead> recordHeadRead(Octets stored) {
+std::optional<RecordHead> readRecordHead(Octets stored) {
   if (stored.size() < sizeof(RecordHead)) return std::nullopt;
-  return plainRead<RecordHead>(stored);
+  return readPlain<RecordHead>(stored);
 }
 
-std::optional<Record> recordRead(Octets stored) {
-  const std::optional<RecordHead> head = recordHeadRead(stored);
+std::optional<Record> readRecord(Octets stored) {
+  const std::optional<RecordHead> head = readRecordHead(stored);
   if (!head) return std::nullopt;
   const Octets payload = stored.subspan(sizeof(RecordHead));
   if (head->octets != payload.size() || head->checksum != checksumOf(*head, payload)) return std::nullopt;
@@ -125,13 +125,6 @@ std::optional<Record> recordRead(Octets stored) {
 void Changes::headerIs(const Header& header) {
   const Octets octets = octetsOf(header);
   entries[headerKey] = Bytes(octets.begin(), octets.end());
-}
-
-// An entry with much in it takes pages of its own; small ones share pages, which may be half empty.
-std::size_t Changes::octets() const {
-  std::size_t sum = 0;
-  for (const auto& [key, value] : entries) sum += 2 * (key.size() + (value ? value->size() : 0)) + 64;
-  return sum;
 }
 
 }  // namespace Routing::Store::detail

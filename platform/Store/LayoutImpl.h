@@ -22,9 +22,9 @@
 // bound again before it reaches it. So whatever becomes of a batch or of the process, no anchor is given out twice; up
 // to anchorsAhead of them are lost each time. 2^64 of them last.
 //
-// The engine's file is kept at least as long as the map size that its meta pages name: it is made longer before that
-// size is stored. The engine itself does not write every page that it counts, so only this makes a file that was cut
-// short tell itself from a good one.
+// The engine's file grows as it is written. The engine does not write every page that it counts; so before each commit
+// the file is made as long as the one before counts. Only this makes a file that was cut short tell itself from a good
+// one without a walk over its pages.
 #pragma once
 
 #include <array>
@@ -32,6 +32,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Store/Record.h"
@@ -69,11 +70,11 @@ static_assert(sizeof(RecordHead) == 24);
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline Octets octetsOf(const std::string& text) {
+inline Octets octetsOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 template <typename T>
-Octets octetsOf(const T& plain) {
+requires(!std::is_convertible_v<const T&, std::string_view>) Octets octetsOf(const T& plain) {
   static_assert(std::is_trivially_copyable_v<T>);
   return {reinterpret_cast<const std::uint8_t*>(&plain), sizeof(T)};
 }
@@ -90,17 +91,16 @@ Bytes keyValue(const std::string& key, Octets value);
 Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload);
 
 // What the stored octets hold; nothing if they are damaged.
-std::optional<Header> headerRead(Octets stored);
-std::optional<Octets> keyValueRead(Octets key, Octets stored);
-std::optional<RecordHead> recordHeadRead(Octets stored);
-std::optional<Record> recordRead(Octets stored);
+std::optional<Header> readHeader(Octets stored);
+std::optional<Octets> readKeyValue(Octets key, Octets stored);
+std::optional<RecordHead> readRecordHead(Octets stored);
+std::optional<Record> readRecord(Octets stored);
 
 // The changes of a batch: by entry, the new octets or that it goes, after all else has been dropped if `clear`.
 struct Changes {
   bool clear = false;
   std::map<std::string, std::optional<Bytes>> entries;
   void headerIs(const Header& header);
-  std::size_t octets() const;  // about what they take in the file
 };
 
 }  // namespace Routing::Store::detail

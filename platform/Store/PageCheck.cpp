@@ -1,5 +1,5 @@
-#include <algorithm>
 #include <cstring>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -24,33 +24,44 @@ struct Damage {
   const char* what;
 };
 
-// The pages of a file, each of which is met once.
+void require(bool good, std::uint64_t page, const char* what) {
+  if (!good) throw Damage{page, what};
+}
+
+template <typename T>
+T read(Octets from, std::size_t at) {
+  T value;
+  std::memcpy(&value, from.data() + at, sizeof value);
+  return value;
+}
+
+// The pages of a file, each of which is met once. Free ones need not lie in it: the engine does not write every page
+// that it counts.
 class Pages {
  public:
   Pages(Octets file, std::uint64_t lastPage, std::size_t pageOctets)
-      : file_(file), octets_(pageOctets), met_(lastPage + 1) {}
+      : file_(file), octets_(pageOctets), lastPage_(lastPage), met_(file.size() / pageOctets) {}
 
   std::size_t octets() const { return octets_; }
-  Octets taken(std::uint64_t number) {
-    require(number >= firstPage && number < met_.size(), number, "no page of the store");
-    require(!met_[number], number, "in use twice");
-    met_[number] = true;
+  void takeFree(std::uint64_t number) {
+    require(number >= firstPage && number <= lastPage_, number, "no page of the store");
+    require(inFile(number) ? !met_[number] : metBeyond_.insert(number).second, number, "in use twice");
+    if (inFile(number)) met_[number] = true;
+  }
+  Octets take(std::uint64_t number) {
+    takeFree(number);
+    require(inFile(number), number, "beyond the end of the file");
     return file_.subspan(number * octets_, octets_);
-  }
-  static void require(bool good, std::uint64_t page, const char* what) {
-    if (!good) throw Damage{page, what};
-  }
-  template <typename T>
-  static T read(Octets from, std::size_t at) {
-    T value;
-    std::memcpy(&value, from.data() + at, sizeof value);
-    return value;
   }
 
  private:
+  bool inFile(std::uint64_t number) const { return number < met_.size(); }
+
   Octets file_;
   std::size_t octets_;
+  std::uint64_t lastPage_;
   std::vector<bool> met_;
+  std::set<std::uint64_t> metBeyond_;
 };
 
 class TreeWalk {
@@ -67,12 +78,10 @@ class TreeWalk {
   }
 
  private:
-  static void require(bool good, std::uint64_t page, const char* what) { Pages::require(good, page, what); }
-
   // The walk's descent is bounded by the tree's depth.
   void page(std::uint64_t number, unsigned depth) {
-    const Octets page = pages_.taken(number);
-    const auto head = Pages::read<PageHead>(page, 0);
+    const Octets page = pages_.take(number);
+    const auto head = read<PageHead>(page, 0);
     const bool leaf = depth == tree_.depth;
     require(head.number == number, number, "another page's number");
     require(head.flags == (leaf ? leafFlag : branchFlag), number, "another kind of page");
@@ -82,7 +91,7 @@ class TreeWalk {
     require(nodes >= (leaf ? 1u : 2u), number, "too few entries");
     ++(leaf ? found_.leaves : found_.branches);
     for (std::size_t i = 0; i < nodes; ++i) {
-      const auto at = Pages::read<std::uint16_t>(page, headOctets + 2 * i);
+      const auto at = read<std::uint16_t>(page, headOctets + 2 * i);
       require(at >= head.upper && at % 2 == 0 && at + nodeOctets <= page.size(), number, "an entry outside of it");
       leaf ? entry(number, page.subspan(at)) : branch(number, page.subspan(at), i == 0, depth);
     }
@@ -104,7 +113,7 @@ class TreeWalk {
 
   // What stands before a page: no key below is smaller, all keys to its left are. The first of a branch has none.
   void branch(std::uint64_t number, Octets octets, bool first, unsigned depth) {
-    const auto node = Pages::read<Node>(octets, 0);
+    const auto node = read<Node>(octets, 0);
     if (first) {
       require(node.keyOctets <= octets.size() - nodeOctets, number, "a key outside of it");
     } else {
@@ -115,7 +124,7 @@ class TreeWalk {
   }
 
   void entry(std::uint64_t number, Octets octets) {
-    const auto node = Pages::read<Node>(octets, 0);
+    const auto node = read<Node>(octets, 0);
     const std::string_view key = keyOf(number, octets, node);
     require(!key.empty() && (found_.entries == 0 || above(key, previous_)), number, "keys out of order");
     require(least_.empty() || !above(least_, key), number, "keys out of order");
@@ -128,16 +137,16 @@ class TreeWalk {
       return;
     }
     require(node.flags == largeValueFlag && value.size() >= sizeof number, number, "an entry of another kind");
-    largeValue(Pages::read<std::uint64_t>(value, 0), node.valueOctets());
+    largeValue(read<std::uint64_t>(value, 0), node.valueOctets());
   }
 
   void largeValue(std::uint64_t number, std::uint64_t valueOctets) {
-    const Octets first = pages_.taken(number);
-    const auto head = Pages::read<PageHead>(first, 0);
+    const Octets first = pages_.take(number);
+    const auto head = read<PageHead>(first, 0);
     const std::uint64_t count = head.lower | std::uint64_t{head.upper} << 16;
     require(head.number == number && head.flags == overflowFlag, number, "another kind of page");
     require(count >= (headOctets + valueOctets + pages_.octets() - 1) / pages_.octets(), number, "too short a value");
-    for (std::uint64_t i = 1; i < count; ++i) pages_.taken(number + i);
+    for (std::uint64_t i = 1; i < count; ++i) pages_.take(number + i);
     found_.overflows += count;
     if (numbered_) freePages(number, Octets(first.data() + headOctets, valueOctets));
   }
@@ -145,9 +154,9 @@ class TreeWalk {
   // Their count, then their numbers.
   void freePages(std::uint64_t number, Octets value) {
     const std::size_t words = value.size() / sizeof(std::uint64_t);
-    const std::uint64_t count = words == 0 ? 0 : Pages::read<std::uint64_t>(value, 0);
+    const std::uint64_t count = words == 0 ? 0 : read<std::uint64_t>(value, 0);
     require(words != 0 && count < words, number, "a list of free pages outside of it");
-    for (std::uint64_t i = 1; i <= count; ++i) pages_.taken(Pages::read<std::uint64_t>(value, i * sizeof count));
+    for (std::uint64_t i = 1; i <= count; ++i) pages_.takeFree(read<std::uint64_t>(value, i * sizeof count));
   }
 
   Pages& pages_;
@@ -160,11 +169,9 @@ class TreeWalk {
 
 }  // namespace
 
-std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets) {
+std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets) {
   try {
-    Pages::require(meta.lastPage < file.size() / pageOctets, 0, "more pages than the file");
-    Pages::require((meta.trees[0].flags & treeFlags) == numberedFlag && meta.trees[1].flags == 0, 0,
-                   "trees of another kind");
+    require((meta.trees[0].flags & treeFlags) == numberedFlag && meta.trees[1].flags == 0, 0, "trees of another kind");
     Pages pages(file, meta.lastPage, pageOctets);
     for (const Tree& tree : meta.trees) TreeWalk(pages, tree).walk();
     return {};

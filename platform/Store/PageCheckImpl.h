@@ -53,8 +53,8 @@ struct Tree {
 };
 static_assert(sizeof(Tree) == 48);
 
-// The start of the engine's two meta pages, page header included. Their place and order have not changed since the
-// format's version 1, which is checked.
+// The start of the engine's two meta pages, page header included: the first is of even commits, the second of odd ones.
+// Their place and order have not changed since the format's version 1, which is checked.
 struct Meta {
   std::uint64_t page;
   std::uint16_t unused;
@@ -71,6 +71,6 @@ struct Meta {
 static_assert(sizeof(Meta) == 152);
 
 // What is wrong with the pages of a commit, free ones and those of entries; empty when nothing is.
-std::string pagesChecked(Octets file, const Meta& meta, std::size_t pageOctets);
+std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets);
 
 }  // namespace Routing::Store::detail

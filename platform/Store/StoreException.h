@@ -1,7 +1,7 @@
 // What can go wrong with a store. All derive from StoreException; every text names the store's path, what happened with
 // the system's or the engine's own message, and what was expected. StoreException itself is thrown for what has no
-// class of its own: permissions, no place for another reader, an ended view, a key or record beyond the limits, use
-// after fork().
+// class of its own: permissions, no place for another reader, no addresses, an ended view, a key or record beyond the
+// limits, use after fork().
 #pragma once
 
 #include "Tyr/Exception.h"
@@ -37,7 +37,7 @@ class VELBGP_EXPORT StoreBusyException : public StoreException {
   ~StoreBusyException() override;
 };
 
-// No room on the disk, in a quota or under a limit on file sizes. The last commit stands; a later batch may succeed.
+// No room on the disk, in a quota, under a limit on file sizes or in the map. The last commit stands; a later batch may succeed.
 class VELBGP_EXPORT StoreFullException : public StoreException {
  public:
   using StoreException::StoreException;

@@ -33,16 +33,16 @@ std::string absolute(const std::string& path) {
   return error ? path : whole.string();
 }
 
-void storeMade(const std::string& path, const Options& options) {
+void makeStore(const std::string& path, const Options& options) {
   const std::uint64_t identity = randomWord();
-  stampWritten(path, identity, options);
-  Environment::made(path, headerOf(identity, randomWord()), options);
+  writeStamp(path, identity, options);
+  Environment::make(path, headerOf(identity, randomWord()), options);
 }
 
-Header headerChecked(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
+Header requireHeader(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
   const std::string& path = snapshot.environment().path();
   const std::optional<Octets> stored = snapshot.entry(headerKey);
-  const std::optional<Header> header = stored ? headerRead(*stored) : std::nullopt;
+  const std::optional<Header> header = stored ? readHeader(*stored) : std::nullopt;
   if (!header) throw StoreFormatException(problem(path, "its header is missing or damaged", "the header of a store"));
   if (header->identity != stampedIdentity) {
     throw StoreFormatException(problem(path, "stamp and data.mdb are of two stores", "files of one store"));
@@ -55,38 +55,41 @@ Header headerChecked(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
 
 std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& name, const Options& options) {
   const std::string path = detail::absolute(name);
-  detail::directoryMade(path, options.mode);
-  auto writer = std::make_unique<detail::Writer>(detail::writerLocked(path, options.mode));
+  detail::makeDirectory(path, options.mode);
+  auto writer = std::make_unique<detail::Writer>(detail::lockWriter(path, options.mode));
   if (detail::machineFailedMeanwhile(path)) detail::filesDel(path);
-  if (!detail::storeThere(path)) detail::storeMade(path, options);
-  const std::uint64_t identity = detail::stampRead(path);
-  auto environment = detail::Environment::open(path, &options);
+  if (!detail::storeExists(path)) detail::makeStore(path, options);
+  const std::uint64_t identity = detail::readStamp(path);
+  auto environment = detail::Environment::open(path, options, true);
   std::unique_ptr<StoreManager> manager(
       new StoreManager(std::move(environment), identity, options.pageCheck, std::move(writer)));
   if (options.durability == Durability::processCrash) {
-    detail::markIs(path, manager->writer_->lock);
-  } else if (manager->environment_->synced()) {
+    detail::markIs(manager->writer_->lock);
+  } else if (manager->environment_->sync()) {
     detail::markDel(manager->writer_->lock);
   }
-  manager->environment_->readersChecked();
-  manager->anchorsReserved();
+  manager->environment_->checkReaders();
+  manager->reserveAnchors();
   manager->refresh();
   manager->writer_->numbers.next = manager->view_.snapshot_->lastNumber() + 1;
   return manager;
 }
 
-std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& name, PageCheck pageCheck) {
+std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& name, PageCheck pageCheck,
+                                                           std::size_t mapOctets) {
   const std::string path = detail::absolute(name);
   detail::requireDirectory(path);
   if (detail::machineFailedMeanwhile(path)) {
     throw StoreFormatException(detail::problem(path, "the machine failed while it was written",
                                                "a store that was closed, or that a writer has made anew"));
   }
-  if (!detail::storeThere(path)) {
+  if (!detail::storeExists(path)) {
     throw StoreAbsentException(detail::problem(path, "no store there yet", "a store that its writer has made"));
   }
-  const std::uint64_t identity = detail::stampRead(path);
-  auto environment = detail::Environment::open(path, nullptr);
+  const std::uint64_t identity = detail::readStamp(path);
+  Options options;
+  options.mapOctets = mapOctets;
+  auto environment = detail::Environment::open(path, options, false);
   return std::unique_ptr<StoreManager>(new StoreManager(std::move(environment), identity, pageCheck, nullptr));
 }
 
@@ -97,14 +100,14 @@ StoreManager::StoreManager(std::shared_ptr<detail::Environment> environment, std
       environment_(std::move(environment)),
       view_(environment_),
       identity_(stampedIdentity) {
-  if (pageCheck == PageCheck::on) view_.snapshot_->pagesChecked();
-  const detail::Header header = detail::headerChecked(*view_.snapshot_, stampedIdentity);
+  if (pageCheck == PageCheck::on) view_.snapshot_->checkPages();
+  const detail::Header header = detail::requireHeader(*view_.snapshot_, stampedIdentity);
   if (writer_ != nullptr) writer_->nextAnchor = writer_->anchorBound = header.anchorBound;
 }
 
 // In a child of fork() the mark is its parent's.
 StoreManager::~StoreManager() {
-  if (writer_ != nullptr && environment_ != nullptr && environment_->synced()) detail::markDel(writer_->lock);
+  if (writer_ != nullptr && environment_ != nullptr && environment_->sync()) detail::markDel(writer_->lock);
 }
 
 const std::string& StoreManager::path() const noexcept { return environment_->path(); }
@@ -124,31 +127,31 @@ const void* StoreManager::service(std::type_index type) const noexcept {
 }
 
 // Stored before any of them is given out. The view stays where it is: this happens in the middle of batches.
-void StoreManager::anchorsReserved() {
+void StoreManager::reserveAnchors() {
   const std::uint64_t bound = writer_->anchorBound + detail::anchorsAhead;
   detail::Changes changes;
   changes.headerIs(detail::headerOf(identity_, bound));
-  environment_->fileChecked();
-  environment_->changesMade(changes);
+  environment_->checkFile();
+  environment_->commit(changes);
   writer_->anchorBound = bound;
 }
 
-std::uint64_t StoreManager::anchorTaken() {
-  if (writer_->nextAnchor == writer_->anchorBound) anchorsReserved();
+std::uint64_t StoreManager::takeAnchor() {
+  if (writer_->nextAnchor == writer_->anchorBound) reserveAnchors();
   return writer_->nextAnchor++;
 }
 
 // The commit stands whatever becomes of the view: one that cannot follow has ended, and says so when it is used.
-void StoreManager::changesMade(detail::Changes& changes) {
+void StoreManager::commit(detail::Changes& changes) {
   if (changes.clear) changes.headerIs(detail::headerOf(identity_, writer_->anchorBound));
-  environment_->fileChecked();
-  environment_->changesMade(changes);
+  environment_->checkFile();
+  environment_->commit(changes);
   try {
     view_.refresh();
   } catch (const std::exception&) {
     view_.snapshot_->end();
   }
-  if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->readersChecked();
+  if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->checkReaders();
 }
 
 }  // namespace Routing::Store

@@ -25,8 +25,12 @@
 // after an orderly restart too if the writer had been killed, as nobody can tell the two apart. Where the machine does
 // not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
-// Room: the file grows by itself, and readers follow by themselves. It never shrinks; freed room is used again. It is
-// sparse: its size is the room mapped, not what it takes on the disk.
+// Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
+// next one on, as far as no view shows it. Each process maps the file once, over addresses reserved for as large as it
+// may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
+// read. Where they are limited (`ulimit -v`), fewer are reserved by themselves. A writer whose map is full gets
+// StoreFullException. A reader whose map the store has outgrown gets StoreException from refresh(); it can open the
+// store again, once all its managers and views of it are gone. Maps of different sizes may be used side by side.
 //
 // Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
 // `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or
@@ -38,11 +42,11 @@
 // and, as far as one look at the file shows it, at each refresh() and newestCommit(). A changed octet of a record or
 // value is found by its checksum when it is read. The engine's own pages have no checksums; opening walks all of them,
 // in time linear in what the store holds, and refuses what contradicts itself (StoreFormatException). PageCheck::off
-// leaves that out. Not caught: a file that is cut short between two such looks (the process gets SIGBUS); damage of the
-// engine's pages done after opening or with PageCheck::off, where reading may fail with StoreException, miss entries,
-// or be stopped by an assertion of the engine or a signal; and damage that contradicts nothing, such as a key that
-// became another, by which an entry is missing without a word. Nobody writes there but the engine; damage comes only
-// from other programs or a failing disk.
+// leaves that out. Not caught: a file that is cut short between two such looks or, with PageCheck::off, by no more than
+// the last commit added to it (the process gets SIGBUS); damage of the engine's pages done after opening or with
+// PageCheck::off, where reading may fail with StoreException, miss entries, or be stopped by an assertion of the engine
+// or a signal; and damage that contradicts nothing, such as a key that became another, by which an entry is missing
+// without a word. Nobody writes there but the engine; damage comes only from other programs or a failing disk.
 //
 // Types: Durability, PageCheck, Options, StoreManager.
 // Ownership: the caller owns the manager; views may outlive it, batches must not.
@@ -78,10 +82,15 @@ enum class Durability { processCrash, systemCrash };
 // Whether opening walks the engine's pages (above).
 enum class PageCheck { on, off };
 
+inline constexpr std::size_t defaultMapOctets = std::size_t{64} << 30;
+inline constexpr std::size_t leastMapOctets = std::size_t{64} << 20;
+
 struct Options {
   Durability durability = Durability::processCrash;
-  // Room mapped when a store is made, at least 64 KiB; one that exists keeps its own.
-  std::size_t initialMapOctets = std::size_t{16} << 20;
+  // How many addresses this process reserves for the store's file, 64 MiB at least: the most that it can grow to. Taken
+  // as it is when the process opens the store for the first time, or has closed it; a file that is larger already is
+  // mapped as it is. Halved until the system would grant twice as much, so that the process keeps some for all else.
+  std::size_t mapOctets = defaultMapOctets;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;
   PageCheck pageCheck = PageCheck::on;
@@ -92,7 +101,8 @@ class VELBGP_EXPORT StoreManager {
   // Makes the store if the directory is absent, in a parent that exists, or empty, or if the machine failed (above).
   // Opening makes a commit of its own.
   static std::unique_ptr<StoreManager> openForWriting(const std::string& path, const Options& options = {});
-  static std::unique_ptr<StoreManager> openForReading(const std::string& path, PageCheck pageCheck = PageCheck::on);
+  static std::unique_ptr<StoreManager> openForReading(const std::string& path, PageCheck pageCheck = PageCheck::on,
+                                                      std::size_t mapOctets = defaultMapOctets);
   StoreManager(const StoreManager&) = delete;
   StoreManager& operator=(const StoreManager&) = delete;
   ~StoreManager();
@@ -133,9 +143,9 @@ class VELBGP_EXPORT StoreManager {
                std::unique_ptr<detail::Writer> writer);
   void serviceIs(std::type_index type, const void* service);
   const void* service(std::type_index type) const noexcept;
-  void anchorsReserved();
-  std::uint64_t anchorTaken();
-  void changesMade(detail::Changes& changes);
+  void reserveAnchors();
+  std::uint64_t takeAnchor();
+  void commit(detail::Changes& changes);
 
   std::unique_ptr<detail::Services> services_;
   std::unique_ptr<detail::Writer> writer_;  // null in a reader

@@ -27,23 +27,23 @@ WriteBatch::~WriteBatch() {
 }
 
 void WriteBatch::rollBack() noexcept {
-  manager_.writer_->numbers.freed(taken_);
+  manager_.writer_->numbers.free(taken_);
   changes_.reset();
   manager_.writer_->batchOpen = false;
 }
 
-std::uint64_t WriteBatch::numberTaken() {
-  if (fresh_ != nullptr) return fresh_->taken();
+std::uint64_t WriteBatch::takeNumber() {
+  if (fresh_ != nullptr) return fresh_->take();
   taken_.push_back(0);
-  return taken_.back() = manager_.writer_->numbers.taken();
+  return taken_.back() = manager_.writer_->numbers.take();
 }
 
 Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
   TYR_ASSERT(changes_ != nullptr);
   requireFits(manager_, "a record", payload.size(), maxRecordOctets);
-  const std::uint64_t anchor = manager_.anchorTaken();
+  const std::uint64_t anchor = manager_.takeAnchor();
   detail::Bytes value = detail::recordValue(type, anchor, payload);
-  const std::uint64_t number = numberTaken();
+  const std::uint64_t number = takeNumber();
   changes_->entries[detail::recordKey(number)] = std::move(value);
   return {number, anchor};
 }
@@ -51,7 +51,7 @@ Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
 // A damaged one counts: nobody can tell whose it is, or read it.
 bool WriteBatch::stored(Reference reference) const {
   try {
-    manager_.view_.snapshot_->checked(reference);
+    manager_.view_.snapshot_->find(reference);
   } catch (const DamagedRecordException&) {
   }
   return true;
@@ -63,7 +63,7 @@ bool WriteBatch::names(Reference reference) const {
   if (found == changes_->entries.end()) {
     return !changes_->clear && stored(reference);
   }
-  return found->second && detail::recordHeadRead(*found->second)->anchor == reference.anchor;
+  return found->second && detail::readRecordHead(*found->second)->anchor == reference.anchor;
 }
 
 void WriteBatch::recordDel(Reference reference) {
@@ -101,14 +101,14 @@ void WriteBatch::clear() {
 void WriteBatch::commit() {
   TYR_ASSERT(changes_ != nullptr);
   try {
-    if (changes_->clear || !changes_->entries.empty()) manager_.changesMade(*changes_);
+    if (changes_->clear || !changes_->entries.empty()) manager_.commit(*changes_);
   } catch (...) {
     rollBack();
     throw;
   }
   detail::Numbers& numbers = manager_.writer_->numbers;
   if (fresh_ != nullptr) numbers = std::move(*fresh_);
-  numbers.freed(freed_);
+  numbers.free(freed_);
   changes_.reset();
   manager_.writer_->batchOpen = false;
 }

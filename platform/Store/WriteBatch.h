@@ -43,7 +43,7 @@ class VELBGP_EXPORT WriteBatch {
   void commit();
 
  private:
-  std::uint64_t numberTaken();
+  std::uint64_t takeNumber();
   bool names(Reference reference) const;
   bool stored(Reference reference) const;
   void rollBack() noexcept;

@@ -14,26 +14,26 @@ namespace Routing::Store::detail {
 // before the store was opened is not known here, and is not used again until clear().
 struct Numbers {
   std::uint64_t next = 1;
-  std::vector<std::uint64_t> free;
+  std::vector<std::uint64_t> unused;
 
-  std::uint64_t taken() {
-    if (free.empty()) return next++;
-    const std::uint64_t number = free.back();
-    free.pop_back();
+  std::uint64_t take() {
+    if (unused.empty()) return next++;
+    const std::uint64_t number = unused.back();
+    unused.pop_back();
     return number;
   }
-  void freed(const std::vector<std::uint64_t>& numbers) noexcept {
+  void free(const std::vector<std::uint64_t>& numbers) noexcept {
     try {
-      free.insert(free.end(), numbers.begin(), numbers.end());
+      unused.insert(unused.end(), numbers.begin(), numbers.end());
     } catch (const std::bad_alloc&) {  // then they are not used again in this run
     }
   }
 };
 
 struct Writer {
-  explicit Writer(Descriptor writerLock) : lock(std::move(writerLock)) {}
+  explicit Writer(File writerLock) : lock(std::move(writerLock)) {}
 
-  Descriptor lock;
+  File lock;
   Numbers numbers;
   std::uint64_t nextAnchor = 0;
   std::uint64_t anchorBound = 0;  // the one stored

@@ -76,3 +76,9 @@ Ptr<T> make(Args&&... args) {
 }
 
 }  // namespace Tyr
+
+// Defines the two functions by which a Class is made, which its header declares: `name` with the ending Factory and the
+// class's name with the ending Is. Parameters and arguments stand in parentheses.
+#define TYR_FACTORIES(Pointer, name, Class, parameters, arguments)        \
+  Pointer name##Factory parameters { return Tyr::make<Class> arguments; } \
+  Pointer Class##Is parameters { return name##Factory arguments; }

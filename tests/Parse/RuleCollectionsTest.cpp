@@ -15,11 +15,13 @@ using Collections = BgpParseExtCommRuleCollections;
 using Announcement = std::pair<unsigned, BgpParseExtCommAnyRuleKey>;
 
 // A set never looks behind its keys' pointers.
+template <typename Value>
+Value read(Tyr::StrepIterator& it, const Tyr::StrepIterator& end) {
+  return Value(it, end);
+}
 template <typename Key>
 Key keyAt(std::uintptr_t address) {
-  Tyr::StrepIterator it = nullptr;
-  const std::string text = Tyr::pointerToStrep(reinterpret_cast<const void*>(address));
-  return Key(it = text.data(), text.data() + text.size());
+  return Tyr::readWhole(Tyr::pointerToStrep(reinterpret_cast<const void*>(address)), read<Key>);
 }
 
 template <typename Key>
@@ -84,28 +86,19 @@ TEST(RuleCollectionsTest, KeysAndControlsReadTheTextThatTheyPrint) {
   EXPECT_EQ(stream.str(), "0xfedcba9876543210");
   const auto collections = BgpParseExtCommRuleCollectionsIs();
   const BgpParseExtCommControl control(collections);
-  const std::string text = valueToStrep(control);
-  const auto read = [](const std::string& from, auto make) {
-    Tyr::StrepIterator it = from.data();
-    return make(it, from.data() + from.size());
-  };
-  const auto readControl = [](auto& it, const auto& end) { return BgpParseExtCommControl(it, end); };
-  const auto readKey = [](auto& it, const auto& end) { return Key(it, end); };
-  EXPECT_EQ(read(text, readControl), control);
-  EXPECT_EQ(text, Tyr::pointerToStrep(collections.get()));
+  EXPECT_EQ(valueToStrep(control), Tyr::pointerToStrep(collections.get()));
+  EXPECT_EQ(Tyr::readWhole(valueToStrep(control), read<BgpParseExtCommControl>), control);
   EXPECT_FALSE(control == BgpParseExtCommControl());
-  try {
-    read("0x12", readControl);
-    FAIL();
-  } catch (const Tyr::DeserializationException& error) {
-    EXPECT_EQ(error.attribute(), "ruleCollections");
-  }
-  try {
-    read("nothing", readKey);
-    FAIL();
-  } catch (const Tyr::DeserializationException& error) {
-    EXPECT_EQ(error.attribute(), "rule");
-  }
+  const auto attributeOf = [](const std::string& text, auto read) {
+    try {
+      Tyr::readWhole(text, read);
+    } catch (const Tyr::DeserializationException& error) {
+      return std::string(error.attribute());
+    }
+    return std::string("no error");
+  };
+  EXPECT_EQ(attributeOf("0x12", read<BgpParseExtCommControl>), "ruleCollections");
+  EXPECT_EQ(attributeOf("nothing", read<Key>), "rule");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "VelBgp/Ip6Tables.h"
-#include "VelBgp/Parse/ExtCommContainer.h"
+#include "VelBgp/Parse/ExtCommKind.h"
 #include "support/Death.h"
 #include "support/LeakCheck.h"
 
@@ -43,55 +43,73 @@ class Recorder : public BgpParseExtCommPluginBaseSm {
   Numbers* heard_;
 };
 
-// A sub-rule that makes route targets out of colors, or declines.
+// Sub-rules that make route targets out of colors, or decline, and a type's rule of the same sort.
+template <bool declines>
 class OddRule : public BgpParseExtComSubTypeTransOpaqueRuleBase {
  public:
-  OddRule(const BgpParseExtCommControl& control, bool declines)
-      : BgpParseExtComSubTypeTransOpaqueRuleBase(control, extCommPktSubtypeTransOpaqueColorExtendedCommunity),
-        declines_(declines) {
+  explicit OddRule(const BgpParseExtCommControl& control)
+      : BgpParseExtComSubTypeTransOpaqueRuleBase(control, extCommPktSubtypeTransOpaqueColorExtendedCommunity) {
     ++live;
   }
   ~OddRule() override { --live; }
   ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
-    return declines_ ? nullptr : ExtCommIs(extCommClassificationRouteTarget, content);
+    return declines ? nullptr : ExtCommIs(extCommClassificationRouteTarget, content);
   }
   static inline int live = 0;
+};
+template <bool declines>
+using OddPlugin = BgpParseExtCommKindSm<OddRule<declines>>;
+
+class EvpnRule : public BgpParseExtendedCommunityTypeRuleBase {
+ public:
+  EvpnRule(const BgpParseExtCommControl& control, bool declines)
+      : BgpParseExtendedCommunityTypeRuleBase(control, extCommPktTypeTransEvpn), declines_(declines) {}
+  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
+    return declines_ ? nullptr : ExtCommSubtypedIs(extCommClassificationEvpn, content);
+  }
 
  private:
   const bool declines_;
 };
 
-class OddPlugin : public BgpParseExtCommPluginBaseSm {
+class EvpnPlugin : public BgpParseExtCommPluginBaseSm {
  public:
-  OddPlugin(const CollectionsPtr& collections, bool declines)
-      : BgpParseExtCommPluginBaseSm(collections), declines_(declines) {
-    handleStartup();
+  using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
+  void instantiateExtendedCommunityTypeSubRule(const BgpParseExtendedCommunityRuleKey& key,
+                                               const BgpParseExtCommControl& control) const override {
+    addExtendedCommunityTypeSubRule(key, Tyr::make<EvpnRule>(control, false));
   }
-  void instantiateExtCommSubTypeTransOpaqueSubRule(const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-                                                   const BgpParseExtCommControl& control) const override {
-    ++calls;
-    addExtCommSubTypeTransOpaqueSubRule(key, Tyr::make<OddRule>(control, declines_));
-  }
-  mutable int calls = 0;
+};
 
- private:
-  const bool declines_;
+class ThrowingPlugin : public BgpParseExtCommPluginBaseSm {
+ public:
+  using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
+  void instantiateExtCommSubTypeTransGenericSubRule(const BgpParseExtCommSubTypeTransGenericRuleKey&,
+                                                    const BgpParseExtCommControl&) const override {
+    throw std::runtime_error("no room");
+  }
 };
 
 class RuleTreeTest : public testing::Test {
  protected:
+  template <typename Plugin>
+  Tyr::Ptr<Plugin> plug() const {
+    return Tyr::make<Plugin>(collections);
+  }
+  void build() { root = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl(collections)); }
   ExtComm::PtrConst decode(const ExtCommContent& content) const { return root->parseExtendedCommunity(content); }
   std::string_view typeOf(const ExtCommContent& content) const { return decode(content)->fwkType().unqualifiedName(); }
 
   BgpParseExtCommRuleCollections::Ptr collections = BgpParseExtCommRuleCollectionsIs();
   BgpParseExtendedCommunityRule::Ptr root;
-  void build() { root = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl(collections)); }
 };
 
 TEST_F(RuleTreeTest, RulesAreAnnouncedInTheOrderOfTheTable) {
-  Numbers announced, early, late;
+  Numbers announced, early, late, deaf;
   const auto handle = collections->notifieeList().attach([&](unsigned n, const auto&) { announced.push_back(n); });
   const auto earlyPlugin = Tyr::make<Recorder>(collections, &early);
+  Tyr::make<Recorder>(collections, &deaf).reset();  // gone before anything is announced
+  const auto alone = Tyr::make<Recorder>(nullptr, &deaf);
   EXPECT_EQ(early, Numbers());
   build();
   Numbers built = ascending(131, 143);
@@ -108,58 +126,26 @@ TEST_F(RuleTreeTest, RulesAreAnnouncedInTheOrderOfTheTable) {
   EXPECT_EQ(early, announced);
   std::sort(announced.begin(), announced.end());
   EXPECT_EQ(announced, ascending(130, 143));
-}
-
-TEST_F(RuleTreeTest, TheTreeServesElevenTypesAndTwoOfIpv6) {
-  build();
-  std::vector<unsigned> served;
-  for (unsigned octet = 0; octet < 256; ++octet) {
-    const auto rule = root->typeRule(BgpExtCommPktType(octet));
-    if (rule != nullptr && rule->pktType() == octet) served.push_back(octet);
-    EXPECT_EQ(root->ip6TypeRule(BgpExtCommIp6PktType(octet)) != nullptr, octet == 0x00 || octet == 0x40);
-  }
-  EXPECT_EQ(served, (std::vector<unsigned>{0, 1, 2, 3, 0x40, 0x41, 0x42, 0x43, 0x80, 0x81, 0x82}));
-}
-
-TEST_F(RuleTreeTest, ADecliningSubRuleLeavesItToTheTypesFallback) {
-  const auto plugin = Tyr::make<OddPlugin>(collections, true);
-  build();
-  EXPECT_EQ(typeOf(color), "ExtCommSubtyped");
+  EXPECT_EQ(deaf, Numbers());
 }
 
 TEST_F(RuleTreeTest, ALaterSubRuleReplacesAndReleasesTheEarlier) {
-  const auto first = Tyr::make<OddPlugin>(collections, true);
-  const auto second = Tyr::make<OddPlugin>(collections, false);
+  const auto first = plug<OddPlugin<true>>();
+  const auto second = plug<OddPlugin<false>>();
   build();
   EXPECT_EQ(decode(color)->classification(), extCommClassificationRouteTarget);
-  EXPECT_EQ(OddRule::live, 1);
-  const auto late = Tyr::make<OddPlugin>(collections, true);
-  EXPECT_EQ(typeOf(color), "ExtCommSubtyped");
-  EXPECT_EQ(OddRule::live, 1);
-  EXPECT_EQ(late->calls, 1);
+  EXPECT_EQ(OddRule<true>::live, 0);
+  const auto late = plug<OddPlugin<true>>();
+  EXPECT_EQ(typeOf(color), "ExtCommSubtyped");  // declined, which leaves it to the type's own
+  EXPECT_EQ(OddRule<false>::live, 0);
   root.reset();
-  EXPECT_EQ(late->calls, 2);
-  EXPECT_EQ(OddRule::live, 0);
-}
-
-TEST_F(RuleTreeTest, APluginThatIsGoneOrHasNoCollectionsNeverReacts) {
-  Numbers heard;
-  Tyr::make<Recorder>(collections, &heard).reset();
-  const auto deaf = Tyr::make<Recorder>(nullptr, &heard);
-  build();
-  EXPECT_EQ(collections->notifieeList().size(), 0u);
-  EXPECT_EQ(heard, Numbers());
+  EXPECT_EQ(OddRule<true>::live, 0);
 }
 
 TEST_F(RuleTreeTest, SubRulesCanBeTakenOut) {
-  const auto plugin = Tyr::make<OddPlugin>(collections, false);
-  BgpParseExtCommTransOpaqueRule* opaque = nullptr;
-  const auto handle = collections->notifieeList().attach([&](unsigned, const auto& key) {
-    const auto* opaqueKey = std::get_if<BgpParseExtCommSubTypeTransOpaqueRuleKey>(&key);
-    if (opaqueKey != nullptr) opaque = opaqueKey->rule();
-  });
+  const auto plugin = plug<OddPlugin<false>>();
   build();
-  ASSERT_NE(opaque, nullptr);
+  auto* const opaque = collections->extendedCommSubTypeTransOpaqueRuleInstance().begin()->rule();
   EXPECT_EQ(opaque->subTypeRuleDel(extCommPktSubtypeTransOpaqueDefaultGateway), nullptr);
   const auto taken = opaque->subTypeRuleDel(extCommPktSubtypeTransOpaqueColorExtendedCommunity);
   EXPECT_EQ(typeOf(color), "ExtCommSubtyped");
@@ -170,39 +156,14 @@ TEST_F(RuleTreeTest, SubRulesCanBeTakenOut) {
   EXPECT_THROW(opaque->subTypeRuleIs(nullptr), Tyr::NullArgumentException);
 }
 
-class EvpnRule : public BgpParseExtendedCommunityTypeRuleBase {
- public:
-  EvpnRule(const BgpParseExtCommControl& control, bool declines)
-      : BgpParseExtendedCommunityTypeRuleBase(control, extCommPktTypeTransEvpn), declines_(declines) {}
-  ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
-    return declines_ ? nullptr : ExtCommSubtypedIs(extCommClassificationEvpn, content);
-  }
-
- private:
-  const bool declines_;
-};
-
-class EvpnPlugin : public BgpParseExtCommPluginBaseSm {
- public:
-  explicit EvpnPlugin(const CollectionsPtr& collections) : BgpParseExtCommPluginBaseSm(collections) { handleStartup(); }
-  void instantiateExtendedCommunityTypeSubRule(const BgpParseExtendedCommunityRuleKey& key,
-                                               const BgpParseExtCommControl& control) const override {
-    addExtendedCommunityTypeSubRule(key, Tyr::make<EvpnRule>(control, false));
-  }
-};
-
 TEST_F(RuleTreeTest, APluginMayAddAWholeType) {
-  const auto plugin = Tyr::make<EvpnPlugin>(collections);
+  const auto plugin = plug<EvpnPlugin>();
   build();
   EXPECT_EQ(decode(evpn)->classification(), extCommClassificationEvpn);
   root->typeRuleIs(Tyr::make<EvpnRule>(BgpParseExtCommControl(), true));
   EXPECT_EQ(typeOf(evpn), "ExtComm");
   EXPECT_NE(root->typeRuleDel(extCommPktTypeTransEvpn), nullptr);
   EXPECT_EQ(root->typeRuleDel(extCommPktTypeTransEvpn), nullptr);
-  const auto ip6 = root->ip6TypeRuleDel(extCommIp6PktTypeTransIpv6Address);
-  ASSERT_NE(ip6, nullptr);
-  root->ip6TypeRuleIs(ip6);
-  EXPECT_EQ(root->ip6TypeRule(extCommIp6PktTypeTransIpv6Address), ip6);
   root->typeRuleDelAll();
   root->ip6TypeRuleDelAll();
   EXPECT_EQ(root->ip6TypeRuleDel(extCommIp6PktTypeNonTransIpv6Address), nullptr);
@@ -211,50 +172,28 @@ TEST_F(RuleTreeTest, APluginMayAddAWholeType) {
   EXPECT_THROW(root->ip6TypeRuleIs(nullptr), Tyr::NullArgumentException);
 }
 
-TEST_F(RuleTreeTest, ATreeWithoutCollectionsDecodesToFallbacks) {
-  root = bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl());
-  EXPECT_EQ(typeOf(ExtCommContent(0x0002fde800000064)), "ExtCommAsNumber");
-}
-
-class ThrowingPlugin : public BgpParseExtCommPluginBaseSm {
- public:
-  using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
-  void instantiateExtCommSubTypeTransGenericSubRule(const BgpParseExtCommSubTypeTransGenericRuleKey&,
-                                                    const BgpParseExtCommControl&) const override {
-    throw std::runtime_error("no room");
-  }
-};
-
 TEST_F(RuleTreeTest, Ipv6ValuesDecodeByTypeAndSubtype) {
   const auto rule = Tyr::make<BgpParseExtCommIp6TransRule>(BgpParseExtCommControl());
   rule->subTypeRuleIs(Tyr::make<Ip6SubRule>(extCommIp6PktSubtypeRouteTarget, extCommClassificationRouteTarget));
   rule->subTypeRuleIs(Tyr::make<Ip6SubRule>(extCommIp6PktSubtypeRouteOrigin, extCommClassificationColor, true));
   build();
   root->ip6TypeRuleIs(rule);
-  const struct {
-    std::uint8_t type, subtype;
-    ExtCommClassification classification;
-    const char* fwkType;
-  } rows[] = {
-      {0x00, 0x02, extCommClassificationRouteTarget, "ExtCommIp6Subtyped"},
-      {0x00, 0x03, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},  // declined
-      {0x00, 0x04, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},  // no rule
-      {0x00, 0x05, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},  // no code point
-      {0x40, 0x02, extCommClassificationUnSpecified, "ExtCommIp6Subtyped"},
-      {0x01, 0x02, extCommClassificationUnSpecified, "ExtCommIp6"},
-  };
-  for (const auto& row : rows) {
-    const ExtCommIp6Content content = ip6(row.type, row.subtype, "2001:db8::1", 7);
+  const auto decode6 = [this](std::uint8_t type, std::uint8_t subtype) {
+    const ExtCommIp6Content content = ip6(type, subtype, "2001:db8::1", 7);
     const auto decoded = root->parseExtendedCommunityIp6(content);
-    EXPECT_EQ(decoded->classification(), row.classification);
-    EXPECT_EQ(decoded->fwkType().unqualifiedName(), row.fwkType);
     EXPECT_EQ(decoded->getContent(), content);
-  }
+    return std::string(decoded->fwkType().unqualifiedName()) + " " + std::to_string(decoded->classification());
+  };
+  EXPECT_EQ(decode6(0x00, 0x02), "ExtCommIp6Subtyped 1");
+  EXPECT_EQ(decode6(0x00, 0x03), "ExtCommIp6Subtyped 0");  // declined
+  EXPECT_EQ(decode6(0x00, 0x04), "ExtCommIp6Subtyped 0");  // no rule
+  EXPECT_EQ(decode6(0x40, 0x02), "ExtCommIp6Subtyped 0");
+  EXPECT_EQ(decode6(0x01, 0x02), "ExtCommIp6 0");
 }
 
 // A key that stayed would name a rule that was never finished.
 TEST_F(RuleTreeTest, AHookThatThrowsLeavesNoKeyBehind) {
-  const auto plugin = Tyr::make<ThrowingPlugin>(collections);
+  const auto plugin = plug<ThrowingPlugin>();
   EXPECT_THROW(build(), std::runtime_error);
 #define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ruleInstance, ...) EXPECT_TRUE(collections->ruleInstance().empty());
 #include "VelBgp/Parse/ExtCommFamilies.def"

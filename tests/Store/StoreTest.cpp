@@ -3,11 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <iterator>
 #include <map>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "Store/Stores.h"
@@ -94,9 +92,7 @@ class ModelTest : public StoreTest {
 };
 
 TEST_F(ModelTest, EveryViewShowsItsCommitWhole) {
-  Options options;
-  options.initialMapOctets = 0;  // so that it grows under the views
-  auto writer = StoreManager::openForWriting(path_, options);
+  auto writer = StoreManager::openForWriting(path_);
   const auto reader = StoreManager::openForReading(path_);
   for (int round = 0; round < 150; ++round) {
     const Model before = model_;
@@ -132,19 +128,11 @@ TEST_F(StoreTest, NumbersAreUsedAgainAnchorsNever) {
   const auto store = StoreManager::openForWriting(path_);
   const auto foreign = StoreManager::openForWriting(path_ + "2");
   EXPECT_NE(store->identity(), foreign->identity());
-  WriteBatch first(*store);
-  const Reference old = first.recordIs(7, octets("old"));
-  first.commit();
-  WriteBatch second(*store);
-  second.recordDel(old);
-  second.commit();
-  WriteBatch third(*store);
-  const Reference fresh = third.recordIs(7, octets("fresh"));
-  third.commit();
-  WriteBatch other(*foreign);
-  const Reference theirs = other.recordIs(7, octets("theirs"));
-  other.commit();
-
+  Reference old, fresh, theirs;
+  commit(*store, [&](WriteBatch& batch) { old = batch.recordIs(7, octets("old")); });
+  commit(*store, [&](WriteBatch& batch) { batch.recordDel(old); });
+  commit(*store, [&](WriteBatch& batch) { fresh = batch.recordIs(7, octets("fresh")); });
+  commit(*foreign, [&](WriteBatch& batch) { theirs = batch.recordIs(7, octets("theirs")); });
   EXPECT_EQ(fresh.number, old.number);
   EXPECT_EQ(theirs.number, fresh.number);
   for (const Reference bad : {old, theirs, Reference{}, Reference{fresh.number + 1, fresh.anchor}}) {
@@ -179,35 +167,6 @@ TEST_F(StoreTest, LimitsAndMisuse) {
   EXPECT_ASSERTION(WriteBatch{*StoreManager::openForReading(path_)}, "manager.writable()");
   EXPECT_ASSERTION(store->view().forEachRecord([&](Reference, Record) { store->refresh(); }),
                    "no refresh from inside a loop over the view");
-}
-
-// A commit's payload outlives the growing of the map by another thread, and a view outlives its manager.
-TEST_F(StoreTest, ThreadsReadWhileTheMapMoves) {
-  Options options;
-  options.initialMapOctets = 0;
-  const auto writer = StoreManager::openForWriting(path_, options);
-  const std::string content(5000, 'c');
-  WriteBatch batch(*writer);
-  const Reference record = batch.recordIs(1, octets(content));
-  batch.commit();
-  const ReadView view = writer->readView();
-  const Octets kept = view.translate(record).payload;
-  std::atomic<bool> done = false;
-  std::thread reading([&] {
-    const auto reader = StoreManager::openForReading(path_);
-    while (!done) {
-      EXPECT_EQ(text(reader->translate(record).payload), content);
-      reader->refresh();
-    }
-  });
-  for (int i = 0; i < 60; ++i) {
-    WriteBatch next(*writer);
-    next.recordIs(2, octets(std::string(100000, 'x')));
-    next.commit();
-  }
-  done = true;
-  reading.join();
-  EXPECT_EQ(text(kept), content);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // What the tests of stores share: a folder of their own, plain octets, and other processes.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -9,7 +10,6 @@
 #include <atomic>
 #include <csignal>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -41,6 +41,13 @@ class StoreTest : public testing::Test {
   std::string path_;
 };
 
+// The changes, in a batch.
+inline void commit(StoreManager& store, const std::function<void(WriteBatch&)>& changes) {
+  WriteBatch batch(store);
+  changes(batch);
+  batch.commit();
+}
+
 // A child process, made while this one has no store open. It ends with its body: status 0, or 1 after a failure.
 class Process {
  public:
@@ -61,6 +68,15 @@ class Process {
   pid_t id_;
 };
 
+// In a child that does not hang.
+inline void inChild(const std::function<void()>& body) {
+  const Process child([&] {
+    alarm(100);
+    body();
+  });
+  EXPECT_EQ(child.ended(), 0);
+}
+
 // A number that processes share, to say how far they are.
 class Steps {
  public:
@@ -76,17 +92,9 @@ class Steps {
   std::atomic<std::uint64_t>& done_;
 };
 
-// The text of the exception that the body throws.
 template <typename Failure>
-std::string failure(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const Failure& error) {
-    return error.what();
-  } catch (const std::exception& error) {
-    return std::string("of another class: ") + error.what();
-  }
-  return "nothing was thrown";
+auto failsWith(const std::string& words) {
+  return testing::ThrowsMessage<Failure>(testing::HasSubstr(words));
 }
 
 }  // namespace Routing::Store::test

@@ -54,17 +54,10 @@ TEST(PathAttributeEnums, everyTypeCode) {
 }
 
 template <typename E>
-std::string printed(E e) {
-  std::ostringstream stream;
-  stream << e;
-  return stream.str();
-}
-
-template <typename E>
 std::string printed(std::initializer_list<unsigned> numbers) {
-  std::string names;
-  for (const unsigned number : numbers) names += printed(E(number)) + " ";
-  return names;
+  std::ostringstream stream;
+  for (const unsigned number : numbers) stream << E(number) << ' ';
+  return stream.str();
 }
 
 TEST(PathAttributeEnums, otherNames) {
@@ -102,7 +95,9 @@ TEST(PathAttributeEnums, flagsOctet) {
   flags.transitiveIs(true);
   flags.extendedLengthIs(true);
   flags.partialIs(false);
-  EXPECT_EQ(printed(flags), "223");
+  std::ostringstream stream;
+  stream << flags;
+  EXPECT_EQ(stream.str(), "223");
   const std::string text = "192)256";
   Tyr::StrepIterator it = text.data();
   const Tyr::StrepIterator end = it + text.size();

@@ -37,20 +37,20 @@ TEST(RouteTargetPrefix, MaskBitsAndCutting) {
 
 TEST(RouteTargetPrefix, LengthsOutOfRange) {
   RouteTargetPrefix changed = prefix(target, 48);
-  const auto expectRange = [](const auto& call) {
+  const auto errorOf = [](const auto& call) -> std::string {
     try {
       call();
-      ADD_FAILURE() << "no exception";
     } catch (const Tyr::RangeException& error) {
-      EXPECT_STREQ(error.what(), outOfRange);
+      return error.what();
     }
+    return "no error";
   };
-  expectRange([] { prefix(target, 65); });
-  expectRange([&] { changed.lengthIs(65); });
+  EXPECT_EQ(errorOf([] { prefix(target, 65); }), outOfRange);
+  EXPECT_EQ(errorOf([&] { changed.lengthIs(65); }), outOfRange);
   EXPECT_EQ(changed.length(), 65);  // stored before the check
   EXPECT_NO_THROW(changed.lengthIs(65));
   changed = prefix(target, 48);
-  expectRange([&] { changed.bitlenIs(255); });
+  EXPECT_EQ(errorOf([&] { changed.bitlenIs(255); }), outOfRange);
   EXPECT_EQ(changed.prefixBits(), target);
   EXPECT_ASSERTION(changed.bitlenIs(256), "0 == ( bitlen >> 8 )");
 }
@@ -81,8 +81,7 @@ TEST(RouteTargetPrefix, OrderEqualityHash) {
       EXPECT_EQ(a == b, &a == &b);
       EXPECT_EQ(a.hash() == b.hash(), &a == &b);
     }
-    EXPECT_EQ(a.hash(), a.hash(0));
-    EXPECT_NE(a.hash(), a.hash(1));
+    EXPECT_TRUE(a.hash() == a.hash(0) && a.hash() != a.hash(1));
   }
 }
 

@@ -1,9 +1,7 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
-#include <functional>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -16,7 +14,6 @@ namespace Routing::Bgp::test {
 namespace {
 
 using Store::Reference;
-using Store::WriteBatch;
 
 // A store, the agent whose lists go in, and a reader of the store.
 class StashTest : public Store::test::StoreTest {
@@ -25,13 +22,14 @@ class StashTest : public Store::test::StoreTest {
 
   template <typename Stashable>
   Reference stashed(const Stashable& object) {
-    return committed([&](WriteBatch& batch) { return object->stash(&batch); });
+    return committed([&](Store::WriteBatch& batch) { return object->stash(&batch); });
   }
   Reference record(Stashed type, const Image& image) {
-    return committed([&](WriteBatch& batch) { return stashRecord(batch, type, image); });
+    return committed([&](Store::WriteBatch& batch) { return stashRecord(batch, type, image); });
   }
-  Reference committed(const std::function<Reference(WriteBatch&)>& make) {
-    WriteBatch batch(*store);
+  template <typename Make>
+  Reference committed(Make&& make) {
+    Store::WriteBatch batch(*store);
     const Reference reference = make(batch);
     batch.commit();
     reader->refresh();
@@ -66,37 +64,29 @@ Words wordsUpTo(std::uint32_t n) {
   return words;
 }
 
-template <typename Kind, typename List>
-void expectSameParts(const List& list, const List& original) {
-  for (int c = 0; c < 14; ++c) {
-    const auto part = list.classificationList(ExtCommClassification(c));
-    const auto from = original.classificationList(ExtCommClassification(c));
-    ASSERT_EQ(part == nullptr, from == nullptr) << c;
-    if (part == nullptr) continue;
-    EXPECT_TRUE(part != from && !part->isDeduped() && part->classification() == c);
-    EXPECT_EQ(wordsOf<Kind>(*part), wordsOf<Kind>(*from));
-  }
-}
-
 TEST_F(StashTest, ListsComeBackAsPrivateOnes) {
   forEachKind([this]<typename Kind>(Kind) {
     for (const std::uint32_t count : {0u, 1u, 700u}) {
       const auto original = Kind::intern(agent, wordsUpTo(count));
       const std::size_t interned = agent.size();
+      const auto expectPrivate = [](const auto& ours, const auto& from) {
+        EXPECT_EQ(wordsOf<Kind>(*ours), wordsOf<Kind>(*from));
+        EXPECT_TRUE(ours != from && !ours->isDeduped() && ours->notificationActive());
+      };
       const auto list = destashed<typename Kind::List>(stashed(original));
-      EXPECT_EQ(wordsOf<Kind>(*list), wordsUpTo(count));
-      EXPECT_NE(list, original);
+      expectPrivate(list, original);
       EXPECT_EQ(list->dedupState(), Keel::dedupHandleStateNotInTable());
-      EXPECT_TRUE(list->notificationActive());
       EXPECT_EQ(agent.size(), interned);
+      EXPECT_EQ(destashed<typename Kind::List>({}), nullptr);
+      EXPECT_EQ(Kind::List::destash(nullptr, reader.get()), nullptr);
       if constexpr (hasCommunities<Kind>) {
         EXPECT_TRUE(list->commVectorSorted());
-        expectSameParts<Kind>(*list, *original);
-      }
-      if constexpr (std::is_same_v<Kind, ExtendedIp6>) {
-        EXPECT_TRUE(list->serialize(false) == original->serialize(false));
-      } else {
-        EXPECT_TRUE(list->compare(original.get()));
+        for (int c = 0; c < 14; ++c) {
+          const auto part = list->classificationList(ExtCommClassification(c));
+          const auto from = original->classificationList(ExtCommClassification(c));
+          ASSERT_EQ(part == nullptr, from == nullptr) << c;
+          if (part != nullptr) expectPrivate(part, from);
+        }
       }
     }
   });
@@ -106,22 +96,19 @@ TEST_F(StashTest, ExtendedCommunitiesAreInternedWhereTheStoreHasATable) {
   auto original = Extended::intern(agent, wordsUpTo(8));
   const Reference reference = stashed(original);
   const auto alone = destashed<ExtCommList>(reference);
-  reader->serviceIs(agent.comms.get());
-  auto interned = destashed<ExtCommList>(reference);
   for (const ExtComm* comm : original->comms()) {
-    EXPECT_EQ(interned->comm(comm->community()).get(), comm);
     const auto other = alone->comm(comm->community());
     EXPECT_NE(other.get(), comm);
     EXPECT_EQ(other->dedupState(), Keel::dedupHandleStateNotInTable());
     EXPECT_EQ(other->fwkType().unqualifiedName(), comm->fwkType().unqualifiedName());
     EXPECT_EQ(other->toStrep(), comm->toStrep());
   }
+  reader->serviceIs(agent.comms.get());
+  const auto interned = destashed<ExtCommList>(reference);
+  EXPECT_TRUE(std::ranges::equal(interned->comms(), original->comms()));
+  const auto size = agent.comms->size();
   original.reset();
-  interned.reset();
-  EXPECT_EQ(agent.size(), 0u);
-  interned = destashed<ExtCommList>(reference);
-  EXPECT_EQ(agent.size(), 8u);
-  for (const ExtComm* comm : interned->comms()) EXPECT_TRUE(comm->isDeduped());
+  EXPECT_EQ(agent.comms->size(), size);
 }
 
 TEST_F(StashTest, Ip6CommunitiesComeBackPlain) {
@@ -130,40 +117,15 @@ TEST_F(StashTest, Ip6CommunitiesComeBackPlain) {
   EXPECT_EQ(comm->toStrep(), "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>");
   EXPECT_EQ(comm->classification(), extCommClassificationRouteTarget);
   EXPECT_EQ(comm->dedupState(), Keel::dedupHandleStateNotInTable());
-}
-
-TEST_F(StashTest, ReferencesThatNameNothingOfTheirs) {
-  const auto foreign = Store::StoreManager::openForWriting(path_ + "2");
-  WriteBatch theirs(*foreign);
-  const auto list = Standard::intern(agent, {1, 2});
-  const Reference other = list->stash(&theirs);
-  theirs.commit();
-  const Reference old = stashed(list);
-  const auto remove = [&](WriteBatch& batch) {
-    batch.recordDel(old);
-    return old;
-  };
-  committed(remove);
-  const auto expectRefusals = [&]<typename Object>() {
-    EXPECT_EQ(Object::destash(nullptr, reader.get()), nullptr);
-    EXPECT_EQ(destashed<Object>({}), nullptr);
-    EXPECT_THROW(destashed<Object>(other), Store::StaleReferenceException);
-    EXPECT_THROW(destashed<Object>(old), Store::StaleReferenceException);
-  };
-  for (const bool usedAgain : {false, true}) {
-    ASSERT_TRUE(!usedAgain || stashed(list).number == old.number);
-    forEachKind([&]<typename Kind>(Kind) {
-      expectRefusals.template operator()<typename Kind::List>();
-      if constexpr (hasCommunities<Kind>) expectRefusals.template operator()<typename Kind::Community>();
-    });
-  }
+  EXPECT_EQ(destashed<ExtCommIp6>({}), nullptr);
+  EXPECT_EQ(destashed<ExtComm>({}), nullptr);
 }
 
 // Whoever made them: another program, or a store that was damaged.
 TEST_F(StashTest, BadRecords) {
   forEachKind([this]<typename Kind>(Kind) {
     const auto list = Kind::intern(agent, {4, 16});
-    const auto refused = [this](Image image, const char* what) {
+    const auto refused = [this](const Image& image, const char* what) {
       expectRefused<typename Kind::List>(record(Kind::record, image), what);
     };
     forEachKind([&]<typename Other>(Other) {
@@ -175,18 +137,16 @@ TEST_F(StashTest, BadRecords) {
       const Reference low = stashed(list->comm(Kind::value(4))), high = stashed(list->comm(Kind::value(16)));
       expectRefused<Community>(stashed(list), "a list for a community");
       refused({}, "nothing");
-      refused(shortened(listImage(true, std::vector{low, high})), "cut");
-      const std::vector<Reference> rows[] = {{low, low}, {high, low}, {low, {}}, {low, stashed(list)}};
-      for (const auto& references : rows) {
-        for (const bool sorted : {true, false}) refused(listImage(sorted, references), "a bad list");
-      }
       Image image;
       appendImage(image, *list->comm(Kind::value(4)));
       expectRefused<Community>(record(Kind::commRecord, shortened(image)), "cut");
       (std::is_same_v<Kind, Extended> ? image.back() : image.front()) = 14;
       const Reference bad = record(Kind::commRecord, image);
       expectRefused<Community>(bad, "a bad classification");
-      refused(listImage(true, std::vector{low, bad}), "a bad classification");
+      refused(shortened(listImage(true, std::vector{low, high})), "cut");
+      for (const auto& references : {std::vector{low, low}, {high, low}, {low, {}}, {low, stashed(list)}, {low, bad}}) {
+        for (const bool sorted : {true, false}) refused(listImage(sorted, references), "a bad list");
+      }
     } else {
       const auto low = list->comms()[0], high = list->comms()[1];
       refused(shortened(plainImage(list->comms())), "cut");
@@ -203,31 +163,20 @@ TEST_F(StashTest, OutOfMemory) {
     const Reference reference = stashed(Kind::intern(agent, wordsUpTo(600)));
     const std::size_t before = agent.size();
     typename Kind::List::PtrConst list;
-    int failures = 0;
-    for (; list == nullptr; ++failures) {
-      ASSERT_LT(failures, 10000);
-      allocationsLeft = failures;
-      try {
-        list = Kind::List::destash(&reference, reader.get());
-      } catch (const std::bad_alloc&) {
-      }
-      allocationsLeft = -1;
-      ASSERT_TRUE(list != nullptr || agent.size() == before);
-    }
-    EXPECT_GT(failures, 1);
+    const int failures = failAtEachAllocation([&] { list = Kind::List::destash(&reference, reader.get()); },
+                                              [&] { ASSERT_EQ(agent.size(), before); });
+    EXPECT_GT(failures, 0);
     EXPECT_EQ(wordsOf<Kind>(*list), wordsUpTo(600));
   });
 }
 
 TEST_F(StashTest, ListsOfValuesAreTraced) {
-  const Reference standard = stashed(Standard::intern(agent, {0x00010064, 0xffffff01}));
-  const Reference large = stashed(LargeCommList::PtrConst(Large::intern(agent, {3})));
   std::vector<std::string> lines;
   Tyr::traceSinkIs([&](int level, std::string_view line) { lines.push_back(std::to_string(level).append(line)); });
   for (const int level : {7, 8}) {
     Tyr::traceLevelIs(level);
-    destashed<CommList>(standard);
-    destashed<LargeCommList>(large);
+    destashed<CommList>(stashed(Standard::intern(agent, {0x00010064, 0xffffff01})));
+    destashed<LargeCommList>(stashed(Large::intern(agent, {3})));
   }
   Tyr::traceLevelIs(-1);
   Tyr::traceSinkIs({});

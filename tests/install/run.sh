@@ -22,7 +22,7 @@ diff <(echo "$public") <(echo "$installed") || fail "the installed headers (>) a
   echo 'struct Addr {}; struct Policy {}; struct Store {}; struct Toggle {};'
   awk '{ print "#include \"" $0 "\"" }' <<<"$installed"
 } >"$work/all.cpp"
-"$cxx" -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -I"$prefix/include/velbgp" "$work/all.cpp"
+"$cxx" -std=c++20 -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Werror -fsyntax-only -I"$prefix/include/velbgp" "$work/all.cpp"
 
 # Nothing of Boost or the standard library leaves the library: a program may hold other builds of the same templates.
 ours='(3Acl|10BgpShowCli|4Keel|7Routing|3Tyr)'

@@ -32,16 +32,17 @@ OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 ORDER = (
     "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
-    "Stash",
-    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "ValueCommList", "CommList",
+    "Stash", "InternedExtComm",
+    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
     "CommListSnapshot", "ListPublisher",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.
 PARTS = {
-    **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")},
+    **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Kind", "Plugin", "Rule", "RuleCollections")},
     **{f"Ext{part}": "VelBgpCommunityList"
-       for part in ("CommList", "CommListContent", "CommListFormat", "CommClassificationList")},
+       for part in ("CommList", "CommListContent", "CommListDedupTable", "CommListFormat", "CommClassificationList")},
+    **{part: "ListPublisher" for part in ("PublishedKinds", "PublisherNotes", "PublisherRecords", "StashedPath")},
 }  # fmt: skip
 # Interning needs decoding, decoding makes interned types: only these sources may look upward.
 UPWARD = (
@@ -50,7 +51,7 @@ UPWARD = (
 )  # fmt: skip
 # Headers of others that are not open to everyone (tests and fuzzers may use any).
 FOREIGN = {
-    "lmdb.h": ("platform/Store",),
+    "lmdb.h": ("platform/Store",), "re2/*": ("platform/Policy",),
     "gtest/*": (), "gmock/*": (), "benchmark/*": ("bench",),
     "CLI/*": ("tools/velbgp",), "zlib.h": ("tools/velbgp",), "bzlib.h": ("tools/velbgp",),
 }  # fmt: skip

@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
-#include <new>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
 #include <stdexcept>
 #include <thread>
 
@@ -15,6 +18,10 @@
 
 namespace Routing::Bgp::test {
 namespace {
+
+using std::chrono::steady_clock;
+using Store::test::Process;
+using Store::test::Steps;
 
 class ListPublisherTest : public Store::test::StoreTest {
  protected:
@@ -41,54 +48,45 @@ TEST_F(ListPublisherTest, ShowsExactlyWhatIsInterned) {
       script.stepped(round % 10 == 0 ? 300 : 20);
       expectSame(published(publishing), script.contents());
     }
-    script.listsReleased();
-    expectSame(published(publishing), script.contents());
-    for (const auto& [key, path] : shown().paths) EXPECT_TRUE(publishing.publisher->pathDel(key));
-    expectSame(published(publishing), {});
+    // A table that goes takes its lists along, also out of paths.
+    forEachKind([&]<typename Kind>(Kind) {
+      ((*publishing.agent).*Kind::table).reset();
+      script.listsDel(Kind::record);
+      expectSame(published(publishing), script.contents());
+    });
+    Contents left = script.contents();
+    EXPECT_TRUE(left.records.empty() && !left.paths.empty());
+    publishing.agent->large = LargeCommListDedupTableIs();
+    publishing.publisher->listTableIs(publishing.agent->large.get());
+    const auto list = Large::intern(*publishing.agent, {1});
+    left.listIs({Large::record, {1}});
+    expectSame(published(publishing), left);
+    for (const auto& [key, path] : std::exchange(left.paths, {})) EXPECT_TRUE(publishing.publisher->pathDel(key));
+    expectSame(published(publishing), left);
   }
 }
 
-TEST_F(ListPublisherTest, ATableThatGoesTakesItsListsAlong) {
-  Publishing publishing(path_);
-  Script script(publishing, "path");
-  script.stepped(500);
-  Contents left = script.contents();
-  forEachKind([&]<typename Kind>(Kind) {
-    ((*publishing.agent).*Kind::table).reset();
-    EXPECT_FALSE(left.lists[Kind::index].empty());
-    left.lists[Kind::index].clear();
-    if constexpr (hasCommunities<Kind>) left.comms[Kind::index].clear();
-    for (auto& [key, path] : left.paths) path[Kind::index].reset();
-    expectSame(published(publishing), left);
-  });
-  publishing.agent->large = LargeCommListDedupTableIs();
-  publishing.publisher->listTableIs(publishing.agent->large.get());
-  const auto list = Large::intern(*publishing.agent, {1});
-  left.listIs(Large::index, {1});
-  expectSame(published(publishing), left);
-}
-
+// A next publisher, in this process or after it, leaves what was published till its first commit.
 TEST_F(ListPublisherTest, WhatWasPublishedStaysTillTheNextPublisherCommits) {
-  std::optional<Publishing> publishing(std::in_place, path_);
-  Script script(*publishing, "path");
-  script.stepped(500);
-  publishing->publisher.reset();
-  Contents last = script.contents();
-  EXPECT_FALSE(last.paths.empty());
-  script.listsReleased();
-  const auto expectTakenOver = [&] {
+  Contents last;
+  std::optional<Publishing> publishing;
+  for (const bool sameStore : {false, true, false}) {
+    if (sameStore) {
+      publishing->agent.emplace();
+      publishing->publisherIs(never);
+    } else {
+      publishing.reset();
+      publishing.emplace(path_);
+    }
     expectSame(shown(), last);
-    Script next(*publishing, "next");
-    next.stepped(200);
-    expectSame(published(*publishing), last = next.contents());
-    publishing->publisher.reset();
-  };
-  publishing->agent.emplace();
-  publishing->publisherIs(never);
-  expectTakenOver();
-  publishing.reset();
-  publishing.emplace(path_);
-  expectTakenOver();
+    Script script(*publishing, "path");
+    script.stepped(500);
+    expectSame(published(*publishing), last = script.contents());
+    EXPECT_FALSE(last.paths.empty());
+    script.stepped(50);
+    last = script.contents();
+    publishing->publisher.reset();  // commits what is noted
+  }
   publishing->agent.emplace();
   publishing->publisherIs(never);
   expectSame(published(*publishing), {});
@@ -100,41 +98,35 @@ TEST_F(ListPublisherTest, ReferencesHoldAsLongAsTheirLists) {
   forEachKind([&]<typename Kind>(Kind) {
     PathLists lists;
     lists.*Kind::ofPath = Kind::intern(*publishing.agent, {1, 2, 3});
-    publishing.publisher->pathIs("it", lists);
+    publishing.publisher->pathIs("it", std::move(lists));
     published(publishing);
     const Store::Reference kept = (*stashedPath(*reader_, "it")).*Kind::stashed;
-    const auto words = [&] { return wordsOf<Kind>(*Kind::List::destash(&kept, reader_.get())); };
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < 10; ++round) {
       others.stepped(100);
       published(publishing);
-      EXPECT_EQ(words(), (Words{1, 2, 3}));
+      const auto words = [&] { return wordsOf<Kind>(*Kind::List::destash(&kept, reader_.get())); };
+      if (round < 5) {
+        EXPECT_EQ(words(), (Words{1, 2, 3}));
+      } else {
+        EXPECT_THROW(words(), Store::StaleReferenceException);
+      }
+      EXPECT_EQ(publishing.publisher->pathDel(round == 4 ? "it" : "another"), round == 4);
     }
-    EXPECT_TRUE(publishing.publisher->pathDel("it"));
-    lists = {};
-    bool usedAgain = false;
-    for (int round = 0; round < 20; ++round) {
-      published(publishing);
-      EXPECT_EQ(stashedPath(*reader_, "it"), std::nullopt);
-      EXPECT_THROW(words(), Store::StaleReferenceException);
-      others.stepped(100);
-      reader_->view().forEachRecord(
-          [&](Store::Reference one, Store::Record) { usedAgain |= one.number == kept.number; });
-    }
-    EXPECT_TRUE(usedAgain);
   });
 }
 
 TEST_F(ListPublisherTest, KeysAndMisuse) {
   Publishing publishing(path_);
   ListPublisher& publisher = *publishing.publisher;
-  const std::vector<std::string> keys{"", std::string("\0", 1), "a", "a\n", "b", std::string(255, '\xff')};
-  for (const std::string& key : keys) publisher.pathIs(key, {});
+  Contents expected;
+  for (const std::string& key : {std::string(), std::string("\0", 1), std::string("a"), std::string(255, '\xff')}) {
+    publisher.pathIs(key, {});
+    expected.paths[key] = {};
+  }
   const std::string longKey(256, 'k');
   EXPECT_THROW(publisher.pathIs(longKey, {}), std::length_error);
   EXPECT_FALSE(publisher.pathDel(longKey));
-  std::vector<std::string> found;
-  for (const auto& [key, path] : published(publishing).paths) found.push_back(key);
-  EXPECT_EQ(found, keys);
+  expectSame(published(publishing), expected);
   EXPECT_EQ(stashedPath(*reader_, longKey), std::nullopt);
 
   const Agent other;
@@ -153,101 +145,71 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
   EXPECT_THROW(shown(), Store::DamagedRecordException);
 }
 
-// Whatever allocation of `change` fails: nothing of it is published.
-template <typename Change, typename Published>
-void expectAllOrNothing(Change&& change, Published&& published, const Contents& before, const Contents& after) {
-  for (int count = 0; count < 1000; ++count) {
-    bool done = false;
-    allocationsLeft = count;
-    try {
-      change();
-      done = true;
-    } catch (const std::bad_alloc&) {
-    }
-    allocationsLeft = -1;
-    expectSame(published(), done ? after : before);
-    if (done) return;
-  }
-  ADD_FAILURE() << "never done";
-}
-
+// Whatever allocation fails, nothing of the change is published.
 TEST_F(ListPublisherTest, OutOfMemory) {
   Publishing publishing(path_);
   Script script(publishing, "path");
   script.stepped(300);
-  Contents now = script.contents();
+  Contents now = script.contents(), after = now;
   expectSame(published(publishing), now);
-  const auto expectChange = [&](auto&& change, const Contents& after) {
-    expectAllOrNothing(
-        change, [&] { return published(publishing); }, now, after);
-    now = after;
+  const auto expectAllOrNothing = [&](auto&& change) {
+    failAtEachAllocation(change, [&] { expectSame(published(publishing), now); });
+    expectSame(published(publishing), now = after);
   };
   PathLists lists;
-  Contents after = now;
   Contents::Path path;
   forEachKind([&]<typename Kind>(Kind) {
-    path[Kind::index] = checked({100, 200, 300});
-    after.listIs(Kind::index, *path[Kind::index]);
-    expectChange([&] { lists.*Kind::ofPath = Kind::intern(*publishing.agent, *path[Kind::index]); }, after);
+    path[Kind::record] = {100, 200, 300};
+    after.listIs({Kind::record, path[Kind::record]});
+    expectAllOrNothing([&] { lists.*Kind::ofPath = Kind::intern(*publishing.agent, path[Kind::record]); });
   });
   ListPublisher& publisher = *publishing.publisher;
-  after.paths["a long enough new key"] = path;
-  expectChange([&] { publisher.pathIs("a long enough new key", lists); }, after);
-  after.paths.erase("a long enough new key");
-  expectChange([&] { publisher.pathDel("a long enough new key"); }, after);
-  allocationsLeft = 2;
-  EXPECT_THROW(publisher.pathIs("another long enough key", lists), std::bad_alloc);
-  allocationsLeft = -1;
-  EXPECT_FALSE(publisher.pathDel("another long enough key"));
+  const std::string key = "a long enough new key";
+  after.paths[key] = path;
+  expectAllOrNothing([&] { publisher.pathIs(key, lists); });
+  after.paths.erase(key);
+  expectAllOrNothing([&] { publisher.pathDel(key); });
+  EXPECT_FALSE(publisher.pathDel(key));
 }
 
 TEST_F(ListPublisherTest, ThreadsInternAndReleaseTheSame) {
   Publishing publishing(path_, std::chrono::milliseconds(1), true);
   std::vector<Script> scripts;
   for (const char* name : {"a", "b", "c", "d"}) scripts.emplace_back(publishing, name);
-  const auto run = [](auto&& one, auto&& scripts) {
-    std::vector<std::thread> threads;
-    for (Script& script : scripts) threads.emplace_back([&] { one(script); });
-    for (std::thread& thread : threads) thread.join();
-  };
   const auto reader = Store::StoreManager::openForReading(path_);
   for (int round = 0; round < 10 && !HasFailure(); ++round) {
-    std::atomic<bool> done = false;
-    std::thread reading([&] {
-      while (!done) {
-        reader->refresh();
-        expectWhole(contentsOf(*reader));
-      }
-    });
-    run([](Script& script) { script.stepped(1500); }, scripts);
-    done = true;
-    reading.join();
+    std::atomic<std::size_t> running = scripts.size();
+    std::vector<std::jthread> threads;
+    for (Script& script : scripts) {
+      threads.emplace_back([&] {
+        script.stepped(1500);
+        --running;
+      });
+    }
+    while (running != 0) {
+      reader->refresh();
+      expectWhole(contentsOf(*reader));
+    }
+    threads.clear();
     Contents expected;
-    for (const Script& script : scripts) script.addTo(expected);
+    for (const Script& script : scripts) expected = script.contents(std::move(expected));
     expectSame(published(publishing), expected);
   }
-  run([](Script& script) { script.listsReleased(); }, scripts);
-  for (const auto& [key, path] : shown().paths) publishing.publisher->pathDel(key);
-  expectSame(published(publishing), {});
-}
-
-void fileSizeLimitIs(rlim_t octets) {
-  const rlimit limit{octets, RLIM_INFINITY};
-  EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
 // Also one that stays full to the end. A flush does not wait for the next attempt.
 TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
   for (const bool roomAgain : {true, false}) {
-    const Store::test::Process agent([&] {
+    const Process agent([&] {
       signal(SIGXFSZ, SIG_IGN);
-      Store::Options options;
-      options.initialMapOctets = 0;
-      Publishing publishing(path_, roomAgain ? std::chrono::milliseconds(1) : never, false, options);
+      Publishing publishing(path_, roomAgain ? std::chrono::milliseconds(1) : never);
       Script script(publishing, "path");
       script.stepped(50);
       expectSame(published(publishing), script.contents());
-      fileSizeLimitIs(std::filesystem::file_size(data()));
+      struct stat used {};
+      EXPECT_EQ(stat(data().c_str(), &used), 0);
+      rlimit limit{static_cast<rlim_t>(used.st_blocks) * 512, RLIM_INFINITY};
+      EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
       for (int round = 0; round < 20; ++round) {
         script.stepped(500);
         if (round < 10) continue;
@@ -256,7 +218,8 @@ TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
         expectWhole(shown());
       }
       if (!roomAgain) return;
-      fileSizeLimitIs(RLIM_INFINITY);
+      limit.rlim_cur = RLIM_INFINITY;
+      EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
       expectSame(published(publishing), script.contents());
     });
     EXPECT_EQ(agent.ended(), 0);
@@ -264,6 +227,108 @@ TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
     reader_.reset();
     std::filesystem::remove_all(path_);
   }
+}
+
+int setting(const char* name, int byDefault) {
+  const char* const text = std::getenv(name);
+  return text != nullptr ? std::atoi(text) : byDefault;
+}
+
+constexpr std::uint32_t paths = 50;
+
+// Publishes one path after the other, again and again, each under a step counted up, among lists that come and go.
+struct Writer {
+  Writer(const std::string& path, std::uint32_t reached)
+      : publishing(path, std::chrono::milliseconds(1)), script(publishing, "script"), step(reached) {}
+
+  std::uint32_t stepped() {
+    ++step;
+    PathLists lists;
+    forEachKind([&]<typename Kind>(Kind) {
+      Words words{step};
+      for (auto n = random() % 20; n > 0; --n) words.push_back((1u << 30) + random() % 1000);
+      lists.*Kind::ofPath = Kind::intern(*publishing.agent, checked(words));
+    });
+    publishing.publisher->pathIs(std::to_string(step % paths), lists);
+    script.stepped(10);
+    return step;
+  }
+
+  Publishing publishing;
+  Script script;
+  std::mt19937 random{1};
+  std::uint32_t step;
+};
+
+// Whole, and with the paths as they were between two steps. The last step, 0 if there is none.
+std::uint32_t expectOneMoment(const Contents& shown) {
+  expectWhole(shown);
+  std::set<std::uint32_t> steps;
+  for (const auto& [key, path] : shown.paths) {
+    if (key.starts_with("script")) continue;
+    EXPECT_EQ(path.size(), 4u);
+    for (const auto& [type, words] : path) {
+      EXPECT_EQ(std::to_string(words.front() % paths), key);
+      steps.insert(words.front());
+    }
+  }
+  if (steps.empty()) return 0;
+  EXPECT_EQ(*steps.rbegin() - *steps.begin() + 1, steps.size()) << "paths of several moments";
+  return *steps.rbegin();
+}
+
+TEST_F(ListPublisherTest, ReadersSeeOneMomentWhileAnAgentGoesOn) {
+  const auto end = steady_clock::now() + std::chrono::seconds(setting("VELBGP_SOAK_SECONDS", 2));
+  Steps said;
+  const Process agent([&] {
+    Writer writer(path_, 0);
+    while (steady_clock::now() < end) said.done(writer.stepped());
+  });
+  said.await(1);
+  const auto reader = Store::StoreManager::openForReading(path_);
+  std::uint64_t reads = 0, records = 0;
+  while (steady_clock::now() < end && !HasFailure()) {
+    if (!reader->refresh()) {
+      usleep(100);
+      continue;
+    }
+    ++reads;
+    const Contents shown = contentsOf(*reader);
+    expectOneMoment(shown);
+    records += shown.records.size();
+  }
+  EXPECT_EQ(agent.ended(), 0);
+  reader->refresh();
+  EXPECT_EQ(expectOneMoment(contentsOf(*reader)), said.done());
+  std::cout << said.done() << " steps, " << reader->commits() << " commits, " << reads << " of them read, " << records
+            << " records\n";
+}
+
+TEST_F(ListPublisherTest, TheLastCommitOutlivesAKilledAgent) {
+  Steps said;
+  std::mt19937 random(7);
+  std::uint32_t reached = 0;
+  const int kills = setting("VELBGP_STORE_KILLS", 10);
+  for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
+    const Process agent([&] {
+      Writer writer(path_, reached);
+      while (true) {
+        for (int i = 0; i < 4; ++i) writer.stepped();
+        const std::uint32_t step = writer.stepped();
+        writer.publishing.publisher->flush();
+        said.done(step);
+      }
+    });
+    usleep(random() % 60000);  // sometimes while it makes or opens the store
+    agent.kill();
+    EXPECT_EQ(agent.ended(), -SIGKILL);
+    try {
+      reached = std::max(reached, expectOneMoment(contentsOf(*Store::StoreManager::openForReading(path_))));
+    } catch (const Store::StoreAbsentException&) {
+    }
+    EXPECT_GE(reached, said.done());
+  }
+  EXPECT_GT(reached, 0u) << "no agent ever came to a commit";
 }
 
 }  // namespace

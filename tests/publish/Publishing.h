@@ -4,15 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <chrono>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <random>
 #include <set>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "Store/Stores.h"
@@ -21,35 +20,37 @@
 
 namespace Routing::Bgp::test {
 
-// With one word more, which tells whether the others are all there; none for an empty list. The others are below it.
-inline std::uint32_t checksum(const Words& words, std::size_t count) {
-  std::uint32_t sum = 0x811c9dc5;
-  for (std::size_t i = 0; i < count; ++i) sum = (sum ^ words[i]) * 0x01000193;
-  return sum | 0x80000000;
-}
+// In order, and with one word more, which tells whether the others are all there; none for an empty list.
 inline Words checked(Words words) {
   std::sort(words.begin(), words.end());
   words.erase(std::unique(words.begin(), words.end()), words.end());
-  if (!words.empty()) words.push_back(checksum(words, words.size()));
+  const auto mixed = [](std::uint32_t sum, std::uint32_t word) { return (sum ^ word) * 0x01000193; };
+  const std::uint32_t sum = std::accumulate(words.begin(), words.end(), 0x811c9dc5u, mixed);
+  if (!words.empty()) words.push_back(sum | 0x80000000);
   return words;
 }
-inline bool whole(const Words& words) { return words.empty() || words.back() == checksum(words, words.size() - 1); }
+inline bool whole(const Words& words) { return words.empty() || checked({words.begin(), words.end() - 1}) == words; }
+
+using Record = std::pair<Stashed, Words>;  // that of a community has one word
 
 struct Contents {
-  using Path = std::array<std::optional<Words>, 4>;
+  using Path = std::map<Stashed, Words>;
 
-  // Once, with its communities once.
-  void listIs(std::size_t kind, const Words& words) {
-    if (lists[kind].contains(words)) return;
-    lists[kind].insert(words);
-    if (kind >= comms.size()) return;
-    for (const std::uint32_t word : words) {
-      if (!comms[kind].contains(word)) comms[kind].insert(word);
-    }
+  // The record of a list, once, and those of its communities, once.
+  void listIs(const Record& list) {
+    once(list);
+    forEachKind([&]<typename Kind>(Kind) {
+      if constexpr (hasCommunities<Kind>) {
+        if (list.first != Kind::record) return;
+        for (const std::uint32_t word : list.second) once({Kind::commRecord, {word}});
+      }
+    });
+  }
+  void once(const Record& record) {
+    if (!records.contains(record)) records.insert(record);
   }
 
-  std::array<std::multiset<Words>, 4> lists;  // by the kinds' index
-  std::array<std::multiset<std::uint32_t>, 2> comms;
+  std::multiset<Record> records;
   std::map<std::string, Path> paths;
 };
 
@@ -59,12 +60,11 @@ inline Contents contentsOf(Store::StoreManager& store) {
   store.view().forEachRecord([&](Store::Reference reference, Store::Record record) {
     const Stashed type{record.type};
     forEachKind([&]<typename Kind>(Kind) {
-      if (type == Kind::record)
-        shown.lists[Kind::index].insert(wordsOf<Kind>(*Kind::List::destash(&reference, &store)));
+      if (type == Kind::record) shown.records.insert({type, wordsOf<Kind>(*Kind::List::destash(&reference, &store))});
       if constexpr (hasCommunities<Kind>) {
         if (type != Kind::commRecord) return;
-        shown.comms[Kind::index].insert(
-            wordOf<Kind>(Kind::valueOf(Kind::Community::destash(&reference, &store).get())));
+        const auto comm = Kind::Community::destash(&reference, &store);
+        shown.records.insert({type, {wordOf<Kind>(Kind::valueOf(comm.get()))}});
       }
     });
   });
@@ -72,40 +72,36 @@ inline Contents contentsOf(Store::StoreManager& store) {
     Contents::Path& path = shown.paths[std::string(key)];
     forEachKind([&]<typename Kind>(Kind) {
       const auto list = Kind::List::destash(&(stashed.*Kind::stashed), &store);
-      if (list != nullptr) path[Kind::index] = wordsOf<Kind>(*list);
+      if (list != nullptr) path[Kind::record] = wordsOf<Kind>(*list);
     });
   });
   return shown;
 }
 
 inline void expectSame(const Contents& shown, const Contents& expected) {
-  EXPECT_EQ(shown.lists, expected.lists);
-  EXPECT_EQ(shown.comms, expected.comms);
+  EXPECT_EQ(shown.records, expected.records);
   EXPECT_EQ(shown.paths, expected.paths);
 }
 
 // All that can be said of what a store shows at any moment.
 inline void expectWhole(const Contents& shown) {
   Contents once;
-  for (std::size_t kind = 0; kind < shown.lists.size(); ++kind) {
-    for (const Words& words : shown.lists[kind]) {
-      EXPECT_TRUE(whole(words));
-      once.listIs(kind, words);
-    }
-    for (const auto& [key, path] : shown.paths) {
-      EXPECT_TRUE(!path[kind] || shown.lists[kind].contains(*path[kind]));
-    }
+  for (const Record& record : shown.records) {
+    if (record.first < Stashed::extCommList) continue;
+    EXPECT_TRUE(whole(record.second));
+    once.listIs(record);
   }
-  EXPECT_TRUE(shown.lists == once.lists) << "a list twice";
-  EXPECT_TRUE(shown.comms == once.comms) << "communities of no list, or twice";
+  for (const auto& [key, path] : shown.paths) {
+    for (const Record list : path) EXPECT_TRUE(shown.records.contains(list));
+  }
+  EXPECT_TRUE(shown.records == once.records) << "a list twice, or communities twice or of no list";
 }
 
 constexpr std::chrono::hours never{1};
 
 struct Publishing {
-  explicit Publishing(const std::string& path, std::chrono::milliseconds interval = never, bool multiThreaded = false,
-                      const Store::Options& options = {})
-      : store(Store::StoreManager::openForWriting(path, options)), agent(std::in_place, multiThreaded) {
+  explicit Publishing(const std::string& path, std::chrono::milliseconds interval = never, bool multiThreaded = false)
+      : store(Store::StoreManager::openForWriting(path)), agent(std::in_place, multiThreaded) {
     publisherIs(interval);
   }
   void publisherIs(std::chrono::milliseconds interval) {
@@ -125,44 +121,37 @@ class Script {
     random_.seed(static_cast<unsigned>(std::hash<std::string>()(name_)));
   }
 
-  void step() {
-    const unsigned choice = random_() % 10;
-    if (choice == 0) return pathChanged();
-    forEachKind([&, kind = random_() % 4]<typename Kind>(Kind) {
-      if (kind != Kind::index) return;
-      auto& held = std::get<Kind::index>(held_);
-      if (choice < 7 || held.empty()) {
-        const Words words = randomWords();
-        held[words] = Kind::intern(*publishing_.agent, words);
-      } else {
-        held.erase(std::next(held.begin(), static_cast<long>(random_() % held.size())));
-      }
-    });
-  }
   void stepped(int count) {
-    for (int i = 0; i < count; ++i) step();
-  }
-  void addTo(Contents& contents) const {
-    forEachKind([&]<typename Kind>(Kind) {
-      for (const auto& [words, list] : std::get<Kind::index>(held_)) contents.listIs(Kind::index, words);
-      for (const auto& [key, path] : paths_) {
-        if (path[Kind::index]) contents.listIs(Kind::index, *path[Kind::index]);
+    for (; count > 0; --count) {
+      const auto choice = random_() % 10;
+      if (choice == 0) {
+        pathChanged();
+      } else if (choice < 7 || held_.empty()) {
+        forEachKind([&, kind = random_() % 4]<typename Kind>(Kind) {
+          if (kind != Kind::index) return;
+          const Words words = randomWords();
+          held_[{Kind::record, words}] = Kind::intern(*publishing_.agent, words);
+        });
+      } else {
+        held_.erase(std::next(held_.begin(), static_cast<long>(random_() % held_.size())));
       }
-    });
-    contents.paths.insert(paths_.begin(), paths_.end());
+    }
   }
-  Contents contents() const {
-    Contents contents;
-    addTo(contents);
+  Contents contents(Contents contents = {}) const {
+    for (const auto& [record, list] : held_) contents.listIs(record);
+    for (const auto& [key, path] : paths_) {
+      for (const Record list : path) contents.listIs(list);
+    }
+    contents.paths.insert(paths_.begin(), paths_.end());
     return contents;
   }
-  // Keeps what the paths name.
-  void listsReleased() { held_ = {}; }
+  // As when the lists' table goes.
+  void listsDel(Stashed type) {
+    std::erase_if(held_, [type](const auto& held) { return held.first.first == type; });
+    for (auto& [key, path] : paths_) path.erase(type);
+  }
 
  private:
-  template <typename Kind>
-  using Held = std::map<Words, typename Kind::List::PtrConst>;
-
   // Mostly few and again and again the same.
   Words randomWords() {
     const bool large = random_() % 30 == 0;
@@ -180,8 +169,8 @@ class Script {
     Contents::Path& path = paths_[key] = {};
     forEachKind([&]<typename Kind>(Kind) {
       if (random_() % 3 == 0) return;
-      path[Kind::index] = randomWords();
-      lists.*Kind::ofPath = Kind::intern(*publishing_.agent, *path[Kind::index]);
+      path[Kind::record] = randomWords();
+      lists.*Kind::ofPath = Kind::intern(*publishing_.agent, path[Kind::record]);
     });
     publishing_.publisher->pathIs(key, lists);
   }
@@ -189,7 +178,7 @@ class Script {
   Publishing& publishing_;
   const std::string name_;
   std::mt19937 random_;
-  std::tuple<Held<Extended>, Held<ExtendedIp6>, Held<Large>, Held<Standard>> held_;
+  std::map<Record, Tyr::Ptr<const Keel::DedupHandleBase>> held_;
   std::map<std::string, Contents::Path> paths_;
 };
 

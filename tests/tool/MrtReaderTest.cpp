@@ -84,9 +84,7 @@ Seen readStream(const std::string& octets) {
   ::lseek(fd, 0, SEEK_SET);
   Seen seen;
   Unpacker input(fd);
-  MrtReader reader(input, seen);
-  reader.read();
-  seen.counts = reader.counts();
+  MrtReader(input, seen, seen.counts).read();
   ::close(fd);
   return seen;
 }

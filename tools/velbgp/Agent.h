@@ -14,26 +14,20 @@
 
 namespace VelBgpTool {
 
-class Agent {
- public:
+struct Agent {
   // Without `mvpn` the decoder leaves out what the feature toggle "Mvpn" guards; else the toggle decides.
-  explicit Agent(bool mvpn);
+  explicit Agent(bool mvpn)
+      : decoder(mvpn ? Routing::Bgp::BgpParseExtCommContainerSmIs()
+                     : Routing::Bgp::bgpParseExtCommContainerSmFactory(false)) {}
 
-  const Routing::Bgp::ExtCommDedupTable* communityTable() const { return communityTable_.get(); }
-  const Routing::Bgp::ExtCommListDedupTable* listTable() const { return listTable_.get(); }
-  const Routing::Bgp::ExtCommIp6DedupTable* ip6CommunityTable() const { return ip6CommunityTable_.get(); }
-  const Routing::Bgp::ExtCommIp6ListDedupTable* ip6ListTable() const { return ip6ListTable_.get(); }
-  const Routing::Bgp::LargeCommListDedupTable* largeTable() const { return largeTable_.get(); }
-  const Routing::Bgp::CommListDedupTable* standardTable() const { return standardTable_.get(); }
-
- private:
-  Tyr::Ptr<Routing::Bgp::BgpParseExtCommContainerSm> decoder_;
-  Tyr::Ptr<Routing::Bgp::ExtCommDedupTable> communityTable_;
-  Tyr::Ptr<Routing::Bgp::ExtCommListDedupTable> listTable_;
-  Tyr::Ptr<Routing::Bgp::ExtCommIp6DedupTable> ip6CommunityTable_;
-  Tyr::Ptr<Routing::Bgp::ExtCommIp6ListDedupTable> ip6ListTable_;
-  Tyr::Ptr<Routing::Bgp::LargeCommListDedupTable> largeTable_;
-  Tyr::Ptr<Routing::Bgp::CommListDedupTable> standardTable_;
+  const Tyr::Ptr<Routing::Bgp::BgpParseExtCommContainerSm> decoder;
+  const Routing::Bgp::ExtCommDedupTable::Ptr communities = Routing::Bgp::ExtCommDedupTableIs(decoder->extCommParser());
+  const Routing::Bgp::ExtCommIp6DedupTable::Ptr ip6Communities =
+      Routing::Bgp::ExtCommIp6DedupTableIs(decoder->extCommParser());
+  const Routing::Bgp::ExtCommListDedupTable::Ptr extended = Routing::Bgp::ExtCommListDedupTableIs();
+  const Routing::Bgp::ExtCommIp6ListDedupTable::Ptr extendedIp6 = Routing::Bgp::ExtCommIp6ListDedupTableIs();
+  const Routing::Bgp::LargeCommListDedupTable::Ptr large = Routing::Bgp::LargeCommListDedupTableIs();
+  const Routing::Bgp::CommListDedupTable::Ptr standard = Routing::Bgp::CommListDedupTableIs();
 };
 
 }  // namespace VelBgpTool

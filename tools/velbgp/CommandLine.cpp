@@ -56,7 +56,8 @@ class CommandLine {
     try {
       requireSubcommand(reversed);
       app_.parse(std::move(reversed));
-      return finished();
+      for (std::string& input : options_.inputs) unmark(input);
+      return options_;
     } catch (const CLI::CallForHelp&) {
       const auto chosen = app_.get_subcommands();
       console.print(chosen.empty() ? app_.help() : chosen.front()->help("velbgp"));
@@ -85,7 +86,7 @@ class CommandLine {
     throw CLI::ValidationError(quote(name) + " is no subcommand, expected decode, list, mrt, sample or store");
   }
 
-  CLI::App* subcommand(Options::Command command, const char* name, const char* purpose) {
+  CLI::App* subcommand(Command* command, const char* name, const char* purpose) {
     CLI::App* sub = app_.add_subcommand(name, purpose);
     sub->set_version_flag("--version", version, "Print the version and exit");
     sub->callback([this, command] { options_.command = command; });
@@ -97,15 +98,17 @@ class CommandLine {
     sub->add_flag_callback(
         "--no-mvpn", [this] { options_.mvpn = false; }, "Decode as if the toggle Mvpn were off");
   }
-  void addMatch(CLI::App* sub) {
-    sub->add_option("--match", match_, "Match each list with this POSIX extended regular expression")
-        ->type_name("REGEX");
+  // An empty text is one too, of an expression that matches everything. CLI11 hands it on to a function only.
+  static void addText(CLI::App* sub, const char* name, const char* type, std::optional<std::string>& text,
+                      const char* what) {
+    const auto take = [&text](std::string given) {
+      unmark(given);
+      text = std::move(given);
+    };
+    sub->add_option_function<std::string>(name, take, what)->type_name(type);
   }
-  void addPublish(CLI::App* sub) {
-    const auto take = [this](const std::string& store) { options_.publish = store; };
-    sub->add_option_function<std::string>("--publish", take,
-                                          "Put the lists into this store, for other processes to read")
-        ->type_name("STORE");
+  void addMatch(CLI::App* sub) {
+    addText(sub, "--match", "REGEX", options_.match, "Match each list with this POSIX extended regular expression");
   }
   CLI::Option* addInputs(CLI::App* sub, const char* name, const char* what) {
     return sub->add_option(name, options_.inputs, what)->type_name("");
@@ -123,53 +126,42 @@ class CommandLine {
   }
 
   void addDecode() {
-    CLI::App* sub = subcommand(Options::Command::decode, "decode", "Say what each community value is");
+    CLI::App* sub = subcommand(decodeCommand, "decode", "Say what each community value is");
     addJson(sub, "One JSON object a value");
     addMvpn(sub);
     addInputs(sub, "VALUE",
               "A:B, A:B:C, a name like no-export, or 0x and hex digits; without any, one a line of standard input");
   }
   void addList() {
-    CLI::App* sub = subcommand(Options::Command::list, "list", "Intern the communities of a path as lists");
+    CLI::App* sub = subcommand(listCommand, "list", "Intern the communities of a path as lists");
     addJson(sub, "One JSON object a path");
     addMatch(sub);
     addMvpn(sub);
     addInputs(sub, "VALUE", "The values of one path, of any kind; without any, one path a line of standard input");
   }
   void addMrt() {
-    CLI::App* sub = subcommand(Options::Command::mrt, "mrt", "Intern the communities of all paths of MRT files");
+    CLI::App* sub = subcommand(mrtCommand, "mrt", "Intern the communities of all paths of MRT files");
     addJson(sub, "One JSON object for all files together");
     addNumber(sub, "--top", "N", options_.top, "Show the N most used lists and communities (default 10)");
     addMatch(sub);
-    addPublish(sub);
+    addText(sub, "--publish", "STORE", options_.publish, "Put the lists into this store, for other processes to read");
     addMvpn(sub);
     addInputs(sub, "FILE", "MRT files, plain, gzip or bzip2; - is standard input")->required();
   }
   void addSample() {
-    CLI::App* sub = subcommand(Options::Command::sample, "sample", "Write an MRT stream to try things on");
+    CLI::App* sub = subcommand(sampleCommand, "sample", "Write an MRT stream to try things on");
     addNumber(sub, "--paths", "N", options_.paths, "How many paths (default 10000)");
     addNumber(sub, "--seed", "S", options_.seed, "The same seed gives the same stream (default 1)");
   }
 
   void addStore() {
-    CLI::App* sub = subcommand(Options::Command::store, "store", "Print the lists that mrt --publish put into a store");
+    CLI::App* sub = subcommand(storeCommand, "store", "Print the lists that mrt --publish put into a store");
     addJson(sub, "One JSON object a published path");
     addInputs(sub, "STORE", "The store's directory")->required()->expected(1);
   }
 
-  Options finished() {
-    // Told apart here because an empty expression is one too: it matches everything.
-    const CLI::Option* option = app_.get_subcommands().front()->get_option_no_throw("--match");
-    if (option != nullptr && option->count() != 0) options_.match = match_;
-    for (std::string& input : options_.inputs) unmark(input);
-    if (options_.match) unmark(*options_.match);
-    if (options_.publish) unmark(*options_.publish);
-    return options_;
-  }
-
   CLI::App app_{"BGP communities as the VelBgp library sees them", "velbgp"};
   Options options_;
-  std::string match_;
 };
 
 }  // namespace

@@ -1,6 +1,4 @@
 // The subcommands, and what the command line asks of them.
-//
-// Each prints its results on the console and reports bad input there; the tool's exit status follows from the console.
 #pragma once
 
 #include <cstdint>
@@ -16,10 +14,15 @@ namespace VelBgpTool {
 
 class Console;
 
-struct Options {
-  enum class Command { decode, list, mrt, sample, store };
+struct Options;
 
-  Command command = Command::decode;
+// Each prints its results on the console and reports bad input there; the tool's exit status follows from the console.
+// `match` is the expression asked for, or null.
+using Command = void(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
+Command decodeCommand, listCommand, mrtCommand, sampleCommand, storeCommand;
+
+struct Options {
+  Command* command = nullptr;
   bool json = false;
   bool mvpn = true;
   std::vector<std::string> inputs;  // values, files or the store
@@ -33,11 +36,5 @@ struct Options {
 // The options of a usable command line; nothing when all is done, with `status` set: help or version was asked for, or
 // the command line was not usable and a message says why.
 std::optional<Options> parseCommandLine(int argc, const char* const* argv, Console& console, int& status);
-
-void decodeCommand(const Options& options, Console& console);
-void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
-void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
-void sampleCommand(const Options& options, Console& console);
-void storeCommand(const Options& options, Console& console);
 
 }  // namespace VelBgpTool

@@ -50,7 +50,7 @@ class Decoder {
 
 }  // namespace
 
-void decodeCommand(const Options& options, Console& console) {
+void decodeCommand(const Options& options, const Routing::RouteMap::PosixRegex*, Console& console) {
   Decoder decoder(options, console);
   for (std::size_t i = 0; i < options.inputs.size(); ++i) decoder.inputIs({"argument", i + 1}, options.inputs[i]);
   if (!options.inputs.empty()) return;

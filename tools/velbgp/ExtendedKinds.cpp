@@ -11,6 +11,7 @@
 #include "VelBgp/VelBgpCommunityList.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/ListKind.h"
+#include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
 
@@ -47,6 +48,19 @@ AttributeSize sizeOf(Octets attribute) {
   return {bigEndian(attribute.subspan(2, header - 2)), attribute.size() - header};
 }
 
+// Each filter counts one link bandwidth and one validation state, however many it lets through.
+std::string remedy(const ExtCommList& list, const NamedSerialization& way) {
+  const auto several = [&list](bool included, ExtCommClassification classification) {
+    const auto part = included ? list.classificationList(classification) : nullptr;
+    return part != nullptr && part->comms().size() > 1;
+  };
+  const char* const prune = "prune the list before sending it so";
+  const char* const split = "send several validation states with \"all\", or one a list";
+  if (!several(way.includeOriginAsValidity, extCommClassificationOriginValidationState)) return prune;
+  if (!several(way.includeLinkBandwidth, extCommClassificationLinkBandwidth)) return split;
+  return std::string(prune) + ", and " + split;
+}
+
 boost::json::object serialized(const ExtCommList& list, std::vector<std::string>& notes) {
   boost::json::object out;
   for (const auto& way : serializations) {
@@ -55,7 +69,7 @@ boost::json::object serialized(const ExtCommList& list, std::vector<std::string>
     out[way.name] = hexDigits(octetsOf(attribute));
     if (const AttributeSize size = sizeOf(octetsOf(attribute)); size.announced != size.carried) {
       notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(size.announced) +
-                      " octets but carries " + std::to_string(size.carried) + ": prune the list before sending it so");
+                      " octets but carries " + std::to_string(size.carried) + ": " + remedy(list, way));
     }
   }
   return out;
@@ -81,6 +95,16 @@ void decodeType(const Community& community, boost::json::object& out) {
   out["transitive"] = community.getContent().transitive();
 }
 
+// The communities of a list by their classification.
+template <typename Traits, typename List>
+boost::json::object classified(const List& list) {
+  boost::json::object out;
+  for (const auto& part : list.classificationLists()) {
+    if (part != nullptr) out[stringValue(part->classification())] = hexValues<Traits>(part->comms());
+  }
+  return out;
+}
+
 ExtComm::StrepFormat policyFormat(bool classification) {
   ExtComm::StrepFormat format;
   classification ? format.strepFormatClassificationIs(true) : format.strepFormatDefaultIs(true);
@@ -98,7 +122,6 @@ ExtCommIp6::StrepFormat uiFormatIp6() {
 template <typename Object>
 struct ObjectTraits {
   using Community = const Object*;
-  static constexpr bool classified = true;
 
   static unsigned classification(Community community) { return community->classification(); }
   static std::size_t hash(Community community) {
@@ -112,24 +135,19 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   static constexpr std::size_t octets = 8;
   static constexpr auto published = &PathLists::extended;
   static constexpr auto stashed = &StashedPath::extended;
-  static constexpr bool matchable = true;
 
-  explicit ExtendedTraits(const Agent& agent) : agent_(agent), content_(agent.communityTable()) {}
+  explicit ExtendedTraits(const Agent& agent) : agent_(agent), content_(agent.communities.get()) {}
 
   List intern(Octets values) {
     content_.reset();
     content_.expectedCommunityCountIs(values.size() / octets);
     for (; !values.empty(); values = values.subspan(octets)) content_.commIs(bigEndian(values.first<octets>()));
-    return ExtCommList::dedupContent(agent_.listTable(), content_);
+    return ExtCommList::dedupContent(agent_.extended.get(), content_);
   }
 
   static ExtCommRange communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return list->comm(bigEndian(value)).get(); }
-  static std::array<std::uint8_t, octets> wire(Community community) {
-    std::array<std::uint8_t, octets> out;
-    for (unsigned i = 0; i < octets; ++i) out[i] = community->getContent().octet(i);
-    return out;
-  }
+  static std::string wire(Community community) { return Wire().u64(community->community()).str(); }
   static std::string text(Community community) { return community->toStrepForUI(false, false, false); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
@@ -138,8 +156,8 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   void decode(Octets value, boost::json::object& out) const;
   void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const;
 
-  std::size_t distinctLists() const { return agent_.listTable()->size(); }
-  std::size_t distinctCommunities() const { return agent_.communityTable()->size(); }
+  std::size_t distinctLists() const { return agent_.extended->size(); }
+  std::size_t distinctCommunities() const { return agent_.communities->size(); }
 
  private:
   const Agent& agent_;
@@ -147,7 +165,7 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
 };
 
 void ExtendedTraits::decode(Octets value, boost::json::object& out) const {
-  const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.communityTable(), ExtCommContent(bigEndian(value)));
+  const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.communities.get(), ExtCommContent(bigEndian(value)));
   decodeType(*community, out);
   out["valid"] = community->isValid();
   out["debug"] = community->toStrep();
@@ -162,24 +180,20 @@ void ExtendedTraits::describe(const List& list, boost::json::object& out, std::v
   out["text"] = stringify(list.get());
   out["attrs"] = setFlags(list->commVectorAttrs());
   out["transitiveCount"] = list->transitiveCount();
-  boost::json::object& classifications = out["classifications"].emplace_object();
-  for (const ExtCommClassificationList* part : list->classificationLists()) {
-    classifications[stringValue(part->classification())] = hexValues<ExtendedTraits>(part->comms());
-  }
+  out["classifications"] = classified<ExtendedTraits>(*list);
   out["serialize"] = serialized(*list, notes);
-  const List pruned = list->prune(agent_.listTable());
+  const List pruned = list->prune(agent_.extended.get());
   out["prune"] = nullptr;
   if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
 }
 
+// Route policy has no expression over them: nothing matches.
 class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
  public:
   using List = ExtCommIp6List::PtrConst;
   static constexpr std::size_t octets = 20;
   static constexpr auto published = &PathLists::extendedIp6;
   static constexpr auto stashed = &StashedPath::extendedIp6;
-  // Route policy has no expression over them.
-  static constexpr bool matchable = false;
 
   explicit ExtendedIp6Traits(const Agent& agent) : agent_(agent) {}
 
@@ -187,7 +201,7 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     const ExtCommIp6List::Ptr builder = ExtCommIp6ListIs();
     builder->expectedCommunityCountIs(values.size() / octets);
     for (; !values.empty(); values = values.subspan(octets)) builder->commIs(dedup(values));
-    return builder->dedup(agent_.ip6ListTable());
+    return builder->dedup(agent_.extendedIp6.get());
   }
 
   static std::vector<Community> communities(const List& list) {
@@ -196,21 +210,20 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     return found;
   }
   static Community find(const List& list, Octets value) { return list->comm(content(value)).get(); }
-  static std::array<std::uint8_t, octets> wire(Community community) {
+  static std::string wire(const auto& community) {  // a community, however it is held
     const ExtCommIp6Content& content = community->getContent();
-    std::array<std::uint8_t, octets> out = {content.type(), content.subtype()};
-    std::copy_n(content.addr().octets().begin(), 16, out.begin() + 2);
-    out[18] = static_cast<std::uint8_t>(content.localAdmin() >> 8);
-    out[19] = static_cast<std::uint8_t>(content.localAdmin());
-    return out;
+    Wire out;
+    out.u8(content.type()).u8(content.subtype());
+    for (const std::uint8_t octet : content.addr().octets()) out.u8(octet);
+    return out.u16(content.localAdmin()).str();
   }
   static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
 
   void decode(Octets value, boost::json::object& out) const;
   static void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes);
 
-  std::size_t distinctLists() const { return agent_.ip6ListTable()->size(); }
-  std::size_t distinctCommunities() const { return agent_.ip6CommunityTable()->size(); }
+  std::size_t distinctLists() const { return agent_.extendedIp6->size(); }
+  std::size_t distinctCommunities() const { return agent_.ip6Communities->size(); }
 
  private:
   static ExtCommIp6Content content(Octets value) {
@@ -220,7 +233,7 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
             static_cast<std::uint16_t>(bigEndian(value.subspan<18, 2>()))};
   }
   ExtCommIp6::PtrConst dedup(Octets value) const {
-    return ExtCommIp6::dedupContent(agent_.ip6CommunityTable(), content(value));
+    return ExtCommIp6::dedupContent(agent_.ip6Communities.get(), content(value));
   }
 
   const Agent& agent_;
@@ -238,12 +251,7 @@ void ExtendedIp6Traits::decode(Octets value, boost::json::object& out) const {
 void ExtendedIp6Traits::describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
   out["text"] = list->commsStringForm();
   out["transitiveCount"] = list->totalTransitiveCommunities();
-  boost::json::object& classifications = out["classifications"].emplace_object();
-  for (const auto& part : list->classificationLists()) {
-    if (part == nullptr) continue;
-    boost::json::array& values = classifications[stringValue(part->classification())].emplace_array();
-    for (const auto& community : part->comms()) values.emplace_back(hexValue(wire(community.get())));
-  }
+  out["classifications"] = classified<ExtendedIp6Traits>(*list);
   boost::json::object& attributes = out["serialize"].emplace_object();
   attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
   attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));

@@ -1,6 +1,7 @@
 #include "tools/velbgp/Kind.h"
 
-#include <algorithm>
+#include <boost/algorithm/hex.hpp>
+#include <iterator>
 
 #include "tools/velbgp/ExtendedKinds.h"
 #include "tools/velbgp/PlainKinds.h"
@@ -8,25 +9,6 @@
 namespace VelBgpTool {
 
 namespace {
-
-// The value of a hex digit, or 16.
-unsigned hexDigit(char c) {
-  if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
-  const char lower = static_cast<char>(c | 0x20);
-  return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>(lower - 'a') + 10 : 16;
-}
-
-bool isHex(std::string_view text) {
-  return text.starts_with("0x") && std::all_of(text.begin() + 2, text.end(), [](char c) { return hexDigit(c) < 16; });
-}
-
-TypedValue hexTyped(std::size_t kind, std::string_view hex) {
-  TypedValue value{kind, {}};
-  for (std::size_t i = 0; i < hex.size() / 2; ++i) {
-    value.octets[i] = static_cast<std::uint8_t>(hexDigit(hex[2 * i]) << 4 | hexDigit(hex[2 * i + 1]));
-  }
-  return value;
-}
 
 // "0x and 16 hex digits (extended)" and so on, for all kinds.
 std::string accepted() {
@@ -39,19 +21,14 @@ std::string accepted() {
   return text;
 }
 
-std::optional<TypedValue> readHex(std::string_view text) {
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (kindRows[kind].hasHexForm(text.size() - 2)) return hexTyped(kind, text.substr(2));
+std::optional<std::string> readHex(std::string_view text) {
+  std::string octets;
+  try {
+    boost::algorithm::unhex(text, std::back_inserter(octets));
+  } catch (const boost::algorithm::hex_decode_error&) {
+    return std::nullopt;
   }
-  return std::nullopt;
-}
-
-std::optional<TypedValue> readForm(std::string_view text) {
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    TypedValue value{kind, {}};
-    if (kindRows[kind].read != nullptr && kindRows[kind].read(text, value.octets.data())) return value;
-  }
-  return std::nullopt;
+  return octets;
 }
 
 }  // namespace
@@ -63,15 +40,15 @@ constinit const std::array<KindRow, kindCount> kindRows = {{
     {"standard", "COMMUNITIES", 8, 4, "A:B, a well-known name", readStandard, makeStandardKind},
 }};
 
-std::size_t kindOfAttribute(std::uint8_t code) {
-  const auto row = std::find_if(kindRows.begin(), kindRows.end(), [&](auto& r) { return r.attribute == code; });
-  return static_cast<std::size_t>(row - kindRows.begin());
-}
-
 std::optional<TypedValue> parseValue(std::string_view text, std::string& problem) {
-  const auto value = isHex(text) ? readHex(text) : readForm(text);
-  if (!value) problem = quote(text) + " is no community, " + accepted();
-  return value;
+  const auto hex = text.starts_with("0x") ? readHex(text.substr(2)) : std::nullopt;
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    const KindRow& row = kindRows[kind];
+    if (hex && hex->size() == row.octets) return TypedValue{kind, *hex};
+    if (const auto typed = row.read != nullptr ? row.read(text) : std::nullopt) return TypedValue{kind, *typed};
+  }
+  problem = quote(text) + " is no community, " + accepted();
+  return std::nullopt;
 }
 
 }  // namespace VelBgpTool

@@ -29,7 +29,7 @@ class StoreManager;
 
 namespace VelBgpTool {
 
-class Agent;
+struct Agent;
 
 // How often something was met, and what is printed for it.
 struct Use {
@@ -50,17 +50,14 @@ class Kind {
   virtual std::uint32_t pathIs(Octets values) = 0;
   // What `list` prints of a list, in order. Notes get what a reader of it should know.
   virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
-  // The answer is remembered for a list: ask with one expression only.
-  virtual bool matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
-  // Kinds without a text to match leave `match` out.
-  virtual bool matchable() const = 0;
+  // Nothing for kinds without a text to match. The answer is remembered for a list: ask with one expression only.
+  virtual std::optional<bool> matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
 
   // Puts a list into a path's lists.
   virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;
   // The values of the list of this kind that a path in a store refers to, as on the wire; none if it has none. Throws
   // the store's exceptions.
-  virtual std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path,
-                                            Routing::Store::StoreManager& store) const = 0;
+  virtual std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const = 0;
 
   // What interning keeps now.
   virtual std::size_t distinctLists() const = 0;
@@ -72,15 +69,17 @@ class Kind {
   virtual void classify(std::map<unsigned, std::uint64_t>& counts) const = 0;
 };
 
+// The wire octets of a value as people type it; nothing for all other text, and for numbers out of range.
+using ReadValue = std::optional<std::string>(std::string_view text);
+
 struct KindRow {
   const char* name;
   const char* attributeName;
   std::uint8_t attribute;  // path attribute code
   std::uint8_t octets;     // of one value on the wire
-  bool hasHexForm(std::size_t digits) const { return digits == 2U * octets; }
-  // The form in which people type a value, beside hex digits, and what reads it into wire octets; null: there is none.
+  // The form in which people type a value, beside hex digits, and what reads it; null: there is none.
   const char* form;
-  bool (*read)(std::string_view text, std::uint8_t* octets);
+  ReadValue* read;
   std::unique_ptr<Kind> (*make)(Agent& agent);
 };
 
@@ -88,16 +87,13 @@ struct KindRow {
 inline constexpr std::size_t kindCount = 4;
 extern const std::array<KindRow, kindCount> kindRows;
 
-// The row of a path attribute code, or kindCount.
-std::size_t kindOfAttribute(std::uint8_t code);
-
 // The largest number of values that one attribute carries.
 constexpr std::size_t attributeCapacity(const KindRow& row) { return 65535U / row.octets; }
 
 struct TypedValue {
   std::size_t kind;
-  std::array<std::uint8_t, 20> octets;
-  Octets wire() const { return {octets.data(), kindRows[kind].octets}; }
+  std::string octets;
+  Octets wire() const { return octetsOf(octets); }
 };
 
 // Reads one value as people type it; else `problem` says what is wrong and what was expected.

@@ -7,8 +7,7 @@
 //   communities(list)          its communities, ascending;  find(list, value)  the one of these wire octets
 //   octets                     of one value
 //   wire(community)            its octets;  text(community)  as people read it;  hash(community)
-//   classified                 whether there is a classification(community)
-//   matchable                  whether there is a matches(list, regex)
+//   classification(community)  and  matches(list, regex)  where there are such
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
 //   published, stashed         the kind's members of a path's lists, and of the references to them in a store
 //   distinctLists(), and distinctCommunities() if a table interns them
@@ -28,7 +27,7 @@ namespace VelBgpTool {
 template <typename Traits, typename Range>
 boost::json::array hexValues(const Range& communities) {
   boost::json::array values;
-  for (const auto& community : communities) values.emplace_back(hexValue(Traits::wire(community)));
+  for (const auto& community : communities) values.emplace_back(hexValue(octetsOf(Traits::wire(community))));
   return values;
 }
 
@@ -55,25 +54,25 @@ class ListKind : public Kind {
     return out;
   }
 
-  bool matchable() const override { return Traits::matchable; }
-  bool matches([[maybe_unused]] std::uint32_t number,
-               [[maybe_unused]] const Routing::RouteMap::PosixRegex& regex) override {
-    if constexpr (Traits::matchable) return answer(number, regex);
-    return false;
+  std::optional<bool> matches([[maybe_unused]] std::uint32_t number,
+                              [[maybe_unused]] const Routing::RouteMap::PosixRegex& regex) override {
+    if constexpr (requires { Traits::matches(lists_[number], regex); }) {
+      answers_.resize(lists_.size());
+      std::optional<bool>& known = answers_[number];
+      if (!known) known = Traits::matches(lists_[number], regex);
+      return known;
+    }
+    return std::nullopt;
   }
 
   void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
     path.*Traits::published = lists_[number];
   }
-  std::vector<std::uint8_t> destash(const Routing::Bgp::StashedPath& path,
-                                    Routing::Store::StoreManager& store) const override {
-    std::vector<std::uint8_t> values;
+  std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const override {
+    std::string values;
     const List list = List::element_type::destash(&(path.*Traits::stashed), &store);
     if (list == nullptr) return values;
-    for (const auto& community : Traits::communities(list)) {
-      const auto octets = Traits::wire(community);
-      values.insert(values.end(), octets.begin(), octets.end());
-    }
+    for (const auto& community : Traits::communities(list)) values += Traits::wire(community);
     return values;
   }
 
@@ -91,12 +90,12 @@ class ListKind : public Kind {
 
   std::vector<Use> topCommunities(std::size_t count) const override {
     return top(communityUses(), count, [](const Community& community) {
-      return hexValue(Traits::wire(community)) + "  " + Traits::text(community);
+      return hexValue(octetsOf(Traits::wire(community))) + "  " + Traits::text(community);
     });
   }
 
   void classify([[maybe_unused]] std::map<unsigned, std::uint64_t>& counts) const override {
-    if constexpr (Traits::classified) {
+    if constexpr (requires(Community community) { Traits::classification(community); }) {
       for (const auto& [community, count] : communityUses()) counts[Traits::classification(community)] += count;
     }
   }
@@ -110,14 +109,6 @@ class ListKind : public Kind {
   };
   template <typename Number>
   using ByCommunity = boost::unordered_flat_map<Community, Number, Hash>;
-  enum class Answer : std::uint8_t { unknown, no, yes };
-
-  bool answer(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) {
-    answers_.resize(lists_.size(), Answer::unknown);
-    Answer& known = answers_[number];
-    if (known == Answer::unknown) known = Traits::matches(lists_[number], regex) ? Answer::yes : Answer::no;
-    return known == Answer::yes;
-  }
 
   std::uint32_t numberOf(const List& list) {
     const auto [place, isNew] = numbers_.try_emplace(&*list, static_cast<std::uint32_t>(lists_.size()));
@@ -171,9 +162,9 @@ class ListKind : public Kind {
   }
 
   Traits traits_;
-  std::vector<List> lists_;           // held, by number
-  std::vector<std::uint64_t> paths_;  // that carried it, by number
-  std::vector<Answer> answers_;       // to the one expression, by number
+  std::vector<List> lists_;                   // held, by number
+  std::vector<std::uint64_t> paths_;          // that carried it, by number
+  std::vector<std::optional<bool>> answers_;  // to the one expression, by number
   boost::unordered_flat_map<const void*, std::uint32_t> numbers_;
   ByCommunity<std::uint64_t> repeats_;
 };

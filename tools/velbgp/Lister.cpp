@@ -34,7 +34,8 @@ boost::json::object Lister::list(const Place& place, std::size_t index) {
   const std::uint32_t number = kind.pathIs(wire_[index]);
   std::vector<std::string> notes;
   boost::json::object out = kind.list(number, notes);
-  if (match_ != nullptr && kind.matchable()) out["match"] = kind.matches(number, *match_);
+  const auto matched = match_ != nullptr ? kind.matches(number, *match_) : std::nullopt;
+  if (matched) out["match"] = *matched;
   for (const std::string& note : notes) console_.note(place, note);
   return out;
 }

@@ -18,33 +18,26 @@ namespace VelBgpTool {
 
 namespace {
 
-class File {
- public:
+struct File {
   // "-" is standard input.
   explicit File(const std::string& name)
-      : standard_(name == "-"),
-        source_(standard_ ? "stdin" : name),
-        fd_(standard_ ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (fd_ < 0) problem_ = std::strerror(errno);
+      : standard(name == "-"),
+        source(standard ? "stdin" : name),
+        fd(standard ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (fd < 0) problem = std::strerror(errno);
     struct stat status {};
-    if (fd_ >= 0 && ::fstat(fd_, &status) == 0 && S_ISDIR(status.st_mode)) problem_ = std::strerror(EISDIR);
+    if (fd >= 0 && ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) problem = std::strerror(EISDIR);
   }
   ~File() {
-    if (fd_ >= 0 && !standard_) ::close(fd_);
+    if (fd >= 0 && !standard) ::close(fd);
   }
   File(const File&) = delete;
   File& operator=(const File&) = delete;
 
-  int fd() const { return fd_; }
-  const std::string& source() const { return source_; }
-  // Why it cannot be read, or empty.
-  const std::string& problem() const { return problem_; }
-
- private:
-  bool standard_;
-  std::string source_;
-  int fd_;
-  std::string problem_;
+  const bool standard;
+  const std::string source;
+  const int fd;
+  std::string problem;  // why it cannot be read, or empty
 };
 
 // Takes in the paths of all files: interns and counts their communities.
@@ -85,20 +78,18 @@ class Census final : public MrtSink {
 };
 
 void Census::fileIs(const File& file) {
-  if (!file.problem().empty()) {
-    console_.error({file.source(), 0, true}, "cannot be read: " + file.problem() + ", expected an MRT file");
+  if (!file.problem.empty()) {
+    console_.error({file.source, 0, true}, "cannot be read: " + file.problem + ", expected an MRT file");
     return;
   }
   ++totals_.files;
   if (publication_ != nullptr) publication_->begin();
-  source_ = file.source();
-  Unpacker input(file.fd());
-  Progress progress(console_, source_, sizeOfFile(file.fd()), false);
+  source_ = file.source;
+  Unpacker input(file.fd);
+  Progress progress(console_, source_, sizeOfFile(file.fd), false);
   input_ = &input;
   progress_ = &progress;
-  MrtReader reader(input, *this);
-  reader.read();
-  totals_.counts += reader.counts();
+  MrtReader(input, *this, totals_.counts).read();
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
@@ -108,8 +99,7 @@ void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
     path = attribute.path;
     if (!wellFormed(attribute, offset)) continue;
     const std::uint32_t number = lists_[attribute.kind] = attributeIs(attribute);
-    Kind& kind = kinds_.at(attribute.kind);
-    matched_ = matched_ || (match_ != nullptr && kind.matchable() && kind.matches(number, *match_));
+    if (match_ != nullptr) matched_ |= kinds_.at(attribute.kind).matches(number, *match_).value_or(false);
   }
   pathEnds();
 }

@@ -16,14 +16,6 @@ std::string named(const MrtHeader& header) {
 
 }  // namespace
 
-MrtCounts& MrtCounts::operator+=(const MrtCounts& other) {
-  records += other.records;
-  paths += other.paths;
-  malformed += other.malformed;
-  skipped += other.skipped;
-  return *this;
-}
-
 StreamWindow::StreamWindow(Unpacker& input)
     : input_(input), capacity_(windowSize), octets_(new std::uint8_t[windowSize]) {}
 

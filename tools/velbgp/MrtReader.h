@@ -18,8 +18,6 @@ struct MrtCounts {
   std::uint64_t paths = 0;
   std::uint64_t malformed = 0;
   std::uint64_t skipped = 0;
-
-  MrtCounts& operator+=(const MrtCounts& other);
 };
 
 // What hears of the records. Offsets are those of the records in the unpacked stream.
@@ -59,12 +57,12 @@ class StreamWindow {
 
 class MrtReader {
  public:
-  MrtReader(Unpacker& input, MrtSink& sink) : input_(input), window_(input), sink_(sink) {}
+  // Adds to the counts. Attributes that are malformed inside good records are the sink's to count.
+  MrtReader(Unpacker& input, MrtSink& sink, MrtCounts& counts)
+      : input_(input), window_(input), sink_(sink), counts_(counts) {}
 
   // Reads to the end.
   void read();
-  // Attributes that are malformed inside good records are the sink's to count.
-  const MrtCounts& counts() const { return counts_; }
 
  private:
   bool readRecord();
@@ -78,7 +76,7 @@ class MrtReader {
   StreamWindow window_;
   MrtSink& sink_;
   MrtRecord record_;
-  MrtCounts counts_;
+  MrtCounts& counts_;
   std::uint64_t offset_ = 0;  // of the current record
 };
 

@@ -44,20 +44,30 @@ namespace {
 
 enum MrtType : std::uint16_t { tableDumpV2 = 13, bgp4mpType = 16, bgp4mpEt = 17 };
 
-enum TableDumpSubtype : std::uint16_t {
-  peerIndexTable = 1,
-  ribIpv4Unicast = 2,
-  ribIpv4Multicast = 3,
-  ribIpv6Unicast = 4,
-  ribIpv6Multicast = 5,
-  ribGeneric = 6,
-  geoPeerTable = 7,
-  ribIpv4UnicastAddPath = 8,
-  ribIpv4MulticastAddPath = 9,
-  ribIpv6UnicastAddPath = 10,
-  ribIpv6MulticastAddPath = 11,
-  ribGenericAddPath = 12,
+constexpr unsigned ipv4Bits = 32;
+constexpr unsigned ipv6Bits = 128;
+
+// What a TABLE_DUMP_V2 subtype holds. In a RIB that is not generic the prefixes have up to so many bits.
+struct TableDumpLayout {
+  enum Form { none, peers, peersWithPlaces, rib, genericRib } form = none;
+  bool pathIds = false;
+  unsigned mostBits = 0;
 };
+constexpr std::array<TableDumpLayout, 13> tableDumpLayouts = {{
+    {},
+    {TableDumpLayout::peers},                 // PEER_INDEX_TABLE
+    {TableDumpLayout::rib, false, ipv4Bits},  // RIB_IPV4_UNICAST
+    {TableDumpLayout::rib, false, ipv4Bits},  // RIB_IPV4_MULTICAST
+    {TableDumpLayout::rib, false, ipv6Bits},  // RIB_IPV6_UNICAST
+    {TableDumpLayout::rib, false, ipv6Bits},  // RIB_IPV6_MULTICAST
+    {TableDumpLayout::genericRib, false},     // RIB_GENERIC
+    {TableDumpLayout::peersWithPlaces},       // GEO_PEER_TABLE
+    {TableDumpLayout::rib, true, ipv4Bits},   // RIB_IPV4_UNICAST_ADDPATH
+    {TableDumpLayout::rib, true, ipv4Bits},   // RIB_IPV4_MULTICAST_ADDPATH
+    {TableDumpLayout::rib, true, ipv6Bits},   // RIB_IPV6_UNICAST_ADDPATH
+    {TableDumpLayout::rib, true, ipv6Bits},   // RIB_IPV6_MULTICAST_ADDPATH
+    {TableDumpLayout::genericRib, true},      // RIB_GENERIC_ADDPATH
+}};
 
 // What a BGP4MP subtype holds; the local and additional-path ones are laid out like the others.
 struct Bgp4mpLayout {
@@ -80,20 +90,17 @@ constexpr std::array<Bgp4mpLayout, 12> bgp4mpLayouts = {{
     {true, true, false},    // MESSAGE_AS4_LOCAL_ADDPATH
 }};
 
-constexpr unsigned ipv4Bits = 32;
-constexpr unsigned ipv6Bits = 128;
 constexpr unsigned ipv4Family = 1;
 constexpr unsigned ipv6Family = 2;
 constexpr std::size_t leastUpdate = 23;
 
 constexpr std::size_t octetsOfBits(std::uint32_t bits) { return (bits + 7) / 8; }
 
-// The row of kindRows for each path attribute code.
+// The row of kindRows for each path attribute code, or kindCount.
 const std::array<std::uint8_t, 256> kindOfCode = [] {
-  std::array<std::uint8_t, 256> kinds{};
-  for (unsigned code = 0; code < kinds.size(); ++code) {
-    kinds[code] = static_cast<std::uint8_t>(kindOfAttribute(static_cast<std::uint8_t>(code)));
-  }
+  std::array<std::uint8_t, 256> kinds;
+  kinds.fill(kindCount);
+  for (std::uint8_t kind = 0; kind < kindCount; ++kind) kinds[kindRows[kind].attribute] = kind;
   return kinds;
 }();
 
@@ -169,7 +176,9 @@ MrtHeader::MrtHeader(Octets octets)
       length(static_cast<std::uint32_t>(bigEndian(octets.subspan(8, 4)))) {}
 
 bool MrtRecord::reads(const MrtHeader& header) {
-  if (header.type == tableDumpV2) return header.subtype >= peerIndexTable && header.subtype <= ribGenericAddPath;
+  if (header.type == tableDumpV2) {
+    return header.subtype < tableDumpLayouts.size() && tableDumpLayouts[header.subtype].form != TableDumpLayout::none;
+  }
   if (header.type != bgp4mpType && header.type != bgp4mpEt) return false;
   return header.subtype < bgp4mpLayouts.size() && bgp4mpLayouts[header.subtype].known;
 }
@@ -196,26 +205,10 @@ bool MrtRecord::read(const MrtHeader& header, Octets octets) {
 }
 
 bool MrtRecord::tableDump(std::uint16_t subtype, Cursor& body) {
-  switch (subtype) {
-    case peerIndexTable:
-      return peerTable(body, false);
-    case geoPeerTable:
-      return peerTable(body, true);
-    case ribIpv4Unicast:
-    case ribIpv4Multicast:
-      return rib(body, ipv4Bits, false);
-    case ribIpv6Unicast:
-    case ribIpv6Multicast:
-      return rib(body, ipv6Bits, false);
-    case ribIpv4UnicastAddPath:
-    case ribIpv4MulticastAddPath:
-      return rib(body, ipv4Bits, true);
-    case ribIpv6UnicastAddPath:
-    case ribIpv6MulticastAddPath:
-      return rib(body, ipv6Bits, true);
-    default:
-      return genericRib(body, subtype == ribGenericAddPath);
-  }
+  const auto& [form, pathIds, mostBits] = tableDumpLayouts[subtype];
+  if (form == TableDumpLayout::rib) return rib(body, mostBits, pathIds);
+  if (form == TableDumpLayout::genericRib) return genericRib(body, pathIds);
+  return peerTable(body, form == TableDumpLayout::peersWithPlaces);
 }
 
 bool MrtRecord::peerTable(Cursor& body, bool withPlaces) {

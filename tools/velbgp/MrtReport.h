@@ -9,7 +9,7 @@
 
 namespace VelBgpTool {
 
-class Agent;
+struct Agent;
 class Console;
 
 // What was received of one kind in well-formed attributes.

@@ -1,6 +1,5 @@
 #include "tools/velbgp/PlainKinds.h"
 
-#include <array>
 #include <charconv>
 #include <optional>
 
@@ -9,16 +8,13 @@
 #include "VelBgp/LargeCommList.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/ListKind.h"
+#include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
 
 using namespace Routing::Bgp;
 
 namespace {
-
-void write32(std::uint8_t* octets, std::uint32_t value) {
-  for (unsigned i = 4; i-- != 0; value >>= 8) octets[i] = static_cast<std::uint8_t>(value);
-}
 
 std::uint32_t read32(Octets octets) { return static_cast<std::uint32_t>(bigEndian(octets.first<4>())); }
 
@@ -64,8 +60,6 @@ class PlainTraits {
  public:
   using List = typename ListType::PtrConst;
   using Community = typename ListType::Value;
-  static constexpr bool classified = false;
-  static constexpr bool matchable = true;
 
   explicit PlainTraits(const Agent& agent) : agent_(agent) {}
 
@@ -99,13 +93,9 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList, CommListContent> {
   static constexpr auto published = &PathLists::standard;
   static constexpr auto stashed = &StashedPath::standard;
 
-  static const CommListDedupTable* table(const Agent& agent) { return agent.standardTable(); }
+  static const CommListDedupTable* table(const Agent& agent) { return agent.standard.get(); }
   static std::uint32_t value(Octets octets) { return read32(octets); }
-  static std::array<std::uint8_t, octets> wire(std::uint32_t community) {
-    std::array<std::uint8_t, octets> out;
-    write32(out.data(), community);
-    return out;
-  }
+  static std::string wire(std::uint32_t community) { return Wire().u32(community).str(); }
   static std::size_t hash(std::uint32_t community) { return Keel::singleAttributeHash(community, 0); }
 
   static void decode(Octets octets, boost::json::object& out) {
@@ -122,16 +112,12 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList, LargeCommListConten
   static constexpr auto published = &PathLists::large;
   static constexpr auto stashed = &StashedPath::large;
 
-  static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeTable(); }
+  static const LargeCommListDedupTable* table(const Agent& agent) { return agent.large.get(); }
   static CommunityValue value(Octets octets) {
     return {read32(octets), read32(octets.subspan(4)), read32(octets.subspan(8))};
   }
-  static std::array<std::uint8_t, octets> wire(const CommunityValue& community) {
-    std::array<std::uint8_t, octets> out;
-    write32(&out[0], community.globalAdmin());
-    write32(&out[4], community.localData1());
-    write32(&out[8], community.localData2());
-    return out;
+  static std::string wire(const CommunityValue& community) {
+    return Wire().u32(community.globalAdmin()).u32(community.localData1()).u32(community.localData2()).str();
   }
   static std::size_t hash(const CommunityValue& community) {
     return LargeCommListTraits::hash(std::span(&community, 1));
@@ -148,22 +134,18 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList, LargeCommListConten
 std::unique_ptr<Kind> makeStandardKind(Agent& agent) { return std::make_unique<ListKind<StandardTraits>>(agent); }
 std::unique_ptr<Kind> makeLargeKind(Agent& agent) { return std::make_unique<ListKind<LargeTraits>>(agent); }
 
-bool readStandard(std::string_view text, std::uint8_t* octets) {
+std::optional<std::string> readStandard(std::string_view text) {
   const auto named = CommList::wellKnownValue(text);
   const auto value = named ? named : readHalves(text);
-  if (value) write32(octets, *value);
-  return value.has_value();
+  return value ? std::optional(StandardTraits::wire(*value)) : std::nullopt;
 }
 
-bool readLarge(std::string_view text, std::uint8_t* octets) {
+std::optional<std::string> readLarge(std::string_view text) {
   const auto globalAdmin = readAsdot(takeGroup(text));
   const auto localData1 = readNumber(takeGroup(text), UINT32_MAX);
   const auto localData2 = readNumber(text, UINT32_MAX);
-  if (!globalAdmin || !localData1 || !localData2) return false;
-  write32(octets, *globalAdmin);
-  write32(octets + 4, *localData1);
-  write32(octets + 8, *localData2);
-  return true;
+  if (!globalAdmin || !localData1 || !localData2) return std::nullopt;
+  return LargeTraits::wire({*globalAdmin, *localData1, *localData2});
 }
 
 }  // namespace VelBgpTool

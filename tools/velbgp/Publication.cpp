@@ -39,10 +39,10 @@ void Publication::begin() {
   } catch (const std::system_error& error) {  // no thread to be had
     return failed(error);
   }
-  publisher_->listTableIs(agent_.listTable());
-  publisher_->listTableIs(agent_.ip6ListTable());
-  publisher_->listTableIs(agent_.largeTable());
-  publisher_->listTableIs(agent_.standardTable());
+  publisher_->listTableIs(agent_.extended.get());
+  publisher_->listTableIs(agent_.extendedIp6.get());
+  publisher_->listTableIs(agent_.large.get());
+  publisher_->listTableIs(agent_.standard.get());
 }
 
 void Publication::failed(const std::exception& error) const {

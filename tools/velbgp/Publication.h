@@ -18,7 +18,7 @@
 
 namespace VelBgpTool {
 
-class Agent;
+struct Agent;
 class Console;
 
 // What the library says of a store, for a message that names the store already.

@@ -216,6 +216,8 @@ class SampleWriter {
 
 }  // namespace
 
-void sampleCommand(const Options& options, Console& console) { SampleWriter(options, console).write(); }
+void sampleCommand(const Options& options, const Routing::RouteMap::PosixRegex*, Console& console) {
+  SampleWriter(options, console).write();
+}
 
 }  // namespace VelBgpTool

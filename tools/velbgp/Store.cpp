@@ -14,9 +14,9 @@ namespace {
 void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store,
                Lister& lister, Console& console) {
   try {
-    std::array<std::vector<std::uint8_t>, kindCount> wire;
+    std::array<std::string, kindCount> wire;
     for (std::size_t kind = 0; kind < kindCount; ++kind) wire[kind] = lister.kind(kind).destash(path, store);
-    for (std::size_t kind = 0; kind < kindCount; ++kind) lister.valuesAre(kind, wire[kind]);
+    for (std::size_t kind = 0; kind < kindCount; ++kind) lister.valuesAre(kind, octetsOf(wire[kind]));
   } catch (const Routing::Store::StoreException& error) {
     return console.error(place, storeProblem(store.path(), error.what()));
   }
@@ -25,12 +25,12 @@ void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Routin
 
 }  // namespace
 
-void storeCommand(const Options& options, Console& console) {
+void storeCommand(const Options& options, const Routing::RouteMap::PosixRegex*, Console& console) {
   const std::string& name = options.inputs.front();
   Lister lister(options.json, true, nullptr, console);
   try {
     const auto store = Routing::Store::StoreManager::openForReading(name);
-    store->serviceIs(lister.agent().communityTable());
+    store->serviceIs(lister.agent().communities.get());
     std::uint64_t number = 0;
     const auto print = [&](std::string_view, const Routing::Bgp::StashedPath& path) {
       printPath({name, ++number}, path, *store, lister, console);

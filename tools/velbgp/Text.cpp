@@ -1,10 +1,12 @@
 #include "tools/velbgp/Text.h"
 
 #include <algorithm>
+#include <boost/algorithm/hex.hpp>
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
-#include <optional>
+#include <boost/locale/utf.hpp>
+#include <iterator>
 
 #include "tools/velbgp/Console.h"
 
@@ -13,60 +15,26 @@ namespace VelBgpTool {
 namespace {
 
 constexpr std::size_t quoteLength = 80;
-constexpr char hexAlphabet[] = "0123456789abcdef";
-
-// Octets of the well-formed UTF-8 sequence at the front, 0 if there is none. No surrogates, no overlong forms.
-std::size_t sequenceLength(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text.front());
-  if (lead < 0x80) return 1;
-  const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((static_cast<unsigned char>(text[i]) & 0xc0) != 0x80) return 0;
-  }
-  const auto second = static_cast<unsigned char>(text[1]);
-  const bool overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
-  const bool beyond = (lead == 0xed && second >= 0xa0) || (lead == 0xf4 && second >= 0x90);
-  return overlong || beyond ? 0 : length;
-}
-
-bool isControl(std::string_view sequence) {
-  const auto first = static_cast<unsigned char>(sequence[0]);
-  if (sequence.size() == 1) return first < 0x20 || first == 0x7f;
-  return first == 0xc2 && static_cast<unsigned char>(sequence[1]) < 0xa0;
-}
-
-void appendEscape(std::string& out, std::string_view octets) {
-  for (const char c : octets) {
-    const auto octet = static_cast<unsigned char>(c);
-    switch (c) {
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      default:
-        out.append({'\\', 'x', hexAlphabet[octet >> 4], hexAlphabet[octet & 15]});
-    }
-  }
-}
 
 // Takes one character off the input and gives what is printed for it.
 std::string nextCharacter(std::string_view& input, bool inQuotes) {
-  std::string out;
-  const std::size_t length = sequenceLength(input);
-  const std::string_view sequence = input.substr(0, std::max<std::size_t>(length, 1));
-  if (length == 0 || isControl(sequence)) {
-    appendEscape(out, sequence);
-  } else {
-    if (inQuotes && (sequence == "\"" || sequence == "\\")) out = '\\';
-    out += sequence;
+  using Utf8 = boost::locale::utf::utf_traits<char>;
+  const char* end = input.data();
+  const auto code = Utf8::decode(end, input.data() + input.size());
+  const bool isText = boost::locale::utf::is_valid_codepoint(code);
+  // Of what is no UTF-8, one octet.
+  const auto length = isText ? static_cast<std::size_t>(end - input.data()) : 1;
+  const std::string_view sequence = input.substr(0, length);
+  input.remove_prefix(length);
+  if (isText && code >= 0x20 && (code < 0x7f || code >= 0xa0)) {
+    const bool marks = inQuotes && (code == '"' || code == '\\');
+    return std::string(marks ? "\\" : "").append(sequence);
   }
-  input.remove_prefix(sequence.size());
+  std::string out;
+  for (const char octet : sequence) {
+    const std::size_t named = std::string_view("\t\n\r").find(octet);
+    out += named < 3 ? std::string{'\\', "tnr"[named]} : "\\x" + hexDigits(octetsOf({&octet, 1}));
+  }
   return out;
 }
 
@@ -83,14 +51,11 @@ std::string scalarText(const boost::json::value& value) {
 }
 
 std::string pad(std::string_view text, std::size_t width) {
-  std::string padded(text);
-  if (padded.size() < width) padded.append(width - padded.size(), ' ');
-  return padded;
+  return std::string(text).append(width - std::min(width, text.size()), ' ');
 }
 
 std::string rightAligned(std::string_view text, std::size_t width) {
-  std::string padded(width > text.size() ? width - text.size() : 0, ' ');
-  return padded.append(text);
+  return std::string(width - std::min(width, text.size()), ' ').append(text);
 }
 
 }  // namespace
@@ -116,10 +81,7 @@ std::string quote(std::string_view input) {
 
 std::string hexDigits(Octets octets) {
   std::string text;
-  for (const std::uint8_t octet : octets) {
-    text += hexAlphabet[octet >> 4];
-    text += hexAlphabet[octet & 15];
-  }
+  boost::algorithm::hex_lower(octets.begin(), octets.end(), std::back_inserter(text));
   return text;
 }
 

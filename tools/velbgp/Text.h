@@ -22,7 +22,7 @@ std::string escaped(std::string_view input);
 std::string quote(std::string_view input);
 
 // The octets of an attribute as the library gives it.
-inline Octets octetsOf(const std::string& text) {
+inline Octets octetsOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 

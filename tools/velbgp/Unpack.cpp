@@ -34,7 +34,26 @@ bool isBzip2(Input octets) {
 }
 constexpr std::size_t magicSize = 10;
 
-class GzipCodec final : public Codec {
+// What both libraries do alike, down to the names of a stream's members.
+template <typename Stream>
+class StreamCodec : public Codec {
+ public:
+  Step step(Input in, Output out) override {
+    stream_.next_in = reinterpret_cast<decltype(stream_.next_in)>(const_cast<std::uint8_t*>(in.data()));
+    stream_.avail_in = static_cast<unsigned>(in.size());
+    stream_.next_out = reinterpret_cast<decltype(stream_.next_out)>(out.data());
+    stream_.avail_out = static_cast<unsigned>(out.size());
+    const State state = unpack();
+    return {state, in.size() - stream_.avail_in, out.size() - stream_.avail_out};
+  }
+
+ protected:
+  virtual State unpack() = 0;
+
+  Stream stream_{};
+};
+
+class GzipCodec final : public StreamCodec<z_stream> {
  public:
   GzipCodec() {
     constexpr int gzipOnly = 16;
@@ -42,42 +61,29 @@ class GzipCodec final : public Codec {
   }
   ~GzipCodec() override { inflateEnd(&stream_); }
 
-  Step step(Input in, Output out) override {
-    stream_.next_in = const_cast<Bytef*>(in.data());
-    stream_.avail_in = static_cast<uInt>(in.size());
-    stream_.next_out = out.data();
-    stream_.avail_out = static_cast<uInt>(out.size());
+ private:
+  State unpack() override {
     const int result = inflate(&stream_, Z_NO_FLUSH);
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
-    const bool good = result == Z_OK || result == Z_BUF_ERROR;
-    const State state = good ? State::more : result == Z_STREAM_END ? State::memberEnd : State::broken;
-    return {state, in.size() - stream_.avail_in, out.size() - stream_.avail_out};
+    if (result == Z_OK || result == Z_BUF_ERROR) return State::more;
+    return result == Z_STREAM_END ? State::memberEnd : State::broken;
   }
-
- private:
-  z_stream stream_{};
 };
 
-class Bzip2Codec final : public Codec {
+class Bzip2Codec final : public StreamCodec<bz_stream> {
  public:
   Bzip2Codec() {
     if (BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) throw std::bad_alloc();
   }
   ~Bzip2Codec() override { BZ2_bzDecompressEnd(&stream_); }
 
-  Step step(Input in, Output out) override {
-    stream_.next_in = reinterpret_cast<char*>(const_cast<std::uint8_t*>(in.data()));
-    stream_.avail_in = static_cast<unsigned>(in.size());
-    stream_.next_out = reinterpret_cast<char*>(out.data());
-    stream_.avail_out = static_cast<unsigned>(out.size());
+ private:
+  State unpack() override {
     const int result = BZ2_bzDecompress(&stream_);
     if (result == BZ_MEM_ERROR) throw std::bad_alloc();
-    const State state = result == BZ_OK ? State::more : result == BZ_STREAM_END ? State::memberEnd : State::broken;
-    return {state, in.size() - stream_.avail_in, out.size() - stream_.avail_out};
+    if (result == BZ_OK) return State::more;
+    return result == BZ_STREAM_END ? State::memberEnd : State::broken;
   }
-
- private:
-  bz_stream stream_{};
 };
 
 }  // namespace

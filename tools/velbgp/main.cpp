@@ -29,21 +29,6 @@ void holdStandardStreams() {
   }
 }
 
-void run(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
-  switch (options.command) {
-    case Options::Command::decode:
-      return decodeCommand(options, console);
-    case Options::Command::list:
-      return listCommand(options, match, console);
-    case Options::Command::mrt:
-      return mrtCommand(options, match, console);
-    case Options::Command::sample:
-      return sampleCommand(options, console);
-    case Options::Command::store:
-      return storeCommand(options, console);
-  }
-}
-
 int runCommand(const Options& options, Console& console) {
   std::optional<Routing::RouteMap::PosixRegex> match;
   try {
@@ -52,7 +37,7 @@ int runCommand(const Options& options, Console& console) {
     console.error(std::string("--match: ") + error.what());
     return statusUnusable;
   }
-  run(options, match ? &*match : nullptr, console);
+  options.command(options, match ? &*match : nullptr, console);
   return statusGood;
 }
 

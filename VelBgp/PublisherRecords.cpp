@@ -1,0 +1,189 @@
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <optional>
+#include <vector>
+
+#include "Store/StoreException.h"
+#include "Store/WriteBatch.h"
+#include "VelBgp/PublisherRecordsImpl.h"
+
+namespace Routing::Bgp::detail {
+namespace {
+
+// Does what needs a record that is there. False where damage has taken it already: the store goes on without it.
+template <typename Action>
+bool unlessDamaged(Action&& action) {
+  try {
+    action();
+    return true;
+  } catch (const Store::StaleReferenceException&) {
+    return false;
+  } catch (const Store::DamagedRecordException&) {
+    return false;
+  }
+}
+
+// One kind's part of a commit. The book of records is changed only once that is done: a commit that fails leaves it
+// true.
+class KindChange {
+ public:
+  KindChange(const PublishedKind& kind, KindRecords& records, const Store::StoreManager& store,
+             Store::WriteBatch& batch)
+      : kind_(kind), records_(records), store_(store), batch_(batch) {}
+  KindChange(const KindChange&) = delete;
+  KindChange& operator=(const KindChange&) = delete;
+  // Takes back the places that it made and did not fill.
+  ~KindChange() {
+    for (const auto& [image, shared] : communities_) {
+      const auto place = records_.communities.find(image);
+      if (place != records_.communities.end() && place->second.reference.null()) records_.communities.erase(place);
+    }
+  }
+
+  void apply(const KindNotes& notes) {
+    allGone_ = notes.allGone;
+    if (notes.allGone) {
+      for (const auto& [slot, reference] : records_.lists) listGoes(slot, reference);
+    }
+    for (const Slot slot : notes.gone) listGoes(slot, records_.lists.at(slot));
+    for (const auto& [slot, image] : notes.come) come_.emplace(slot, listComes(image));
+    dropUnused();
+    // Places for what is to come, so that settling needs no memory.
+    records_.lists.reserve(records_.lists.size() + come_.size());
+    for (const auto& [image, shared] : communities_) records_.communities.try_emplace(image);
+  }
+
+  // The record of a list as of this commit, or the null reference.
+  Store::Reference reference(Slot slot) const {
+    if (const auto it = come_.find(slot); it != come_.end()) return it->second;
+    const auto it = records_.lists.find(slot);
+    return it == records_.lists.end() || allGone_ ? Store::Reference() : it->second;
+  }
+
+  // The commit is done. Needs no memory.
+  void settle() noexcept {
+    for (const Slot slot : gone_) records_.lists.erase(slot);
+    for (const auto& [slot, reference] : come_) records_.lists.emplace(slot, reference);
+    for (const auto& [image, shared] : communities_) {
+      const auto place = records_.communities.find(image);
+      shared.users == 0 ? void(records_.communities.erase(place)) : void(place->second = shared);
+    }
+  }
+
+ private:
+  void listGoes(Slot slot, Store::Reference reference) {
+    for (const std::string& image : imagesIn(reference)) {
+      SharedRecord& shared = sharedOf(image);
+      if (shared.users != 0) --shared.users;
+    }
+    recordGoes(reference);
+    gone_.push_back(slot);
+  }
+
+  Store::Reference listComes(const Image& image) {
+    if (kind_.communityOctets == 0) return stashRecord(batch_, kind_.list, image);
+    std::vector<Store::Reference> references;
+    for (auto at = image.begin(); at != image.end();) {
+      const auto end = at + static_cast<std::ptrdiff_t>(kind_.communityOctets);
+      SharedRecord& shared = sharedOf(std::string(at, end));
+      if (shared.reference.null()) shared.reference = stashRecord(batch_, kind_.community, Image(at, end));
+      ++shared.users;
+      references.push_back(shared.reference);
+      at = end;
+    }
+    return stashRecord(batch_, kind_.list, listImage(true, references));
+  }
+
+  // As this change leaves it so far.
+  SharedRecord& sharedOf(const std::string& image) {
+    const auto [place, isNew] = communities_.try_emplace(image);
+    if (isNew) {
+      const auto it = records_.communities.find(image);
+      if (it != records_.communities.end()) place->second = it->second;
+    }
+    return place->second;
+  }
+  void dropUnused() {
+    for (const auto& [image, shared] : communities_) {
+      if (shared.users == 0 && !shared.reference.null()) recordGoes(shared.reference);
+    }
+  }
+  void recordGoes(Store::Reference reference) {
+    unlessDamaged([&] { batch_.recordDel(reference); });
+  }
+
+  // The images of a list's communities, read back from its record, which is of an earlier commit. Those of a damaged
+  // list stay in the store.
+  std::vector<std::string> imagesIn(Store::Reference reference) const {
+    std::vector<std::string> images;
+    if (kind_.communityOctets == 0) return images;
+    const bool read = unlessDamaged([&] {
+      StashReader list(&reference, store_, kind_.list);
+      list.take<std::uint8_t>();
+      for (const Store::Reference& community : list.takeAll<Store::Reference>()) {
+        const Store::Octets image = store_.translate(community).payload;
+        images.emplace_back(image.begin(), image.end());
+      }
+    });
+    if (!read) images.clear();
+    return images;
+  }
+
+  const PublishedKind& kind_;
+  KindRecords& records_;
+  const Store::StoreManager& store_;
+  Store::WriteBatch& batch_;
+  bool allGone_ = false;
+  std::vector<Slot> gone_;
+  BySlot<Store::Reference> come_;
+  Communities communities_;
+};
+
+using References = ByKind<Store::Reference>;
+
+void changePath(Store::WriteBatch& batch, const std::string& key, const std::optional<SlotsOfPath>& slots,
+                const std::deque<KindChange>& changes) {
+  if (!slots) return batch.keyDel(stashedPathSpace, octetsOf(key));
+  References references;
+  for (std::size_t kind = 0; kind < references.size(); ++kind) {
+    references[kind] = changes[kind].reference((*slots)[kind]);
+  }
+  batch.keyIs(stashedPathSpace, octetsOf(key), plainImage(references));
+}
+
+}  // namespace
+
+void Records::commit(const Notes& notes) {
+  store_.refresh();  // the view may have ended after an earlier failure
+  Store::WriteBatch batch(store_);
+  if (!cleared_) batch.clear();
+  std::deque<KindChange> changes;
+  for (std::size_t kind = 0; kind < records_.size(); ++kind) {
+    changes.emplace_back(publishedKinds[kind], records_[kind], store_, batch).apply(notes.lists[kind]);
+  }
+  if (cleared_) pathsLoseLists(batch, notes);
+  for (const auto& [key, slots] : notes.paths) changePath(batch, key, slots, changes);
+  batch.commit();
+  cleared_ = true;
+  for (KindChange& change : changes) change.settle();
+}
+
+// A table that went took its lists along, also those that paths hold.
+void Records::pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const {
+  if (std::none_of(notes.lists.begin(), notes.lists.end(), [](const KindNotes& kind) { return kind.allGone; })) return;
+  store_.view().forEachKey(
+      stashedPathSpace,
+      [&](Store::Octets key, Store::Octets value) {
+        References references;
+        if (value.size() != sizeof references) return;
+        std::memcpy(&references, value.data(), sizeof references);
+        for (std::size_t kind = 0; kind < references.size(); ++kind) {
+          if (notes.lists[kind].allGone) references[kind] = Store::Reference();
+        }
+        batch.keyIs(stashedPathSpace, key, plainImage(references));
+      },
+      [](Store::Octets) {});
+}
+
+}  // namespace Routing::Bgp::detail

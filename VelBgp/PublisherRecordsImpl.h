@@ -1,0 +1,52 @@
+// What a publisher has in its store: the records of the lists and of their communities, and the paths.
+#pragma once
+
+#include <boost/unordered/unordered_flat_map.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "Keel/HashMix.h"
+#include "Store/StoreManager.h"
+#include "VelBgp/PublisherNotesImpl.h"
+
+namespace Routing::Bgp::detail {
+
+struct ImageHash {
+  std::size_t operator()(const std::string& image) const noexcept {
+    Keel::HashMix mix;
+    for (const char c : image) mix.mixBytes1(static_cast<std::uint8_t>(c));
+    return mix.value();
+  }
+};
+
+// The record of a community, and how many lists refer to it.
+struct SharedRecord {
+  Store::Reference reference;
+  std::uint64_t users = 0;
+};
+using Communities = boost::unordered_flat_map<std::string, SharedRecord, ImageHash>;
+
+// The records of one kind, as of the last commit.
+struct KindRecords {
+  BySlot<Store::Reference> lists;
+  Communities communities;
+};
+
+// Used by the publisher's thread alone.
+class Records {
+ public:
+  explicit Records(Store::StoreManager& store) : store_(store) {}
+
+  // Writes all of the notes in one commit, or throws and writes nothing. The first commit drops what the store held.
+  void commit(const Notes& notes);
+
+ private:
+  void pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const;
+
+  Store::StoreManager& store_;
+  bool cleared_ = false;
+  ByKind<KindRecords> records_;
+};
+
+}  // namespace Routing::Bgp::detail
