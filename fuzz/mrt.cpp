@@ -53,9 +53,9 @@ struct Protocol final : MrtSink {
 std::string protocol(std::string_view file) {
   Unpacker unpacker(opened(file));
   Protocol protocol;
-  MrtReader reader(unpacker, protocol);
-  reader.read();
-  return protocol.text + std::to_string(reader.counts().records) + ' ' + std::to_string(reader.counts().paths);
+  MrtCounts counts;
+  MrtReader(unpacker, protocol, counts).read();
+  return protocol.text + std::to_string(counts.records) + ' ' + std::to_string(counts.paths);
 }
 
 std::string packed(std::string_view plain) {

@@ -68,12 +68,14 @@ void reread(StoreManager& store, const Reference& stashed) {
 }
 
 void readPaths(const StoreManager& store, std::vector<Reference>& references) {
-  done<StoreException>([&] {
-    forEachStashedPath(store, [&](std::string_view key, const StashedPath& path) {
-      TYR_ASSERT(stashedPath(store, key)->extended == path.extended);
-      references.insert(references.end(), {path.extended, path.extendedIp6, path.large, path.standard});
-    });
-  });
+  const auto whole = [&](std::string_view key, const StashedPath& path) {
+    TYR_ASSERT(stashedPath(store, key)->extended == path.extended);
+    references.insert(references.end(), {path.extended, path.extendedIp6, path.large, path.standard});
+  };
+  const auto damaged = [&](std::string_view key) {
+    TYR_ASSERT(!done<StoreException>([&] { stashedPath(store, key); }));
+  };
+  forEachStashedPath(store, whole, damaged);
 }
 
 }  // namespace
