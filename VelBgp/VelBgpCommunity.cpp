@@ -237,21 +237,7 @@ void ExtCommDedupTable::handleInitialized() {
   dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
 }
 
-<<<<<<< HEAD
-void ExtCommDedupTable::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
-  dedupTable_->dump(context, indent);
-}
-
 TYR_FACTORIES(ExtCommDedupTable::Ptr, extCommDedupTable, ExtCommDedupTable,
               (BgpParseExtendedCommunityRule::PtrConst rule), (std::move(rule)))
-=======
-ExtCommDedupTable::Ptr extCommDedupTableFactory(BgpParseExtendedCommunityRule::PtrConst rule) {
-  return Tyr::make<ExtCommDedupTable>(std::move(rule));
-}
-
-ExtCommDedupTable::Ptr ExtCommDedupTableIs(BgpParseExtendedCommunityRule::PtrConst rule) {
-  return extCommDedupTableFactory(std::move(rule));
-}
->>>>>>> w-lists
 
 }  // namespace Routing::Bgp
