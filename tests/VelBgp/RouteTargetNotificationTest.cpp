@@ -22,7 +22,7 @@ namespace {
 
 using ValueSet = std::set<std::uint64_t>;
 
-constexpr std::uint64_t target = 0x0002fde800000064, ipTarget = 0x01020a0102030007, color = 0x030b000000000064;
+constexpr std::uint64_t target = 0x0002fde800000064, ipTarget = 0x01020a0102030007;
 
 Values valuesOf(const ExtCommClassificationList& list) {
   Values values;
