@@ -27,6 +27,7 @@ class VELBGP_EXPORT ExtCommIp6DedupTable final : public ExtCommDedupTableBase {
   ~ExtCommIp6DedupTable() override;
 };
 
+// To call one of these, include VelBgp/Parse/ExtCommContainer.h too (see extCommDedupTableFactory).
 VELBGP_EXPORT ExtCommIp6DedupTable::Ptr extCommIp6DedupTableFactory(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
 VELBGP_EXPORT ExtCommIp6DedupTable::Ptr ExtCommIp6DedupTableIs(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
 

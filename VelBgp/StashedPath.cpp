@@ -1,4 +1,5 @@
 #include <cstring>
+#include <exception>
 #include <string>
 
 #include "VelBgp/PublishedKindsImpl.h"
@@ -32,8 +33,18 @@ void forEachStashedPath(const Store::StoreManager& store,
   };
   std::function<void(Store::Octets)> told;
   if (damaged) told = [&](Store::Octets key) { damaged(text(key)); };
-  store.view().forEachKey(
-      stashedPathSpace, [&](Store::Octets key, Store::Octets value) { visit(text(key), pathOf(store, value)); }, told);
+  std::exception_ptr wrong;  // a value is whole, but no path
+  const auto visitPath = [&](Store::Octets key, Store::Octets value) {
+    std::optional<StashedPath> path;
+    try {
+      path = pathOf(store, value);
+    } catch (const Store::DamagedRecordException&) {
+      damaged ? damaged(text(key)) : void(wrong = std::current_exception());
+    }
+    if (path) visit(text(key), *path);
+  };
+  store.view().forEachKey(stashedPathSpace, visitPath, told);
+  if (wrong) std::rethrow_exception(wrong);
 }
 
 }  // namespace Routing::Bgp

@@ -6,5 +6,5 @@ bad=0
 while IFS= read -r -d '' file; do
   case $file in *.def) continue ;; esac  # tables: laid out by hand
   clang-format --dry-run -Werror "$file" >/dev/null 2>&1 || { echo "not as clang-format lays it out: $file"; bad=1; }
-done < <(sources platform BgpCommon VelBgp show tools tests bench examples)
+done < <(sources platform BgpCommon VelBgp show tools tests bench examples fuzz)
 exit $bad

@@ -45,7 +45,8 @@
 
 namespace Routing::Bgp {
 
-// What a kind is called, in the debugging form and in the one for show commands, under one of its layouts.
+// What a kind is called under one of its layouts: in the debugging form, with the blank that follows, and in the form
+// for show commands, with the colon.
 struct ExtCommLayoutLabels {
   const char* debug;
   const char* ui;
@@ -86,7 +87,7 @@ VELBGP_EXPORT std::string kindToStrep(const ExtCommIpv4Address& extComm, ExtComm
 // Kind::labels gives the type's name and the classification. A kind has no member: what it tells, it reads from the
 // content.
 template <typename Kind, typename Form>
-class ExtCommKind : public Form {
+class VELBGP_EXPORT ExtCommKind : public Form {
  public:
   // `layout` is what the form's constructor takes behind the content, if anything.
   template <typename... Layout>
@@ -103,7 +104,7 @@ class ExtCommKind : public Form {
 };
 
 template <typename Kind, typename Form>
-class ExtCommLabelledKind : public ExtCommKind<Kind, Form> {
+class VELBGP_EXPORT ExtCommLabelledKind : public ExtCommKind<Kind, Form> {
  public:
   using ExtCommKind<Kind, Form>::ExtCommKind;
 
@@ -130,7 +131,7 @@ struct SubTypeRuleBaseOf;
 // Claims one subtype, of the type that its enumeration belongs to, and makes a Kind of every value, with `layout` after
 // the content.
 template <auto pktSubTypeClaimed, typename Kind, auto... layout>
-class KindRule : public SubTypeRuleBaseOf<decltype(pktSubTypeClaimed)>::Type {
+class VELBGP_EXPORT KindRule : public SubTypeRuleBaseOf<decltype(pktSubTypeClaimed)>::Type {
   using Base = typename SubTypeRuleBaseOf<decltype(pktSubTypeClaimed)>::Type;
 
  public:
@@ -143,7 +144,7 @@ class KindRule : public SubTypeRuleBaseOf<decltype(pktSubTypeClaimed)>::Type {
 // Adds each of its rules to the per-type rules that it fits. It has caught up when its constructor returns; an heir that
 // overrides a hook besides calls that family's handler in its own constructor.
 template <typename... Rules>
-class BgpParseExtCommKindSm : public BgpParseExtCommPluginBaseSm {
+class VELBGP_EXPORT BgpParseExtCommKindSm : public BgpParseExtCommPluginBaseSm {
  public:
   explicit BgpParseExtCommKindSm(const BgpParseExtCommRuleCollections::PtrConst& ruleCollections)
       : BgpParseExtCommPluginBaseSm(ruleCollections) {

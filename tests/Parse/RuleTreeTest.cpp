@@ -17,7 +17,7 @@ using CollectionsPtr = BgpParseExtCommRuleCollections::PtrConst;
 using Numbers = std::vector<unsigned>;
 
 constexpr ExtCommContent color(0x030b000000000064);
-constexpr ExtCommContent evpn(0x0600000000000001);
+constexpr ExtCommContent evpn(0x0600000000000002);
 
 Numbers ascending(unsigned first, unsigned last) {
   Numbers numbers(last - first + 1);
@@ -43,7 +43,7 @@ class Recorder : public BgpParseExtCommPluginBaseSm {
   Numbers* heard_;
 };
 
-// Sub-rules that make route targets out of colors, or decline, and a type's rule of the same sort.
+// Sub-rules that make route targets out of colors, or decline.
 template <bool declines>
 class OddRule : public BgpParseExtComSubTypeTransOpaqueRuleBase {
  public:
@@ -60,16 +60,14 @@ class OddRule : public BgpParseExtComSubTypeTransOpaqueRuleBase {
 template <bool declines>
 using OddPlugin = BgpParseExtCommKindSm<OddRule<declines>>;
 
+// Declines odd values.
 class EvpnRule : public BgpParseExtendedCommunityTypeRuleBase {
  public:
-  EvpnRule(const BgpParseExtCommControl& control, bool declines)
-      : BgpParseExtendedCommunityTypeRuleBase(control, extCommPktTypeTransEvpn), declines_(declines) {}
+  explicit EvpnRule(const BgpParseExtCommControl& control)
+      : BgpParseExtendedCommunityTypeRuleBase(control, extCommPktTypeTransEvpn) {}
   ExtComm::PtrConst inhale(const ExtCommContent& content) const override {
-    return declines_ ? nullptr : ExtCommSubtypedIs(extCommClassificationEvpn, content);
+    return content.value() % 2 == 1 ? nullptr : ExtCommSubtypedIs(extCommClassificationEvpn, content);
   }
-
- private:
-  const bool declines_;
 };
 
 class EvpnPlugin : public BgpParseExtCommPluginBaseSm {
@@ -77,7 +75,7 @@ class EvpnPlugin : public BgpParseExtCommPluginBaseSm {
   using BgpParseExtCommPluginBaseSm::BgpParseExtCommPluginBaseSm;
   void instantiateExtendedCommunityTypeSubRule(const BgpParseExtendedCommunityRuleKey& key,
                                                const BgpParseExtCommControl& control) const override {
-    addExtendedCommunityTypeSubRule(key, Tyr::make<EvpnRule>(control, false));
+    addExtendedCommunityTypeSubRule(key, Tyr::make<EvpnRule>(control));
   }
 };
 
@@ -160,8 +158,7 @@ TEST_F(RuleTreeTest, APluginMayAddAWholeType) {
   const auto plugin = plug<EvpnPlugin>();
   build();
   EXPECT_EQ(decode(evpn)->classification(), extCommClassificationEvpn);
-  root->typeRuleIs(Tyr::make<EvpnRule>(BgpParseExtCommControl(), true));
-  EXPECT_EQ(typeOf(evpn), "ExtComm");
+  EXPECT_EQ(typeOf(ExtCommContent(evpn.value() + 1)), "ExtComm");
   EXPECT_NE(root->typeRuleDel(extCommPktTypeTransEvpn), nullptr);
   EXPECT_EQ(root->typeRuleDel(extCommPktTypeTransEvpn), nullptr);
   root->typeRuleDelAll();

@@ -52,7 +52,6 @@ const TypeRow typeRows[] = {
     {0x0301000000000000, "TransOpaque", "extCommPktSubtypeTransOpaqueCostCommunity",
      &ExtComm::pktSubtypeTransOpaqueString},
     {0x060c000000000000, "TransEvpn", "extCommPktSubtypeEvpnEviRtType2", &ExtComm::pktSubtypeEvpnString},
-    {0x0607000000000000, "TransEvpn", "subtype=7", &ExtComm::pktSubtypeEvpnString},
     {0x0800000000000000, "TransFlowspecRedirectNexthop", "extCommPktSubtypeFlowspecRedirectNexthop",
      &ExtComm::pktSubtypeFlowspecRedirectNexthopString},
     {0x4080000000000000, "NonTransTwoOctetAs", "extCommPktSubtypeNonTransTwoOctetAsVirtualNetworkIdentifier",
@@ -69,10 +68,8 @@ const TypeRow typeRows[] = {
     {0x8208000000000000, "TransGenericPart3", "extCommPktSubtypeTransGenericPart3FlowspecRedirectAs4Byte",
      &ExtComm::pktSubtypeTransGenericPart3String},
     {0x0400000000000000, "TransQosMarking", "none"},
-    {0x0500000000000000, "TransCosCapability", "none"},
     {0x4400000000000000, "NonTransQosMarking", "none"},
     {0x0700000000000001, "Unknown", "none"},
-    {0x8302000000000000, "Unknown", "none"},
 };
 
 TEST(ExtCommTest, TypesAndSubtypes) {

@@ -141,8 +141,14 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
   publishing.publisher.reset();
   Store::WriteBatch batch(*publishing.store);
   batch.keyIs(stashedPathSpace, Store::test::octets("a"), Store::test::octets("none of ours"));
+  batch.keyIs(stashedPathSpace, Store::test::octets("b"), Store::test::octets(std::string(sizeof(StashedPath), '\0')));
   batch.commit();
   EXPECT_THROW(shown(), Store::DamagedRecordException);
+  std::vector<std::string> found;
+  forEachStashedPath(
+      *reader_, [&](std::string_view key, const StashedPath&) { found.emplace_back(key); },
+      [&](std::string_view key) { found.push_back("damaged " + std::string(key)); });
+  EXPECT_EQ(found, (std::vector<std::string>{"damaged a", "b"}));
 }
 
 // Whatever allocation fails, nothing of the change is published.
