@@ -2,6 +2,7 @@
 // its input, and beside it what must come out: NAME.out, NAME.err (nothing, where there is no file), and in the script
 // the exit status, "# status: N" (0, where there is none). "# no sanitizer" leaves a case out of builds with one,
 // "# recorded data" one out where the folder of recorded files, VELBGP_TEST_DATA, is missing.
+// MRT records are written as lines of hex digits, which records.pl packs.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
