@@ -105,14 +105,12 @@ void Environment::writingIs(const Options& options) {
   ::mdb_env_set_flags(engine_.get(), MDB_NOSYNC, options.durability == Durability::processCrash);
 }
 
-void Environment::make(const std::string& path, const Header& header, const Options& options) {
+void Environment::make(const std::string& path, const Changes& first, const Options& options) {
   const std::string unfinished = dataFile(path) + ".new";
   const std::string readers = readersFile(unfinished);
   ::unlink(unfinished.c_str());
   ::unlink(readers.c_str());
-  Changes changes;
-  changes.headerIs(header);
-  Environment(path, unfinished, options, true).commit(changes);
+  Environment(path, unfinished, options, true).commit(first);
   // First the table of readers, so that none ever finds the store without it.
   rename(path, readers, readersFile(dataFile(path)), options);
   rename(path, unfinished, dataFile(path), options);

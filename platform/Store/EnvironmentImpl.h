@@ -26,12 +26,10 @@ class Environment {
  public:
   // That of this process, or a new one, which looks at the store's files first.
   static std::shared_ptr<Environment> open(const std::string& path, const Options& options, bool writing);
-  // A new store's file, with just its header.
-  static void make(const std::string& path, const Header& header, const Options& options);
+  // A new store's file.
+  static void make(const std::string& path, const Changes& first, const Options& options);
 
   Environment(std::string path, const std::string& file, const Options& options, bool writing);
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
 
   const std::string& path() const noexcept { return path_; }
   // The file's size. Throws unless it is still the one that was opened, and as long as ever, and the process the one
@@ -85,7 +83,6 @@ class Snapshot {
   Snapshot& operator=(const Snapshot&) = delete;
   ~Snapshot();
 
-  const Environment& environment() const noexcept { return *environment_; }
   std::uint64_t commit() const noexcept { return commit_; }
   bool refresh();
   void end() noexcept;
@@ -97,7 +94,6 @@ class Snapshot {
   std::uint64_t lastNumber() const;
   // All that is stored of the record that a reference names.
   Octets find(Reference reference) const;
-  Record translate(Reference reference) const;
   Record recordOf(Reference reference, Octets stored) const;
   // Entries whose keys begin with `prefix`, in order.
   void forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const;

@@ -48,7 +48,6 @@
 // or a signal; and damage that contradicts nothing, such as a key that became another, by which an entry is missing
 // without a word. Nobody writes there but the engine; damage comes only from other programs or a failing disk.
 //
-// Types: Durability, PageCheck, Options, StoreManager.
 // Ownership: the caller owns the manager; views may outlive it, batches must not.
 // Threads: a manager and its batch are used by one thread at a time; different managers from different threads, also
 // those of one store. fork(): not supported. In a child, the parent's managers may only be destroyed; commit(),
@@ -64,6 +63,7 @@
 #include <optional>
 #include <string>
 #include <typeindex>
+#include <unordered_map>
 
 #include "Store/ReadView.h"
 #include "Store/Record.h"
@@ -75,7 +75,6 @@ namespace detail {
 struct Changes;
 struct Numbers;
 struct Writer;
-class Services;
 }  // namespace detail
 
 enum class Durability { processCrash, systemCrash };
@@ -130,24 +129,23 @@ class VELBGP_EXPORT StoreManager {
   // it goes. service() is null when there is none.
   template <typename T>
   void serviceIs(const T* service) {
-    serviceIs(typeid(T), service);
+    services_[typeid(T)] = service;
   }
   template <typename T>
   const T* service() const noexcept {
-    return static_cast<const T*>(service(typeid(T)));
+    const auto found = services_.find(typeid(T));
+    return found == services_.end() ? nullptr : static_cast<const T*>(found->second);
   }
 
  private:
   friend class WriteBatch;
   StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity, PageCheck pageCheck,
                std::unique_ptr<detail::Writer> writer);
-  void serviceIs(std::type_index type, const void* service);
-  const void* service(std::type_index type) const noexcept;
   void reserveAnchors();
   std::uint64_t takeAnchor();
   void commit(detail::Changes& changes);
 
-  std::unique_ptr<detail::Services> services_;
+  std::unordered_map<std::type_index, const void*> services_;
   std::unique_ptr<detail::Writer> writer_;  // null in a reader
   std::shared_ptr<detail::Environment> environment_;
   ReadView view_;

@@ -23,11 +23,11 @@ WriteBatch::WriteBatch(StoreManager& manager) : manager_(manager), changes_(std:
 }
 
 WriteBatch::~WriteBatch() {
-  if (changes_ != nullptr) rollBack();
+  if (changes_ != nullptr) end(taken_);
 }
 
-void WriteBatch::rollBack() noexcept {
-  manager_.writer_->numbers.free(taken_);
+void WriteBatch::end(const std::vector<std::uint64_t>& freed) noexcept {
+  manager_.writer_->numbers.free(freed);
   changes_.reset();
   manager_.writer_->batchOpen = false;
 }
@@ -103,14 +103,11 @@ void WriteBatch::commit() {
   try {
     if (changes_->clear || !changes_->entries.empty()) manager_.commit(*changes_);
   } catch (...) {
-    rollBack();
+    end(taken_);
     throw;
   }
-  detail::Numbers& numbers = manager_.writer_->numbers;
-  if (fresh_ != nullptr) numbers = std::move(*fresh_);
-  numbers.free(freed_);
-  changes_.reset();
-  manager_.writer_->batchOpen = false;
+  if (fresh_ != nullptr) manager_.writer_->numbers = std::move(*fresh_);
+  end(freed_);
 }
 
 }  // namespace Routing::Store

@@ -46,7 +46,7 @@ class VELBGP_EXPORT WriteBatch {
   std::uint64_t takeNumber();
   bool names(Reference reference) const;
   bool stored(Reference reference) const;
-  void rollBack() noexcept;
+  void end(const std::vector<std::uint64_t>& freed) noexcept;
 
   StoreManager& manager_;
   std::unique_ptr<detail::Changes> changes_;  // null when the batch is over

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <new>
-#include <utility>
 #include <vector>
 
 #include "Store/FilesImpl.h"
@@ -31,8 +30,6 @@ struct Numbers {
 };
 
 struct Writer {
-  explicit Writer(File writerLock) : lock(std::move(writerLock)) {}
-
   File lock;
   Numbers numbers;
   std::uint64_t nextAnchor = 0;
