@@ -2,23 +2,15 @@
 //
 // The engine must not open one file twice in a process: closing the second would drop the process's place in the table
 // of readers for the first. So open environments are registered by file, and closing one and opening the next exclude
-// each other.
-//
-// The engine maps the file once, for reading only, over more addresses than the file has octets. So the file grows into
-// a mapping that never moves, what a view found stays where it is, and threads need no lock of ours.
+// each other. It maps the file once, for reading only, over more addresses than the file has octets (StoreManager.h).
 #pragma once
 
 #include <lmdb.h>
-#include <sys/types.h>
 
 #include <atomic>
-#include <memory>
-#include <optional>
-#include <string>
 
 #include "Store/FilesImpl.h"
 #include "Store/LayoutImpl.h"
-#include "Store/StoreManager.h"
 
 namespace Routing::Store::detail {
 

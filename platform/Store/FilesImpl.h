@@ -2,9 +2,6 @@
 // before the engine sees it. LayoutImpl.h draws them.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "Store/StoreManager.h"
 
 namespace Routing::Store::detail {

@@ -28,7 +28,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <cstring>
 #include <map>
 #include <optional>

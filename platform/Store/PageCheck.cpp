@@ -1,5 +1,5 @@
 #include <set>
-#include <string_view>
+#include <stdexcept>
 
 #include "Store/LayoutImpl.h"
 #include "Store/PageCheckImpl.h"
@@ -18,13 +18,8 @@ constexpr std::uint16_t treeFlags = 0xff;  // above them the first tree has flag
 constexpr std::uint64_t firstPage = 2;     // after the meta pages
 constexpr unsigned deepest = 32;           // the engine's own limit
 
-struct Damage {
-  std::uint64_t page;
-  const char* what;
-};
-
 void require(bool good, std::uint64_t page, const char* what) {
-  if (!good) throw Damage{page, what};
+  if (!good) throw std::runtime_error("page " + std::to_string(page) + ": " + what);
 }
 
 // The pages of a file, each of which is met once. Free ones need not lie in it: the engine does not write every page
@@ -165,8 +160,8 @@ std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets) {
     Pages pages(file, meta.lastPage, pageOctets);
     for (const Tree& tree : meta.trees) TreeWalk(pages, tree).walk();
     return {};
-  } catch (const Damage& damage) {
-    return "page " + std::to_string(damage.page) + ": " + damage.what;
+  } catch (const std::runtime_error& damage) {
+    return damage.what();
   }
 }
 

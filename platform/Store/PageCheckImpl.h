@@ -10,7 +10,6 @@
 //         Low and high are the value's size, in a branch with flags the number of the page below.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "Store/Record.h"

@@ -2,10 +2,8 @@
 
 #include <filesystem>
 #include <random>
-#include <system_error>
 
 #include "Store/EnvironmentImpl.h"
-#include "Store/FilesImpl.h"
 #include "Store/WriterImpl.h"
 
 namespace Routing::Store {

@@ -28,7 +28,7 @@
 // Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
 // next one on, as far as no view shows it. Each process maps the file once, over addresses reserved for as large as it
 // may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
-// read. Where they are limited (`ulimit -v`), fewer are reserved by themselves. A writer whose map is full gets
+// read. Where they are limited (`ulimit -v`), a half, a quarter... is reserved, so that as much stays free. A writer whose map is full gets
 // StoreFullException. A reader whose map the store has outgrown gets StoreException from refresh(); it can open the
 // store again, once all its managers and views of it are gone. Maps of different sizes may be used side by side.
 //
@@ -48,7 +48,6 @@
 // or a signal; and damage that contradicts nothing, such as a key that became another, by which an entry is missing
 // without a word. Nobody writes there but the engine; damage comes only from other programs or a failing disk.
 //
-// Ownership: the caller owns the manager; views may outlive it, batches must not.
 // Threads: a manager and its batch are used by one thread at a time; different managers from different threads, also
 // those of one store. fork(): not supported. In a child, the parent's managers may only be destroyed; commit(),
 // refresh() and newestCommit() throw.
@@ -57,17 +56,11 @@
 
 #include <sys/types.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-#include <optional>
 #include <string>
 #include <typeindex>
 #include <unordered_map>
 
 #include "Store/ReadView.h"
-#include "Store/Record.h"
-#include "Tyr/Export.h"
 
 namespace Routing::Store {
 
@@ -88,7 +81,7 @@ struct Options {
   Durability durability = Durability::processCrash;
   // How many addresses this process reserves for the store's file, 64 MiB at least: the most that it can grow to. Taken
   // as it is when the process opens the store for the first time, or has closed it; a file that is larger already is
-  // mapped as it is. Halved until the system would grant twice as much, so that the process keeps some for all else.
+  // mapped as it is.
   std::size_t mapOctets = defaultMapOctets;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;

@@ -1,7 +1,6 @@
 #include "Store/WriteBatch.h"
 
 #include "Store/EnvironmentImpl.h"
-#include "Store/FilesImpl.h"
 #include "Store/WriterImpl.h"
 #include "Tyr/Assert.h"
 
@@ -48,22 +47,19 @@ Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
   return {number, anchor};
 }
 
-// A damaged one counts: nobody can tell whose it is, or read it.
-bool WriteBatch::stored(Reference reference) const {
+// What the batch has for the number decides, then, unless all that was there before goes, the last commit. A damaged
+// record there counts: nobody can tell whose it is, or read it.
+bool WriteBatch::names(Reference reference) const {
+  const auto found = changes_->entries.find(detail::recordKey(reference.number));
+  if (found != changes_->entries.end()) {
+    return found->second && detail::readRecordHead(*found->second)->anchor == reference.anchor;
+  }
+  if (changes_->clear) return false;
   try {
     manager_.view_.snapshot_->find(reference);
   } catch (const DamagedRecordException&) {
   }
   return true;
-}
-
-// What the batch has for the number decides, then, unless all that was there before goes, the last commit.
-bool WriteBatch::names(Reference reference) const {
-  const auto found = changes_->entries.find(detail::recordKey(reference.number));
-  if (found == changes_->entries.end()) {
-    return !changes_->clear && stored(reference);
-  }
-  return found->second && detail::readRecordHead(*found->second)->anchor == reference.anchor;
 }
 
 void WriteBatch::recordDel(Reference reference) {

@@ -1,7 +1,6 @@
 // What a manager that writes keeps in memory.
 #pragma once
 
-#include <cstdint>
 #include <new>
 #include <vector>
 
