@@ -76,8 +76,8 @@ class Snapshot {
   ~Snapshot();
 
   std::uint64_t commit() const noexcept { return commit_; }
+  // When it throws, what was shown has ended.
   bool refresh();
-  void end() noexcept;
   // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.
   void checkPages();
 

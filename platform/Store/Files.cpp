@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <system_error>
+#include <set>
 #include <utility>
 
 #include "Store/LayoutImpl.h"
@@ -110,17 +110,13 @@ std::string startOfMachine() {
   return start;
 }
 
-bool isLeftover(const std::string& name) {
-  constexpr const char* ours[] = {"writer.lock",   "stamp",        "stamp.new",
-                                  "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
-  return std::find(std::begin(ours), std::end(ours), name) != std::end(ours);
-}
-
 // A directory with other files in it is not ours to fill.
 void requireNothingElse(const std::string& path) {
+  const std::set<std::string> leftovers = {"writer.lock",   "stamp",        "stamp.new",
+                                           "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
   std::error_code error;
   for (std::filesystem::directory_iterator at(path, error), end; !error && at != end; at.increment(error)) {
-    if (isLeftover(at->path().filename())) continue;
+    if (leftovers.contains(at->path().filename())) continue;
     throw StoreFormatException(
         problem(path, "not a store: it has no data.mdb but " + at->path().string(), "a store or an empty directory"));
   }

@@ -16,7 +16,6 @@ class File {
  public:
   File(const std::string& path, std::string name, int flags, mode_t mode, const char* expected);
   File(File&& other) noexcept;
-  File& operator=(File&&) = delete;
   ~File();
 
   const std::string& path() const noexcept { return path_; }

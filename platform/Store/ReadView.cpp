@@ -66,11 +66,6 @@ Snapshot::~Snapshot() {
   if (environment_->ownProcess()) ::mdb_txn_abort(transaction_);
 }
 
-void Snapshot::end() noexcept {
-  if (live_ && environment_->ownProcess()) ::mdb_txn_reset(transaction_);
-  live_ = false;
-}
-
 void Snapshot::begin() {
   environment_->checkFile();
   const int code = environment_->beginReading(transaction_);
@@ -82,7 +77,8 @@ void Snapshot::begin() {
 bool Snapshot::refresh() {
   TYR_ASSERT_TEXT(loops_ == 0, "no refresh from inside a loop over the view");
   const std::uint64_t before = commit_;
-  end();
+  if (live_ && environment_->ownProcess()) ::mdb_txn_reset(transaction_);
+  live_ = false;
   begin();
   return commit_ != before;
 }

@@ -114,11 +114,6 @@ void StoreManager::reserveAnchors() {
   writer_->anchorBound = bound;
 }
 
-std::uint64_t StoreManager::takeAnchor() {
-  if (writer_->nextAnchor == writer_->anchorBound) reserveAnchors();
-  return writer_->nextAnchor++;
-}
-
 // The commit stands whatever becomes of the view: one that cannot follow has ended, and says so when it is used.
 void StoreManager::commit(detail::Changes& changes) {
   if (changes.clear) changes.headerIs(identity_, writer_->anchorBound);
@@ -127,7 +122,6 @@ void StoreManager::commit(detail::Changes& changes) {
   try {
     view_.refresh();
   } catch (const std::exception&) {
-    view_.snapshot_->end();
   }
   if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->checkReaders();
 }

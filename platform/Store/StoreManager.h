@@ -28,9 +28,10 @@
 // Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
 // next one on, as far as no view shows it. Each process maps the file once, over addresses reserved for as large as it
 // may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
-// read. Where they are limited (`ulimit -v`), a half, a quarter... is reserved, so that as much stays free. A writer whose map is full gets
-// StoreFullException. A reader whose map the store has outgrown gets StoreException from refresh(); it can open the
-// store again, once all its managers and views of it are gone. Maps of different sizes may be used side by side.
+// read. Where they are limited (`ulimit -v`), a half, a quarter... is reserved, so that as much stays free. A writer
+// whose map is full gets StoreFullException. A reader whose map the store has outgrown gets StoreException from
+// refresh(); it can open the store again, once all its managers and views of it are gone. Maps of different sizes may
+// be used side by side.
 //
 // Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
 // `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or
@@ -48,6 +49,7 @@
 // or a signal; and damage that contradicts nothing, such as a key that became another, by which an entry is missing
 // without a word. Nobody writes there but the engine; damage comes only from other programs or a failing disk.
 //
+// Ownership: the caller owns the manager; views may outlive it, batches must not.
 // Threads: a manager and its batch are used by one thread at a time; different managers from different threads, also
 // those of one store. fork(): not supported. In a child, the parent's managers may only be destroyed; commit(),
 // refresh() and newestCommit() throw.
@@ -135,7 +137,6 @@ class VELBGP_EXPORT StoreManager {
   StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity, PageCheck pageCheck,
                std::unique_ptr<detail::Writer> writer);
   void reserveAnchors();
-  std::uint64_t takeAnchor();
   void commit(detail::Changes& changes);
 
   std::unordered_map<std::type_index, const void*> services_;

@@ -40,7 +40,9 @@ std::uint64_t WriteBatch::takeNumber() {
 Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
   TYR_ASSERT(changes_ != nullptr);
   requireFits(manager_, "a record", payload.size(), maxRecordOctets);
-  const std::uint64_t anchor = manager_.takeAnchor();
+  detail::Writer& writer = *manager_.writer_;
+  if (writer.nextAnchor == writer.anchorBound) manager_.reserveAnchors();
+  const std::uint64_t anchor = writer.nextAnchor++;
   detail::Bytes value = detail::recordValue(type, anchor, payload);
   const std::uint64_t number = takeNumber();
   changes_->entries[detail::recordKey(number)] = std::move(value);

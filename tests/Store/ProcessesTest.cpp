@@ -26,43 +26,40 @@ TEST_F(ProcessesTest, OneWriterWhoOpensFirst) {
 }
 
 // Each round of a writer replaces all records by others that name the round, of many sizes, and the key that names it.
-void write(StoreManager& store, std::uint64_t round, std::vector<Reference>& records) {
+void write(StoreManager& store, std::uint64_t round) {
   commit(store, [&](WriteBatch& batch) {
-    for (const Reference record : records) batch.recordDel(record);
-    records.clear();
+    store.view().forEachRecord([&](Reference made, Record) { batch.recordDel(made); });
     for (std::size_t i = 0; i < 20 + round % 7; ++i) {
-      const std::string payload = std::to_string(round) + '.' + std::string(i * i * i % 9000, '.');
-      records.push_back(batch.recordIs(1, octets(payload)));
+      batch.recordIs(1, octets(std::to_string(round) + '.' + std::string(i * i * i % 9000, '.')));
     }
     batch.keyIs(1, octets("round"), octets(std::to_string(round)));
   });
 }
 
-// The last round and its records, after a look at whether they are whole.
-std::uint64_t lastRound(const ReadView& view, std::vector<Reference>& records) {
+// After a look at whether it is whole.
+std::uint64_t lastRound(const ReadView& view) {
   const std::optional<Octets> named = view.key(1, octets("round"));
   const std::uint64_t round = named ? std::stoull(text(*named)) : 0;
-  records.clear();
+  std::size_t records = 0;
   view.forEachRecord([&](Reference made, Record record) {
     EXPECT_TRUE(text(record.payload).starts_with(std::to_string(round) + '.'));
     EXPECT_EQ(text(view.translate(made).payload), text(record.payload));
-    records.push_back(made);
+    ++records;
   });
-  EXPECT_EQ(records.size(), named ? 20 + round % 7 : 0);
+  EXPECT_EQ(records, named ? 20 + round % 7 : 0);
   return round;
 }
 
 TEST_F(ProcessesTest, TheLastCommitSurvivesAKilledWriter) {
-  std::vector<Reference> records;
   const auto writing = [&](Steps& said, std::uint64_t) {
     const auto store = StoreManager::openForWriting(path_);
-    for (std::uint64_t round = lastRound(store->view(), records) + 1;; ++round) {
-      write(*store, round, records);
+    for (std::uint64_t round = lastRound(store->view()) + 1;; ++round) {
+      write(*store, round);
       said.done(round);
     }
   };
-  expectKillsLoseNothing(path_, writing, [&](StoreManager& store) { return lastRound(store.view(), records); });
-  lastRound(StoreManager::openForWriting(path_)->view(), records);
+  expectKillsLoseNothing(path_, writing, [&](StoreManager& store) { return lastRound(store.view()); });
+  lastRound(StoreManager::openForWriting(path_)->view());
 }
 
 // They keep neither their places nor the room of their commits.
