@@ -64,8 +64,7 @@ bool grants(std::size_t octets) {
   return base != MAP_FAILED && ::munmap(base, octets) == 0;
 }
 
-// As much as wanted, or a half, a quarter... of it: where the system would grant twice that, for the page check and all
-// else that the process needs addresses for.
+// Where the system would grant twice that, for the page check and all else that the process needs addresses for.
 std::size_t grantedOctets(const std::string& path, std::size_t wanted) {
   for (std::size_t octets = wanted; octets >= leastMapOctets; octets /= 2) {
     if (octets <= SIZE_MAX / 2 && grants(2 * octets)) return octets;
@@ -105,14 +104,12 @@ void Environment::writingIs(const Options& options) {
   ::mdb_env_set_flags(engine_.get(), MDB_NOSYNC, options.durability == Durability::processCrash);
 }
 
-void Environment::make(const std::string& path, const Header& header, const Options& options) {
+void Environment::make(const std::string& path, const Changes& first, const Options& options) {
   const std::string unfinished = dataFile(path) + ".new";
   const std::string readers = readersFile(unfinished);
   ::unlink(unfinished.c_str());
   ::unlink(readers.c_str());
-  Changes changes;
-  changes.headerIs(header);
-  Environment(path, unfinished, options, true).commit(changes);
+  Environment(path, unfinished, options, true).commit(first);
   // First the table of readers, so that none ever finds the store without it.
   rename(path, readers, readersFile(dataFile(path)), options);
   rename(path, unfinished, dataFile(path), options);

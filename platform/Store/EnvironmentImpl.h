@@ -2,23 +2,15 @@
 //
 // The engine must not open one file twice in a process: closing the second would drop the process's place in the table
 // of readers for the first. So open environments are registered by file, and closing one and opening the next exclude
-// each other.
-//
-// The engine maps the file once, for reading only, over more addresses than the file has octets. So the file grows into
-// a mapping that never moves, what a view found stays where it is, and threads need no lock of ours.
+// each other. It maps the file once, for reading only, over more addresses than the file has octets (StoreManager.h).
 #pragma once
 
 #include <lmdb.h>
-#include <sys/types.h>
 
 #include <atomic>
-#include <memory>
-#include <optional>
-#include <string>
 
 #include "Store/FilesImpl.h"
 #include "Store/LayoutImpl.h"
-#include "Store/StoreManager.h"
 
 namespace Routing::Store::detail {
 
@@ -26,12 +18,10 @@ class Environment {
  public:
   // That of this process, or a new one, which looks at the store's files first.
   static std::shared_ptr<Environment> open(const std::string& path, const Options& options, bool writing);
-  // A new store's file, with just its header.
-  static void make(const std::string& path, const Header& header, const Options& options);
+  // A new store's file.
+  static void make(const std::string& path, const Changes& first, const Options& options);
 
   Environment(std::string path, const std::string& file, const Options& options, bool writing);
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
 
   const std::string& path() const noexcept { return path_; }
   // The file's size. Throws unless it is still the one that was opened, and as long as ever, and the process the one
@@ -85,10 +75,9 @@ class Snapshot {
   Snapshot& operator=(const Snapshot&) = delete;
   ~Snapshot();
 
-  const Environment& environment() const noexcept { return *environment_; }
   std::uint64_t commit() const noexcept { return commit_; }
+  // When it throws, what was shown has ended.
   bool refresh();
-  void end() noexcept;
   // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.
   void checkPages();
 
@@ -97,7 +86,6 @@ class Snapshot {
   std::uint64_t lastNumber() const;
   // All that is stored of the record that a reference names.
   Octets find(Reference reference) const;
-  Record translate(Reference reference) const;
   Record recordOf(Reference reference, Octets stored) const;
   // Entries whose keys begin with `prefix`, in order.
   void forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const;

@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <system_error>
+#include <set>
 #include <utility>
 
 #include "Store/LayoutImpl.h"
@@ -56,15 +56,10 @@ Meta readMeta(const File& data, std::size_t at) {
     if (std::memcmp(&meta, &before, sizeof meta) == 0) break;
     before = meta;
   }
-  if (meta.magic != metaMagic || meta.version != metaVersion || (meta.pageFlags & metaFlag) == 0) {
+  if (meta.magic != metaMagic || meta.version != metaVersion || (meta.page.flags & metaFlag) == 0) {
     failFormat(data, " is not a store's file", wholeFile);
   }
   return meta;
-}
-
-void requirePageSize(const File& data, std::uint32_t octets) {
-  if (std::has_single_bit(octets) && octets >= leastPage && octets <= largestPage) return;
-  failFormat(data, " has pages of " + std::to_string(octets) + " octets", "a power of two from 512 to 32768");
 }
 
 bool within(const Tree& tree, std::uint64_t lastPage) {
@@ -115,17 +110,13 @@ std::string startOfMachine() {
   return start;
 }
 
-bool isLeftover(const std::string& name) {
-  constexpr const char* ours[] = {"writer.lock",   "stamp",        "stamp.new",
-                                  "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
-  return std::find(std::begin(ours), std::end(ours), name) != std::end(ours);
-}
-
 // A directory with other files in it is not ours to fill.
 void requireNothingElse(const std::string& path) {
+  const std::set<std::string> leftovers = {"writer.lock",   "stamp",        "stamp.new",
+                                           "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
   std::error_code error;
   for (std::filesystem::directory_iterator at(path, error), end; !error && at != end; at.increment(error)) {
-    if (isLeftover(at->path().filename())) continue;
+    if (leftovers.contains(at->path().filename())) continue;
     throw StoreFormatException(
         problem(path, "not a store: it has no data.mdb but " + at->path().string(), "a store or an empty directory"));
   }
@@ -158,10 +149,7 @@ std::size_t File::octets() const {
 }
 
 bool File::read(void* to, std::size_t octets, std::size_t from) const {
-  ssize_t count;
-  do {
-    count = ::pread(number_, to, octets, static_cast<off_t>(from));
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = TEMP_FAILURE_RETRY(::pread(number_, to, octets, static_cast<off_t>(from)));
   if (count < 0) fail(path_, "cannot read " + name_, errno, "a readable file");
   return static_cast<std::size_t>(count) == octets;
 }
@@ -182,15 +170,9 @@ bool isNoRoom(int code) { return code == ENOSPC || code == EDQUOT || code == EFB
 void fail(const std::string& path, const std::string& what, int code, const std::string& expected) {
   const std::string text = problem(path, what + ": " + message(code), expected);
   if (isNoRoom(code)) throw StoreFullException(text);
-  switch (code) {
-    case MDB_INVALID:
-    case MDB_VERSION_MISMATCH:
-    case MDB_CORRUPTED:
-    case MDB_PAGE_NOTFOUND:
-      throw StoreFormatException(text);
-    default:
-      throw StoreException(text);
-  }
+  constexpr int format[] = {MDB_INVALID, MDB_VERSION_MISMATCH, MDB_CORRUPTED, MDB_PAGE_NOTFOUND};
+  if (std::find(std::begin(format), std::end(format), code) != std::end(format)) throw StoreFormatException(text);
+  throw StoreException(text);
 }
 
 std::string dataFile(const std::string& path) { return path + "/data.mdb"; }
@@ -246,11 +228,7 @@ File openReaders(const std::string& path, const std::string& file, bool writing,
 void takeReadersRoom(const File& readers) {
   const std::size_t is = readers.octets();
   const auto octets = static_cast<off_t>(is == 0 ? readersOctets : is);
-  int code = 0;
-  do {
-    code = ::fallocate(readers.number(), 0, 0, octets);
-  } while (code != 0 && errno == EINTR);
-  if (code == 0 || errno == EOPNOTSUPP) return;
+  if (TEMP_FAILURE_RETRY(::fallocate(readers.number(), 0, 0, octets)) == 0 || errno == EOPNOTSUPP) return;
   fail(readers.path(), "cannot take room for " + readers.name(), errno, "room on the disk for 64 KiB");
 }
 
@@ -313,7 +291,9 @@ void checkData(const std::string& path) {
   if (data.octets() == 0) failFormat(data, " has size 0", wholeFile);
   const Meta first = readMeta(data, 0);
   const std::uint32_t pageOctets = first.trees[0].pageOctets;
-  requirePageSize(data, pageOctets);
+  if (!std::has_single_bit(pageOctets) || pageOctets < leastPage || pageOctets > largestPage) {
+    failFormat(data, " has pages of " + std::to_string(pageOctets) + " octets", "a power of two from 512 to 32768");
+  }
   const Meta second = readMeta(data, pageOctets);
   requireSound(data, first, pageOctets);
   requireSound(data, second, pageOctets);

@@ -2,9 +2,6 @@
 // before the engine sees it. LayoutImpl.h draws them.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "Store/StoreManager.h"
 
 namespace Routing::Store::detail {
@@ -19,7 +16,6 @@ class File {
  public:
   File(const std::string& path, std::string name, int flags, mode_t mode, const char* expected);
   File(File&& other) noexcept;
-  File& operator=(File&&) = delete;
   ~File();
 
   const std::string& path() const noexcept { return path_; }

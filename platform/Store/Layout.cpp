@@ -1,5 +1,4 @@
 #include <bit>
-#include <cstring>
 
 #include "Store/LayoutImpl.h"
 
@@ -35,54 +34,34 @@ std::uint64_t checksumOf(const RecordHead& head, Octets payload) {
 
 std::uint64_t checksumOf(Octets key, Octets value) { return checksumOf(checksumOf(0, key), value); }
 
-template <typename T>
-T readPlain(Octets octets) {
-  T value;
-  std::memcpy(&value, octets.data(), sizeof value);
-  return value;
-}
-
 template <typename Number>
-void appendNumber(std::string& text, Number number) {
-  for (int shift = 8 * (sizeof number - 1); shift >= 0; shift -= 8) text += static_cast<char>(number >> shift);
+std::string withNumber(std::string key, Number number) {
+  for (int shift = 8 * (sizeof number - 1); shift >= 0; shift -= 8) key += static_cast<char>(number >> shift);
+  return key;
 }
 
 Bytes joined(Octets head, Octets rest) {
   Bytes bytes;
   bytes.reserve(head.size() + rest.size());
-  bytes.insert(bytes.end(), head.begin(), head.end());
+  bytes.assign(head.begin(), head.end());
   bytes.insert(bytes.end(), rest.begin(), rest.end());
   return bytes;
 }
 
 }  // namespace
 
-std::string spaceKey(std::uint32_t space) {
-  std::string key = "k";
-  appendNumber(key, space);
-  return key;
-}
+std::string spaceKey(std::uint32_t space) { return withNumber("k", space); }
 
 std::string keyKey(std::uint32_t space, Octets key) {
   return spaceKey(space).append(reinterpret_cast<const char*>(key.data()), key.size());
 }
 
-std::string recordKey(std::uint64_t number) {
-  std::string key = recordPrefix;
-  appendNumber(key, number);
-  return key;
-}
+std::string recordKey(std::uint64_t number) { return withNumber(recordPrefix, number); }
 
 std::uint64_t numberOf(Octets recordKey) {
   std::uint64_t number = 0;
   for (const std::uint8_t octet : recordKey.subspan(recordPrefix.size())) number = (number << 8) | octet;
   return number;
-}
-
-Header headerOf(std::uint64_t identity, std::uint64_t anchorBound) {
-  Header header{identity, anchorBound, 0};
-  header.checksum = checksumOf(header);
-  return header;
 }
 
 Bytes keyValue(const std::string& key, Octets value) {
@@ -122,9 +101,10 @@ std::optional<Record> readRecord(Octets stored) {
   return Record{head->type, payload};
 }
 
-void Changes::headerIs(const Header& header) {
-  const Octets octets = octetsOf(header);
-  entries[headerKey] = Bytes(octets.begin(), octets.end());
+void Changes::headerIs(std::uint64_t identity, std::uint64_t anchorBound) {
+  Header header{identity, anchorBound, 0};
+  header.checksum = checksumOf(header);
+  entries[headerKey] = joined(octetsOf(header), {});
 }
 
 }  // namespace Routing::Store::detail

@@ -28,7 +28,7 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <string>
@@ -79,6 +79,14 @@ requires(!std::is_convertible_v<const T&, std::string_view>) Octets octetsOf(con
   return {reinterpret_cast<const std::uint8_t*>(&plain), sizeof(T)};
 }
 
+// The octets at the start of `octets` as a value.
+template <typename T>
+T readPlain(Octets octets) {
+  T value;
+  std::memcpy(&value, octets.data(), sizeof value);
+  return value;
+}
+
 inline const std::string headerKey = "h";
 std::string spaceKey(std::uint32_t space);
 std::string keyKey(std::uint32_t space, Octets key);
@@ -86,7 +94,6 @@ inline const std::string recordPrefix = "r";
 std::string recordKey(std::uint64_t number);
 std::uint64_t numberOf(Octets recordKey);
 
-Header headerOf(std::uint64_t identity, std::uint64_t anchorBound);
 Bytes keyValue(const std::string& key, Octets value);
 Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload);
 
@@ -100,7 +107,7 @@ std::optional<Record> readRecord(Octets stored);
 struct Changes {
   bool clear = false;
   std::map<std::string, std::optional<Bytes>> entries;
-  void headerIs(const Header& header);
+  void headerIs(std::uint64_t identity, std::uint64_t anchorBound);
 };
 
 }  // namespace Routing::Store::detail

@@ -1,8 +1,7 @@
-#include <cstring>
 #include <set>
-#include <string_view>
-#include <vector>
+#include <stdexcept>
 
+#include "Store/LayoutImpl.h"
 #include "Store/PageCheckImpl.h"
 
 namespace Routing::Store::detail {
@@ -19,20 +18,8 @@ constexpr std::uint16_t treeFlags = 0xff;  // above them the first tree has flag
 constexpr std::uint64_t firstPage = 2;     // after the meta pages
 constexpr unsigned deepest = 32;           // the engine's own limit
 
-struct Damage {
-  std::uint64_t page;
-  const char* what;
-};
-
 void require(bool good, std::uint64_t page, const char* what) {
-  if (!good) throw Damage{page, what};
-}
-
-template <typename T>
-T read(Octets from, std::size_t at) {
-  T value;
-  std::memcpy(&value, from.data() + at, sizeof value);
-  return value;
+  if (!good) throw std::runtime_error("page " + std::to_string(page) + ": " + what);
 }
 
 // The pages of a file, each of which is met once. Free ones need not lie in it: the engine does not write every page
@@ -66,22 +53,22 @@ class Pages {
 
 class TreeWalk {
  public:
-  TreeWalk(Pages& pages, const Tree& tree) : pages_(pages), tree_(tree), numbered_((tree.flags & numberedFlag) != 0) {}
+  TreeWalk(Pages& pages, const Tree& tree) : pages_(pages), tree_(tree), found_(tree) {
+    found_.branches = found_.leaves = found_.overflows = found_.entries = 0;
+  }
 
   void walk() {
     require(tree_.depth <= deepest, 0, "a tree too deep");
     require((tree_.root == noPage) == (tree_.depth == 0), 0, "a tree without a root");
     if (tree_.root != noPage) page(tree_.root, 1);
-    require(found_.branches == tree_.branches && found_.leaves == tree_.leaves && found_.overflows == tree_.overflows &&
-                found_.entries == tree_.entries,
-            0, "another count of pages or entries than the meta page's");
+    require(found_ == tree_, 0, "another count of pages or entries than the meta page's");
   }
 
  private:
   // The walk's descent is bounded by the tree's depth.
   void page(std::uint64_t number, unsigned depth) {
     const Octets page = pages_.take(number);
-    const auto head = read<PageHead>(page, 0);
+    const auto head = readPlain<PageHead>(page);
     const bool leaf = depth == tree_.depth;
     require(head.number == number, number, "another page's number");
     require(head.flags == (leaf ? leafFlag : branchFlag), number, "another kind of page");
@@ -91,7 +78,7 @@ class TreeWalk {
     require(nodes >= (leaf ? 1u : 2u), number, "too few entries");
     ++(leaf ? found_.leaves : found_.branches);
     for (std::size_t i = 0; i < nodes; ++i) {
-      const auto at = read<std::uint16_t>(page, headOctets + 2 * i);
+      const auto at = readPlain<std::uint16_t>(page.subspan(headOctets + 2 * i));
       require(at >= head.upper && at % 2 == 0 && at + nodeOctets <= page.size(), number, "an entry outside of it");
       leaf ? entry(number, page.subspan(at)) : branch(number, page.subspan(at), i == 0, depth);
     }
@@ -105,15 +92,12 @@ class TreeWalk {
 
   bool above(std::string_view key, std::string_view other) const {
     if (!numbered_) return key > other;
-    std::uint64_t words[2];
-    std::memcpy(words, key.data(), sizeof *words);
-    std::memcpy(words + 1, other.data(), sizeof *words);
-    return words[0] > words[1];
+    return readPlain<std::uint64_t>(octetsOf(key)) > readPlain<std::uint64_t>(octetsOf(other));
   }
 
   // What stands before a page: no key below is smaller, all keys to its left are. The first of a branch has none.
   void branch(std::uint64_t number, Octets octets, bool first, unsigned depth) {
-    const auto node = read<Node>(octets, 0);
+    const auto node = readPlain<Node>(octets);
     if (first) {
       require(node.keyOctets <= octets.size() - nodeOctets, number, "a key outside of it");
     } else {
@@ -124,7 +108,7 @@ class TreeWalk {
   }
 
   void entry(std::uint64_t number, Octets octets) {
-    const auto node = read<Node>(octets, 0);
+    const auto node = readPlain<Node>(octets);
     const std::string_view key = keyOf(number, octets, node);
     require(!key.empty() && (found_.entries == 0 || above(key, previous_)), number, "keys out of order");
     require(least_.empty() || !above(least_, key), number, "keys out of order");
@@ -137,12 +121,12 @@ class TreeWalk {
       return;
     }
     require(node.flags == largeValueFlag && value.size() >= sizeof number, number, "an entry of another kind");
-    largeValue(read<std::uint64_t>(value, 0), node.valueOctets());
+    largeValue(readPlain<std::uint64_t>(value), node.valueOctets());
   }
 
   void largeValue(std::uint64_t number, std::uint64_t valueOctets) {
     const Octets first = pages_.take(number);
-    const auto head = read<PageHead>(first, 0);
+    const auto head = readPlain<PageHead>(first);
     const std::uint64_t count = head.lower | std::uint64_t{head.upper} << 16;
     require(head.number == number && head.flags == overflowFlag, number, "another kind of page");
     require(count >= (headOctets + valueOctets + pages_.octets() - 1) / pages_.octets(), number, "too short a value");
@@ -154,15 +138,16 @@ class TreeWalk {
   // Their count, then their numbers.
   void freePages(std::uint64_t number, Octets value) {
     const std::size_t words = value.size() / sizeof(std::uint64_t);
-    const std::uint64_t count = words == 0 ? 0 : read<std::uint64_t>(value, 0);
+    const std::uint64_t count = words == 0 ? 0 : readPlain<std::uint64_t>(value);
     require(words != 0 && count < words, number, "a list of free pages outside of it");
-    for (std::uint64_t i = 1; i <= count; ++i) pages_.takeFree(read<std::uint64_t>(value, i * sizeof count));
+    for (std::uint64_t i = 1; i <= count; ++i)
+      pages_.takeFree(readPlain<std::uint64_t>(value.subspan(i * sizeof count)));
   }
 
   Pages& pages_;
   const Tree& tree_;
-  const bool numbered_;
-  Tree found_{};
+  const bool numbered_ = (tree_.flags & numberedFlag) != 0;
+  Tree found_;  // its counts so far
   std::string_view previous_;
   std::string_view least_;
 };
@@ -175,8 +160,8 @@ std::string damageIn(Octets file, const Meta& meta, std::size_t pageOctets) {
     Pages pages(file, meta.lastPage, pageOctets);
     for (const Tree& tree : meta.trees) TreeWalk(pages, tree).walk();
     return {};
-  } catch (const Damage& damage) {
-    return "page " + std::to_string(damage.page) + ": " + damage.what;
+  } catch (const std::runtime_error& damage) {
+    return damage.what();
   }
 }
 

@@ -10,7 +10,6 @@
 //         Low and high are the value's size, in a branch with flags the number of the page below.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "Store/Record.h"
@@ -53,13 +52,10 @@ struct Tree {
 };
 static_assert(sizeof(Tree) == 48);
 
-// The start of the engine's two meta pages, page header included: the first is of even commits, the second of odd ones.
+// The start of the engine's two meta pages: the first is of even commits, the second of odd ones.
 // Their place and order have not changed since the format's version 1, which is checked.
 struct Meta {
-  std::uint64_t page;
-  std::uint16_t unused;
-  std::uint16_t pageFlags;
-  std::uint32_t unused2;
+  PageHead page;
   std::uint32_t magic;
   std::uint32_t version;
   std::uint64_t address;

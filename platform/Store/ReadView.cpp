@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "Store/EnvironmentImpl.h"
 #include "Store/PageCheckImpl.h"
@@ -23,22 +22,9 @@ MDB_val engineKey(std::string_view key) { return {key.size(), const_cast<char*>(
 
 Octets octetsOf(const MDB_val& value) { return {static_cast<const std::uint8_t*>(value.mv_data), value.mv_size}; }
 
-// The engine's file as it is now, for reading.
-class Mapping {
- public:
-  Mapping(const Environment& environment, int file)
-      : octets_(environment.checkFile()), base_(::mmap(nullptr, octets_, PROT_READ, MAP_SHARED, file, 0)) {
-    if (base_ == MAP_FAILED) fail(environment.path(), "cannot map it", errno, "addresses for all of it, twice");
-  }
-  Mapping(const Mapping&) = delete;
-  Mapping& operator=(const Mapping&) = delete;
-  ~Mapping() { ::munmap(base_, octets_); }
-
-  Octets octets() const { return {static_cast<const std::uint8_t*>(base_), octets_}; }
-
- private:
-  std::size_t octets_;
-  void* base_;
+struct Unmapper {
+  std::size_t octets;
+  void operator()(void* base) const { ::munmap(base, octets); }
 };
 
 }  // namespace
@@ -52,7 +38,6 @@ class Snapshot::Cursor {
     ++snapshot.loops_;
   }
   Cursor(const Cursor&) = delete;
-  Cursor& operator=(const Cursor&) = delete;
   ~Cursor() {
     ::mdb_cursor_close(cursor_);
     --snapshot_.loops_;
@@ -81,11 +66,6 @@ Snapshot::~Snapshot() {
   if (environment_->ownProcess()) ::mdb_txn_abort(transaction_);
 }
 
-void Snapshot::end() noexcept {
-  if (live_ && environment_->ownProcess()) ::mdb_txn_reset(transaction_);
-  live_ = false;
-}
-
 void Snapshot::begin() {
   environment_->checkFile();
   const int code = environment_->beginReading(transaction_);
@@ -97,27 +77,30 @@ void Snapshot::begin() {
 bool Snapshot::refresh() {
   TYR_ASSERT_TEXT(loops_ == 0, "no refresh from inside a loop over the view");
   const std::uint64_t before = commit_;
-  end();
+  if (live_ && environment_->ownProcess()) ::mdb_txn_reset(transaction_);
+  live_ = false;
   begin();
   return commit_ != before;
 }
 
 // What the walk over the pages says, unless the writer has gone on and overwritten the commit's meta page.
 std::optional<std::string> Snapshot::damage() const {
-  const Mapping file(*environment_, environment_->file_);
+  const std::size_t octets = environment_->checkFile();
+  void* const base = ::mmap(nullptr, octets, PROT_READ, MAP_SHARED, environment_->file_, 0);
+  if (base == MAP_FAILED) fail(environment_->path(), "cannot map it", errno, "addresses for all of it, twice");
+  const std::unique_ptr<void, Unmapper> mapping(base, Unmapper{octets});
+  const Octets file(static_cast<const std::uint8_t*>(base), octets);
   MDB_stat status{};
   if (::mdb_stat(transaction_, environment_->tree_, &status) != 0) return std::nullopt;
-  const Octets page = file.octets().subspan(commit_ % 2 * environment_->pageOctets_);
-  Meta meta;
-  Meta again;
-  std::memcpy(&meta, page.data(), sizeof meta);
-  std::memcpy(&again, page.data(), sizeof again);
+  const Octets page = file.subspan(commit_ % 2 * environment_->pageOctets_);
+  const auto meta = readPlain<Meta>(page);
+  const auto again = readPlain<Meta>(page);
   const Tree& tree = meta.trees[1];
   if (meta.commit != commit_ || std::memcmp(&meta, &again, sizeof meta) != 0 || tree.entries != status.ms_entries ||
       tree.depth != status.ms_depth) {
     return std::nullopt;
   }
-  return damageIn(file.octets(), meta, environment_->pageOctets_);
+  return damageIn(file, meta, environment_->pageOctets_);
 }
 
 void Snapshot::checkPages() {
@@ -176,8 +159,6 @@ Octets Snapshot::find(Reference reference) const {
   return *stored;
 }
 
-Record Snapshot::translate(Reference reference) const { return recordOf(reference, find(reference)); }
-
 Record Snapshot::recordOf(Reference reference, Octets stored) const {
   const std::optional<Record> record = readRecord(stored);
   if (!record) failDamaged(nameOf(reference) + " is damaged: its checksum does not match");
@@ -204,13 +185,13 @@ ReadView::~ReadView() = default;
 
 std::uint64_t ReadView::commits() const noexcept { return snapshot_->commit(); }
 bool ReadView::refresh() { return snapshot_->refresh(); }
-Record ReadView::translate(Reference reference) const { return snapshot_->translate(reference); }
+Record ReadView::translate(Reference reference) const {
+  return snapshot_->recordOf(reference, snapshot_->find(reference));
+}
 
 Record ReadView::translate(const void* stashed) const {
   if (stashed == nullptr) throw Tyr::NullArgumentException("stashed");
-  Reference reference;
-  std::memcpy(&reference, stashed, sizeof reference);
-  return translate(reference);
+  return translate(detail::readPlain<Reference>({static_cast<const std::uint8_t*>(stashed), sizeof(Reference)}));
 }
 
 std::optional<Octets> ReadView::key(std::uint32_t space, Octets key) const {

@@ -11,14 +11,12 @@
 // destruction throws.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 
 #include "Store/Record.h"
 #include "Store/StoreException.h"
-#include "Tyr/Export.h"
 
 namespace Routing::Store {
 

@@ -28,8 +28,7 @@ struct Reference {
 };
 static_assert(sizeof(Reference) == 16 && std::is_trivially_copyable_v<Reference>);
 
-// The payload is the store's memory, valid as long as the view that it was translated in shows the same commit. It lies
-// at any address: read words by memcpy.
+// The payload is the store's memory, valid as its view says. It lies at any address: read words by memcpy.
 struct Record {
   std::uint32_t type;
   Octets payload;

@@ -2,21 +2,12 @@
 
 #include <filesystem>
 #include <random>
-#include <system_error>
-#include <unordered_map>
 
 #include "Store/EnvironmentImpl.h"
-#include "Store/FilesImpl.h"
 #include "Store/WriterImpl.h"
 
 namespace Routing::Store {
 namespace detail {
-
-class Services {
- public:
-  std::unordered_map<std::type_index, const void*> byType;
-};
-
 namespace {
 
 constexpr std::uint64_t commitsBetweenReaderChecks = 64;
@@ -36,11 +27,12 @@ std::string absolute(const std::string& path) {
 void makeStore(const std::string& path, const Options& options) {
   const std::uint64_t identity = randomWord();
   writeStamp(path, identity, options);
-  Environment::make(path, headerOf(identity, randomWord()), options);
+  Changes header;
+  header.headerIs(identity, randomWord());
+  Environment::make(path, header, options);
 }
 
-Header requireHeader(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
-  const std::string& path = snapshot.environment().path();
+Header requireHeader(const std::string& path, const Snapshot& snapshot, std::uint64_t stampedIdentity) {
   const std::optional<Octets> stored = snapshot.entry(headerKey);
   const std::optional<Header> header = stored ? readHeader(*stored) : std::nullopt;
   if (!header) throw StoreFormatException(problem(path, "its header is missing or damaged", "the header of a store"));
@@ -56,7 +48,7 @@ Header requireHeader(const Snapshot& snapshot, std::uint64_t stampedIdentity) {
 std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& name, const Options& options) {
   const std::string path = detail::absolute(name);
   detail::makeDirectory(path, options.mode);
-  auto writer = std::make_unique<detail::Writer>(detail::lockWriter(path, options.mode));
+  std::unique_ptr<detail::Writer> writer(new detail::Writer{detail::lockWriter(path, options.mode)});
   if (detail::machineFailedMeanwhile(path)) detail::filesDel(path);
   if (!detail::storeExists(path)) detail::makeStore(path, options);
   const std::uint64_t identity = detail::readStamp(path);
@@ -95,13 +87,12 @@ std::unique_ptr<StoreManager> StoreManager::openForReading(const std::string& na
 
 StoreManager::StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity,
                            PageCheck pageCheck, std::unique_ptr<detail::Writer> writer)
-    : services_(std::make_unique<detail::Services>()),
-      writer_(std::move(writer)),
+    : writer_(std::move(writer)),
       environment_(std::move(environment)),
       view_(environment_),
       identity_(stampedIdentity) {
   if (pageCheck == PageCheck::on) view_.snapshot_->checkPages();
-  const detail::Header header = detail::requireHeader(*view_.snapshot_, stampedIdentity);
+  const detail::Header header = detail::requireHeader(path(), *view_.snapshot_, stampedIdentity);
   if (writer_ != nullptr) writer_->nextAnchor = writer_->anchorBound = header.anchorBound;
 }
 
@@ -113,43 +104,24 @@ StoreManager::~StoreManager() {
 const std::string& StoreManager::path() const noexcept { return environment_->path(); }
 std::uint64_t StoreManager::newestCommit() const { return environment_->newestCommit(); }
 
-void StoreManager::serviceIs(std::type_index type, const void* service) {
-  if (service == nullptr) {
-    services_->byType.erase(type);
-  } else {
-    services_->byType[type] = service;
-  }
-}
-
-const void* StoreManager::service(std::type_index type) const noexcept {
-  const auto found = services_->byType.find(type);
-  return found == services_->byType.end() ? nullptr : found->second;
-}
-
 // Stored before any of them is given out. The view stays where it is: this happens in the middle of batches.
 void StoreManager::reserveAnchors() {
   const std::uint64_t bound = writer_->anchorBound + detail::anchorsAhead;
   detail::Changes changes;
-  changes.headerIs(detail::headerOf(identity_, bound));
+  changes.headerIs(identity_, bound);
   environment_->checkFile();
   environment_->commit(changes);
   writer_->anchorBound = bound;
 }
 
-std::uint64_t StoreManager::takeAnchor() {
-  if (writer_->nextAnchor == writer_->anchorBound) reserveAnchors();
-  return writer_->nextAnchor++;
-}
-
 // The commit stands whatever becomes of the view: one that cannot follow has ended, and says so when it is used.
 void StoreManager::commit(detail::Changes& changes) {
-  if (changes.clear) changes.headerIs(detail::headerOf(identity_, writer_->anchorBound));
+  if (changes.clear) changes.headerIs(identity_, writer_->anchorBound);
   environment_->checkFile();
   environment_->commit(changes);
   try {
     view_.refresh();
   } catch (const std::exception&) {
-    view_.snapshot_->end();
   }
   if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->checkReaders();
 }

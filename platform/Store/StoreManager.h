@@ -28,9 +28,10 @@
 // Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
 // next one on, as far as no view shows it. Each process maps the file once, over addresses reserved for as large as it
 // may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
-// read. Where they are limited (`ulimit -v`), fewer are reserved by themselves. A writer whose map is full gets
-// StoreFullException. A reader whose map the store has outgrown gets StoreException from refresh(); it can open the
-// store again, once all its managers and views of it are gone. Maps of different sizes may be used side by side.
+// read. Where they are limited (`ulimit -v`), a half, a quarter... is reserved, so that as much stays free. A writer
+// whose map is full gets StoreFullException. A reader whose map the store has outgrown gets StoreException from
+// refresh(); it can open the store again, once all its managers and views of it are gone. Maps of different sizes may
+// be used side by side.
 //
 // Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
 // `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or
@@ -48,7 +49,6 @@
 // or a signal; and damage that contradicts nothing, such as a key that became another, by which an entry is missing
 // without a word. Nobody writes there but the engine; damage comes only from other programs or a failing disk.
 //
-// Types: Durability, PageCheck, Options, StoreManager.
 // Ownership: the caller owns the manager; views may outlive it, batches must not.
 // Threads: a manager and its batch are used by one thread at a time; different managers from different threads, also
 // those of one store. fork(): not supported. In a child, the parent's managers may only be destroyed; commit(),
@@ -58,16 +58,11 @@
 
 #include <sys/types.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-#include <optional>
 #include <string>
 #include <typeindex>
+#include <unordered_map>
 
 #include "Store/ReadView.h"
-#include "Store/Record.h"
-#include "Tyr/Export.h"
 
 namespace Routing::Store {
 
@@ -75,7 +70,6 @@ namespace detail {
 struct Changes;
 struct Numbers;
 struct Writer;
-class Services;
 }  // namespace detail
 
 enum class Durability { processCrash, systemCrash };
@@ -89,7 +83,7 @@ struct Options {
   Durability durability = Durability::processCrash;
   // How many addresses this process reserves for the store's file, 64 MiB at least: the most that it can grow to. Taken
   // as it is when the process opens the store for the first time, or has closed it; a file that is larger already is
-  // mapped as it is. Halved until the system would grant twice as much, so that the process keeps some for all else.
+  // mapped as it is.
   std::size_t mapOctets = defaultMapOctets;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;
@@ -130,24 +124,22 @@ class VELBGP_EXPORT StoreManager {
   // it goes. service() is null when there is none.
   template <typename T>
   void serviceIs(const T* service) {
-    serviceIs(typeid(T), service);
+    services_[typeid(T)] = service;
   }
   template <typename T>
   const T* service() const noexcept {
-    return static_cast<const T*>(service(typeid(T)));
+    const auto found = services_.find(typeid(T));
+    return found == services_.end() ? nullptr : static_cast<const T*>(found->second);
   }
 
  private:
   friend class WriteBatch;
   StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity, PageCheck pageCheck,
                std::unique_ptr<detail::Writer> writer);
-  void serviceIs(std::type_index type, const void* service);
-  const void* service(std::type_index type) const noexcept;
   void reserveAnchors();
-  std::uint64_t takeAnchor();
   void commit(detail::Changes& changes);
 
-  std::unique_ptr<detail::Services> services_;
+  std::unordered_map<std::type_index, const void*> services_;
   std::unique_ptr<detail::Writer> writer_;  // null in a reader
   std::shared_ptr<detail::Environment> environment_;
   ReadView view_;

@@ -1,7 +1,6 @@
 #include "Store/WriteBatch.h"
 
 #include "Store/EnvironmentImpl.h"
-#include "Store/FilesImpl.h"
 #include "Store/WriterImpl.h"
 #include "Tyr/Assert.h"
 
@@ -23,11 +22,11 @@ WriteBatch::WriteBatch(StoreManager& manager) : manager_(manager), changes_(std:
 }
 
 WriteBatch::~WriteBatch() {
-  if (changes_ != nullptr) rollBack();
+  if (changes_ != nullptr) end(taken_);
 }
 
-void WriteBatch::rollBack() noexcept {
-  manager_.writer_->numbers.free(taken_);
+void WriteBatch::end(const std::vector<std::uint64_t>& freed) noexcept {
+  manager_.writer_->numbers.free(freed);
   changes_.reset();
   manager_.writer_->batchOpen = false;
 }
@@ -41,29 +40,28 @@ std::uint64_t WriteBatch::takeNumber() {
 Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
   TYR_ASSERT(changes_ != nullptr);
   requireFits(manager_, "a record", payload.size(), maxRecordOctets);
-  const std::uint64_t anchor = manager_.takeAnchor();
+  detail::Writer& writer = *manager_.writer_;
+  if (writer.nextAnchor == writer.anchorBound) manager_.reserveAnchors();
+  const std::uint64_t anchor = writer.nextAnchor++;
   detail::Bytes value = detail::recordValue(type, anchor, payload);
   const std::uint64_t number = takeNumber();
   changes_->entries[detail::recordKey(number)] = std::move(value);
   return {number, anchor};
 }
 
-// A damaged one counts: nobody can tell whose it is, or read it.
-bool WriteBatch::stored(Reference reference) const {
+// What the batch has for the number decides, then, unless all that was there before goes, the last commit. A damaged
+// record there counts: nobody can tell whose it is, or read it.
+bool WriteBatch::names(Reference reference) const {
+  const auto found = changes_->entries.find(detail::recordKey(reference.number));
+  if (found != changes_->entries.end()) {
+    return found->second && detail::readRecordHead(*found->second)->anchor == reference.anchor;
+  }
+  if (changes_->clear) return false;
   try {
     manager_.view_.snapshot_->find(reference);
   } catch (const DamagedRecordException&) {
   }
   return true;
-}
-
-// What the batch has for the number decides, then, unless all that was there before goes, the last commit.
-bool WriteBatch::names(Reference reference) const {
-  const auto found = changes_->entries.find(detail::recordKey(reference.number));
-  if (found == changes_->entries.end()) {
-    return !changes_->clear && stored(reference);
-  }
-  return found->second && detail::readRecordHead(*found->second)->anchor == reference.anchor;
 }
 
 void WriteBatch::recordDel(Reference reference) {
@@ -103,14 +101,11 @@ void WriteBatch::commit() {
   try {
     if (changes_->clear || !changes_->entries.empty()) manager_.commit(*changes_);
   } catch (...) {
-    rollBack();
+    end(taken_);
     throw;
   }
-  detail::Numbers& numbers = manager_.writer_->numbers;
-  if (fresh_ != nullptr) numbers = std::move(*fresh_);
-  numbers.free(freed_);
-  changes_.reset();
-  manager_.writer_->batchOpen = false;
+  if (fresh_ != nullptr) manager_.writer_->numbers = std::move(*fresh_);
+  end(freed_);
 }
 
 }  // namespace Routing::Store

@@ -10,13 +10,9 @@
 // writer, it has no other batch under way, and a batch whose commit() was called is not used again.
 #pragma once
 
-#include <cstdint>
-#include <memory>
 #include <vector>
 
-#include "Store/Record.h"
 #include "Store/StoreManager.h"
-#include "Tyr/Export.h"
 
 namespace Routing::Store {
 
@@ -45,8 +41,7 @@ class VELBGP_EXPORT WriteBatch {
  private:
   std::uint64_t takeNumber();
   bool names(Reference reference) const;
-  bool stored(Reference reference) const;
-  void rollBack() noexcept;
+  void end(const std::vector<std::uint64_t>& freed) noexcept;
 
   StoreManager& manager_;
   std::unique_ptr<detail::Changes> changes_;  // null when the batch is over

@@ -1,9 +1,7 @@
 // What a manager that writes keeps in memory.
 #pragma once
 
-#include <cstdint>
 #include <new>
-#include <utility>
 #include <vector>
 
 #include "Store/FilesImpl.h"
@@ -31,8 +29,6 @@ struct Numbers {
 };
 
 struct Writer {
-  explicit Writer(File writerLock) : lock(std::move(writerLock)) {}
-
   File lock;
   Numbers numbers;
   std::uint64_t nextAnchor = 0;

@@ -1,9 +1,4 @@
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <random>
 
 #include "Store/Stores.h"
 
@@ -79,8 +74,6 @@ TEST_F(BrokenStoreTest, IsRefusedWithItsReason) {
   make(path_ + "2");
   const Row rows[] = {
       {"data.mdb has size 0", "/data.mdb", 0, ""},
-      {"data.mdb is cut short", "/data.mdb", 100, ""},
-      {"data.mdb is cut short", "/data.mdb", 5000, ""},
       {"data.mdb is cut short: 8192 octets of ", "/data.mdb", 8192, ""},
       {"data.mdb is not a store's file", "/data.mdb", 0, std::string(8192, 'x')},
       {"data.mdb has pages of 1000 octets", "/data.mdb", 40, raw({'\xe8', 3, 0, 0})},
@@ -152,15 +145,14 @@ TEST_F(BrokenStoreTest, WhatIsNoStoreIsRefused) {
 }
 
 TEST_F(BrokenStoreTest, IsNoticedWhileItIsOpen) {
-  for (const int way : {0, 1, 2}) {
+  for (const bool replaced : {false, true}) {
     std::filesystem::remove_all(path_);
     const auto writer = StoreManager::openForWriting(path_);
     const auto reader = StoreManager::openForReading(path_);
-    const char* words = way < 2 ? "was cut short" : "was replaced";
-    if (way == 0) std::filesystem::resize_file(data(), 0);
-    if (way == 1) std::filesystem::resize_file(data(), std::filesystem::file_size(data()) - 1);
-    if (way == 2) std::filesystem::rename(path_, path_ + ".old");
-    if (way == 2) inChild([&] { make(path_); });
+    const char* words = replaced ? "was replaced" : "was cut short";
+    if (!replaced) std::filesystem::resize_file(data(), std::filesystem::file_size(data()) - 1);
+    if (replaced) std::filesystem::rename(path_, path_ + ".old");
+    if (replaced) inChild([&] { make(path_); });
     EXPECT_THAT([&] { return reader->newestCommit(); }, failsWith<StoreFormatException>(words));
     EXPECT_THAT([&] { reader->refresh(); }, failsWith<StoreFormatException>(words));
     EXPECT_THAT([&] { return reader->key(1, {}); }, failsWith<StoreException>("the view has ended"));
@@ -262,21 +254,21 @@ class DamagedPagesTest : public BrokenStoreTest {
     overwrite(file, static_cast<std::streamoff>(random_() % pages * 4096 + inPage), octet);
   }
 
+  static bool throws(const std::function<void()>& action) {
+    try {
+      action();
+      return false;
+    } catch (const StoreException&) {
+      return true;
+    }
+  }
+
   // Whether a copy is refused once it is broken. A writer says the same, or mends what is broken.
   bool refused(const std::function<void()>& breakIt) const {
     std::filesystem::copy_file(good_ + "/data.mdb", data(), std::filesystem::copy_options::overwrite_existing);
     breakIt();
-    bool refusal = false;
-    try {
-      readAll(*StoreManager::openForReading(path_));
-    } catch (const StoreException&) {
-      refusal = true;
-    }
-    try {
-      make(path_);
-    } catch (const StoreException&) {
-      EXPECT_TRUE(refusal);
-    }
+    const bool refusal = throws([&] { readAll(*StoreManager::openForReading(path_)); });
+    EXPECT_TRUE(!throws([&] { make(path_); }) || refusal);
     return refusal;
   }
 
@@ -316,11 +308,13 @@ TEST_F(DamagedPagesTest, AreRefusedOrDoNoHarm) {
   }
 }
 
+// A reader that may not write where it says what it reads would lose that to the writer.
 TEST_F(BrokenStoreTest, RightsAreMissing) {
-  for (const char* file : {"", "/stamp", "/data.mdb"}) {
+  for (const char* file : {"", "/stamp", "/data.mdb", "/data.mdb-lock"}) {
     SCOPED_TRACE(file);
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) chmod(entry.path().c_str(), 0666);
     chmod(path_.c_str(), 0777);
-    chmod((path_ + file).c_str(), 0);
+    chmod((path_ + file).c_str(), file == std::string("/data.mdb-lock") ? 0444 : 0);
     asNobody([&] { expectRefused<StoreException>("Permission denied", path_); });
     chmod((path_ + file).c_str(), 0777);
   }

@@ -1,15 +1,6 @@
-#include "Store/StoreManager.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <iterator>
 #include <map>
-#include <random>
-#include <vector>
 
 #include "Store/Stores.h"
-#include "Store/WriteBatch.h"
 #include "support/Death.h"
 
 namespace Routing::Store::test {

@@ -9,11 +9,13 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <new>
+#include <random>
 #include <string>
 
 #include "Store/StoreManager.h"
@@ -91,6 +93,29 @@ class Steps {
   static void* shared() { return mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0); }
   std::atomic<std::uint64_t>& done_;
 };
+
+// Kills writers, sometimes while they make or open the store. What they said is committed may not be lost. Both functions
+// count steps: the first goes on from the one reached, the second reads the last one.
+inline void expectKillsLoseNothing(const std::string& path,
+                                   const std::function<void(Steps& said, std::uint64_t reached)>& writing,
+                                   const std::function<std::uint64_t(StoreManager&)>& lastIn) {
+  const char* const kills = std::getenv("VELBGP_STORE_KILLS");
+  Steps said;
+  std::mt19937 random(7);
+  std::uint64_t reached = 0;
+  for (int left = kills != nullptr ? std::atoi(kills) : 20; left > 0 && !testing::Test::HasFailure(); --left) {
+    const Process writer([&] { writing(said, reached); });
+    usleep(random() % 60000);
+    writer.kill();
+    EXPECT_EQ(writer.ended(), -SIGKILL);
+    try {
+      reached = lastIn(*StoreManager::openForReading(path));
+    } catch (const StoreAbsentException&) {
+    }
+    EXPECT_GE(reached, said.done());
+  }
+  EXPECT_GT(reached, 0u) << "no writer ever came to a commit";
+}
 
 template <typename Failure>
 auto failsWith(const std::string& words) {

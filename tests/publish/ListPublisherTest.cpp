@@ -1,14 +1,8 @@
 #include "VelBgp/ListPublisher.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <chrono>
-#include <cstdlib>
-#include <iostream>
-#include <stdexcept>
 #include <thread>
 
 #include "publish/Publishing.h"
@@ -97,21 +91,18 @@ TEST_F(ListPublisherTest, ReferencesHoldAsLongAsTheirLists) {
   Script others(publishing, "other");
   forEachKind([&]<typename Kind>(Kind) {
     PathLists lists;
-    lists.*Kind::ofPath = Kind::intern(*publishing.agent, {1, 2, 3});
+    lists.*Kind::ofPath = Kind::intern(*publishing.agent, {100, 200, 300});
     publishing.publisher->pathIs("it", std::move(lists));
     published(publishing);
     const Store::Reference kept = (*stashedPath(*reader_, "it")).*Kind::stashed;
-    for (int round = 0; round < 10; ++round) {
+    const auto words = [&] {
       others.stepped(100);
       published(publishing);
-      const auto words = [&] { return wordsOf<Kind>(*Kind::List::destash(&kept, reader_.get())); };
-      if (round < 5) {
-        EXPECT_EQ(words(), (Words{1, 2, 3}));
-      } else {
-        EXPECT_THROW(words(), Store::StaleReferenceException);
-      }
-      EXPECT_EQ(publishing.publisher->pathDel(round == 4 ? "it" : "another"), round == 4);
-    }
+      return wordsOf<Kind>(*Kind::List::destash(&kept, reader_.get()));
+    };
+    for (int round = 0; round < 5; ++round) EXPECT_EQ(words(), (Words{100, 200, 300}));
+    EXPECT_TRUE(publishing.publisher->pathDel("it"));
+    for (int round = 0; round < 5; ++round) EXPECT_THROW(words(), Store::StaleReferenceException);
   });
 }
 
@@ -214,13 +205,14 @@ TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
       expectSame(published(publishing), script.contents());
       struct stat used {};
       EXPECT_EQ(stat(data().c_str(), &used), 0);
-      rlimit limit{static_cast<rlim_t>(used.st_blocks) * 512, RLIM_INFINITY};
+      rlimit limit{static_cast<rlim_t>(used.st_blocks) * 512 + 1000, RLIM_INFINITY};  // within a page
       EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
       for (int round = 0; round < 20; ++round) {
         script.stepped(500);
         if (round < 10) continue;
         EXPECT_THROW(publishing.publisher->flush(), Store::StoreException);
-        EXPECT_THAT(publishing.publisher->problem(), testing::HasSubstr("store " + path_));
+        EXPECT_THAT(publishing.publisher->problem(),
+                    testing::MatchesRegex("store " + path_ + ": cannot write it: (No space left|File too large).*"));
         expectWhole(shown());
       }
       if (!roomAgain) return;
@@ -235,36 +227,7 @@ TEST_F(ListPublisherTest, CatchesUpAfterAFullDisk) {
   }
 }
 
-int setting(const char* name, int byDefault) {
-  const char* const text = std::getenv(name);
-  return text != nullptr ? std::atoi(text) : byDefault;
-}
-
 constexpr std::uint32_t paths = 50;
-
-// Publishes one path after the other, again and again, each under a step counted up, among lists that come and go.
-struct Writer {
-  Writer(const std::string& path, std::uint32_t reached)
-      : publishing(path, std::chrono::milliseconds(1)), script(publishing, "script"), step(reached) {}
-
-  std::uint32_t stepped() {
-    ++step;
-    PathLists lists;
-    forEachKind([&]<typename Kind>(Kind) {
-      Words words{step};
-      for (auto n = random() % 20; n > 0; --n) words.push_back((1u << 30) + random() % 1000);
-      lists.*Kind::ofPath = Kind::intern(*publishing.agent, checked(words));
-    });
-    publishing.publisher->pathIs(std::to_string(step % paths), lists);
-    script.stepped(10);
-    return step;
-  }
-
-  Publishing publishing;
-  Script script;
-  std::mt19937 random{1};
-  std::uint32_t step;
-};
 
 // Whole, and with the paths as they were between two steps. The last step, 0 if there is none.
 std::uint32_t expectOneMoment(const Contents& shown) {
@@ -283,58 +246,44 @@ std::uint32_t expectOneMoment(const Contents& shown) {
   return *steps.rbegin();
 }
 
+// Publishes one path after the other, again and again, each under a step counted up from the one reached, among lists
+// that come and go; says which steps are committed.
+void agentRuns(const std::string& path, Steps& said, std::uint64_t reached) {
+  Publishing publishing(path, std::chrono::milliseconds(1));
+  Script script(publishing, "script");
+  for (auto step = static_cast<std::uint32_t>(reached) + 1;; ++step) {
+    PathLists lists;
+    forEachKind([&]<typename Kind>(Kind) { lists.*Kind::ofPath = Kind::intern(*publishing.agent, {step}); });
+    publishing.publisher->pathIs(std::to_string(step % paths), lists);
+    script.stepped(10);
+    if (step % 5 != 0) continue;
+    publishing.publisher->flush();
+    said.done(step);
+  }
+}
+
 TEST_F(ListPublisherTest, ReadersSeeOneMomentWhileAnAgentGoesOn) {
-  const auto end = steady_clock::now() + std::chrono::seconds(setting("VELBGP_SOAK_SECONDS", 2));
   Steps said;
-  const Process agent([&] {
-    Writer writer(path_, 0);
-    while (steady_clock::now() < end) said.done(writer.stepped());
-  });
+  const Process agent([&] { agentRuns(path_, said, 0); });
   said.await(1);
   const auto reader = Store::StoreManager::openForReading(path_);
-  std::uint64_t reads = 0, records = 0;
-  while (steady_clock::now() < end && !HasFailure()) {
-    if (!reader->refresh()) {
-      usleep(100);
-      continue;
-    }
+  int reads = 0;
+  for (const auto end = steady_clock::now() + std::chrono::seconds(2); steady_clock::now() < end && !HasFailure();) {
+    const std::uint64_t least = said.done();
+    if (!reader->refresh()) continue;
+    EXPECT_GE(expectOneMoment(contentsOf(*reader)), least);
     ++reads;
-    const Contents shown = contentsOf(*reader);
-    expectOneMoment(shown);
-    records += shown.records.size();
   }
-  EXPECT_EQ(agent.ended(), 0);
-  reader->refresh();
-  EXPECT_EQ(expectOneMoment(contentsOf(*reader)), said.done());
-  std::cout << said.done() << " steps, " << reader->commits() << " commits, " << reads << " of them read, " << records
-            << " records\n";
+  EXPECT_GT(reads, 10);
+  agent.kill();
+  EXPECT_EQ(agent.ended(), -SIGKILL);
 }
 
 TEST_F(ListPublisherTest, TheLastCommitOutlivesAKilledAgent) {
-  Steps said;
-  std::mt19937 random(7);
-  std::uint32_t reached = 0;
-  const int kills = setting("VELBGP_STORE_KILLS", 10);
-  for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
-    const Process agent([&] {
-      Writer writer(path_, reached);
-      while (true) {
-        for (int i = 0; i < 4; ++i) writer.stepped();
-        const std::uint32_t step = writer.stepped();
-        writer.publishing.publisher->flush();
-        said.done(step);
-      }
-    });
-    usleep(random() % 60000);  // sometimes while it makes or opens the store
-    agent.kill();
-    EXPECT_EQ(agent.ended(), -SIGKILL);
-    try {
-      reached = std::max(reached, expectOneMoment(contentsOf(*Store::StoreManager::openForReading(path_))));
-    } catch (const Store::StoreAbsentException&) {
-    }
-    EXPECT_GE(reached, said.done());
-  }
-  EXPECT_GT(reached, 0u) << "no agent ever came to a commit";
+  std::uint32_t last = 0;  // also while the next agent has not published anything
+  Store::test::expectKillsLoseNothing(
+      path_, [&](Steps& said, std::uint64_t reached) { agentRuns(path_, said, reached); },
+      [&](Store::StoreManager& store) { return last = std::max(last, expectOneMoment(contentsOf(store))); });
 }
 
 }  // namespace

@@ -8,11 +8,6 @@
 #include <csignal>
 #include <string>
 
-namespace TestSupport {
-
-inline auto assertionText(const std::string& text) { return testing::HasSubstr(": assertion failed: " + text + "\n"); }
-
-}  // namespace TestSupport
-
-#define EXPECT_ASSERTION(statement, text) \
-  EXPECT_EXIT(statement, testing::KilledBySignal(SIGABRT), TestSupport::assertionText(text))
+#define EXPECT_ASSERTION(statement, text)                  \
+  EXPECT_EXIT(statement, testing::KilledBySignal(SIGABRT), \
+              testing::HasSubstr(std::string(": assertion failed: ") + (text) + "\n"))
