@@ -1,5 +1,3 @@
-#include <cstring>
-#include <string>
 
 #include "VelBgp/PublishedKindsImpl.h"
 
