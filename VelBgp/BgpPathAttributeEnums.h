@@ -1,13 +1,6 @@
 // Path attributes by number and by name: type codes, flags, the fixed sizes of headers, and the codes of the Prefix-SID
 // attribute.
 //
-//   BgpPathAttrType, bgpPathAttrTypeShowString()   the type code, and what users see for it
-//   BgpPathAttrFlag                                the flags octets that we send
-//   BgpUpdateMsgAttributeFlags                     any flags octet, bit by bit
-//   BgpPathAttrPktConstants, BgpMultiProtocolAttrPktConstants   octet counts
-//   AspType                                        where a path comes from; dense, aspTypeMax is the count
-//   PrefixSidTlvType, Srv6ServiceSubTlvType, Srv6ServiceSubSubTlvType
-//
 // An enumerator's name is its text; Tyr/Enumeration.h tells the functions that the enumerations have. Numbers that are
 // our own choice: AspType counts from 0, attrTypeUnknown and the members that begin with "invalid" are 256 (but for
 // invalidPathAttr, which is 0 on the wire), those that begin with "unknown" 257, so that no octet means them.

@@ -1,20 +1,13 @@
 #include "VelBgp/CommList.h"
 
-#include <algorithm>
-#include <ostream>
-
-#include "Keel/HashMix.h"
 #include "Tyr/PaulHsiehHash.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/ValueCommListImpl.h"
-#include "VelBgp/VelBgpSerialize.h"
 
 namespace Routing::Bgp {
 
 template <>
 inline constexpr Stashed stashedListType<CommListTraits> = Stashed::commList;
-
-// ---- One value
 
 namespace {
 
@@ -72,21 +65,10 @@ std::uint32_t CommListTraits::tableHash(std::span<const Value> values) {
 
 void CommListTraits::write(Value value, Serialize& buffer) { buffer.addU32hton(value); }
 
-// ---- The list
-
 template class ValueCommListContent<CommListTraits>;
 template class ValueCommList<CommListTraits>;
 
-CommList::~CommList() = default;
-
-std::ostream& formatCommList(std::ostream& stream, const CommList* list) { return writeText(stream, stringify(list)); }
-std::ostream& operator<<(std::ostream& stream, const CommList* list) { return formatCommList(stream, list); }
-std::ostream& operator<<(std::ostream& stream, const CommList& list) { return stream << &list; }
-std::string stringify(const CommList* list) { return textOf(list); }
-
-// ---- The tables
-
-CommListDedupTableBase::~CommListDedupTableBase() = default;
+COMM_LIST_TEXTS(CommList, textOf)
 
 void CommListDedupTableBase::initDedupTable(const char* name) { dedupTable_ = Tyr::make<Keel::DedupHashTable>(name); }
 
@@ -97,10 +79,6 @@ void CommListDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t
   dedupTable_->dump(context, indent + 2);
 }
 
-CommListDedupTable::CommListDedupTable() { initDedupTable("commList"); }
-CommListDedupTable::~CommListDedupTable() = default;
-
-CommListDedupTable::Ptr commListDedupTableFactory() { return Tyr::make<CommListDedupTable>(); }
-CommListDedupTable::Ptr CommListDedupTableIs() { return commListDedupTableFactory(); }
+TYR_FACTORIES(CommListDedupTable::Ptr, commListDedupTable, CommListDedupTable, (), ())
 
 }  // namespace Routing::Bgp

@@ -1,11 +1,5 @@
-// The standard communities of a path (RFC 1997) as one interned list, and the well-known values by name.
-//
-//   BgpCommunityValue        the well-known communities (RFC 1997, RFC 8326, RFC 9494)
-//   CommunityFormatter       the text of one value, with or without the well-known names
-//   CommListContent          what a list is built from: 32-bit values in host order, the AS number in the upper half
-//   CommList                 the interned list
-//   CommListDedupTable       interns them, one object per distinct sequence of values
-//   CommListDedupTableBase   what it shares with the table of large communities
+// The standard communities of a path (RFC 1997) as one interned list, and the well-known values (RFC 1997, RFC 8326,
+// RFC 9494) by name. A value is 32 bits in host order, the AS number in the upper half.
 //
 //   CommListContent content;
 //   content.commIs(0xffffff01);                                   // any order, repeats allowed
@@ -14,19 +8,11 @@
 // Ownership, threads and memory: see ValueCommList.h. Lists may outlive their table; they are then in none.
 #pragma once
 
-#include <cstdint>
-#include <iosfwd>
 #include <optional>
-#include <span>
-#include <string>
 #include <string_view>
 
 #include "Keel/DedupHashTable.h"
 #include "Tyr/DynamicBuffer.h"
-#include "Tyr/Enumeration.h"
-#include "Tyr/Export.h"
-#include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/ValueCommList.h"
 
 namespace Routing::Bgp {
@@ -91,7 +77,7 @@ class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
   friend ValueCommList<CommListTraits>;
 
   using ValueCommList::ValueCommList;
-  ~CommList() override;
+  ~CommList() override = default;
 };
 
 // toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.
@@ -100,8 +86,9 @@ VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const CommList* lis
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const CommList& list);
 VELBGP_EXPORT std::string stringify(const CommList* list);
 
-// One hash table. Deliberate: a list's hash() is not where its table puts it. Paul Hsieh's hash has no key, and a peer
-// that sends lists which collide would make every lookup walk all of them; the table goes by Keel's keyed hash.
+// What the tables of standard and of large communities are: one hash table. Deliberate: a list's hash() is not where
+// its table puts it. Paul Hsieh's hash has no key, and a peer that sends lists which collide would make every lookup
+// walk all of them; the table goes by Keel's keyed hash.
 class VELBGP_EXPORT CommListDedupTableBase : public Tyr::PtrInterface {
  public:
   // Lookups by hand go by CommListTraits::tableHash, or LargeCommListTraits::tableHash, of the sorted values.
@@ -113,7 +100,7 @@ class VELBGP_EXPORT CommListDedupTableBase : public Tyr::PtrInterface {
 
  protected:
   CommListDedupTableBase() = default;
-  ~CommListDedupTableBase() override;
+  ~CommListDedupTableBase() override = default;
   // `name` shows in dumps.
   void initDedupTable(const char* name);
 
@@ -127,10 +114,10 @@ class VELBGP_EXPORT CommListDedupTable final : public CommListDedupTableBase {
   using Ptr = Tyr::Ptr<CommListDedupTable>;
   using PtrConst = Tyr::Ptr<const CommListDedupTable>;
 
-  CommListDedupTable();
+  CommListDedupTable() { initDedupTable("commList"); }
 
  private:
-  ~CommListDedupTable() override;
+  ~CommListDedupTable() override = default;
 };
 
 VELBGP_EXPORT CommListDedupTable::Ptr commListDedupTableFactory();

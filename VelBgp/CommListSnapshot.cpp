@@ -8,20 +8,14 @@ SnapshotClassification::SnapshotClassification(ExtCommClassification classificat
   checkClassification(classification);
 }
 
-// The destructor, and the factory's two names.
-#define SNAPSHOT(Snapshot, snapshotFactory, Parameters, arguments)                            \
-  Snapshot::~Snapshot() = default;                                                            \
-  Snapshot::Ptr snapshotFactory##Factory Parameters { return Tyr::make<Snapshot> arguments; } \
-  Snapshot::Ptr Snapshot##Is Parameters { return snapshotFactory##Factory arguments; }
-SNAPSHOT(ExtCommListSnapshot, extCommListSnapshot, (), ())
-SNAPSHOT(ExtCommIp6ListSnapshot, extCommIp6ListSnapshot, (), ())
-SNAPSHOT(CommListSnapshot, commListSnapshot, (), ())
-SNAPSHOT(LargeCommListSnapshot, largeCommListSnapshot, (), ())
-SNAPSHOT(ExtCommClassificationListSnapshot, extCommClassificationListSnapshot, (ExtCommClassification classification),
-         (classification))
-SNAPSHOT(ExtCommIp6ClassificationListSnapshot, extCommIp6ClassificationListSnapshot,
-         (ExtCommClassification classification), (classification))
-#undef SNAPSHOT
+TYR_FACTORIES(ExtCommListSnapshot::Ptr, extCommListSnapshot, ExtCommListSnapshot, (), ())
+TYR_FACTORIES(ExtCommIp6ListSnapshot::Ptr, extCommIp6ListSnapshot, ExtCommIp6ListSnapshot, (), ())
+TYR_FACTORIES(CommListSnapshot::Ptr, commListSnapshot, CommListSnapshot, (), ())
+TYR_FACTORIES(LargeCommListSnapshot::Ptr, largeCommListSnapshot, LargeCommListSnapshot, (), ())
+TYR_FACTORIES(ExtCommClassificationListSnapshot::Ptr, extCommClassificationListSnapshot,
+              ExtCommClassificationListSnapshot, (ExtCommClassification classification), (classification))
+TYR_FACTORIES(ExtCommIp6ClassificationListSnapshot::Ptr, extCommIp6ClassificationListSnapshot,
+              ExtCommIp6ClassificationListSnapshot, (ExtCommClassification classification), (classification))
 
 namespace {
 

@@ -16,18 +16,10 @@
 // Errors: Tyr::NullArgumentException for a null community or list; std::bad_alloc.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <set>
-#include <type_traits>
-#include <utility>
 
 #include "Tyr/Exception.h"
-#include "Tyr/Export.h"
-#include "Tyr/PtrInterface.h"
-#include "VelBgp/CommList.h"
 #include "VelBgp/ExtCommIp6List.h"
-#include "VelBgp/LargeCommList.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp {
@@ -166,8 +158,7 @@ class VELBGP_EXPORT SnapshotClassification {
 class VELBGP_EXPORT ExtCommListSnapshot final
     : public CommSnapshot<ExtCommListSnapshot, std::uint64_t, ExtComm::PtrConst>,
       public SnapshotClassificationLists<ExtCommClassificationList> {
- private:
-  ~ExtCommListSnapshot() override;
+  ~ExtCommListSnapshot() override = default;
 };
 
 class VELBGP_EXPORT ExtCommClassificationListSnapshot final
@@ -178,14 +169,13 @@ class VELBGP_EXPORT ExtCommClassificationListSnapshot final
       : SnapshotClassification(classification) {}
 
  private:
-  ~ExtCommClassificationListSnapshot() override;
+  ~ExtCommClassificationListSnapshot() override = default;
 };
 
 class VELBGP_EXPORT ExtCommIp6ListSnapshot final
     : public CommSnapshot<ExtCommIp6ListSnapshot, ExtCommIp6Content, ExtCommIp6::PtrConst>,
       public SnapshotClassificationLists<ExtCommIp6ClassificationList> {
- private:
-  ~ExtCommIp6ListSnapshot() override;
+  ~ExtCommIp6ListSnapshot() override = default;
 };
 
 class VELBGP_EXPORT ExtCommIp6ClassificationListSnapshot final
@@ -196,17 +186,15 @@ class VELBGP_EXPORT ExtCommIp6ClassificationListSnapshot final
       : SnapshotClassification(classification) {}
 
  private:
-  ~ExtCommIp6ClassificationListSnapshot() override;
+  ~ExtCommIp6ClassificationListSnapshot() override = default;
 };
 
 class VELBGP_EXPORT CommListSnapshot final : public CommSnapshot<CommListSnapshot, std::uint32_t, bool> {
- private:
-  ~CommListSnapshot() override;
+  ~CommListSnapshot() override = default;
 };
 
 class VELBGP_EXPORT LargeCommListSnapshot final : public CommSnapshot<LargeCommListSnapshot, CommunityValue, bool> {
- private:
-  ~LargeCommListSnapshot() override;
+  ~LargeCommListSnapshot() override = default;
 };
 
 VELBGP_EXPORT ExtCommListSnapshot::Ptr extCommListSnapshotFactory();

@@ -2,13 +2,10 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdint>
 #include <functional>
-#include <string>
 #include <type_traits>
 
 #include "Keel/SortUnique.h"
-#include "VelBgp/BgpPathAttributeEnums.h"
 #include "VelBgp/VelBgpSerialize.h"
 
 namespace Routing::Bgp {

@@ -1,4 +1,3 @@
-#include <utility>
 
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
@@ -10,10 +9,6 @@ ExtCommClassificationList::ExtCommClassificationList(ExtCommClassification class
   checkClassification(classification);
   userDataIs(static_cast<std::uint32_t>(classification));
 }
-
-ExtCommClassificationList::~ExtCommClassificationList() = default;
-LinkBandwidthExtCommClassificationList::~LinkBandwidthExtCommClassificationList() = default;
-RtExtCommClassificationList::~RtExtCommClassificationList() = default;
 
 TYR_FWK_TYPE(ExtCommClassificationList, "Routing::Bgp::ExtCommClassificationList")
 TYR_FWK_TYPE(LinkBandwidthExtCommClassificationList, "Routing::Bgp::LinkBandwidthExtCommClassificationList")

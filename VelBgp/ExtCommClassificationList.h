@@ -11,19 +11,7 @@
 // 40 with a best bandwidth or a notifier, and for more than one community 4 + 4n.
 #pragma once
 
-#include <cstdint>
-#include <iosfwd>
-#include <string>
-
-#include "Keel/DedupHandleBase.h"
-#include "Keel/PtrInterfaceArray.h"
-#include "Tyr/Export.h"
-#include "Tyr/FlagSet.h"
-#include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/ExtCommListContent.h"
-#include "VelBgp/NotifyingRouteTargetList.h"
-#include "VelBgp/VelBgpCommunity.h"
 
 namespace Routing::Bgp {
 
@@ -84,7 +72,7 @@ class VELBGP_EXPORT ExtCommClassificationList : public ExtCommListBase<ExtCommCl
   const Tyr::FwkType& fwkType() const override;
 
  protected:
-  ~ExtCommClassificationList() override;
+  ~ExtCommClassificationList() override = default;
 
  public:
   // `content` is an ExtCommClassificationListContent.
@@ -131,7 +119,7 @@ class VELBGP_EXPORT LinkBandwidthExtCommClassificationList final : public ExtCom
   ExtCommListContent::Vector prune() const override;
 
  private:
-  ~LinkBandwidthExtCommClassificationList() override;
+  ~LinkBandwidthExtCommClassificationList() override = default;
 
   ExtComm::PtrConst best_;
 };
@@ -151,7 +139,7 @@ class VELBGP_EXPORT RtExtCommClassificationList final : public ExtCommClassifica
   void lifeTimeNotifierIs(RtExtCommListLifeTimeNotifier::Ptr notifier) noexcept { lifeTimeNotifier_.swap(notifier); }
 
  private:
-  ~RtExtCommClassificationList() override;
+  ~RtExtCommClassificationList() override = default;
 
   RtExtCommListLifeTimeNotifier::Ptr lifeTimeNotifier_;
 };

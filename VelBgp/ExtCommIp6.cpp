@@ -1,20 +1,11 @@
 #include "VelBgp/ExtCommIp6.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <limits>
-#include <ostream>
-#include <utility>
 
-#include "Keel/HashMix.h"
-#include "Tyr/Assert.h"
-#include "Tyr/DynamicBuffer.h"
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
-#include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/InternedExtCommImpl.h"
 #include "VelBgp/Parse/ExtCommRule.h"
-#include "VelBgp/StashImpl.h"
 
 namespace Routing::Bgp {
 
@@ -110,26 +101,18 @@ template <>
 inline constexpr Stashed stashedCommunityType<ExtCommIp6Traits> = Stashed::extCommIp6;
 
 // In no unnamed namespace: templates look for it among the functions of our own.
-static void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6& extComm);
+static std::string subtypeText(const ExtCommIp6& extComm);
 
 template class InternedExtCommContent<ExtCommIp6Traits>;
 template class InternedExtComm<ExtCommIp6Traits>;
-
-ExtCommIp6::~ExtCommIp6() = default;
-ExtCommIp6Subtyped::~ExtCommIp6Subtyped() = default;
 
 TYR_FWK_TYPE(ExtCommIp6, "Routing::Bgp::ExtCommIp6")
 TYR_FWK_TYPE(ExtCommIp6Subtyped, "Routing::Bgp::ExtCommIp6Subtyped")
 
 BgpExtCommPktSubtype ExtCommIp6Subtyped::pktSubtype() const { return BgpExtCommPktSubtype(getContent().subtype()); }
 
-ExtCommIp6::PtrConst extCommIp6Factory(ExtCommClassification classification, const ExtCommIp6Content& content) {
-  return Tyr::make<ExtCommIp6>(classification, content);
-}
-
-ExtCommIp6::PtrConst ExtCommIp6Is(ExtCommClassification classification, const ExtCommIp6Content& content) {
-  return extCommIp6Factory(classification, content);
-}
+TYR_FACTORIES(ExtCommIp6::PtrConst, extCommIp6, ExtCommIp6,
+              (ExtCommClassification classification, const ExtCommIp6Content& content), (classification, content))
 
 ExtCommIp6::PtrConst ExtCommIp6SubtypedIs(ExtCommClassification classification, const ExtCommIp6Content& content) {
   return Tyr::make<ExtCommIp6Subtyped>(classification, content);
@@ -157,9 +140,7 @@ std::string ExtCommIp6::pktSubtypeNonTransIpv6AddressAsString() const {
   return extCommSubtypeString<BgpExtCommIp6PktSubtypeNonTransIpv6Address>(getContent().subtype());
 }
 
-namespace {
-
-std::string subtypeText(const ExtCommIp6& extComm) {
+static std::string subtypeText(const ExtCommIp6& extComm) {
   if (extComm.pktSubtype().isUnspecified()) return "unspecified";
   switch (extComm.pktType()) {
     case extCommIp6PktTypeTransIpv6Address:
@@ -169,12 +150,6 @@ std::string subtypeText(const ExtCommIp6& extComm) {
     default:
       return "none";
   }
-}
-
-}  // namespace
-
-static void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6& extComm) {
-  buffer.append(subtypeText(extComm));
 }
 
 // ---- Text forms
@@ -214,5 +189,13 @@ ExtCommIp6::PtrConst ExtCommIp6::destash(const void* stashed, Store::StoreManage
   made->notInTableIs();
   return made;
 }
+
+// ---- The table
+
+ExtCommIp6DedupTable::ExtCommIp6DedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
+    : ExtCommDedupTableBase("ExtCommIp6DedupTable", std::move(parseExtCommRule)) {}
+
+TYR_FACTORIES(ExtCommIp6DedupTable::Ptr, extCommIp6DedupTable, ExtCommIp6DedupTable,
+              (BgpParseExtendedCommunityRule::PtrConst rule), (std::move(rule)))
 
 }  // namespace Routing::Bgp

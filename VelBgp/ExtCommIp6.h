@@ -1,32 +1,14 @@
 // The IPv6-address-specific extended community (RFC 5701): its 20-octet value and its interned object. The table that
 // interns it is in VelBgp/ExtCommIp6DedupTable.h.
 //
-//   ExtCommIp6Content    the value: type octet, subtype octet, IPv6 address, local administrator
-//   ExtCommIp6           the interned, immutable object; one per distinct value and table
-//   ExtCommIp6Subtyped   an ExtCommIp6 whose second octet is a subtype
-//
 // Numbers are in host order, the address is in address order.
 // Ownership: ExtCommIp6::PtrConst (one word). The object leaves its table with its last pointer.
 // Threads: objects are immutable. Interning follows the table's variant (Keel/DedupHashTable.h). Errors:
 // Tyr::ParseException from reading a text; assertions where an operation says so.
 #pragma once
 
-#include <compare>
-#include <cstdint>
-#include <iosfwd>
-#include <string>
-#include <string_view>
-
 #include "Addr/Ip6Addr.h"
-#include "Keel/DedupHashTable.h"
-#include "Store/Forward.h"
-#include "Tyr/Export.h"
-#include "Tyr/FlagSet.h"
-#include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
-#include "Tyr/Strep.h"
 #include "VelBgp/VelBgpCommunity.h"
-#include "VelBgp/VelBgpCommunityPacketTypes.h"
 
 namespace Routing::Bgp {
 
@@ -94,10 +76,7 @@ struct VELBGP_EXPORT ExtCommIp6Traits {
 extern template class InternedExtCommContent<ExtCommIp6Traits>;
 extern template class InternedExtComm<ExtCommIp6Traits>;
 
-class VELBGP_EXPORT ExtCommIp6DedupContent final : public InternedExtCommContent<ExtCommIp6Traits> {
- public:
-  using InternedExtCommContent::InternedExtCommContent;
-};
+using ExtCommIp6DedupContent = InternedExtCommContent<ExtCommIp6Traits>;
 
 class VELBGP_EXPORT ExtCommIp6 : public InternedExtComm<ExtCommIp6Traits> {
  public:
@@ -129,7 +108,7 @@ class VELBGP_EXPORT ExtCommIp6 : public InternedExtComm<ExtCommIp6Traits> {
   const Tyr::FwkType& fwkType() const override;
 
  protected:
-  ~ExtCommIp6() override;
+  ~ExtCommIp6() override = default;
 
  public:
   void formatDerivedType(std::ostream& stream) const override;
@@ -148,6 +127,7 @@ class VELBGP_EXPORT ExtCommIp6 : public InternedExtComm<ExtCommIp6Traits> {
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 };
 
+// A community whose second octet is a subtype.
 class VELBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
  public:
   using ExtCommIp6::ExtCommIp6;
@@ -155,7 +135,7 @@ class VELBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {
   BgpExtCommPktSubtype pktSubtype() const override;
 
  protected:
-  ~ExtCommIp6Subtyped() override;
+  ~ExtCommIp6Subtyped() override = default;
 };
 static_assert(sizeof(ExtCommIp6) <= 48 && sizeof(ExtCommIp6Subtyped) == sizeof(ExtCommIp6));
 

@@ -1,7 +1,5 @@
 // The table that interns IPv6-address-specific extended communities.
 //
-//   ExtCommIp6DedupTable   keeps one ExtCommIp6 per value, decodes on a miss
-//
 //   const auto table = ExtCommIp6DedupTableIs(rule);
 //   const ExtCommIp6::PtrConst comm = ExtCommIp6::dedupContent(table.get(), content);
 //
@@ -10,8 +8,6 @@
 // without a rule.
 #pragma once
 
-#include "Tyr/Export.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/ExtCommIp6.h"
 
 namespace Routing::Bgp {
@@ -24,7 +20,7 @@ class VELBGP_EXPORT ExtCommIp6DedupTable final : public ExtCommDedupTableBase {
   explicit ExtCommIp6DedupTable(Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule);
 
  private:
-  ~ExtCommIp6DedupTable() override;
+  ~ExtCommIp6DedupTable() override = default;
 };
 
 // To call one of these, include VelBgp/Parse/ExtCommContainer.h too (see extCommDedupTableFactory).

@@ -1,11 +1,5 @@
 #include "VelBgp/ExtCommIp6List.h"
 
-#include <array>
-#include <ostream>
-#include <utility>
-
-#include "Keel/HashMix.h"
-#include "Tyr/Assert.h"
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/StashImpl.h"
@@ -15,11 +9,7 @@ namespace Routing::Bgp {
 
 // ---- What both lists are
 
-ExtCommIp6ListDedupContent::~ExtCommIp6ListDedupContent() = default;
-
 std::uint32_t ExtCommIp6ListDedupContent::hash() const { return list_.hash(); }
-
-ExtCommIp6ListBase::~ExtCommIp6ListBase() = default;
 
 void ExtCommIp6ListBase::assertNeverDeduped() const {
   TYR_ASSERT_TEXT(!everDeduped(),
@@ -81,8 +71,6 @@ ExtCommIp6ClassificationList::ExtCommIp6ClassificationList(ExtCommClassification
   checkClassification(classification);
 }
 
-ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
-
 TYR_FWK_TYPE(ExtCommIp6ClassificationList, "Routing::Bgp::ExtCommIp6ClassificationList")
 
 bool ExtCommIp6ClassificationList::compare(const Keel::DedupHandleBase* other) const {
@@ -108,8 +96,6 @@ ExtCommIp6ClassificationList::PtrConst ExtCommIp6ClassificationList::dedup(const
 }
 
 // ---- Lists
-
-ExtCommIp6List::~ExtCommIp6List() = default;
 
 TYR_FWK_TYPE(ExtCommIp6List, "Routing::Bgp::ExtCommIp6List")
 
@@ -239,7 +225,7 @@ ExtCommIp6List::PtrConst ExtCommIp6List::destash(const void* stashed, Store::Sto
   if (namesNothing(stashed)) return nullptr;
   StashReader reader(stashed, *store, Stashed::extCommIp6List);
   const Ptr list = extCommIp6ListFactory();
-  list->commVectorSorted_ = reader.take<std::uint8_t>() != 0;
+  reader.take<std::uint8_t>();  // whether it is sorted: asked of the communities themselves
   for (const Store::Reference& reference : reader.takeAll<Store::Reference>()) {
     list->comms_.push_back(ExtCommIp6::destash(&reference, store));
     existing(list->comms_.back().get(), *store);
@@ -251,19 +237,9 @@ ExtCommIp6List::PtrConst ExtCommIp6List::destash(const void* stashed, Store::Sto
   return list;
 }
 
-ExtCommIp6List::Ptr extCommIp6ListFactory() { return Tyr::make<ExtCommIp6List>(); }
-ExtCommIp6List::Ptr ExtCommIp6ListIs() { return extCommIp6ListFactory(); }
+TYR_FACTORIES(ExtCommIp6List::Ptr, extCommIp6List, ExtCommIp6List, (), ())
 
 // ---- The table
-
-ExtCommIp6ListDedupTable::ExtCommIp6ListDedupTable() { handleInitialized(); }
-
-ExtCommIp6ListDedupTable::~ExtCommIp6ListDedupTable() = default;
-
-void ExtCommIp6ListDedupTable::handleInitialized() {
-  extCommListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommIp6List");
-  extCommClassificationListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommIp6ClassificationList");
-}
 
 void ExtCommIp6ListDedupTable::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
   context.line(indent, "ExtCommIp6ListDedupTable");
@@ -273,7 +249,6 @@ void ExtCommIp6ListDedupTable::dumpState(Keel::DumpContext& context, std::uint32
   extCommClassificationListDedupTable_->dump(context, indent + 4);
 }
 
-ExtCommIp6ListDedupTable::Ptr extCommIp6ListDedupTableFactory() { return Tyr::make<ExtCommIp6ListDedupTable>(); }
-ExtCommIp6ListDedupTable::Ptr ExtCommIp6ListDedupTableIs() { return extCommIp6ListDedupTableFactory(); }
+TYR_FACTORIES(ExtCommIp6ListDedupTable::Ptr, extCommIp6ListDedupTable, ExtCommIp6ListDedupTable, (), ())
 
 }  // namespace Routing::Bgp

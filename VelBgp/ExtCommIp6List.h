@@ -18,18 +18,9 @@
 // list; std::bad_alloc, which leaves a builder with what it had.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <iosfwd>
-#include <string>
 #include <vector>
 
-#include "Keel/DedupHashTable.h"
-#include "Tyr/Export.h"
-#include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/ExtCommIp6.h"
-#include "VelBgp/VelBgpCommunityPacketTypes.h"
 
 namespace Routing::Bgp {
 
@@ -43,7 +34,6 @@ class ExtCommIp6ClassificationListSnapshot;
 class VELBGP_EXPORT ExtCommIp6ListDedupContent final : public Keel::DedupContentHandle {
  public:
   explicit ExtCommIp6ListDedupContent(const ExtCommIp6ListBase& list) noexcept : list_(list) {}
-  ~ExtCommIp6ListDedupContent() override;
   std::uint32_t hash() const override;
   const ExtCommIp6ListBase& list() const noexcept { return list_; }
 
@@ -80,7 +70,7 @@ class VELBGP_EXPORT ExtCommIp6ListBase : public Keel::DedupHandleBase {
 
  protected:
   ExtCommIp6ListBase() noexcept = default;
-  ~ExtCommIp6ListBase() override;
+  ~ExtCommIp6ListBase() override = default;
 
   void assertNeverDeduped() const;
   // `list` itself, after prepare(), if `table` has no equal one.
@@ -118,7 +108,7 @@ class VELBGP_EXPORT ExtCommIp6ClassificationList final : public ExtCommIp6ListBa
   PtrConst dedup(const ExtCommIp6ListDedupTable* table);
 
  private:
-  ~ExtCommIp6ClassificationList() override;
+  ~ExtCommIp6ClassificationList() override = default;
 
   const ExtCommClassification classification_;
 };
@@ -168,7 +158,7 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
  private:
   class OpenAgain;
 
-  ~ExtCommIp6List() override;
+  ~ExtCommIp6List() override = default;
   Ptr copy() const;
   // Makes and interns the classification lists, and counts the transitive communities. Without a table the
   // classification lists are private ones.
@@ -188,8 +178,6 @@ class VELBGP_EXPORT ExtCommIp6ListDedupTable final : public Tyr::PtrInterface {
   using Ptr = Tyr::Ptr<ExtCommIp6ListDedupTable>;
   using PtrConst = Tyr::Ptr<const ExtCommIp6ListDedupTable>;
 
-  ExtCommIp6ListDedupTable();
-
   Keel::DedupHashTable& extCommListDedupTable() const noexcept { return *extCommListDedupTable_; }
   Keel::DedupHashTable& extCommClassificationListDedupTable() const noexcept {
     return *extCommClassificationListDedupTable_;
@@ -200,11 +188,11 @@ class VELBGP_EXPORT ExtCommIp6ListDedupTable final : public Tyr::PtrInterface {
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
 
  private:
-  ~ExtCommIp6ListDedupTable() override;
-  void handleInitialized();
+  ~ExtCommIp6ListDedupTable() override = default;
 
-  Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_;
-  Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_;
+  const Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommIp6List");
+  const Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_ =
+      Tyr::make<Keel::DedupHashTable>("extCommIp6ClassificationList");
 };
 
 VELBGP_EXPORT ExtCommIp6ListDedupTable::Ptr extCommIp6ListDedupTableFactory();

@@ -1,6 +1,4 @@
 #include <bit>
-#include <utility>
-#include <vector>
 
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
@@ -261,12 +259,11 @@ Store::Reference ExtCommList::stash(Store::WriteBatch* batch) const {
 ExtCommList::PtrConst ExtCommList::destash(const void* stashed, Store::StoreManager* store) {
   if (namesNothing(stashed)) return nullptr;
   StashReader reader(stashed, *store, Stashed::extCommList);
-  const bool sorted = reader.take<std::uint8_t>() != 0;
+  reader.take<std::uint8_t>();  // whether it is sorted: asked of the communities themselves
   const auto references = reader.takeAll<Store::Reference>();
   const auto count = static_cast<std::uint32_t>(references.size());
   const Ptr list(new (count) ExtCommList);
   list->notificationActiveIs(true);
-  list->commVectorSortedIs(sorted);
   list->commCountIs(count);
   for (std::uint32_t i = 0; i < count; ++i) {
     ExtComm::PtrConst comm = ExtComm::destash(&references[i], store);
@@ -280,15 +277,7 @@ ExtCommList::PtrConst ExtCommList::destash(const void* stashed, Store::StoreMana
   return list;
 }
 
-ExtCommListDedupTable::ExtCommListDedupTable() { handleInitialized(); }
-
-ExtCommListDedupTable::~ExtCommListDedupTable() = default;
-
-void ExtCommListDedupTable::handleInitialized() {
-  extCommListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommList");
-  extCommClassificationListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommClassificationList");
-  rtExtCommClassificationListDedupTable_ = Tyr::make<Keel::DedupHashTable>("rtExtCommClassificationList");
-  notifyingRtExtCommListCollection_ = Tyr::make<NotifyingRtExtCommListCollection>();
+ExtCommListDedupTable::ExtCommListDedupTable() {
   rtExtCommListLifeTimeNotifieeIs(notifyingRtExtCommListCollection_);
   rtExtCommClassificationListDedupTable_->lifeTimeNotifieeIs(rtExtCommListLifeTimeNotifiee_);
 }
@@ -311,7 +300,6 @@ void ExtCommListDedupTable::dumpState(Keel::DumpContext& context, std::uint32_t 
   rtExtCommClassificationListDedupTable_->dump(context, indent + 4);
 }
 
-ExtCommListDedupTable::Ptr extCommListDedupTableFactory() { return Tyr::make<ExtCommListDedupTable>(); }
-ExtCommListDedupTable::Ptr ExtCommListDedupTableIs() { return Tyr::make<ExtCommListDedupTable>(); }
+TYR_FACTORIES(ExtCommListDedupTable::Ptr, extCommListDedupTable, ExtCommListDedupTable, (), ())
 
 }  // namespace Routing::Bgp

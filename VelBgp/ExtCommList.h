@@ -11,19 +11,7 @@
 // (Keel/DedupHashTable.h); lists are read-only. Memory: a list of n communities takes 48 + 4n octets (56 for one).
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <iosfwd>
-#include <string>
-
-#include "Keel/PtrInterfaceArray.h"
-#include "Store/Forward.h"
-#include "Tyr/Export.h"
-#include "Tyr/FlagSet.h"
-#include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/ExtCommClassificationList.h"
-#include "VelBgp/VelBgpCommunity.h"
 
 namespace Routing::RouteMap {
 class PosixRegex;
@@ -161,8 +149,6 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
 };
 extern template class ExtCommListBase<ExtCommList, 0>;
 static_assert(sizeof(ExtCommList) == 48);
-
-// ---- Texts and matching ---------------------------------------------------------------------------------------------
 
 // How the communities of a list become the text that a regular expression runs over, one blank between them. Every
 // community contributes, also one whose text is empty; in `ui` only those that policy matches by their UI text.

@@ -1,8 +1,6 @@
 #include <iterator>
-#include <utility>
 
 #include "Tyr/Exception.h"
-#include "Tyr/Strep.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
@@ -10,11 +8,6 @@ namespace Routing::Bgp {
 ExtComm::PtrConst ExtCommVectorLookup(bool commVectorSorted, const ExtCommRange& vector, std::uint64_t community) {
   return lookupByValue(commVectorSorted, vector, community);
 }
-
-ExtCommListContentBase::~ExtCommListContentBase() = default;
-ExtCommListContent::~ExtCommListContent() = default;
-ExtCommListContentU64::~ExtCommListContentU64() = default;
-ExtCommClassificationListContent::~ExtCommClassificationListContent() = default;
 
 bool operator==(const ExtCommListContentBase& lhs, const ExtCommListContentBase& rhs) {
   if (lhs.commVectorSorted() != rhs.commVectorSorted() || lhs.communityCount() != rhs.communityCount()) return false;

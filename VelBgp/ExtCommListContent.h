@@ -8,15 +8,7 @@
 // Ownership, threads and errors: as for every content (VelBgp/CommVectorContent.h).
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <iosfwd>
-#include <string>
-#include <utility>
-
 #include "Keel/PtrInterfaceArray.h"
-#include "Tyr/Assert.h"
-#include "Tyr/Export.h"
 #include "VelBgp/CommVectorContent.h"
 #include "VelBgp/VelBgpCommunity.h"
 
@@ -64,8 +56,6 @@ class VELBGP_EXPORT ExtCommPtrContent : public CommVectorContent<ExtComm::PtrCon
 // What dedupContent asks of either form.
 class VELBGP_EXPORT ExtCommListContentBase : public ExtCommContentBase {
  public:
-  ~ExtCommListContentBase() override;
-
   // Puts the communities, in order, into a new list.
   virtual void populateExtCommList(ExtCommList* list) const = 0;
   virtual bool compareWithExtCommList(const ExtCommList* list) const = 0;
@@ -83,8 +73,6 @@ VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommListCo
 
 class VELBGP_EXPORT ExtCommListContent final : public ExtCommPtrContent<ExtCommListContentBase> {
  public:
-  ~ExtCommListContent() override;
-
   void populateExtCommList(ExtCommList* list) const override;
   bool compareWithExtCommList(const ExtCommList* list) const override;
   std::size_t communityCount() const override { return comms_.size(); }
@@ -96,7 +84,6 @@ class VELBGP_EXPORT ExtCommListContentU64 final : public CommVectorContent<std::
  public:
   // The table must outlive the content.
   explicit ExtCommListContentU64(const ExtCommDedupTable* table) noexcept : table_(table) {}
-  ~ExtCommListContentU64() override;
 
   void commIs(std::uint64_t value) { add(value); }
   void commIs(const ExtCommContent& content) { add(content.value()); }
@@ -121,8 +108,6 @@ class VELBGP_EXPORT ExtCommClassificationListContent final : public ExtCommPtrCo
  public:
   // Asserts that the classification is one of the fourteen.
   explicit ExtCommClassificationListContent(ExtCommClassification classification);
-  ~ExtCommClassificationListContent() override;
-
   ExtCommClassification classification() const noexcept { return classification_; }
 
   VELBGP_EXPORT friend bool operator==(const ExtCommClassificationListContent& lhs,

@@ -5,12 +5,6 @@
 // Threads: as its hash tables' variant allows (Keel/DedupHashTable.h).
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
-#include "Keel/DedupHashTable.h"
-#include "Tyr/Export.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 
 namespace Routing::Bgp {
@@ -48,13 +42,15 @@ class VELBGP_EXPORT ExtCommListDedupTable final : public Tyr::PtrInterface {
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
 
  private:
-  ~ExtCommListDedupTable() override;
-  void handleInitialized();
+  ~ExtCommListDedupTable() override = default;
 
-  Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_;
-  Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_;
-  Tyr::Ptr<Keel::DedupHashTable> rtExtCommClassificationListDedupTable_;
-  NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollection_;
+  const Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommList");
+  const Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_ =
+      Tyr::make<Keel::DedupHashTable>("extCommClassificationList");
+  const Tyr::Ptr<Keel::DedupHashTable> rtExtCommClassificationListDedupTable_ =
+      Tyr::make<Keel::DedupHashTable>("rtExtCommClassificationList");
+  const NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollection_ =
+      Tyr::make<NotifyingRtExtCommListCollection>();
   RtExtCommListLifeTimeNotifiee::Ptr rtExtCommListLifeTimeNotifiee_;
 };
 

@@ -1,7 +1,4 @@
-#include <ostream>
-#include <string>
 
-#include "Policy/PosixRegex.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
@@ -43,21 +40,7 @@ std::ostream& join(std::ostream& stream, const ExtCommRange& vector) {
   return stream;
 }
 
-std::ostream& formatCommList(std::ostream& stream, const ExtCommList* list) {
-  return writeText(stream, bracketed(list));
-}
-std::ostream& formatCommList(std::ostream& stream, const ExtCommClassificationList* list) {
-  return writeText(stream, bracketed(list));
-}
-std::ostream& operator<<(std::ostream& stream, const ExtCommList* list) { return formatCommList(stream, list); }
-std::ostream& operator<<(std::ostream& stream, const ExtCommList& list) { return formatCommList(stream, &list); }
-std::ostream& operator<<(std::ostream& stream, const ExtCommClassificationList* list) {
-  return formatCommList(stream, list);
-}
-std::ostream& operator<<(std::ostream& stream, const ExtCommClassificationList& list) {
-  return formatCommList(stream, &list);
-}
-std::string stringify(const ExtCommList* list) { return bracketed(list); }
-std::string stringify(const ExtCommClassificationList* list) { return bracketed(list); }
+COMM_LIST_TEXTS(ExtCommList, bracketed)
+COMM_LIST_TEXTS(ExtCommClassificationList, bracketed)
 
 }  // namespace Routing::Bgp

@@ -1,11 +1,8 @@
 // Pieces of community text, shared by the sources of the generic forms, the kinds and the route targets.
 #pragma once
 
-#include <cstdint>
 #include <ostream>
-#include <string_view>
 
-#include "Tyr/DynamicBuffer.h"
 #include "VelBgp/VelBgpCommunity.h"
 
 namespace Routing::Bgp {
@@ -55,7 +52,7 @@ inline void appendContent(Tyr::DynamicBufferInterface& buffer, const ExtCommCont
 }
 
 // What formatSubtype prints.
-void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm);
+std::string subtypeText(const ExtComm& extComm);
 // The generic opening of a debugging form: "<", the type's name and, where there is a subtype, a blank and its name.
 template <typename Comm>
 void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const Comm& extComm) {
@@ -63,7 +60,7 @@ void appendTypeAndSubtype(Tyr::DynamicBufferInterface& buffer, const Comm& extCo
   buffer.append(enumName(extComm.pktType()));
   if (extComm.pktSubtype().isUnspecified()) return;
   buffer.append(' ');
-  appendSubtype(buffer, extComm);
+  buffer.append(subtypeText(extComm));
 }
 // The closing of every debugging form: the value and ">".
 inline void appendValueAndClose(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) {
@@ -83,5 +80,12 @@ inline std::ostream& writeText(std::ostream& stream, std::string_view text) {
 inline void writeText(std::ostream& stream, const Tyr::DynamicBufferInterface& buffer) {
   writeText(stream, buffer.view());
 }
+
+// What the header of a list declares for its text; textOf(list) makes it.
+#define COMM_LIST_TEXTS(List, textOf)                                                                                 \
+  std::string stringify(const List* list) { return textOf(list); }                                                    \
+  std::ostream& formatCommList(std::ostream& stream, const List* list) { return writeText(stream, stringify(list)); } \
+  std::ostream& operator<<(std::ostream& stream, const List* list) { return formatCommList(stream, list); }           \
+  std::ostream& operator<<(std::ostream& stream, const List& list) { return formatCommList(stream, &list); }
 
 }  // namespace Routing::Bgp

@@ -1,16 +1,11 @@
 // The bodies of InternedExtComm, for the sources that instantiate it. Where its classes differ, overloads for them are
-// called: appendSubtype(buffer, comm) and appendImage(image, comm).
+// called: subtypeText(comm) and appendImage(image, comm).
 #pragma once
 
-#include <ostream>
 #include <sstream>
-#include <string>
-#include <utility>
 
-#include "Tyr/DynamicBuffer.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/StashImpl.h"
-#include "VelBgp/VelBgpCommunity.h"
 
 namespace Routing::Bgp {
 
@@ -35,9 +30,7 @@ std::string InternedExtComm<Traits>::toStrep() const {
 
 template <typename Traits>
 void InternedExtComm<Traits>::formatSubtype(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendSubtype(buffer, static_cast<const typename Traits::Comm&>(*this));
-  writeText(stream, buffer);
+  writeText(stream, subtypeText(static_cast<const typename Traits::Comm&>(*this)));
 }
 
 template <typename Traits>

@@ -1,18 +1,12 @@
 #include "VelBgp/LargeCommList.h"
 
-#include <ostream>
-
-#include "Keel/HashMix.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/ValueCommListImpl.h"
-#include "VelBgp/VelBgpSerialize.h"
 
 namespace Routing::Bgp {
 
 template <>
 inline constexpr Stashed stashedListType<LargeCommListTraits> = Stashed::largeCommList;
-
-// ---- One value
 
 void LargeCommunityFormatter::format(Tyr::DynamicBufferInterface& buffer, const CommunityValue& value, bool asdot) {
   appendAsNumber(buffer, value.globalAdmin(), true, asdot);
@@ -50,26 +44,11 @@ void LargeCommListTraits::write(const Value& value, Serialize& buffer) {
   buffer.addU32hton(value.localData2());
 }
 
-// ---- The list
-
 template class ValueCommListContent<LargeCommListTraits>;
 template class ValueCommList<LargeCommListTraits>;
 
-LargeCommList::~LargeCommList() = default;
+COMM_LIST_TEXTS(LargeCommList, textOf)
 
-std::ostream& formatCommList(std::ostream& stream, const LargeCommList* list) {
-  return writeText(stream, stringify(list));
-}
-std::ostream& operator<<(std::ostream& stream, const LargeCommList* list) { return formatCommList(stream, list); }
-std::ostream& operator<<(std::ostream& stream, const LargeCommList& list) { return stream << &list; }
-std::string stringify(const LargeCommList* list) { return textOf(list); }
-
-// ---- The table
-
-LargeCommListDedupTable::LargeCommListDedupTable() { initDedupTable("largeCommList"); }
-LargeCommListDedupTable::~LargeCommListDedupTable() = default;
-
-LargeCommListDedupTable::Ptr largeCommListDedupTableFactory() { return Tyr::make<LargeCommListDedupTable>(); }
-LargeCommListDedupTable::Ptr LargeCommListDedupTableIs() { return largeCommListDedupTableFactory(); }
+TYR_FACTORIES(LargeCommListDedupTable::Ptr, largeCommListDedupTable, LargeCommListDedupTable, (), ())
 
 }  // namespace Routing::Bgp

@@ -1,25 +1,9 @@
-// The large communities of a path (RFC 8092) as one interned list.
-//
-//   LargeCommunityFormatter     the text of one value, in plain or dotted notation
-//   LargeCommListContent        what a list is built from: Acl::CommunityValue
-//   LargeCommList               the interned list
-//   LargeCommListDedupTable     interns them, one object per distinct sequence of values
-//
-// Used as the standard communities are (CommList.h). Ownership, threads and memory: see ValueCommList.h.
+// The large communities of a path (RFC 8092) as one interned list. Used as the standard communities are (CommList.h).
+// Ownership, threads and memory: see ValueCommList.h.
 #pragma once
 
-#include <cstdint>
-#include <iosfwd>
-#include <span>
-#include <string>
-
 #include "Policy/CommunityValue.h"
-#include "Tyr/DynamicBuffer.h"
-#include "Tyr/Export.h"
-#include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
 #include "VelBgp/CommList.h"
-#include "VelBgp/ValueCommList.h"
 
 namespace Routing::Bgp {
 
@@ -75,7 +59,7 @@ class VELBGP_EXPORT LargeCommList final : public ValueCommList<LargeCommListTrai
   friend ValueCommList<LargeCommListTraits>;
 
   using ValueCommList::ValueCommList;
-  ~LargeCommList() override;
+  ~LargeCommList() override = default;
 };
 
 // toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.
@@ -90,10 +74,10 @@ class VELBGP_EXPORT LargeCommListDedupTable final : public CommListDedupTableBas
   using Ptr = Tyr::Ptr<LargeCommListDedupTable>;
   using PtrConst = Tyr::Ptr<const LargeCommListDedupTable>;
 
-  LargeCommListDedupTable();
+  LargeCommListDedupTable() { initDedupTable("largeCommList"); }
 
  private:
-  ~LargeCommListDedupTable() override;
+  ~LargeCommListDedupTable() override = default;
 };
 
 VELBGP_EXPORT LargeCommListDedupTable::Ptr largeCommListDedupTableFactory();

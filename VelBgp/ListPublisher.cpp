@@ -1,16 +1,11 @@
 #include "VelBgp/ListPublisher.h"
 
-#include <algorithm>
 #include <atomic>
 #include <condition_variable>
-#include <map>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
-#include <utility>
 
-#include "Keel/DedupHashTable.h"
-#include "Tyr/Assert.h"
 #include "VelBgp/PublisherRecordsImpl.h"
 
 namespace Routing::Bgp {

@@ -30,18 +30,10 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
 
 #include "Store/StoreManager.h"
-#include "Tyr/Export.h"
-#include "VelBgp/CommList.h"
 #include "VelBgp/ExtCommIp6List.h"
-#include "VelBgp/LargeCommList.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp {

@@ -1,9 +1,6 @@
 // The kinds of list that a publisher publishes: a row for each, of all that the publisher must know to tell them apart.
 #pragma once
 
-#include <array>
-#include <cstddef>
-
 #include "VelBgp/ListPublisher.h"
 #include "VelBgp/StashImpl.h"
 

@@ -1,18 +1,9 @@
 // What a publisher notes of lists and paths between two commits.
 #pragma once
 
-#include <algorithm>
 #include <boost/unordered/unordered_flat_map.hpp>
-#include <cstddef>
-#include <functional>
 #include <map>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "Keel/DedupHashTable.h"
-#include "Keel/HashMix.h"
 #include "VelBgp/PublishedKindsImpl.h"
 
 namespace Routing::Bgp::detail {

@@ -1,11 +1,5 @@
-#include <algorithm>
-#include <cstring>
 #include <deque>
-#include <optional>
-#include <vector>
 
-#include "Store/StoreException.h"
-#include "Store/WriteBatch.h"
 #include "VelBgp/PublisherRecordsImpl.h"
 
 namespace Routing::Bgp::detail {

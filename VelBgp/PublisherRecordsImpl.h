@@ -1,13 +1,6 @@
 // What a publisher has in its store: the records of the lists and of their communities, and the paths.
 #pragma once
 
-#include <boost/unordered/unordered_flat_map.hpp>
-#include <cstddef>
-#include <cstdint>
-#include <string>
-
-#include "Keel/HashMix.h"
-#include "Store/StoreManager.h"
 #include "VelBgp/PublisherNotesImpl.h"
 
 namespace Routing::Bgp::detail {

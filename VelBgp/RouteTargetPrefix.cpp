@@ -4,7 +4,6 @@
 #include <bit>
 #include <ostream>
 
-#include "Keel/HashMix.h"
 #include "Tyr/Assert.h"
 #include "Tyr/Exception.h"
 
@@ -14,11 +13,6 @@ namespace {
 void checkLength(std::uint8_t length) {
   if (length <= RouteTargetPrefix::maxLength) return;
   throw Tyr::RangeException("Routing::Bgp::RouteTargetPrefix::length < 0 or > 64 not allowed");
-}
-
-RouteTarget readPrefix(Tyr::StrepIterator& it, const Tyr::StrepIterator& end) {
-  Tyr::expectText(it, end, "Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': ");
-  return RouteTarget{Tyr::readHex64(it, end)};
 }
 
 std::uint8_t readLength(Tyr::StrepIterator& it, const Tyr::StrepIterator& end) {
@@ -42,7 +36,8 @@ RouteTargetPrefix::RouteTargetPrefix(const RouteTarget& prefix, std::uint8_t len
 
 RouteTargetPrefix::RouteTargetPrefix(Tyr::StrepIterator& it, const Tyr::StrepIterator& end) {
   Tyr::StrepIterator next = it;  // `it` moves only when all was read
-  prefix_ = readPrefix(next, end);
+  Tyr::expectText(next, end, "Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': ");
+  prefix_.value = Tyr::readHex64(next, end);
   length_ = readLength(next, end);
   it = next;
 }

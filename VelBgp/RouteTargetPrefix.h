@@ -6,12 +6,7 @@
 #pragma once
 
 #include <compare>
-#include <cstddef>
-#include <cstdint>
-#include <iosfwd>
-#include <string>
 
-#include "Tyr/Export.h"
 #include "Tyr/Strep.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 

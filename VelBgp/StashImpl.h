@@ -9,18 +9,13 @@
 // A change of any of them needs another layout version of the store.
 #pragma once
 
-#include <cstdint>
 #include <cstring>
-#include <string>
-#include <string_view>
-#include <type_traits>
 #include <vector>
 
 #include "Store/StoreException.h"
 #include "Store/StoreManager.h"
 #include "Store/WriteBatch.h"
 #include "VelBgp/ExtCommIp6.h"
-#include "VelBgp/VelBgpCommunity.h"
 
 namespace Routing::Bgp {
 

@@ -1,9 +1,7 @@
 // What the lists of plain values have in common: standard communities (CommList.h) and large ones (LargeCommList.h).
 //
-//   ValueCommListContent<Traits>   the builder: values in any order, repeats allowed
-//   ValueCommList<Traits>          the interned list: ascending, no value twice, the values inside the object
-//
-// Classes derive from both and give them their names; everything is told here once. Traits of a kind:
+// Classes derive from the content and the list and give them their names; everything is told here once. Traits of a
+// kind:
 //   Value                            one community: trivially copyable, ordered by <
 //   List, Content, Table             the derived list and content, and the table that interns it
 //   fwkType                          the list's class
@@ -21,15 +19,10 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <span>
-#include <string>
 
-#include "Keel/DedupHandleBase.h"
 #include "Policy/PosixRegex.h"
 #include "Store/Forward.h"
-#include "Tyr/Export.h"
 #include "Tyr/FwkType.h"
 #include "Tyr/PtrInterface.h"
 #include "VelBgp/BgpPathAttributeEnums.h"
@@ -39,6 +32,7 @@ namespace Routing::Bgp {
 
 class Serialize;
 
+// The builder: values in any order, repeats allowed.
 template <typename Traits>
 class VELBGP_EXPORT ValueCommListContent : public CommVectorContent<typename Traits::Value, CommContentBase> {
  public:
@@ -62,6 +56,7 @@ class VELBGP_EXPORT ValueCommListContent : public CommVectorContent<typename Tra
   }
 };
 
+// The interned list: ascending, no value twice.
 template <typename Traits>
 class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
  public:

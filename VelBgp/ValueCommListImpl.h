@@ -2,15 +2,9 @@
 #pragma once
 
 #include <cstdlib>
-#include <cstring>
-#include <functional>
 #include <memory>
 #include <new>
-#include <string_view>
-#include <vector>
 
-#include "Policy/PosixRegex.h"
-#include "Tyr/DynamicBuffer.h"
 #include "Tyr/Exception.h"
 #include "Tyr/Trace.h"
 #include "VelBgp/CommVectorImpl.h"
@@ -18,8 +12,6 @@
 #include "VelBgp/ValueCommList.h"
 
 namespace Routing::Bgp {
-
-// ---- Content
 
 template <typename Traits>
 void ValueCommListContent<Traits>::append(const typename Traits::List* list) {
@@ -40,8 +32,6 @@ std::uint32_t ValueCommListContent<Traits>::hash() const {
   TYR_ASSERT(t->commVectorSorted());
   return Traits::hash(this->comms_);
 }
-
-// ---- List
 
 template <typename Traits>
 void* ValueCommList<Traits>::operator new(std::size_t octets, Values values) {
@@ -103,8 +93,6 @@ typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupContent(con
                                                         [values] { return allocate(values); });
 }
 
-// ---- Texts
-
 namespace detail {
 
 // The values' texts, a blank between them; format(buffer, value) writes one.
@@ -149,8 +137,6 @@ template <typename List>
 std::string textOf(const List* list) {
   return list == nullptr ? "NULL" : list->toStrep();
 }
-
-// ---- Attribute and record
 
 template <typename Traits>
 std::string ValueCommList<Traits>::serialize() const {

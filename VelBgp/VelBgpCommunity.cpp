@@ -1,17 +1,10 @@
 #include "VelBgp/VelBgpCommunity.h"
 
-#include <algorithm>
-#include <array>
-#include <ostream>
-#include <utility>
-
 #include "BgpCommon/BgpHashMixImpl.h"
 #include "Tyr/Exception.h"
-#include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/InternedExtCommImpl.h"
 #include "VelBgp/Parse/ExtComm.h"
 #include "VelBgp/Parse/ExtCommContainer.h"
-#include "VelBgp/StashImpl.h"
 
 namespace Routing::Bgp {
 
@@ -44,24 +37,15 @@ inline constexpr Stashed stashedCommunityType<ExtCommTraits> = Stashed::extComm;
 template class InternedExtCommContent<ExtCommTraits>;
 template class InternedExtComm<ExtCommTraits>;
 
-ExtComm::~ExtComm() = default;
-ExtCommSubtyped::~ExtCommSubtyped() = default;
-
 TYR_FWK_TYPE(ExtComm, "Routing::Bgp::ExtComm")
 TYR_FWK_TYPE(ExtCommSubtyped, "Routing::Bgp::ExtCommSubtyped")
 
 BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const { return BgpExtCommPktSubtype(getContent().subtypeOctet()); }
 
-bool ExtComm::isValid() const { return true; }
-
 bool ExtComm::isBetterThan(const PtrConst& other) const {
   TYR_ASSERT(other != nullptr);
   return getContent() < other->getContent();
 }
-
-bool ExtComm::isLinkBandwidth() const { return false; }
-bool ExtComm::isLinkBandwidthWithUnspecifiedAsNumber() const { return false; }
-bool ExtComm::policyMatchStrepUI() const { return false; }
 
 void ExtComm::fourByteAsBitIs(bool fourByteAs) noexcept {
   userDataIs(fourByteAs ? userData() | fourByteAsMask : userData() & ~fourByteAsMask);
@@ -92,8 +76,6 @@ namespace {
   }
 #include "VelBgp/ExtCommSubtypeStrings.def"
 
-namespace {
-
 std::string subtypeText(const ExtComm& extComm) {
   if (extComm.pktSubtype().isUnspecified()) return "unspecified";
   switch (extComm.pktType()) {
@@ -105,10 +87,6 @@ std::string subtypeText(const ExtComm& extComm) {
       return "none";
   }
 }
-
-}  // namespace
-
-void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) { buffer.append(subtypeText(extComm)); }
 
 // ---- Text forms
 
@@ -187,11 +165,6 @@ ExtComm::PtrConst ExtComm::destash(const void* stashed, Store::StoreManager* sto
 
 // ---- The table
 
-ExtCommLifeTimeNotifiee::ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr list) noexcept
-    : list_(std::move(list)) {}
-
-ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
-
 namespace {
 
 const ExtComm* routeTargetOf(const Keel::DedupHandleBase* handle) noexcept {
@@ -225,17 +198,11 @@ void ExtCommDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t 
 
 ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
     : ExtCommDedupTableBase("ExtCommDedupTable", std::move(parseExtCommRule)) {
-  handleInitialized();
+  dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
 }
 
 // The hash table goes first and tells the notifiee, which empties the list of route targets for its observers.
 ExtCommDedupTable::~ExtCommDedupTable() { dedupTable_.reset(); }
-
-void ExtCommDedupTable::handleInitialized() {
-  producerRtList_ = Tyr::make<NotifyingRouteTargetList>();
-  lifeTimeNotifiee_ = Tyr::make<ExtCommLifeTimeNotifiee>(producerRtList_);
-  dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
-}
 
 TYR_FACTORIES(ExtCommDedupTable::Ptr, extCommDedupTable, ExtCommDedupTable,
               (BgpParseExtendedCommunityRule::PtrConst rule), (std::move(rule)))

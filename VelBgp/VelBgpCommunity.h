@@ -1,35 +1,17 @@
 // The extended community (RFC 4360): its 8-octet value, its interned object, and the table that interns it.
 //
-//   ExtCommContent          the value: one 64-bit number, the first wire octet most significant
-//   ExtCommClassification   what a decoded community is (route target, link bandwidth, ...)
-//   ExtComm                 the interned, immutable object; one per distinct value and table
-//   ExtCommSubtyped         an ExtComm whose second octet is a subtype; the kinds in VelBgp/Parse derive from it
-//   ExtCommDedupTable       keeps one object per value, decodes on a miss, mirrors the live route targets
-//   InternedExtComm         what its object and the one of IPv6 communities (VelBgp/ExtCommIp6.h) have in common; for
-//   ExtCommDedupTableBase   their tables the same
-//
 // Ownership: ExtComm::PtrConst (one word). The object leaves its table with its last pointer.
 // Threads: objects are immutable. Interning follows the table's variant (Keel/DedupHashTable.h).
 #pragma once
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
-#include <cstdint>
-#include <iosfwd>
-#include <string>
 #include <string_view>
-#include <type_traits>
 
-#include "Keel/DedupHashTable.h"
 #include "Store/Forward.h"
 #include "Tyr/DynamicBuffer.h"
-#include "Tyr/Enumeration.h"
-#include "Tyr/Export.h"
 #include "Tyr/FlagSet.h"
 #include "Tyr/FwkType.h"
-#include "Tyr/PtrInterface.h"
-#include "Tyr/Strep.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
 
@@ -39,7 +21,7 @@ class BgpParseExtendedCommunityRule;
 class ExtComm;
 class ExtCommDedupTable;
 
-// The wire value. Equality and order are those of the number.
+// The wire value: one number, the first wire octet most significant. Equality and order are those of the number.
 class ExtCommContent {
  public:
   constexpr ExtCommContent() noexcept = default;
@@ -84,9 +66,9 @@ class VELBGP_EXPORT InternedExtCommContent : public Keel::DedupContentHandle {
   typename Traits::Content content_;
 };
 
-// An object of one content, and the classification that it was decoded to. Traits tell the names of the class, of its
-// content, of its table and of its type octet's enumeration with the unknown member, the content's hash, and how the
-// table's rule decodes.
+// What ExtComm and ExtCommIp6 (VelBgp/ExtCommIp6.h) are: an object of one content, and the classification that it was
+// decoded to. Traits tell the names of the class, of its content, of its table and of its type octet's enumeration with
+// the unknown member, the content's hash, and how the table's rule decodes.
 template <typename Traits>
 class VELBGP_EXPORT InternedExtComm : public Keel::DedupHandleBase {
  public:
@@ -156,10 +138,7 @@ struct VELBGP_EXPORT ExtCommTraits {
 extern template class InternedExtCommContent<ExtCommTraits>;
 extern template class InternedExtComm<ExtCommTraits>;
 
-class VELBGP_EXPORT ExtCommDedupContent final : public InternedExtCommContent<ExtCommTraits> {
- public:
-  using InternedExtCommContent::InternedExtCommContent;
-};
+using ExtCommDedupContent = InternedExtCommContent<ExtCommTraits>;
 
 class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
  public:
@@ -183,37 +162,26 @@ class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
   const Tyr::FwkType& fwkType() const override;
 
  protected:
-  ~ExtComm() override;
+  ~ExtComm() override = default;
 
  public:
   void formatDerivedType(std::ostream& stream) const override;
   // The policy and UI form. Generic communities have a text only with the classification and UI bits together.
   virtual std::string toStrepForPolicy(StrepFormat format) const;
-  virtual bool isValid() const;
+  virtual bool isValid() const { return true; }
   // Deliberate: the smaller value is the better one, here and for link bandwidth. `other` is not null.
   virtual bool isBetterThan(const PtrConst& other) const;
-  virtual bool isLinkBandwidth() const;
-  virtual bool isLinkBandwidthWithUnspecifiedAsNumber() const;
+  virtual bool isLinkBandwidth() const { return false; }
+  virtual bool isLinkBandwidthWithUnspecifiedAsNumber() const { return false; }
   // The kind's UI text is the text that route policy matches.
-  virtual bool policyMatchStrepUI() const;
+  virtual bool policyMatchStrepUI() const { return false; }
 
   std::uint64_t community() const noexcept { return getContent().value(); }
 
   // The subtype's name under the community's own type, or "subtype=" and the octet in decimal. Each asserts that it is
   // asked of its own type, and that there is a subtype.
-  std::string pktSubtypeTransTwoOctetAsString() const;
-  std::string pktSubtypeTransIpv4AddressString() const;
-  std::string pktSubtypeTransFourOctetAsString() const;
-  std::string pktSubtypeTransOpaqueString() const;
-  std::string pktSubtypeEvpnString() const;
-  std::string pktSubtypeFlowspecRedirectNexthopString() const;
-  std::string pktSubtypeTransGenericString() const;
-  std::string pktSubtypeTransGenericPart2String() const;
-  std::string pktSubtypeTransGenericPart3String() const;
-  std::string pktSubtypeNonTransTwoOctetAsString() const;
-  std::string pktSubtypeNonTransIpv4AddressString() const;
-  std::string pktSubtypeNonTransFourOctetAsString() const;
-  std::string pktSubtypeNonTransOpaqueString() const;
+#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype) std::string pktSubtypeString() const;
+#include "VelBgp/ExtCommSubtypeStrings.def"
 
   // "0x" and 16 hex digits.
   void formatCommunityValue(std::ostream& stream) const;
@@ -241,6 +209,7 @@ class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
   static constexpr std::uint32_t fourByteAsMask = 1u << 8;
 };
 
+// A community whose second octet is a subtype; the kinds in VelBgp/Parse derive from it.
 class VELBGP_EXPORT ExtCommSubtyped : public ExtComm {
  public:
   using ExtComm::ExtComm;
@@ -248,7 +217,7 @@ class VELBGP_EXPORT ExtCommSubtyped : public ExtComm {
   BgpExtCommPktSubtype pktSubtype() const override;
 
  protected:
-  ~ExtCommSubtyped() override;
+  ~ExtCommSubtyped() override = default;
 };
 static_assert(sizeof(ExtComm) == 32 && sizeof(ExtCommSubtyped) == sizeof(ExtComm));
 
@@ -271,13 +240,13 @@ VELBGP_EXPORT std::string extCommTypeAsString(const char* text, std::uint8_t typ
 // Keeps a NotifyingRouteTargetList equal to the set of interned route targets.
 class VELBGP_EXPORT ExtCommLifeTimeNotifiee final : public Keel::DedupLifeTimeNotifiee {
  public:
-  explicit ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr list) noexcept;
+  explicit ExtCommLifeTimeNotifiee(NotifyingRouteTargetList::Ptr list) noexcept : list_(std::move(list)) {}
   void handleInsert(Keel::DedupHandleBase* handle) override;
   void handleRemove(Keel::DedupHandleBase* rawHandle) override;
   void handleNotificationStop(Keel::DedupHashTable* table) override;
 
  private:
-  ~ExtCommLifeTimeNotifiee() override;
+  ~ExtCommLifeTimeNotifiee() override = default;
 
   const NotifyingRouteTargetList::Ptr list_;
 };
@@ -317,10 +286,9 @@ class VELBGP_EXPORT ExtCommDedupTable final : public ExtCommDedupTableBase {
 
  private:
   ~ExtCommDedupTable() override;
-  void handleInitialized();
 
-  NotifyingRouteTargetList::Ptr producerRtList_;
-  Tyr::Ptr<ExtCommLifeTimeNotifiee> lifeTimeNotifiee_;
+  const NotifyingRouteTargetList::Ptr producerRtList_ = Tyr::make<NotifyingRouteTargetList>();
+  const Tyr::Ptr<ExtCommLifeTimeNotifiee> lifeTimeNotifiee_ = Tyr::make<ExtCommLifeTimeNotifiee>(producerRtList_);
 };
 
 template <typename Sink>

@@ -2,16 +2,10 @@
 // their holder. A holder offers commVectorSorted() and comms(); valueOf() gives what an element is sorted by.
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <ostream>
 #include <sstream>
-#include <string>
-#include <utility>
 
 #include "BgpCommon/BgpHashMixImpl.h"
-#include "Tyr/Assert.h"
 #include "VelBgp/CommVectorImpl.h"
 #include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/VelBgpCommunityList.h"

@@ -1,11 +1,5 @@
 // The code points of extended communities, and what they are called.
 //
-//   BgpExtCommPktType                 the type octet; its 0x40 bit marks the non-transitive types
-//   BgpExtCommPktSubtype...           one enumeration of subtype octets for each type that has subtypes
-//   BgpExtCommPktSubtype              a subtype octet, or none
-//   BgpExtCommIp6Pkt...               the same for the 20-octet communities with an IPv6 address
-//   ExtCommClassification             what a community is once it is decoded: 14 members, 0 to 13
-//
 // An enumerator's name is its text. Tyr/Enumeration.h tells the functions that each enumeration has:
 // bgpIsValidEnumMember, stringValue, valueToStrep, operator<<, BgpExtCommPktTypeInstance and its like, sequenceToValue.
 //
@@ -16,11 +10,7 @@
 // Threads: constants and plain values.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "Tyr/Enumeration.h"
-#include "Tyr/Export.h"
 #include "VelBgp/VelBgpMiscTypes.h"
 
 namespace Routing::Bgp {
@@ -31,15 +21,15 @@ namespace Routing::Bgp {
 #define TYR_ENUMERATIONS "VelBgp/ExtCommClassification.def"
 #include "Tyr/EnumerationDeclare.def"
 
-// Unspecified, or 0 to 255.
+// A subtype octet, or none: unspecified, or 0 to 255.
 class VELBGP_EXPORT BgpExtCommPktSubtype final : public BgpMaybeU63 {
  public:
   constexpr BgpExtCommPktSubtype() noexcept = default;
   // Throws as valueIs() does.
   explicit BgpExtCommPktSubtype(std::uint64_t value) { valueIs(value); }
 
-  std::uint64_t min() const override;
-  std::uint64_t max() const override;
+  std::uint64_t min() const override { return 0; }
+  std::uint64_t max() const override { return 255; }
 };
 
 // The name of `octet` in `subtypes`, or "subtype=" and the octet in decimal if it is no code point there.

@@ -19,8 +19,10 @@ unsigned shiftOf(unsigned index, unsigned count, unsigned bits, const char* oper
   return index * bits;
 }
 
-std::uint32_t replaced(std::uint32_t word, unsigned shift, std::uint32_t mask, std::uint32_t field) {
-  return (word & ~(mask << shift)) | (field << shift);
+constexpr std::uint32_t maskOf(unsigned bits) { return (1u << bits) - 1; }
+
+std::uint32_t replaced(std::uint32_t word, unsigned shift, unsigned bits, std::uint32_t field) {
+  return (word & ~(maskOf(bits) << shift)) | (field << shift);
 }
 
 }  // namespace
@@ -30,10 +32,6 @@ void BgpMaybeU63::checkValue() {
   valueDel();  // Deliberate: before the throw, so that who catches it holds an object without a wrong value.
   throw Tyr::RangeException("value < min or > max not allowed");
 }
-
-std::uint64_t BgpMaybeU63::min() const { return 1; }
-std::uint64_t BgpMaybeU63::max() const { return 0; }
-std::uint64_t BgpMaybeU63::mappedUnspecifiedValue() const { return 0; }
 
 void BgpMaybeU63::valueIs(std::uint64_t value) {
   value_ = value;  // Deliberate: stored before the check, which resets it.
@@ -68,29 +66,18 @@ BgpDenseU32Attr::BgpDenseU32Attr(Tyr::StrepIterator& it, const Tyr::StrepIterato
   it = next;
 }
 
-bool BgpDenseU32Attr::valueBool(unsigned index) const {
-  return (value_ >> shiftOf(index, 16, 1, "BgpDenseU32Attr::valueBool") & 1) != 0;
-}
-void BgpDenseU32Attr::valueBoolIs(unsigned index, bool on) {
-  value_ = replaced(value_, shiftOf(index, 16, 1, "BgpDenseU32Attr::valueBoolIs"), 1, on);
-}
-bool BgpDenseU32Attr::valueBoolDel(unsigned) { throw Tyr::RangeException("BgpDenseU32Attr::valueBoolDel"); }
-
-std::uint8_t BgpDenseU32Attr::valueU8(unsigned index) const {
-  return static_cast<std::uint8_t>(value_ >> shiftOf(index, 4, 8, "BgpDenseU32Attr::valueU8"));
-}
-void BgpDenseU32Attr::valueU8Is(unsigned index, std::uint8_t octet) {
-  value_ = replaced(value_, shiftOf(index, 4, 8, "BgpDenseU32Attr::valueU8Is"), 0xff, octet);
-}
-std::uint8_t BgpDenseU32Attr::valueU8Del(unsigned) { throw Tyr::RangeException("BgpDenseU32Attr::valueU8Del"); }
-
-std::uint16_t BgpDenseU32Attr::valueU16(unsigned index) const {
-  return static_cast<std::uint16_t>(value_ >> shiftOf(index, 2, 16, "BgpDenseU32Attr::valueU16"));
-}
-void BgpDenseU32Attr::valueU16Is(unsigned index, std::uint16_t half) {
-  value_ = replaced(value_, shiftOf(index, 2, 16, "BgpDenseU32Attr::valueU16Is"), 0xffff, half);
-}
-std::uint16_t BgpDenseU32Attr::valueU16Del(unsigned) { throw Tyr::RangeException("BgpDenseU32Attr::valueU16Del"); }
+// A view of `count` fields of `bits` bits. Each operation's name is the text of its error.
+#define DENSE_VIEW(field, Field, count, bits)                                                                    \
+  Field BgpDenseU32Attr::field(unsigned index) const {                                                           \
+    return static_cast<Field>(value_ >> shiftOf(index, count, bits, "BgpDenseU32Attr::" #field) & maskOf(bits)); \
+  }                                                                                                              \
+  void BgpDenseU32Attr::field##Is(unsigned index, Field value) {                                                 \
+    value_ = replaced(value_, shiftOf(index, count, bits, "BgpDenseU32Attr::" #field "Is"), bits, value);        \
+  }                                                                                                              \
+  Field BgpDenseU32Attr::field##Del(unsigned) { throw Tyr::RangeException("BgpDenseU32Attr::" #field "Del"); }
+DENSE_VIEW(valueBool, bool, 16, 1)
+DENSE_VIEW(valueU8, std::uint8_t, 4, 8)
+DENSE_VIEW(valueU16, std::uint16_t, 2, 16)
 
 std::string valueToStrep(const BgpDenseU32Attr& attr) {
   return std::string(denseOpening).append(std::to_string(attr.value())).append(denseClosing);

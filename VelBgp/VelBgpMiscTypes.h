@@ -1,8 +1,4 @@
 // Small value types of the attribute code.
-//
-//   BgpMaybeU63       an optional unsigned number of up to 63 bits, whose bounds a derived class sets
-//   BgpDenseU32Attr   16 flags, 4 octets or 2 halves in one 32-bit word, for the small attributes of a path
-//
 // Threads: plain values. Errors: Tyr::RangeException for what is out of bounds, Tyr::ParseException from reading.
 #pragma once
 
@@ -24,16 +20,16 @@ namespace Routing::Bgp {
 template <typename T>
 concept BgpNumber = std::integral<T> ||(std::is_enum_v<T>&& std::convertible_to<T, std::uint64_t>);
 
-// Bounds are virtual, so that one set of operations serves every derived class; an object is a value all the same. A
-// copy into the base keeps the number, not the bounds.
+// An optional unsigned number of up to 63 bits. Bounds are virtual, so that one set of operations serves every derived
+// class; an object is a value all the same. A copy into the base keeps the number, not the bounds.
 class VELBGP_EXPORT BgpMaybeU63 {
  public:
   // Deliberate: the base's range is empty, so that a plain BgpMaybeU63 can be nothing but unspecified.
   virtual void checkValue();
-  virtual std::uint64_t min() const;
-  virtual std::uint64_t max() const;
+  virtual std::uint64_t min() const { return 1; }
+  virtual std::uint64_t max() const { return 0; }
   // What valueWithUnspecifiedMapped() gives for an unspecified value.
-  virtual std::uint64_t mappedUnspecifiedValue() const;
+  virtual std::uint64_t mappedUnspecifiedValue() const { return 0; }
   constexpr virtual ~BgpMaybeU63() = default;
 
   // The bit that means "unspecified".
@@ -89,8 +85,9 @@ VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const BgpMaybeU63& 
 // Takes what toStrep() wrote from the front of the range. A number out of bounds is the range error of valueIs().
 VELBGP_EXPORT void sequenceToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, BgpMaybeU63* value);
 
-// Views of one word; each may be used beside the others. An index out of range throws Tyr::RangeException with the
-// operation's name as its text, and so does every ...Del: there is nothing that could be taken out of a word.
+// Views of one word, for the small attributes of a path: 16 flags, 4 octets or 2 halves; each may be used beside the
+// others. An index out of range throws Tyr::RangeException with the operation's name as its text, and so does every
+// ...Del: there is nothing that could be taken out of a word.
 class VELBGP_EXPORT BgpDenseU32Attr {
  public:
   constexpr BgpDenseU32Attr() noexcept = default;

@@ -15,10 +15,7 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <string>
 
-#include "Tyr/Export.h"
 #include "VelBgp/BgpPathAttributeEnums.h"
 
 namespace Routing::Bgp {
