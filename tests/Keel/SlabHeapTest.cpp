@@ -1,15 +1,18 @@
-#include "Keel/SlabHeap.h"
-
+// The slab heaps, and the arrays whose blocks they hold.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <random>
 #include <vector>
 
+#include "Keel/PtrInterfaceArray.h"
+#include "Keel/Word.h"
 #include "Tyr/Threading.h"
 
-namespace Keel {
+namespace Keel::test {
 namespace {
 
 TEST(SlabHeap, SlotsAreDisjointAndReferencesLeadBack) {
@@ -56,5 +59,38 @@ TEST(SlabHeap, RefusesSizesThatItHasNoClassFor) {
   EXPECT_DEATH(handleHeap().allocate(16), "pool.slotOctets >= pool.linkOffset");
 }
 
+static_assert(sizeof(PtrInterfaceArray<Word>) == sizeof(void*));
+static_assert(std::random_access_iterator<PtrInterfaceRange<Word>::iterator>);
+
+// Empty, inline, small block, the last block from a slab and the first from the general heap.
+TEST(PtrInterfaceArray, HoldsAndGivesBackEverySize) {
+  for (const std::uint32_t count : {0u, 1u, 2u, 3u, 65u, 511u, 512u, 20000u}) {
+    std::vector<Word::PtrConst> words;
+    for (std::uint32_t i = 0; i < count; ++i) words.emplace_back(new Word(i));
+    {
+      PtrInterfaceArray<Word> array, halfFilled;
+      array.sizeIs(count);
+      for (std::uint32_t i = 0; i < count; ++i) array.elementIs(i, words[i]);
+      ASSERT_EQ(array.size(), count);
+      EXPECT_EQ(array.empty(), count == 0);
+      const auto range = array.range();
+      EXPECT_TRUE(std::equal(words.begin(), words.end(), range.begin(), range.end()));
+      const auto found = std::lower_bound(range.begin(), range.end(), count / 2,
+                                          [](const Word* word, std::uint64_t value) { return word->value < value; });
+      EXPECT_EQ(found - range.begin(), count / 2);
+      EXPECT_EQ(blockHeap().liveSlots(), count > 1 && count < 512 ? 1u : 0u);
+      for (const Word* word : range) EXPECT_EQ(word->referenceCount(), 2u);
+      halfFilled.sizeIs(count);
+      if (count > 0) {
+        EXPECT_EQ(halfFilled[count / 2], nullptr);
+        halfFilled.elementIs(0, words[0]);
+      }
+    }
+    for (const Word::PtrConst& word : words) EXPECT_EQ(word->referenceCount(), 1u);
+  }
+  EXPECT_EQ(Word::alive, 0);
+  EXPECT_EQ(blockHeap().liveSlots(), 0u);
+}
+
 }  // namespace
-}  // namespace Keel
+}  // namespace Keel::test

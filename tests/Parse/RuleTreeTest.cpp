@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "VelBgp/Ip6Tables.h"
+#include "VelBgp/Agent.h"
 #include "VelBgp/Parse/ExtCommKind.h"
 #include "support/Death.h"
 #include "support/LeakCheck.h"

@@ -1,6 +1,9 @@
-// What every test of lists needs: a decoder and the tables of all kinds, in either variant. The decoder also knows route
-// targets and origins among IPv6-address-specific communities.
+// What every test of lists needs: a decoder and the tables of all kinds, in either variant, and ways to intern a few
+// communities. The decoder also knows route targets and origins among IPv6-address-specific communities.
 #pragma once
+
+#include <cstdint>
+#include <vector>
 
 #include "Tyr/Threading.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
@@ -10,6 +13,15 @@
 #include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp::test {
+
+using Values = std::vector<std::uint64_t>;
+using Ip6Contents = std::vector<ExtCommIp6Content>;
+
+template <typename Content, typename Elements>
+Content filled(Content content, const Elements& elements) {
+  for (const auto& element : elements) content.commIs(element);
+  return content;
+}
 
 inline ExtCommIp6Content ip6(std::uint8_t type, std::uint8_t subtype, const char* addr, std::uint16_t localAdmin) {
   return {type, subtype, Addr::Ip6Addr(std::string_view(addr)), localAdmin};
@@ -31,6 +43,14 @@ class Ip6SubRule : public BgpParseExtCommIp6SubTypeTransRuleBase {
   const bool declines_;
 };
 
+// Of pointers to extended communities.
+template <typename Comms>
+Values valuesOf(const Comms& comms) {
+  Values values;
+  for (const auto& comm : comms) values.push_back(comm->community());
+  return values;
+}
+
 class Agent {
   struct Threading {
     explicit Threading(bool multiThreaded) { Tyr::agentMultiThreadedIs(multiThreaded); }
@@ -51,6 +71,31 @@ class Agent {
            standard->size() + extended->extCommClassificationListDedupTable().size() +
            extended->rtExtCommClassificationListDedupTable()->size() +
            extendedIp6->extCommClassificationListDedupTable().size();
+  }
+
+  ExtComm::PtrConst internOne(std::uint64_t value) const {
+    return ExtComm::dedupContent(comms.get(), ExtCommContent(value));
+  }
+  ExtCommIp6::PtrConst internOne(const ExtCommIp6Content& content) const {
+    return ExtCommIp6::dedupContent(ip6Comms.get(), content);
+  }
+  ExtCommListContentU64 raw(const Values& values) const { return filled(ExtCommListContentU64(comms.get()), values); }
+  ExtCommList::PtrConst intern(const Values& values) const {
+    return ExtCommList::dedupContent(extended.get(), raw(values));
+  }
+  CommList::PtrConst internStandard(const std::vector<std::uint32_t>& values) const {
+    return CommList::dedupContent(standard.get(), filled(CommListContent(), values));
+  }
+  LargeCommList::PtrConst internLarge(const std::vector<CommunityValue>& values) const {
+    return LargeCommList::dedupContent(large.get(), filled(LargeCommListContent(), values));
+  }
+  ExtCommIp6List::Ptr ip6Builder(const Ip6Contents& contents) const {
+    ExtCommIp6List::Ptr list = ExtCommIp6ListIs();
+    for (const ExtCommIp6Content& content : contents) list->commIs(internOne(content));
+    return list;
+  }
+  ExtCommIp6List::PtrConst internIp6(const Ip6Contents& contents) const {
+    return ip6Builder(contents)->dedup(extendedIp6.get());
   }
 
   Tyr::Ptr<BgpParseExtCommContainerSm> decoder = bgpParseExtCommContainerSmFactory(true);

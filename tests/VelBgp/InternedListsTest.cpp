@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <new>
+#include <iterator>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Tyr/Exception.h"
+#include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/WordLists.h"
 #include "support/Death.h"
 #include "support/FailingNew.h"
@@ -19,9 +21,7 @@ namespace {
 struct ExtendedObjects : Extended {
   static List::PtrConst intern(const Agent& agent, const Words& words) {
     ExtCommListContent content;
-    for (const auto word : words) {
-      content.commIs(ExtComm::dedupContent(agent.comms.get(), ExtCommContent(value(word))));
-    }
+    for (const auto word : words) content.commIs(agent.internOne(value(word)));
     return List::dedupContent(agent.extended.get(), content);
   }
 };
@@ -31,18 +31,11 @@ struct Variant : FormOf {
   static constexpr bool multiThreaded = multi;
 };
 
-// n words of the form's, and their values ascending.
+// The first n of the words that are a step apart.
 Words someWords(std::size_t n, std::uint32_t step = 42949) {
   Words words;
   for (std::uint32_t i = 0; i < n; ++i) words.push_back(i * step);
   return words;
-}
-template <typename Form>
-auto ascending(const Words& words) {
-  std::vector<decltype(Form::value(0))> values;
-  for (const auto word : words) values.push_back(Form::value(word));
-  std::sort(values.begin(), values.end());
-  return values;
 }
 template <typename Form, typename List>
 auto valuesOf(const List& list) {
@@ -76,7 +69,9 @@ TYPED_TEST(InternedLists, OneObjectForEveryOrderAndRepeat) {
     jumbled.insert(jumbled.end(), words.begin() + static_cast<std::ptrdiff_t>(n / 3), words.end());
     std::shuffle(jumbled.begin(), jumbled.end(), std::mt19937(1));
     auto list = this->intern(jumbled);
-    EXPECT_TRUE(valuesOf<TypeParam>(*list) == ascending<TypeParam>(words));
+    auto ascending = valuesOfWords<TypeParam>(words);
+    std::sort(ascending.begin(), ascending.end());
+    EXPECT_TRUE(valuesOf<TypeParam>(*list) == ascending);
     EXPECT_EQ(list->totalCommunities(), n);
     EXPECT_EQ(list->empty(), n == 0);
     EXPECT_TRUE(list->isDeduped() && list->notificationActive());
@@ -178,21 +173,82 @@ TYPED_TEST(InternedLists, Attributes) {
   EXPECT_ASSERTION(attributeOf(*this->intern(someWords(most + 1, 3))), "attrSize <= 0xFFFF");
 }
 
-// Fails at every allocation of the C++ heap in turn, until the list is made.
 TYPED_TEST(InternedLists, RunningOutOfMemoryLeavesNothingBehind) {
   const Words words = someWords(700);
   this->intern(words);  // what is made once for the whole process
-  int failures = 0;
-  for (bool made = false; !made; ++failures) {
-    try {
-      allocationsLeft = failures;
-      made = this->intern(words) != nullptr;
-    } catch (const std::bad_alloc&) {
+  EXPECT_GT(failAtEachAllocation([&] { this->intern(words); }, [&] { EXPECT_EQ(this->agent.size(), 0u); }), 0);
+}
+
+// ---- Snapshots
+
+template <typename Form, typename Snapshot>
+auto keysOf(const Snapshot& snapshot) {
+  std::vector<decltype(Form::value(0))> keys;
+  for (const auto& [key, value] : snapshot.comm()) {
+    keys.push_back(key);
+    EXPECT_TRUE(value);
+    if constexpr (hasCommunities<Form>) {
+      EXPECT_TRUE(Form::valueOf(value.get()) == key);
     }
-    allocationsLeft = -1;
-    EXPECT_EQ(this->agent.size(), 0u);
   }
-  EXPECT_GT(failures, 1);
+  return keys;
+}
+
+TYPED_TEST(InternedLists, SnapshotsAreChangedByKeyAndByPlace) {
+  EXPECT_EQ(this->intern({})->commSnapshot()->commCount(), 0u);
+  auto list = this->intern({1, 2, 3, 4, 0x10005, 0x7ffffff0, 0x80000000, 0xffffffff});
+  const auto values = valuesOf<TypeParam>(*list);
+  const auto snapshot = list->commSnapshot();
+  list.reset();  // the snapshot holds what it shows
+  EXPECT_TRUE(snapshot->notificationActive() && snapshot->commCount() == 8);
+  EXPECT_TRUE(keysOf<TypeParam>(*snapshot) == values);
+  const auto key = TypeParam::value(2);
+  const auto* const entry = snapshot->comm(key);
+  if constexpr (hasCommunities<TypeParam>) {
+    const typename TypeParam::Community::PtrConst other =
+        new typename TypeParam::Community(extCommClassificationColor, decltype(entry->value->getContent())(key));
+    snapshot->commIs(other);
+    EXPECT_EQ(entry->value, other);
+    EXPECT_THROW(snapshot->commIs(nullptr), Tyr::NullArgumentException);
+  } else {
+    snapshot->commIs(key, false);
+    EXPECT_FALSE(std::exchange(entry->value, true));
+  }
+  EXPECT_EQ(snapshot->comm(key), entry) << "not overwritten in place";
+  EXPECT_TRUE(snapshot->commDel(key));
+  EXPECT_FALSE(snapshot->commDel(key));
+  EXPECT_EQ(snapshot->comm(key), nullptr);
+  const auto second = std::next(snapshot->comm().begin());
+  EXPECT_EQ(snapshot->commDel(snapshot->comm().begin()), second);
+  snapshot->commDelAll();
+  EXPECT_EQ(snapshot->commCount(), 0u);
+}
+
+TYPED_TEST(InternedLists, SnapshotsHaveClassificationLists) {
+  if constexpr (hasCommunities<TypeParam>) {
+    const auto list = this->intern({0, 1, 2, 3, 4});
+    const auto snapshot = list->commSnapshot();
+    std::size_t comms = 0;
+    for (const auto& [key, part] : snapshot->classificationList()) {
+      EXPECT_EQ(part, list->classificationList(key));
+      EXPECT_EQ(part->commSnapshot()->classification(), key);
+      EXPECT_TRUE(keysOf<TypeParam>(*part->commSnapshot()) == valuesOf<TypeParam>(*part));
+      comms += part->commSnapshot()->commCount();
+    }
+    EXPECT_EQ(comms, 5u);
+    const auto& [target, part] = *snapshot->classificationList(extCommClassificationRouteTarget);
+    const auto other = this->intern({12, 24})->classificationList(target);
+    snapshot->classificationListIs(other);
+    EXPECT_TRUE(other && part == other);
+    EXPECT_EQ(snapshot->classificationListDel(target), other);
+    EXPECT_EQ(snapshot->classificationListDel(target), nullptr);
+    const auto left = snapshot->classificationListCount();
+    snapshot->classificationListDel(snapshot->classificationList().begin());
+    EXPECT_EQ(snapshot->classificationListCount(), left - 1);
+    EXPECT_THROW(snapshot->classificationListIs(nullptr), Tyr::NullArgumentException);
+    snapshot->classificationListDelAll();
+    EXPECT_EQ(snapshot->classificationListCount() + snapshot->commCount(), 5u);
+  }
 }
 
 // ---- What lists are built from: an empty content, and three ascending elements of it
@@ -205,9 +261,7 @@ struct OfNumbers {
 };
 struct OfObjects {
   static auto empty(const Agent&) { return ExtCommListContent(); }
-  static auto element(const Agent& agent, int i) {
-    return ExtComm::dedupContent(agent.comms.get(), ExtCommContent(numbers[i]));
-  }
+  static auto element(const Agent& agent, int i) { return agent.internOne(numbers[i]); }
 };
 struct OfOneClassification : OfObjects {
   static auto empty(const Agent&) { return ExtCommClassificationListContent(extCommClassificationUnSpecified); }

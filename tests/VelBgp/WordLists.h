@@ -26,6 +26,13 @@ struct KindBase {
   static constexpr auto stashed = referenceOfPath;
 };
 
+template <typename Kind>
+auto valuesOfWords(const Words& words) {
+  std::vector<decltype(Kind::value(0))> values;
+  for (const std::uint32_t word : words) values.push_back(Kind::value(word));
+  return values;
+}
+
 // Of four classifications, some non-transitive.
 struct Extended : KindBase<ExtCommList, 0, &Agent::extended, &PathLists::extended, &StashedPath::extended> {
   using Community = ExtComm;
@@ -38,9 +45,7 @@ struct Extended : KindBase<ExtCommList, 0, &Agent::extended, &PathLists::extende
   static std::uint32_t word(std::uint64_t value) { return static_cast<std::uint32_t>(value); }
   static std::uint64_t valueOf(const ExtComm* comm) { return comm->community(); }
   static List::PtrConst intern(const Agent& agent, const Words& words) {
-    ExtCommListContentU64 content(agent.comms.get());
-    for (const std::uint32_t word : words) content.commIs(value(word));
-    return List::dedupContent(agent.extended.get(), content);
+    return agent.intern(valuesOfWords<Extended>(words));
   }
 };
 
@@ -59,25 +64,18 @@ struct ExtendedIp6
   static std::uint32_t word(const ExtCommIp6Content& content) { return content.addr().word(3); }
   static ExtCommIp6Content valueOf(const ExtCommIp6::PtrConst& comm) { return comm->getContent(); }
   static List::PtrConst intern(const Agent& agent, const Words& words) {
-    const List::Ptr list = ExtCommIp6ListIs();
-    for (const std::uint32_t word : words) list->commIs(ExtCommIp6::dedupContent(agent.ip6Comms.get(), value(word)));
-    return list->dedup(agent.extendedIp6.get());
+    return agent.internIp6(valuesOfWords<ExtendedIp6>(words));
   }
 };
-
-template <typename Kind, typename Content>
-auto internValues(const Agent& agent, const Words& words) {
-  Content content;
-  for (const std::uint32_t word : words) content.commIs(Kind::value(word));
-  return Kind::List::dedupContent((agent.*Kind::table).get(), content);
-}
 
 struct Large : KindBase<LargeCommList, 2, &Agent::large, &PathLists::large, &StashedPath::large> {
   static constexpr Stashed record = Stashed::largeCommList;
   static CommunityValue value(std::uint32_t word) { return {~word, word, word * 7}; }
   static std::uint32_t word(const CommunityValue& value) { return value.localData1(); }
   static CommunityValue valueOf(const CommunityValue& value) { return value; }
-  static constexpr auto intern = internValues<Large, LargeCommListContent>;
+  static List::PtrConst intern(const Agent& agent, const Words& words) {
+    return agent.internLarge(valuesOfWords<Large>(words));
+  }
 };
 
 struct Standard : KindBase<CommList, 3, &Agent::standard, &PathLists::standard, &StashedPath::standard> {
@@ -85,7 +83,7 @@ struct Standard : KindBase<CommList, 3, &Agent::standard, &PathLists::standard, 
   static std::uint32_t value(std::uint32_t word) { return word; }
   static std::uint32_t word(std::uint32_t value) { return value; }
   static std::uint32_t valueOf(std::uint32_t value) { return value; }
-  static constexpr auto intern = internValues<Standard, CommListContent>;
+  static List::PtrConst intern(const Agent& agent, const Words& words) { return agent.internStandard(words); }
 };
 
 template <typename Kind>
