@@ -1,4 +1,5 @@
-// What all kinds of lists do with their vectors of communities: bring them into canonical order, and write them out.
+// What the lists of all attributes do with their vectors of communities: bring them into canonical order, and write them
+// out.
 #pragma once
 
 #include <algorithm>

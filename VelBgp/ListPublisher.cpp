@@ -44,36 +44,36 @@ class ListPublisher::State {
   // under the mutex.
   bool closed() const noexcept { return closed_.load(std::memory_order_relaxed); }
 
-  void tableIs(std::size_t kind, const Keel::DedupHashTable& table) {
+  void tableIs(std::size_t attribute, const Keel::DedupHashTable& table) {
     const std::lock_guard lock(mutex_);
-    TYR_ASSERT(tables_[kind] == nullptr);
-    tables_[kind] = &table;
+    TYR_ASSERT(tables_[attribute] == nullptr);
+    tables_[attribute] = &table;
   }
 
-  void listComes(std::size_t kind, Slot slot, Image image) {
+  void listComes(std::size_t attribute, Slot slot, Image image) {
     const std::lock_guard lock(mutex_);
     if (closed_) return;
-    notes_.lists[kind].come.insert_or_assign(slot, std::move(image));
+    notes_.lists[attribute].come.insert_or_assign(slot, std::move(image));
     ++noted_;
   }
-  void listGoes(std::size_t kind, Slot slot) noexcept {
+  void listGoes(std::size_t attribute, Slot slot) noexcept {
     const std::lock_guard lock(mutex_);
     if (closed_) return;
-    KindNotes& notes = notes_.lists[kind];
+    AttributeNotes& notes = notes_.lists[attribute];
     ++noted_;
     if (notes.come.erase(slot) != 0) return;
     TYR_ASSERT(notes.gone.size() < notes.gone.capacity());
     notes.gone.push_back(slot);
   }
-  void allGo(std::size_t kind) noexcept {
+  void allGo(std::size_t attribute) noexcept {
     const std::lock_guard lock(mutex_);
     if (closed_) return;
-    KindNotes& notes = notes_.lists[kind];
+    AttributeNotes& notes = notes_.lists[attribute];
     notes.come.clear();
     notes.gone.clear();
     notes.allGone = true;
-    known_[kind] = 0;
-    tables_[kind] = nullptr;
+    known_[attribute] = 0;
+    tables_[attribute] = nullptr;
     ++noted_;
   }
 
@@ -121,11 +121,11 @@ class ListPublisher::State {
  private:
   SlotsOfPath slotsOf(const PathLists& lists) const {
     SlotsOfPath slots = {};
-    for (std::size_t kind = 0; kind < slots.size(); ++kind) {
-      const Keel::DedupHandleBase* const list = publishedKinds[kind].listOf(lists);
+    for (std::size_t attribute = 0; attribute < slots.size(); ++attribute) {
+      const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(lists);
       if (list == nullptr) continue;
-      TYR_ASSERT(tables_[kind] != nullptr && tables_[kind]->holds(*list));
-      slots[kind] = Keel::handleRef(list);
+      TYR_ASSERT(tables_[attribute] != nullptr && tables_[attribute]->holds(*list));
+      slots[attribute] = Keel::handleRef(list);
     }
     return slots;
   }
@@ -174,7 +174,7 @@ class ListPublisher::State {
     for (bool taken = false; !taken;) {
       taken_.reserve(mayGo());
       const std::lock_guard lock(mutex_);
-      const ByKind<std::size_t> now = notes_.remaining(known_);
+      const ByAttribute<std::size_t> now = notes_.remaining(known_);
       taken = taken_.hasRoomFor(now);
       if (!taken) continue;
       known_ = now;
@@ -182,8 +182,8 @@ class ListPublisher::State {
       std::swap(taken_, notes_);
     }
   }
-  // How many lists of each kind may go before the next notes are taken: those that are known then.
-  ByKind<std::size_t> mayGo() const {
+  // How many lists of each attribute may go before the next notes are taken: those that are known then.
+  ByAttribute<std::size_t> mayGo() const {
     const std::lock_guard lock(mutex_);
     return notes_.remaining(known_);
   }
@@ -203,9 +203,9 @@ class ListPublisher::State {
   std::condition_variable done_;
   // Under the mutex.
   Notes notes_;
-  ByKind<std::size_t> known_ = {};
+  ByAttribute<std::size_t> known_ = {};
   std::map<std::string, PathLists, std::less<>> held_;
-  ByKind<const Keel::DedupHashTable*> tables_ = {};
+  ByAttribute<const Keel::DedupHashTable*> tables_ = {};
   std::uint64_t noted_ = 1;      // changes so far; the first is that the store becomes ours
   std::uint64_t committed_ = 0;  // how many of them are in the store
   std::uint64_t attempts_ = 0;   // to commit, begun so far
@@ -221,27 +221,28 @@ class ListPublisher::State {
   // Hears of one table.
   class Notifiee final : public Keel::DedupLifeTimeNotifiee {
    public:
-    Notifiee(std::shared_ptr<State> state, std::size_t kind) noexcept : state_(std::move(state)), kind_(kind) {}
+    Notifiee(std::shared_ptr<State> state, std::size_t attribute) noexcept
+        : state_(std::move(state)), attribute_(attribute) {}
 
     void handleInsert(Keel::DedupHandleBase* handle) override {
       if (state_->closed()) return;
-      state_->listComes(kind_, Keel::handleRef(handle), publishedKinds[kind_].imageOf(*handle));
+      state_->listComes(attribute_, Keel::handleRef(handle), publishedAttributes[attribute_].imageOf(*handle));
     }
     void handleRemove(Keel::DedupHandleBase* rawHandle) override {
-      state_->listGoes(kind_, Keel::handleRef(rawHandle));
+      state_->listGoes(attribute_, Keel::handleRef(rawHandle));
     }
-    void handleNotificationStop(Keel::DedupHashTable*) override { state_->allGo(kind_); }
+    void handleNotificationStop(Keel::DedupHashTable*) override { state_->allGo(attribute_); }
 
    private:
     ~Notifiee() override = default;
 
     const std::shared_ptr<State> state_;
-    const std::size_t kind_;
+    const std::size_t attribute_;
   };
 
-  static void attach(const std::shared_ptr<State>& state, std::size_t kind, Keel::DedupHashTable& table) {
-    const auto notifiee = Tyr::make<Notifiee>(state, kind);
-    state->tableIs(kind, table);
+  static void attach(const std::shared_ptr<State>& state, std::size_t attribute, Keel::DedupHashTable& table) {
+    const auto notifiee = Tyr::make<Notifiee>(state, attribute);
+    state->tableIs(attribute, table);
     table.lifeTimeNotifieeIs(notifiee);
   }
 };

@@ -60,7 +60,7 @@ class VELBGP_EXPORT ListPublisher {
   ListPublisher(const ListPublisher&) = delete;
   ListPublisher& operator=(const ListPublisher&) = delete;
 
-  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its kind is there.
+  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its attribute is there.
   // A table that is destroyed, or given another notifiee, takes its lists out of the store, also out of paths; another
   // may follow it.
   void listTableIs(const ExtCommListDedupTable* table);
@@ -86,7 +86,7 @@ class VELBGP_EXPORT ListPublisher {
   std::shared_ptr<State> state_;
 };
 
-// A null reference where the path has no list of a kind; destashing that gives null.
+// A null reference where the path has no list of an attribute; destashing that gives null.
 struct StashedPath {
   Store::Reference extended;
   Store::Reference extendedIp6;

@@ -4,13 +4,13 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <map>
 
-#include "VelBgp/PublishedKindsImpl.h"
+#include "VelBgp/PublishedAttributesImpl.h"
 
 namespace Routing::Bgp::detail {
 
 // Stands for a list as long as it is interned: its place in the heap, which no other living object has.
 using Slot = Keel::SlabRef;
-using SlotsOfPath = ByKind<Slot>;  // 0: no list of the kind
+using SlotsOfPath = ByAttribute<Slot>;  // 0: no list of the attribute
 
 // A slot is a place in our own heap, which no peer can choose; it is hashed because slots come in even steps.
 struct SlotHash {
@@ -19,8 +19,8 @@ struct SlotHash {
 template <typename Value>
 using BySlot = boost::unordered_flat_map<Slot, Value, SlotHash>;
 
-// Of one kind of list, since the notes were last taken: first all that went, then what came and is still there.
-struct KindNotes {
+// Of the lists of one attribute, since the notes were last taken: first all that went, then what came and is still there.
+struct AttributeNotes {
   bool allGone = false;  // all that was there before, that is
   std::vector<Slot> gone;
   BySlot<Image> come;
@@ -32,29 +32,31 @@ struct KindNotes {
 using NotesOfPaths = std::map<std::string, std::optional<SlotsOfPath>, std::less<>>;
 
 struct Notes {
-  ByKind<KindNotes> lists;
+  ByAttribute<AttributeNotes> lists;
   NotesOfPaths paths;
 
   bool empty() const noexcept {
-    return paths.empty() && std::all_of(lists.begin(), lists.end(), [](const KindNotes& kind) { return kind.empty(); });
+    return paths.empty() &&
+           std::all_of(lists.begin(), lists.end(), [](const AttributeNotes& attribute) { return attribute.empty(); });
   }
 
-  // How many lists of each kind may still go before these notes are taken, where `known` were there before them.
-  ByKind<std::size_t> remaining(ByKind<std::size_t> known) const {
-    for (std::size_t kind = 0; kind < known.size(); ++kind) {
-      known[kind] += lists[kind].come.size() - lists[kind].gone.size();
+  // How many lists of each attribute may still go before these notes are taken, where `known` were there before them.
+  ByAttribute<std::size_t> remaining(ByAttribute<std::size_t> known) const {
+    for (std::size_t attribute = 0; attribute < known.size(); ++attribute) {
+      known[attribute] += lists[attribute].come.size() - lists[attribute].gone.size();
     }
     return known;
   }
   // Whether noting that so many go needs no memory.
-  bool hasRoomFor(const ByKind<std::size_t>& counts) const {
-    return std::equal(lists.begin(), lists.end(), counts.begin(),
-                      [](const KindNotes& kind, std::size_t count) { return kind.gone.capacity() >= count; });
+  bool hasRoomFor(const ByAttribute<std::size_t>& counts) const {
+    return std::equal(
+        lists.begin(), lists.end(), counts.begin(),
+        [](const AttributeNotes& attribute, std::size_t count) { return attribute.gone.capacity() >= count; });
   }
   // Makes room for them, and for more, as lists come meanwhile.
-  void reserve(const ByKind<std::size_t>& counts) {
-    for (std::size_t kind = 0; kind < counts.size(); ++kind) {
-      lists[kind].gone.reserve(counts[kind] + counts[kind] / 8 + 64);
+  void reserve(const ByAttribute<std::size_t>& counts) {
+    for (std::size_t attribute = 0; attribute < counts.size(); ++attribute) {
+      lists[attribute].gone.reserve(counts[attribute] + counts[attribute] / 8 + 64);
     }
   }
 };
@@ -67,7 +69,7 @@ inline void append(NotesOfPaths& notes, NotesOfPaths& later) noexcept {
   }
 }
 // Needs no memory where there is room for all of both.
-inline void append(KindNotes& notes, KindNotes& later) noexcept {
+inline void append(AttributeNotes& notes, AttributeNotes& later) noexcept {
   if (later.allGone) {
     notes.allGone = true;
     notes.gone.clear();
@@ -80,12 +82,13 @@ inline void append(KindNotes& notes, KindNotes& later) noexcept {
 }
 // Does all or, when it throws, nothing.
 inline void append(Notes& notes, Notes& later) {
-  for (std::size_t kind = 0; kind < notes.lists.size(); ++kind) {
-    notes.lists[kind].gone.reserve(notes.lists[kind].gone.size() + later.lists[kind].gone.size());
-    notes.lists[kind].come.reserve(notes.lists[kind].come.size() + later.lists[kind].come.size());
+  for (std::size_t attribute = 0; attribute < notes.lists.size(); ++attribute) {
+    notes.lists[attribute].gone.reserve(notes.lists[attribute].gone.size() + later.lists[attribute].gone.size());
+    notes.lists[attribute].come.reserve(notes.lists[attribute].come.size() + later.lists[attribute].come.size());
   }
   // From here on nothing needs memory.
-  for (std::size_t kind = 0; kind < notes.lists.size(); ++kind) append(notes.lists[kind], later.lists[kind]);
+  for (std::size_t attribute = 0; attribute < notes.lists.size(); ++attribute)
+    append(notes.lists[attribute], later.lists[attribute]);
   append(notes.paths, later.paths);
   later = Notes();
 }

@@ -18,24 +18,24 @@ bool unlessDamaged(Action&& action) {
   }
 }
 
-// One kind's part of a commit. The book of records is changed only once that is done: a commit that fails leaves it
+// One attribute's part of a commit. The book of records is changed only once that is done: a commit that fails leaves it
 // true.
-class KindChange {
+class AttributeChange {
  public:
-  KindChange(const PublishedKind& kind, KindRecords& records, const Store::StoreManager& store,
-             Store::WriteBatch& batch)
-      : kind_(kind), records_(records), store_(store), batch_(batch) {}
-  KindChange(const KindChange&) = delete;
-  KindChange& operator=(const KindChange&) = delete;
+  AttributeChange(const PublishedAttribute& attribute, AttributeRecords& records, const Store::StoreManager& store,
+                  Store::WriteBatch& batch)
+      : attribute_(attribute), records_(records), store_(store), batch_(batch) {}
+  AttributeChange(const AttributeChange&) = delete;
+  AttributeChange& operator=(const AttributeChange&) = delete;
   // Takes back the places that it made and did not fill.
-  ~KindChange() {
+  ~AttributeChange() {
     for (const auto& [image, shared] : communities_) {
       const auto place = records_.communities.find(image);
       if (place != records_.communities.end() && place->second.reference.null()) records_.communities.erase(place);
     }
   }
 
-  void apply(const KindNotes& notes) {
+  void apply(const AttributeNotes& notes) {
     allGone_ = notes.allGone;
     if (notes.allGone) {
       for (const auto& [slot, reference] : records_.lists) listGoes(slot, reference);
@@ -76,17 +76,17 @@ class KindChange {
   }
 
   Store::Reference listComes(const Image& image) {
-    if (kind_.communityOctets == 0) return stashRecord(batch_, kind_.list, image);
+    if (attribute_.communityOctets == 0) return stashRecord(batch_, attribute_.list, image);
     std::vector<Store::Reference> references;
     for (auto at = image.begin(); at != image.end();) {
-      const auto end = at + static_cast<std::ptrdiff_t>(kind_.communityOctets);
+      const auto end = at + static_cast<std::ptrdiff_t>(attribute_.communityOctets);
       SharedRecord& shared = sharedOf(std::string(at, end));
-      if (shared.reference.null()) shared.reference = stashRecord(batch_, kind_.community, Image(at, end));
+      if (shared.reference.null()) shared.reference = stashRecord(batch_, attribute_.community, Image(at, end));
       ++shared.users;
       references.push_back(shared.reference);
       at = end;
     }
-    return stashRecord(batch_, kind_.list, listImage(true, references));
+    return stashRecord(batch_, attribute_.list, listImage(true, references));
   }
 
   // As this change leaves it so far.
@@ -111,9 +111,9 @@ class KindChange {
   // list stay in the store.
   std::vector<std::string> imagesIn(Store::Reference reference) const {
     std::vector<std::string> images;
-    if (kind_.communityOctets == 0) return images;
+    if (attribute_.communityOctets == 0) return images;
     const bool read = unlessDamaged([&] {
-      StashReader list(&reference, store_, kind_.list);
+      StashReader list(&reference, store_, attribute_.list);
       list.take<std::uint8_t>();
       for (const Store::Reference& community : list.takeAll<Store::Reference>()) {
         const Store::Octets image = store_.translate(community).payload;
@@ -124,8 +124,8 @@ class KindChange {
     return images;
   }
 
-  const PublishedKind& kind_;
-  KindRecords& records_;
+  const PublishedAttribute& attribute_;
+  AttributeRecords& records_;
   const Store::StoreManager& store_;
   Store::WriteBatch& batch_;
   bool allGone_ = false;
@@ -134,14 +134,14 @@ class KindChange {
   Communities communities_;
 };
 
-using References = ByKind<Store::Reference>;
+using References = ByAttribute<Store::Reference>;
 
 void changePath(Store::WriteBatch& batch, const std::string& key, const std::optional<SlotsOfPath>& slots,
-                const std::deque<KindChange>& changes) {
+                const std::deque<AttributeChange>& changes) {
   if (!slots) return batch.keyDel(stashedPathSpace, octetsOf(key));
   References references;
-  for (std::size_t kind = 0; kind < references.size(); ++kind) {
-    references[kind] = changes[kind].reference((*slots)[kind]);
+  for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
+    references[attribute] = changes[attribute].reference((*slots)[attribute]);
   }
   batch.keyIs(stashedPathSpace, octetsOf(key), plainImage(references));
 }
@@ -152,28 +152,31 @@ void Records::commit(const Notes& notes) {
   store_.refresh();  // the view may have ended after an earlier failure
   Store::WriteBatch batch(store_);
   if (!cleared_) batch.clear();
-  std::deque<KindChange> changes;
-  for (std::size_t kind = 0; kind < records_.size(); ++kind) {
-    changes.emplace_back(publishedKinds[kind], records_[kind], store_, batch).apply(notes.lists[kind]);
+  std::deque<AttributeChange> changes;
+  for (std::size_t attribute = 0; attribute < records_.size(); ++attribute) {
+    changes.emplace_back(publishedAttributes[attribute], records_[attribute], store_, batch)
+        .apply(notes.lists[attribute]);
   }
   if (cleared_) pathsLoseLists(batch, notes);
   for (const auto& [key, slots] : notes.paths) changePath(batch, key, slots, changes);
   batch.commit();
   cleared_ = true;
-  for (KindChange& change : changes) change.settle();
+  for (AttributeChange& change : changes) change.settle();
 }
 
 // A table that went took its lists along, also those that paths hold.
 void Records::pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const {
-  if (std::none_of(notes.lists.begin(), notes.lists.end(), [](const KindNotes& kind) { return kind.allGone; })) return;
+  if (std::none_of(notes.lists.begin(), notes.lists.end(),
+                   [](const AttributeNotes& attribute) { return attribute.allGone; }))
+    return;
   store_.view().forEachKey(
       stashedPathSpace,
       [&](Store::Octets key, Store::Octets value) {
         References references;
         if (value.size() != sizeof references) return;
         std::memcpy(&references, value.data(), sizeof references);
-        for (std::size_t kind = 0; kind < references.size(); ++kind) {
-          if (notes.lists[kind].allGone) references[kind] = Store::Reference();
+        for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
+          if (notes.lists[attribute].allGone) references[attribute] = Store::Reference();
         }
         batch.keyIs(stashedPathSpace, key, plainImage(references));
       },

@@ -20,8 +20,8 @@ struct SharedRecord {
 };
 using Communities = boost::unordered_flat_map<std::string, SharedRecord, ImageHash>;
 
-// The records of one kind, as of the last commit.
-struct KindRecords {
+// The records of one attribute, as of the last commit.
+struct AttributeRecords {
   BySlot<Store::Reference> lists;
   Communities communities;
 };
@@ -39,7 +39,7 @@ class Records {
 
   Store::StoreManager& store_;
   bool cleared_ = false;
-  ByKind<KindRecords> records_;
+  ByAttribute<AttributeRecords> records_;
 };
 
 }  // namespace Routing::Bgp::detail

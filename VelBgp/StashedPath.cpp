@@ -2,14 +2,14 @@
 #include <exception>
 #include <string>
 
-#include "VelBgp/PublishedKindsImpl.h"
+#include "VelBgp/PublishedAttributesImpl.h"
 
 namespace Routing::Bgp {
 namespace {
 
 StashedPath pathOf(const Store::StoreManager& store, Store::Octets value) {
   StashedPath path;
-  static_assert(sizeof path == detail::publishedKinds.size() * sizeof(Store::Reference));
+  static_assert(sizeof path == detail::publishedAttributes.size() * sizeof(Store::Reference));
   if (value.size() != sizeof path) {
     throw Store::DamagedRecordException("store " + store.path() + ": a path has " + std::to_string(value.size()) +
                                         " octets, expected " + std::to_string(sizeof path));

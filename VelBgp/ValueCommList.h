@@ -1,7 +1,7 @@
 // What the lists of plain values have in common: standard communities (CommList.h) and large ones (LargeCommList.h).
 //
-// Classes derive from the content and the list and give them their names; everything is told here once. Traits of a
-// kind:
+// Classes derive from the content and the list and give them their names; everything is told here once. Traits of an
+// attribute:
 //   Value                            one community: trivially copyable, ordered by <
 //   List, Content, Table             the derived list and content, and the table that interns it
 //   fwkType                          the list's class
@@ -10,7 +10,7 @@
 //   attribute, octetsEach            path attribute code, and octets of one value on the wire
 //   write(value, buffer)             appends one value in network order
 //   format(buffer, value)            appends the text of one value, of at most longestText characters
-//   formatNumbers(buffer, value)     the same without names, for kinds whose values may have some: hasNames
+//   formatNumbers(buffer, value)     the same without names, for attributes whose values may have some: hasNames
 //
 // Ownership: a content belongs to its caller and can be used again after reset(). Lists are immutable, shared through
 // their PtrConst (one word) and leave their table with the last one. Threads: contents belong to one thread; interning
@@ -91,7 +91,7 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
     return found == all.end() || *found != value ? nullptr : &*found;
   }
 
-  // All values, a blank between them, with names where the kind has some.
+  // All values, a blank between them, with names where the attribute has some.
   std::string toStrep() const;
   // Whether the expression matches the text with numbers alone or, if not, the one with names.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;

@@ -5,7 +5,7 @@
 //
 // text matches the text of n communities with one compiled expression, by one thread and by two that share it; the last
 // community is the one asked for (hit) or another one (miss). The expression begins with what may stand before a number
-// (words) or with the number itself (literal). list asks whole lists of each kind, which write their text first, and a
+// (words) or with the number itself (literal). list asks whole lists of each attribute, which write their text first, and a
 // second one when the first does not match. Nanoseconds of CPU time for each match.
 #include <benchmark/benchmark.h>
 #include <regex.h>
@@ -109,12 +109,12 @@ struct Extended {
   ExtCommListContentU64 content{comms.get()};
 };
 
-template <typename Kind>
+template <typename Attribute>
 void list(benchmark::State& state, bool hit) {
   const auto n = static_cast<std::uint32_t>(state.range(0));
-  Kind kind;
-  for (std::uint32_t i = 0; i < n; ++i) kind.add(administrator(i, n, hit), 100 + i * 7);
-  const auto list = kind.list();
+  Attribute attribute;
+  for (std::uint32_t i = 0; i < n; ++i) attribute.add(administrator(i, n, hit), 100 + i * 7);
+  const auto list = attribute.list();
   const PosixRegex regex("(^|[ :])65010:[0-9:]+( |$)");  // behind a kind's label, too
   if (list->matchCommunitiesRegex(&regex) != hit) state.SkipWithError("wrong answer");
   for (auto _ : state) benchmark::DoNotOptimize(list->matchCommunitiesRegex(&regex));
@@ -147,11 +147,11 @@ void addText() {
   });
 }
 
-template <typename Kind>
+template <typename Attribute>
 void addList() {
   for (const bool hit : {true, false}) {
-    auto* added =
-        benchmark::RegisterBenchmark(("list" + std::string(answers[hit]) + Kind::name).c_str(), list<Kind>, hit);
+    auto* added = benchmark::RegisterBenchmark(("list" + std::string(answers[hit]) + Attribute::name).c_str(),
+                                               list<Attribute>, hit);
     for (const std::uint32_t n : sizes) added->Arg(n);
   }
 }

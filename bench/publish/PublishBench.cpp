@@ -86,38 +86,38 @@ struct Standard {
   CommListContent content;
 };
 
-// Tables of one kind, published or not.
-template <typename Kind>
+// Tables of one attribute, published or not.
+template <typename Attribute>
 struct Tables {
   Tables(const Folder& folder, bool published) {
     if (!published) return;
-    store = Routing::Store::StoreManager::openForWriting(folder.store(Kind::name));
+    store = Routing::Store::StoreManager::openForWriting(folder.store(Attribute::name));
     publisher.emplace(*store);
-    kind.attachTo(*publisher);
+    attribute.attachTo(*publisher);
   }
   std::unique_ptr<Routing::Store::StoreManager> store;
-  Kind kind;
+  Attribute attribute;
   std::optional<ListPublisher> publisher;
 };
 
-template <typename Kind>
+template <typename Attribute>
 void miss(benchmark::State& state, const Folder& folder, bool published) {
-  Tables<Kind> tables(folder, published);
-  std::vector<typename Kind::List> lists(count);
+  Tables<Attribute> tables(folder, published);
+  std::vector<typename Attribute::List> lists(count);
   while (state.KeepRunningBatch(count)) {
-    for (std::size_t i = 0; i < count; ++i) lists[i] = tables.kind.intern(i);
+    for (std::size_t i = 0; i < count; ++i) lists[i] = tables.attribute.intern(i);
     for (auto& list : lists) list.reset();
   }
   if (published && !tables.publisher->problem().empty()) state.SkipWithError(tables.publisher->problem().c_str());
 }
 
-template <typename Kind>
+template <typename Attribute>
 void hit(benchmark::State& state, const Folder& folder, bool published) {
-  Tables<Kind> tables(folder, published);
-  std::vector<typename Kind::List> lists(count);
-  for (std::size_t i = 0; i < count; ++i) lists[i] = tables.kind.intern(i);
+  Tables<Attribute> tables(folder, published);
+  std::vector<typename Attribute::List> lists(count);
+  for (std::size_t i = 0; i < count; ++i) lists[i] = tables.attribute.intern(i);
   std::size_t next = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(tables.kind.intern(next = (next + 7919) % count));
+  for (auto _ : state) benchmark::DoNotOptimize(tables.attribute.intern(next = (next + 7919) % count));
 }
 
 std::string keyOf(std::size_t path) { return "path " + std::to_string(path); }
@@ -187,12 +187,12 @@ void printRatio(const bench::MedianReporter& reporter, const std::string& of, co
   std::printf("%-24s %8.0f ns, %.2f times %s (%.0f ns)\n", of.c_str(), a, a / b, to.c_str(), b);
 }
 
-template <typename Kind>
+template <typename Attribute>
 void add(const Folder& folder) {
   for (const bool published : {false, true}) {
-    const std::string name = std::string(Kind::name) + (published ? "/published" : "/alone");
-    benchmark::RegisterBenchmark(("hit/" + name).c_str(), hit<Kind>, std::cref(folder), published);
-    benchmark::RegisterBenchmark(("miss/" + name).c_str(), miss<Kind>, std::cref(folder), published);
+    const std::string name = std::string(Attribute::name) + (published ? "/published" : "/alone");
+    benchmark::RegisterBenchmark(("hit/" + name).c_str(), hit<Attribute>, std::cref(folder), published);
+    benchmark::RegisterBenchmark(("miss/" + name).c_str(), miss<Attribute>, std::cref(folder), published);
   }
 }
 
@@ -212,9 +212,9 @@ int main(int argc, char** argv) {
   bench::MedianReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   std::printf("\n");
-  for (const std::string kind : {Extended::name, Standard::name}) {
+  for (const std::string attribute : {Extended::name, Standard::name}) {
     for (const std::string question : {"hit/", "miss/"}) {
-      printRatio(reporter, question + kind + "/published", question + kind + "/alone");
+      printRatio(reporter, question + attribute + "/published", question + attribute + "/alone");
     }
   }
   printRatio(reporter, "read/writing", "read/still");

@@ -1,4 +1,5 @@
-// One suite for all kinds of interned lists, in both variants of the tables, and one for all that they are built from.
+// One suite for the interned lists of all attributes, in both variants of the tables, and one for all that they are built
+// from.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -67,24 +67,24 @@ Words wordsUpTo(std::uint32_t n) {
 // Or not at all, whatever allocation fails.
 TEST_F(StashTest, ListsComeBackAsPrivateOnes) {
   reader->serviceIs(agent.comms.get());
-  forEachKind([this]<typename Kind>(Kind) {
-    const auto original = Kind::intern(agent, wordsUpTo(600));
+  forEachAttribute([this]<typename Attribute>(Attribute) {
+    const auto original = Attribute::intern(agent, wordsUpTo(600));
     const Reference reference = stashed(original);
     const std::size_t interned = agent.size();
-    typename Kind::List::PtrConst list;
-    EXPECT_GT(failAtEachAllocation([&] { list = Kind::List::destash(&reference, reader.get()); },
+    typename Attribute::List::PtrConst list;
+    EXPECT_GT(failAtEachAllocation([&] { list = Attribute::List::destash(&reference, reader.get()); },
                                    [&] { ASSERT_EQ(agent.size(), interned); }),
               0);
     const auto expectPrivate = [](const auto& ours, const auto& from) {
-      EXPECT_EQ(wordsOf<Kind>(*ours), wordsOf<Kind>(*from));
+      EXPECT_EQ(wordsOf<Attribute>(*ours), wordsOf<Attribute>(*from));
       EXPECT_TRUE(ours != from && !ours->isDeduped() && ours->notificationActive());
     };
     expectPrivate(list, original);
     EXPECT_EQ(list->dedupState(), Keel::dedupHandleStateNotInTable());
     EXPECT_EQ(agent.size(), interned);
-    EXPECT_EQ(destashed<typename Kind::List>({}), nullptr);
-    EXPECT_EQ(Kind::List::destash(nullptr, reader.get()), nullptr);
-    if constexpr (hasCommunities<Kind>) {
+    EXPECT_EQ(destashed<typename Attribute::List>({}), nullptr);
+    EXPECT_EQ(Attribute::List::destash(nullptr, reader.get()), nullptr);
+    if constexpr (hasCommunities<Attribute>) {
       EXPECT_TRUE(list->commVectorSorted());
       for (int c = 0; c < 14; ++c) {
         const auto part = list->classificationList(ExtCommClassification(c));
@@ -127,25 +127,25 @@ TEST_F(StashTest, Ip6CommunitiesComeBackPlain) {
 
 // Whoever made them: another program, or a store that was damaged.
 TEST_F(StashTest, BadRecords) {
-  forEachKind([this]<typename Kind>(Kind) {
-    const auto list = Kind::intern(agent, {4, 16});
+  forEachAttribute([this]<typename Attribute>(Attribute) {
+    const auto list = Attribute::intern(agent, {4, 16});
     const auto refused = [this](const Image& image, const char* what) {
-      expectRefused<typename Kind::List>(record(Kind::record, image), what);
+      expectRefused<typename Attribute::List>(record(Attribute::record, image), what);
     };
-    forEachKind([&]<typename Other>(Other) {
-      if constexpr (!std::is_same_v<Kind, Other>)
-        expectRefused<typename Kind::List>(stashed(Other::intern(agent, {1})), "another kind's");
+    forEachAttribute([&]<typename Other>(Other) {
+      if constexpr (!std::is_same_v<Attribute, Other>)
+        expectRefused<typename Attribute::List>(stashed(Other::intern(agent, {1})), "another attribute's");
     });
-    if constexpr (hasCommunities<Kind>) {
-      using Community = typename Kind::Community;
-      const Reference low = stashed(list->comm(Kind::value(4))), high = stashed(list->comm(Kind::value(16)));
+    if constexpr (hasCommunities<Attribute>) {
+      using Community = typename Attribute::Community;
+      const Reference low = stashed(list->comm(Attribute::value(4))), high = stashed(list->comm(Attribute::value(16)));
       expectRefused<Community>(stashed(list), "a list for a community");
       refused({}, "nothing");
       Image image;
-      appendImage(image, *list->comm(Kind::value(4)));
-      expectRefused<Community>(record(Kind::commRecord, shortened(image)), "cut");
-      (std::is_same_v<Kind, Extended> ? image.back() : image.front()) = 14;
-      const Reference bad = record(Kind::commRecord, image);
+      appendImage(image, *list->comm(Attribute::value(4)));
+      expectRefused<Community>(record(Attribute::commRecord, shortened(image)), "cut");
+      (std::is_same_v<Attribute, Extended> ? image.back() : image.front()) = 14;
+      const Reference bad = record(Attribute::commRecord, image);
       expectRefused<Community>(bad, "a bad classification");
       refused(shortened(listImage(true, std::vector{low, high})), "cut");
       for (const auto& references : {std::vector{low, low}, {high, low}, {low, {}}, {low, stashed(list)}, {low, bad}}) {

@@ -1,5 +1,5 @@
-// Lists of all four kinds, made of plain words, so that a test says a thing once for all of them: the kinds Extended,
-// ExtendedIp6, Large and Standard. A word becomes a community of any kind and is read back from it, with a look at all
+// Lists of all four attributes, made of plain words, so that a test says a thing once for all of them: the attributes Extended,
+// ExtendedIp6, Large and Standard. A word becomes a community of any attribute and is read back from it, with a look at all
 // of the community.
 #pragma once
 
@@ -18,7 +18,7 @@ namespace Routing::Bgp::test {
 using Words = std::vector<std::uint32_t>;  // ascending
 
 template <typename ListType, std::size_t number, auto tableOfAgent, auto listOfPath, auto referenceOfPath>
-struct KindBase {
+struct AttributeBase {
   using List = ListType;
   static constexpr std::size_t index = number;
   static constexpr auto table = tableOfAgent;
@@ -26,21 +26,21 @@ struct KindBase {
   static constexpr auto stashed = referenceOfPath;
 };
 
-template <typename Kind>
+template <typename Attribute>
 auto valuesOfWords(const Words& words) {
-  std::vector<decltype(Kind::value(0))> values;
-  for (const std::uint32_t word : words) values.push_back(Kind::value(word));
+  std::vector<decltype(Attribute::value(0))> values;
+  for (const std::uint32_t word : words) values.push_back(Attribute::value(word));
   return values;
 }
 
 // Of four classifications, some non-transitive.
-struct Extended : KindBase<ExtCommList, 0, &Agent::extended, &PathLists::extended, &StashedPath::extended> {
+struct Extended : AttributeBase<ExtCommList, 0, &Agent::extended, &PathLists::extended, &StashedPath::extended> {
   using Community = ExtComm;
   static constexpr Stashed record = Stashed::extCommList, commRecord = Stashed::extComm;
 
   static std::uint64_t value(std::uint32_t word) {
-    constexpr std::uint64_t kinds[] = {0x0002, 0x0003, 0x4004, 0x8123};
-    return kinds[word % 4] << 48 | std::uint64_t{word >> 2 & 0xffff} << 32 | word;
+    constexpr std::uint64_t attributes[] = {0x0002, 0x0003, 0x4004, 0x8123};
+    return attributes[word % 4] << 48 | std::uint64_t{word >> 2 & 0xffff} << 32 | word;
   }
   static std::uint32_t word(std::uint64_t value) { return static_cast<std::uint32_t>(value); }
   static std::uint64_t valueOf(const ExtComm* comm) { return comm->community(); }
@@ -51,7 +51,7 @@ struct Extended : KindBase<ExtCommList, 0, &Agent::extended, &PathLists::extende
 
 // Of two classifications, some non-transitive.
 struct ExtendedIp6
-    : KindBase<ExtCommIp6List, 1, &Agent::extendedIp6, &PathLists::extendedIp6, &StashedPath::extendedIp6> {
+    : AttributeBase<ExtCommIp6List, 1, &Agent::extendedIp6, &PathLists::extendedIp6, &StashedPath::extendedIp6> {
   using Community = ExtCommIp6;
   static constexpr Stashed record = Stashed::extCommIp6List, commRecord = Stashed::extCommIp6;
 
@@ -68,7 +68,7 @@ struct ExtendedIp6
   }
 };
 
-struct Large : KindBase<LargeCommList, 2, &Agent::large, &PathLists::large, &StashedPath::large> {
+struct Large : AttributeBase<LargeCommList, 2, &Agent::large, &PathLists::large, &StashedPath::large> {
   static constexpr Stashed record = Stashed::largeCommList;
   static CommunityValue value(std::uint32_t word) { return {~word, word, word * 7}; }
   static std::uint32_t word(const CommunityValue& value) { return value.localData1(); }
@@ -78,7 +78,7 @@ struct Large : KindBase<LargeCommList, 2, &Agent::large, &PathLists::large, &Sta
   }
 };
 
-struct Standard : KindBase<CommList, 3, &Agent::standard, &PathLists::standard, &StashedPath::standard> {
+struct Standard : AttributeBase<CommList, 3, &Agent::standard, &PathLists::standard, &StashedPath::standard> {
   static constexpr Stashed record = Stashed::commList;
   static std::uint32_t value(std::uint32_t word) { return word; }
   static std::uint32_t word(std::uint32_t value) { return value; }
@@ -86,28 +86,28 @@ struct Standard : KindBase<CommList, 3, &Agent::standard, &PathLists::standard, 
   static List::PtrConst intern(const Agent& agent, const Words& words) { return agent.internStandard(words); }
 };
 
-template <typename Kind>
+template <typename Attribute>
 inline constexpr bool hasCommunities = requires {
-  Kind::commRecord;
+  Attribute::commRecord;
 };
 
-template <typename Kind>
-std::uint32_t wordOf(const decltype(Kind::value(0))& value) {
-  const std::uint32_t word = Kind::word(value);
-  EXPECT_TRUE(Kind::value(word) == value) << "another community than that of " << word;
+template <typename Attribute>
+std::uint32_t wordOf(const decltype(Attribute::value(0))& value) {
+  const std::uint32_t word = Attribute::word(value);
+  EXPECT_TRUE(Attribute::value(word) == value) << "another community than that of " << word;
   return word;
 }
-template <typename Kind, typename List>
+template <typename Attribute, typename List>
 Words wordsOf(const List& list) {
   Words words;
-  for (const auto& comm : list.comms()) words.push_back(wordOf<Kind>(Kind::valueOf(comm)));
+  for (const auto& comm : list.comms()) words.push_back(wordOf<Attribute>(Attribute::valueOf(comm)));
   std::sort(words.begin(), words.end());
   return words;
 }
 
-// visit(Kind()) for each kind.
+// visit(Attribute()) for each attribute.
 template <typename Visit>
-void forEachKind(Visit&& visit) {
+void forEachAttribute(Visit&& visit) {
   visit(Extended());
   visit(ExtendedIp6());
   visit(Large());

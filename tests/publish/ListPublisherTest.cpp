@@ -43,9 +43,9 @@ TEST_F(ListPublisherTest, ShowsExactlyWhatIsInterned) {
       expectSame(published(publishing), script.contents());
     }
     // A table that goes takes its lists along, also out of paths.
-    forEachKind([&]<typename Kind>(Kind) {
-      ((*publishing.agent).*Kind::table).reset();
-      script.listsDel(Kind::record);
+    forEachAttribute([&]<typename Attribute>(Attribute) {
+      ((*publishing.agent).*Attribute::table).reset();
+      script.listsDel(Attribute::record);
       expectSame(published(publishing), script.contents());
     });
     Contents left = script.contents();
@@ -89,16 +89,16 @@ TEST_F(ListPublisherTest, WhatWasPublishedStaysTillTheNextPublisherCommits) {
 TEST_F(ListPublisherTest, ReferencesHoldAsLongAsTheirLists) {
   Publishing publishing(path_);
   Script others(publishing, "other");
-  forEachKind([&]<typename Kind>(Kind) {
+  forEachAttribute([&]<typename Attribute>(Attribute) {
     PathLists lists;
-    lists.*Kind::ofPath = Kind::intern(*publishing.agent, {100, 200, 300});
+    lists.*Attribute::ofPath = Attribute::intern(*publishing.agent, {100, 200, 300});
     publishing.publisher->pathIs("it", std::move(lists));
     published(publishing);
-    const Store::Reference kept = (*stashedPath(*reader_, "it")).*Kind::stashed;
+    const Store::Reference kept = (*stashedPath(*reader_, "it")).*Attribute::stashed;
     const auto words = [&] {
       others.stepped(100);
       published(publishing);
-      return wordsOf<Kind>(*Kind::List::destash(&kept, reader_.get()));
+      return wordsOf<Attribute>(*Attribute::List::destash(&kept, reader_.get()));
     };
     for (int round = 0; round < 5; ++round) EXPECT_EQ(words(), (Words{100, 200, 300}));
     EXPECT_TRUE(publishing.publisher->pathDel("it"));
@@ -122,10 +122,10 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
 
   const Agent other;
   const auto list = Standard::intern(other, {1});
-  const char* const attached = "tables_[kind] != nullptr && tables_[kind]->holds(*list)";
+  const char* const attached = "tables_[attribute] != nullptr && tables_[attribute]->holds(*list)";
   EXPECT_ASSERTION(publisher.pathIs("k", {.extendedIp6 = ExtCommIp6ListIs()}), attached);
   EXPECT_ASSERTION(publisher.pathIs("k", {.standard = list}), attached);
-  EXPECT_ASSERTION(publisher.listTableIs(CommListDedupTableIs().get()), "tables_[kind] == nullptr");
+  EXPECT_ASSERTION(publisher.listTableIs(CommListDedupTableIs().get()), "tables_[attribute] == nullptr");
   publishing.publisher.emplace(*publishing.store);
   EXPECT_ASSERTION(publishing.publisher->listTableIs(other.standard.get()), "size() == 0");
 
@@ -155,10 +155,11 @@ TEST_F(ListPublisherTest, OutOfMemory) {
   };
   PathLists lists;
   Contents::Path path;
-  forEachKind([&]<typename Kind>(Kind) {
-    path[Kind::record] = {100, 200, 300};
-    after.listIs({Kind::record, path[Kind::record]});
-    expectAllOrNothing([&] { lists.*Kind::ofPath = Kind::intern(*publishing.agent, path[Kind::record]); });
+  forEachAttribute([&]<typename Attribute>(Attribute) {
+    path[Attribute::record] = {100, 200, 300};
+    after.listIs({Attribute::record, path[Attribute::record]});
+    expectAllOrNothing(
+        [&] { lists.*Attribute::ofPath = Attribute::intern(*publishing.agent, path[Attribute::record]); });
   });
   ListPublisher& publisher = *publishing.publisher;
   const std::string key = "a long enough new key";
@@ -253,7 +254,9 @@ void agentRuns(const std::string& path, Steps& said, std::uint64_t reached) {
   Script script(publishing, "script");
   for (auto step = static_cast<std::uint32_t>(reached) + 1;; ++step) {
     PathLists lists;
-    forEachKind([&]<typename Kind>(Kind) { lists.*Kind::ofPath = Kind::intern(*publishing.agent, {step}); });
+    forEachAttribute([&]<typename Attribute>(Attribute) {
+      lists.*Attribute::ofPath = Attribute::intern(*publishing.agent, {step});
+    });
     publishing.publisher->pathIs(std::to_string(step % paths), lists);
     script.stepped(10);
     if (step % 5 != 0) continue;

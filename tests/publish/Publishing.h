@@ -18,10 +18,10 @@ struct Contents {
   // The record of a list, once, and those of its communities, once.
   void listIs(const Record& list) {
     once(list);
-    forEachKind([&]<typename Kind>(Kind) {
-      if constexpr (hasCommunities<Kind>) {
-        if (list.first != Kind::record) return;
-        for (const std::uint32_t word : list.second) once({Kind::commRecord, {word}});
+    forEachAttribute([&]<typename Attribute>(Attribute) {
+      if constexpr (hasCommunities<Attribute>) {
+        if (list.first != Attribute::record) return;
+        for (const std::uint32_t word : list.second) once({Attribute::commRecord, {word}});
       }
     });
   }
@@ -38,20 +38,21 @@ inline Contents contentsOf(Store::StoreManager& store) {
   Contents shown;
   store.view().forEachRecord([&](Store::Reference reference, Store::Record record) {
     const Stashed type{record.type};
-    forEachKind([&]<typename Kind>(Kind) {
-      if (type == Kind::record) shown.records.insert({type, wordsOf<Kind>(*Kind::List::destash(&reference, &store))});
-      if constexpr (hasCommunities<Kind>) {
-        if (type != Kind::commRecord) return;
-        const auto comm = Kind::Community::destash(&reference, &store);
-        shown.records.insert({type, {wordOf<Kind>(Kind::valueOf(comm.get()))}});
+    forEachAttribute([&]<typename Attribute>(Attribute) {
+      if (type == Attribute::record)
+        shown.records.insert({type, wordsOf<Attribute>(*Attribute::List::destash(&reference, &store))});
+      if constexpr (hasCommunities<Attribute>) {
+        if (type != Attribute::commRecord) return;
+        const auto comm = Attribute::Community::destash(&reference, &store);
+        shown.records.insert({type, {wordOf<Attribute>(Attribute::valueOf(comm.get()))}});
       }
     });
   });
   forEachStashedPath(store, [&](std::string_view key, const StashedPath& stashed) {
     Contents::Path& path = shown.paths[std::string(key)];
-    forEachKind([&]<typename Kind>(Kind) {
-      const auto list = Kind::List::destash(&(stashed.*Kind::stashed), &store);
-      if (list != nullptr) path[Kind::record] = wordsOf<Kind>(*list);
+    forEachAttribute([&]<typename Attribute>(Attribute) {
+      const auto list = Attribute::List::destash(&(stashed.*Attribute::stashed), &store);
+      if (list != nullptr) path[Attribute::record] = wordsOf<Attribute>(*list);
     });
   });
   return shown;
@@ -83,7 +84,8 @@ struct Publishing {
   }
   void publisherIs(std::chrono::milliseconds interval) {
     publisher.emplace(*store, ListPublisher::Options{interval});
-    forEachKind([&]<typename Kind>(Kind) { publisher->listTableIs(((*agent).*Kind::table).get()); });
+    forEachAttribute(
+        [&]<typename Attribute>(Attribute) { publisher->listTableIs(((*agent).*Attribute::table).get()); });
   }
 
   std::unique_ptr<Store::StoreManager> store;
@@ -104,10 +106,10 @@ class Script {
       if (choice == 0) {
         pathChanged();
       } else if (choice < 7 || held_.empty()) {
-        forEachKind([&, kind = random_() % 4]<typename Kind>(Kind) {
-          if (kind != Kind::index) return;
+        forEachAttribute([&, attribute = random_() % 4]<typename Attribute>(Attribute) {
+          if (attribute != Attribute::index) return;
           const Words words = randomWords();
-          held_[{Kind::record, words}] = Kind::intern(*publishing_.agent, words);
+          held_[{Attribute::record, words}] = Attribute::intern(*publishing_.agent, words);
         });
       } else {
         held_.erase(std::next(held_.begin(), static_cast<long>(random_() % held_.size())));
@@ -144,10 +146,10 @@ class Script {
     }
     PathLists lists;
     Contents::Path& path = paths_[key] = {};
-    forEachKind([&]<typename Kind>(Kind) {
+    forEachAttribute([&]<typename Attribute>(Attribute) {
       if (random_() % 3 == 0) return;
-      path[Kind::record] = randomWords();
-      lists.*Kind::ofPath = Kind::intern(*publishing_.agent, path[Kind::record]);
+      path[Attribute::record] = randomWords();
+      lists.*Attribute::ofPath = Attribute::intern(*publishing_.agent, path[Attribute::record]);
     });
     publishing_.publisher->pathIs(key, lists);
   }

@@ -1,4 +1,4 @@
-// The kinds of list that a publisher publishes: a row for each, of all that the publisher must know to tell them apart.
+// The attributes whose lists a publisher publishes: a row for each, of all that the publisher must know to tell them apart.
 #pragma once
 
 #include "VelBgp/ListPublisher.h"
@@ -7,13 +7,13 @@
 namespace Routing::Bgp::detail {
 
 // The places of the rows, in the order of the members of PathLists and StashedPath.
-enum PublishedKindIndex : std::size_t { extendedLists, extendedIp6Lists, largeLists, standardLists };
+enum PublishedAttributeIndex : std::size_t { extendedLists, extendedIp6Lists, largeLists, standardLists };
 
-struct PublishedKind {
+struct PublishedAttribute {
   Stashed list;                 // type of a list's record
   Stashed community;            // type of the records that a list's record refers to
   std::size_t communityOctets;  // of one of those; 0: a list's record holds its values itself
-  // The list of this kind among those of a path.
+  // The list of this attribute among those of a path.
   const Keel::DedupHandleBase* (*listOf)(const PathLists& lists);
   // What a list's record will be made from: its values, or the images of communities that are records themselves.
   Image (*imageOf)(const Keel::DedupHandleBase& list);
@@ -38,7 +38,7 @@ Image communitiesOf(const Keel::DedupHandleBase& handle) {
   return image;
 }
 
-inline constexpr std::array<PublishedKind, 4> publishedKinds = {{
+inline constexpr std::array<PublishedAttribute, 4> publishedAttributes = {{
     {Stashed::extCommList, Stashed::extComm, imageOctets<ExtComm>, listOf<&PathLists::extended>,
      communitiesOf<ExtCommList, ExtComm>},
     {Stashed::extCommIp6List, Stashed::extCommIp6, imageOctets<ExtCommIp6>, listOf<&PathLists::extendedIp6>,
@@ -48,6 +48,6 @@ inline constexpr std::array<PublishedKind, 4> publishedKinds = {{
 }};
 
 template <typename Value>
-using ByKind = std::array<Value, publishedKinds.size()>;
+using ByAttribute = std::array<Value, publishedAttributes.size()>;
 
 }  // namespace Routing::Bgp::detail
