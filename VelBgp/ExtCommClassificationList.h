@@ -37,7 +37,11 @@ class VELBGP_EXPORT ExtCommListBase : public Keel::DedupHandleBase {
   }
 
   // A stored octet above the flags is thrown as the flag set's range error.
-  auto commVectorAttrs() const { return typename List::CommVectorAttrs(userDataOctet(attrsOctet)); }
+  // A template, so that programs instantiate it themselves: GCC hides the library's instance.
+  template <typename Owner = List>
+  typename Owner::CommVectorAttrs commVectorAttrs() const {
+    return typename Owner::CommVectorAttrs(userDataOctet(attrsOctet));
+  }
   bool commVectorSorted() const { return commVectorAttrs().sorted(); }
   void commVectorSortedIs(bool sorted) {
     auto attrs = commVectorAttrs();
