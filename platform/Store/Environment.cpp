@@ -64,7 +64,8 @@ bool grants(std::size_t octets) {
   return base != MAP_FAILED && ::munmap(base, octets) == 0;
 }
 
-// Where the system would grant twice that, for the page check and all else that the process needs addresses for.
+// Halved until the system would grant twice that: the rest is for the page check and all else that the process needs
+// addresses for.
 std::size_t grantedOctets(const std::string& path, std::size_t wanted) {
   for (std::size_t octets = wanted; octets >= leastMapOctets; octets /= 2) {
     if (octets <= SIZE_MAX / 2 && grants(2 * octets)) return octets;

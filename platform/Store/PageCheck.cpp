@@ -140,8 +140,7 @@ class TreeWalk {
     const std::size_t words = value.size() / sizeof(std::uint64_t);
     const std::uint64_t count = words == 0 ? 0 : readPlain<std::uint64_t>(value);
     require(words != 0 && count < words, number, "a list of free pages outside of it");
-    for (std::uint64_t i = 1; i <= count; ++i)
-      pages_.takeFree(readPlain<std::uint64_t>(value.subspan(i * sizeof count)));
+    for (std::uint64_t i = 1; i <= count; ++i) pages_.takeFree(readPlain<std::uint64_t>(value.subspan(i * sizeof i)));
   }
 
   Pages& pages_;

@@ -30,7 +30,7 @@ struct Numbers {
 
 struct Writer {
   File lock;
-  Numbers numbers;
+  Numbers numbers{};
   std::uint64_t nextAnchor = 0;
   std::uint64_t anchorBound = 0;  // the one stored
   std::uint64_t commits = 0;      // of this run
