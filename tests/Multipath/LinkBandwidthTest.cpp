@@ -17,13 +17,10 @@ using Limits = std::numeric_limits<float>;
 
 TEST(LinkBandwidth, Texts) {
   const std::pair<float, std::string> rows[] = {
-      {125e6F, "1 Gbps (weight 125000000)"},
-      {156250000, "1.25 Gbps (weight 156250000)"},
       {Limits::max(), "2722258773.108 Qbps (weight 340282346638528859811704183484516925440)"},
       {Limits::denorm_min(), "0 bps (weight 0.000000000000000000000000000000000000000000001)"},
       {-0.0F, "0 bps (no weight)"},
       {-Limits::min(), "0 bps (no weight)"},
-      {-156250000, "-1.25 Gbps (no weight)"},
       {Limits::infinity(), "inf (no weight)"},
       {-Limits::infinity(), "-inf (no weight)"},
       {Limits::quiet_NaN(), "nan (no weight)"},

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fstream>
 #include <map>
-#include <optional>
 #include <sstream>
 #include <string>
 
@@ -20,7 +20,6 @@ namespace Routing::Bgp::test {
 namespace {
 
 using Format = ExtComm::StrepFormat;
-constexpr auto none = std::nullopt;
 
 struct Expected {
   std::string type;
@@ -76,81 +75,6 @@ TEST(KindsTest, EveryTypeAndSubtypeBecomesItsClass) {
   }
 }
 
-struct Row {
-  std::uint64_t value;
-  std::string debug;                              // without the value, which ends it
-  std::string policy;                             // neither the classification nor the UI bit
-  std::optional<std::string> classificationOnly;  // as policy
-  std::string ui;
-  std::optional<std::string> uiAsdot = none;     // as ui
-  std::optional<std::string> uiWeighted = none;  // as ui
-};
-
-// clang-format off
-const Row rows[] = {
-    {0x0002fde800000064, "RouteTarget2ByteASN 65000:100", "65000:100", "RT:65000:100", "Route-Target-AS:65000:100"},
-    {0x02020003000a0005, "RouteTarget4ByteASN 196618:5", "196618:5", "RT:196618:5", "Route-Target-AS4:196618:5",
-     "Route-Target-AS4:3.10:5"},
-    {0x020200010000ffff, "RouteTarget4ByteASN 65536:65535", "65536:65535", "RT:65536:65535",
-     "Route-Target-AS4:65536:65535", "Route-Target-AS4:1.0:65535"},
-    {0x02020000ffff0000, "RouteTarget4ByteASN 65535:0", "65535:0", "RT:65535:0", "Route-Target-AS4:65535:0"},
-    {0x01020a0102030007, "RouteTarget 10.1.2.3:7", "10.1.2.3:7", "RT:10.1.2.3:7", "Route-Target-IP:10.1.2.3:7"},
-    {0x0003fde800000064, "RouteOrigin2ByteASN 65000:100", "65000:100", "SoO:65000:100", "Route-Origin-AS:65000:100"},
-    {0x0203ffffffffffff, "RouteOrigin4ByteASN 4294967295:65535", "4294967295:65535", "SoO:4294967295:65535",
-     "Route-Origin-AS4:4294967295:65535", "Route-Origin-AS4:65535.65535:65535"},
-    {0x0103ffffffffffff, "RouteOrigin 255.255.255.255:65535", "255.255.255.255:65535", "SoO:255.255.255.255:65535",
-     "Route-Origin-IP:255.255.255.255:65535"},
-    {0x0009fde800000000, "SourceAs2ByteASN 65000:0", "65000:0", "SAS:65000:0", "Source-AS:65000:0"},
-    {0x02090003000a0000, "SourceAs4ByteASN 196618:0", "196618:0", "SAS:196618:0", "Source-AS4:196618:0",
-     "Source-AS4:3.10:0"},
-    {0x010bc0a8000100ff, "VrfRouteImport 192.168.0.1:255", "192.168.0.1:255", "VRI:192.168.0.1:255",
-     "VRF-Route-Import:192.168.0.1:255"},
-    {0x4004fde84cee6b28, "LinkBandwidth 65000:1.25e+08", "65000:1.25e+08", "lbw 65000:1.25e+08",
-     "Link-Bandwidth-AS:65000:1 Gbps", none, "Link-Bandwidth-AS:65000:1 Gbps (weight 125000000)"},
-    {0x4004000000000000, "LinkBandwidth 0:0", "0:0", "lbw 0:0",
-     "Link-Bandwidth-AS:0:0 bps", none, "Link-Bandwidth-AS:0:0 bps (no weight)"},
-    {0x400400017fc00000, "LinkBandwidth 1:nan", "1:nan", "lbw 1:nan",
-     "Link-Bandwidth-AS:1:nan", none, "Link-Bandwidth-AS:1:nan (no weight)"},
-    {0x030b000000000064, "Color CO(00):100", "Color:CO(00):100", none, "Color:CO(00):100"},
-    {0x030b4000ffffffff, "Color CO(01):4294967295", "Color:CO(01):4294967295", none, "Color:CO(01):4294967295"},
-    {0x030bbfff00000000, "Color CO(10):0", "Color:CO(10):0", none, "Color:CO(10):0"},
-    {0x030cffffffff0001, "TunnelEncap 1:tunnelTypeL2tpv3OverIp", "tunnelTypeL2tpv3OverIp", none,
-     "Tunnel-Encap:tunnelTypeL2tpv3OverIp"},
-    {0x030c000000000008, "TunnelEncap 8:tunnelTypeVxlan", "tunnelTypeVxlan", none, "Tunnel-Encap:tunnelTypeVxlan"},
-    {0x030c000000000000, "TunnelEncap 0:tunnelTypeUnknown", "tunnelTypeUnknown(0)", none,
-     "Tunnel-Encap:tunnelTypeUnknown(0)"},
-    {0x030c000000000013, "TunnelEncap 19:tunnelTypeUnknown", "tunnelTypeUnknown(19)", none,
-     "Tunnel-Encap:tunnelTypeUnknown(19)"},
-    {0x030c00000000ffff, "TunnelEncap 65535:tunnelTypeUnknown", "tunnelTypeUnknown(65535)", none,
-     "Tunnel-Encap:tunnelTypeUnknown(65535)"},
-    {0x030d000000000000, "DefaultGateway", "DefaultGateway", none, "DefaultGateway"},
-    {0x4300000000000000, "OriginValidationState valid", "", none, "Origin-Validation-State:valid"},
-    {0x4300000000000001, "OriginValidationState not-found", "", none, "Origin-Validation-State:not-found"},
-    {0x4300ffffffffff02, "OriginValidationState invalid", "", none, "Origin-Validation-State:invalid"},
-    {0x4300000000000003, "OriginValidationState unknown(3)", "", none, "Origin-Validation-State:unknown"},
-    // Nobody's: the fallback of their type.
-    {0x0008fde800000064,
-     "extCommPktTypeTransTwoOctetAs extCommPktSubtypeTransTwoOctetAsBgpDataCollection ASN=65000", "65000:100", none,
-     "0008-AS:65000:100"},
-    {0x4002fde800000064, "extCommPktTypeNonTransTwoOctetAs subtype=2 ASN=65000", "65000:100", none,
-     "0002-AS(NT):65000:100"},
-    {0x42040003000a0005,
-     "extCommPktTypeNonTransFourOctetAs extCommPktSubtypeNonTransFourOctetAsGeneric ASN=196618", "196618:5", none,
-     "0204-AS4(NT):196618:5", "0204-AS4(NT):3.10:5"},
-    {0x01070a0102030007,
-     "extCommPktTypeTransIpv4Address extCommPktSubtypeTransIpv4AddressOspfRouteId 10.1.2.3", "10.1.2.3:7", none,
-     "0107-IP:10.1.2.3:7"},
-    {0x41020a0102030007, "extCommPktTypeNonTransIpv4Address subtype=2 10.1.2.3", "10.1.2.3:7", none,
-     "0102-IP(NT):10.1.2.3:7"},
-    {0x0306000000000100, "extCommPktTypeTransOpaque extCommPktSubtypeTransOpaqueOspfRouteType", "", none,
-     "0306:0x00 0x00 0x00 0x00 0x01 0x00"},
-    // Types without rules: plain objects.
-    {0x0700000000000001, "extCommPktTypeUnknown", "", none, "0700:0x00 0x00 0x00 0x00 0x00 0x01"},
-    {0x4400000000001234, "extCommPktTypeNonTransQosMarking", "", none, "0400(NT):0x00 0x00 0x00 0x00 0x12 0x34"},
-    {0xffffffffffffffff, "extCommPktTypeUnknown", "", none, "bfff(NT):0xff 0xff 0xff 0xff 0xff 0xff"},
-};
-// clang-format on
-
 constexpr std::uint8_t classificationBit = 0x02, uiBit = 0x04, jsonBit = 0x08, asdotBit = 0x10;
 
 // A debugging form neither uses nor changes the stream's state.
@@ -168,19 +92,28 @@ void checkDebug(const ExtComm& comm, const std::string& debug) {
 
 TEST(KindsTest, EveryKindInEveryText) {
   const auto decoder = bgpParseExtCommContainerSmFactory(true);
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.debug);
-    const auto comm = decoder->extCommParser()->parseExtendedCommunity(ExtCommContent(row.value));
-    checkDebug(*comm, "<" + row.debug + " " + valueToStrep(ExtCommContent(row.value)) + ">");
-    EXPECT_EQ(comm->toStrepForPolicy(Format()), row.policy);
-    EXPECT_EQ(comm->toStrepForPolicy(Format(uiBit | jsonBit)), row.policy);
-    EXPECT_EQ(comm->toStrepForPolicy(Format(classificationBit)), row.classificationOnly.value_or(row.policy));
-    EXPECT_EQ(comm->toStrepForPolicy(Format(classificationBit | uiBit)), row.ui);
-    EXPECT_EQ(comm->toStrepForUI(false, false, true), row.ui);
-    EXPECT_EQ(comm->toStrepForUI(true, false, false), row.uiAsdot.value_or(row.ui));
-    EXPECT_EQ(comm->toStrepForUI(false, true, false), row.uiWeighted.value_or(row.ui));
-    EXPECT_EQ(decoder->extCommParser()->showString(row.value, true, false, true), row.uiAsdot.value_or(row.ui));
-    EXPECT_EQ(decoder->extCommParser()->showString(row.value, false, true, false), row.uiWeighted.value_or(row.ui));
+  std::ifstream file(VELBGP_KINDS_FILE);
+  ASSERT_TRUE(file);
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with('#')) continue;
+    SCOPED_TRACE(line);
+    std::istringstream columns(line);
+    std::string text, debug, policy, policyClassification, ui, uiAsdot, uiWeighted;
+    for (auto* column : {&text, &debug, &policy, &policyClassification, &ui, &uiAsdot, &uiWeighted}) {
+      std::getline(columns, *column, '\t');
+    }
+    const std::uint64_t value = std::stoull(text, nullptr, 16);
+    const auto comm = decoder->extCommParser()->parseExtendedCommunity(ExtCommContent(value));
+    checkDebug(*comm, "<" + debug + " " + text + ">");
+    EXPECT_EQ(comm->toStrepForPolicy(Format()), policy);
+    EXPECT_EQ(comm->toStrepForPolicy(Format(uiBit | jsonBit)), policy);
+    EXPECT_EQ(comm->toStrepForPolicy(Format(classificationBit)), policyClassification);
+    EXPECT_EQ(comm->toStrepForPolicy(Format(classificationBit | uiBit)), ui);
+    EXPECT_EQ(comm->toStrepForUI(false, false, true), ui);
+    EXPECT_EQ(comm->toStrepForUI(true, false, false), uiAsdot);
+    EXPECT_EQ(comm->toStrepForUI(false, true, false), uiWeighted);
+    EXPECT_EQ(decoder->extCommParser()->showString(value, true, false, true), uiAsdot);
+    EXPECT_EQ(decoder->extCommParser()->showString(value, false, true, false), uiWeighted);
   }
   const auto dotted = decoder->extCommParser()->parseExtendedCommunity(ExtCommContent(0x02020003000a0005));
   EXPECT_EQ(dotted->toStrepForPolicy(Format(asdotBit)), "3.10:5");
@@ -283,10 +216,6 @@ TEST(KindsTest, FieldsOfObjectsBuiltByHand) {
   EXPECT_TRUE(color->colorOnlyBits() == 3 && color->color() == 100);
   const auto encap = Tyr::make<ExtCommTunnelEncap>(ExtCommContent(0x030c00000000000d));
   EXPECT_TRUE(encap->tunnelType() == tunnelTypeUnknown && encap->tunnelTypeNumber() == 13);
-  const std::pair<int, const char*> tunnelTypes[] = {
-      {1, "tunnelTypeL2tpv3OverIp"}, {2, "tunnelTypeGre"},   {7, "tunnelTypeIpInIp"},     {8, "tunnelTypeVxlan"},
-      {9, "tunnelTypeNvgre"},        {10, "tunnelTypeMpls"}, {11, "tunnelTypeMplsInGre"}, {12, "tunnelTypeVxlanGpe"}};
-  for (const auto& [number, name] : tunnelTypes) EXPECT_EQ(stringValue(TunnelType(number)), name);
 }
 
 // Objects that no rule makes: the debugging form cannot name their layout.

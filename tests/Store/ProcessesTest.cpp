@@ -6,14 +6,7 @@
 namespace Routing::Store::test {
 namespace {
 
-class ProcessesTest : public StoreTest {
- protected:
-  static std::size_t addressesInUse() {
-    std::size_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  }
-};
+using ProcessesTest = StoreTest;
 
 TEST_F(ProcessesTest, OneWriterWhoOpensFirst) {
   auto store = StoreManager::openForWriting(path_);
@@ -175,6 +168,12 @@ TEST_F(ProcessesTest, AMapIsFull) {
   commit(*store, [](WriteBatch& batch) { batch.recordIs(1, octets(std::string(leastMapOctets, 'x'))); });
   steps.done(3);
   EXPECT_EQ(reader.ended(), 0);
+}
+
+std::size_t addressesInUse() {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
 // The map and as much again for the rest; less than 64 MiB are none.

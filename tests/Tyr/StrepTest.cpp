@@ -68,16 +68,6 @@ TEST(Strep, readersStopBehindTheirPieceOrMoveNothing) {
   }
 }
 
-TEST(Strep, pointersAndBooleansRoundTrip) {
-  const int object = 0;
-  EXPECT_EQ(Tyr::pointerToStrep(nullptr), "0x0000000000000000");
-  for (const void* pointer : {static_cast<const void*>(&object), static_cast<const void*>(nullptr)}) {
-    EXPECT_EQ(Tyr::readWhole(Tyr::pointerToStrep(pointer), Tyr::readPointer), pointer);
-  }
-  EXPECT_EQ(Tyr::valueToStrep(true) + Tyr::valueToStrep(false), "TrueFalse");
-  EXPECT_THROW(Tyr::readWhole("True ", Tyr::readBool), Tyr::ParseException);
-}
-
 TEST(FlagSet, bitsCountFromTheFirstMember) {
   Door door;
   door.lockedIs(true);
