@@ -1,5 +1,5 @@
-// What the lists of all attributes do with their vectors of communities: bring them into canonical order, and write them
-// out.
+// What the lists of all attributes do with their vectors of communities: bring them into canonical order, and write
+// them out.
 #pragma once
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // The table that interns lists of extended communities and their classification lists, one object per distinct
 // sequence of values, and announces those of route targets.
 //
-// Ownership: one per agent, shared through its Ptr; it must exist before any list is interned, and lists may outlive it.
-// Threads: as its hash tables' variant allows (Keel/DedupHashTable.h).
+// Ownership: one per agent, shared through its Ptr; it must exist before any list is interned, and lists may outlive
+// it. Threads: as its hash tables' variant allows (Keel/DedupHashTable.h).
 #pragma once
 
 #include "VelBgp/NotifyingRouteTargetList.h"

@@ -40,8 +40,8 @@ class ListPublisher::State {
     unwritten_ = Notes();
     records_.reset();
   }
-  // Asked without the mutex, which spares the work of making a note. A thread that reads an old answer is refused later,
-  // under the mutex.
+  // Asked without the mutex, which spares the work of making a note. A thread that reads an old answer is refused
+  // later, under the mutex.
   bool closed() const noexcept { return closed_.load(std::memory_order_relaxed); }
 
   void tableIs(std::size_t attribute, const Keel::DedupHashTable& table) {

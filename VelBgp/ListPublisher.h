@@ -18,8 +18,8 @@
 // that is never held while anything is written. A thread of the publisher's takes the notes every `interval` and
 // commits them; what comes and goes between two commits leaves no trace. Failures (a full disk) are kept in problem(),
 // and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 100 octets for
-// each published list and for each distinct community of extended lists, the notes since the last commit, and the paths'
-// keys.
+// each published list and for each distinct community of extended lists, the notes since the last commit, and the
+// paths' keys.
 //
 // Ownership: a path that is published holds its lists, so that what it names is there; they are released by pathIs and
 // pathDel, and by the destructor. The store must outlive the publisher and is used by nobody else meanwhile. Tables may
@@ -49,7 +49,8 @@ struct PathLists {
 class VELBGP_EXPORT ListPublisher {
  public:
   struct Options {
-    // How long changes wait to be committed together: from one millisecond to a day, other values are taken for the nearer.
+    // How long changes wait to be committed together: from one millisecond to a day, other values are taken for the
+    // nearer.
     std::chrono::milliseconds interval{100};
   };
 
@@ -60,9 +61,9 @@ class VELBGP_EXPORT ListPublisher {
   ListPublisher(const ListPublisher&) = delete;
   ListPublisher& operator=(const ListPublisher&) = delete;
 
-  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its attribute is there.
-  // A table that is destroyed, or given another notifiee, takes its lists out of the store, also out of paths; another
-  // may follow it.
+  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its attribute is
+  // there. A table that is destroyed, or given another notifiee, takes its lists out of the store, also out of paths;
+  // another may follow it.
   void listTableIs(const ExtCommListDedupTable* table);
   void listTableIs(const ExtCommIp6ListDedupTable* table);
   void listTableIs(const LargeCommListDedupTable* table);

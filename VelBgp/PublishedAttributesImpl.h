@@ -1,4 +1,5 @@
-// The attributes whose lists a publisher publishes: a row for each, of all that the publisher must know to tell them apart.
+// The attributes whose lists a publisher publishes: a row for each, of all that the publisher must know to tell them
+// apart.
 #pragma once
 
 #include "VelBgp/ListPublisher.h"

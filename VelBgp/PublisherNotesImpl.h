@@ -19,7 +19,8 @@ struct SlotHash {
 template <typename Value>
 using BySlot = boost::unordered_flat_map<Slot, Value, SlotHash>;
 
-// Of the lists of one attribute, since the notes were last taken: first all that went, then what came and is still there.
+// Of the lists of one attribute, since the notes were last taken: first all that went, then what came and is still
+// there.
 struct AttributeNotes {
   bool allGone = false;  // all that was there before, that is
   std::vector<Slot> gone;

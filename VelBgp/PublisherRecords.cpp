@@ -18,8 +18,8 @@ bool unlessDamaged(Action&& action) {
   }
 }
 
-// One attribute's part of a commit. The book of records is changed only once that is done: a commit that fails leaves it
-// true.
+// One attribute's part of a commit. The book of records is changed only once that is done: a commit that fails leaves
+// it true.
 class AttributeChange {
  public:
   AttributeChange(const PublishedAttribute& attribute, AttributeRecords& records, const Store::StoreManager& store,

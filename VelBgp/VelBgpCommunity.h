@@ -310,8 +310,8 @@ void ExtComm::dedupContents(const ExtCommDedupTable* table, const std::uint64_t*
   }
 }
 
-// To call one of these, or the constructor, include VelBgp/Parse/ExtCommContainer.h too: the rule comes from there, and its
-// class, which a copy of the pointer needs complete, is only declared here.
+// To call one of these, or the constructor, include VelBgp/Parse/ExtCommContainer.h too: the rule comes from there, and
+// its class, which a copy of the pointer needs complete, is only declared here.
 VELBGP_EXPORT ExtCommDedupTable::Ptr extCommDedupTableFactory(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
 VELBGP_EXPORT ExtCommDedupTable::Ptr ExtCommDedupTableIs(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
 

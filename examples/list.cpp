@@ -38,6 +38,8 @@ int main() {
     std::cout << part->classification() << ": " << part->comms().size() << '\n';
   }
 
+  std::cout << "to prune: " << first->commVectorAttrs().hasPrunableValues() << '\n';
+
   const Routing::RouteMap::PosixRegex tenant("RT:65000:[0-9]+");
   std::cout << "of tenant 65000: " << first->matchCommunitiesRegex(&tenant) << '\n' << "attribute: " << std::flush;
   printHex(first->serialize(ExtCommList::serialization(true, false, false)));

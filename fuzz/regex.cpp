@@ -1,5 +1,5 @@
-// A pattern and a text, a zero octet between them: what an expression answers is what the host's engine answers. Ours may
-// refuse a pattern that the host takes, never take one that the host refuses.
+// A pattern and a text, a zero octet between them: what an expression answers is what the host's engine answers. Ours
+// may refuse a pattern that the host takes, never take one that the host refuses.
 #include <regex.h>
 
 #include <optional>

@@ -1,5 +1,5 @@
-// Any text through every reader of texts: what is read is printed, and what is printed reads as the same again. A reader
-// that takes nothing leaves its place as it was.
+// Any text through every reader of texts: what is read is printed, and what is printed reads as the same again. A
+// reader that takes nothing leaves its place as it was.
 #include <arpa/inet.h>
 
 #include <optional>

@@ -51,8 +51,8 @@ struct ExtCommLayoutLabels {
   const char* debug;
   const char* ui;
 };
-// A kind's row: the type's name, and what a community of the kind is once it is decoded; for the forms of ExtComm.h also
-// the labels under each layout and the label of texts that have the classification bit alone.
+// A kind's row: the type's name, and what a community of the kind is once it is decoded; for the forms of ExtComm.h
+// also the labels under each layout and the label of texts that have the classification bit alone.
 struct ExtCommLabels {
   const char* type;
   ExtCommClassification classification;
@@ -141,8 +141,8 @@ class VELBGP_EXPORT KindRule : public SubTypeRuleBaseOf<decltype(pktSubTypeClaim
   }
 };
 
-// Adds each of its rules to the per-type rules that it fits. It has caught up when its constructor returns; an heir that
-// overrides a hook besides calls that family's handler in its own constructor.
+// Adds each of its rules to the per-type rules that it fits. It has caught up when its constructor returns; an heir
+// that overrides a hook besides calls that family's handler in its own constructor.
 template <typename... Rules>
 class VELBGP_EXPORT BgpParseExtCommKindSm : public BgpParseExtCommPluginBaseSm {
  public:

@@ -9,8 +9,8 @@
 //
 // Ownership: the root owns its type rules and each of these its sub-rules; a later rule for the same code point
 // replaces, and releases, the earlier. Rules announce themselves in the collections of their control. Threads: in a
-// multi-threaded agent (Tyr/Threading.h) decoding from any number of them; the tree must not change meanwhile. Errors: a
-// null rule is refused with Tyr::NullArgumentException.
+// multi-threaded agent (Tyr/Threading.h) decoding from any number of them; the tree must not change meanwhile. Errors:
+// a null rule is refused with Tyr::NullArgumentException.
 #pragma once
 
 #include <boost/unordered/unordered_flat_map.hpp>

@@ -5,8 +5,8 @@
 //
 // text matches the text of n communities with one compiled expression, by one thread and by two that share it; the last
 // community is the one asked for (hit) or another one (miss). The expression begins with what may stand before a number
-// (words) or with the number itself (literal). list asks whole lists of each attribute, which write their text first, and a
-// second one when the first does not match. Nanoseconds of CPU time for each match.
+// (words) or with the number itself (literal). list asks whole lists of each attribute, which write their text first,
+// and a second one when the first does not match. Nanoseconds of CPU time for each match.
 #include <benchmark/benchmark.h>
 #include <regex.h>
 

@@ -17,12 +17,12 @@
 // KiB. The syntax tree beside them stays below half a MiB. Construction takes up to 6 MiB for a moment.
 //
 // Ownership: a moved-from expression may only be destroyed or assigned to.
-// Threads: one expression may be used from any number of threads. Each match takes a shared lock, so two threads that do
-// nothing but match short texts slow each other down, up to twice; what no text needed before is added under an
-// exclusive one. Threads that match much better have an expression each: PosixRegex mine(theirs.pattern()).
-// Errors: PosixRegexException from the constructor, std::bad_alloc from the constructor and from matching. Whoever
-// catches the latter may go on, but when memory runs out while RE2 prepares an expression it loses some of its own and
-// may write "Stack not empty." to standard error.
+// Threads: one expression may be used from any number of threads. Each match takes a shared lock, so two threads that
+// do nothing but match short texts slow each other down, up to twice; what no text needed before is added under an
+// exclusive one. Threads that match much better have an expression each: PosixRegex mine(theirs.pattern()). Errors:
+// PosixRegexException from the constructor, std::bad_alloc from the constructor and from matching. Whoever catches the
+// latter may go on, but when memory runs out while RE2 prepares an expression it loses some of its own and may write
+// "Stack not empty." to standard error.
 #pragma once
 
 #include <memory>

@@ -29,7 +29,8 @@ struct VELBGP_EXPORT StoreBusyException : StoreException {
   using StoreException::StoreException;
 };
 
-// No room on the disk, in a quota, under a limit on file sizes or in the map. The last commit stands; a later batch may succeed.
+// No room on the disk, in a quota, under a limit on file sizes or in the map. The last commit stands; a later batch may
+// succeed.
 struct VELBGP_EXPORT StoreFullException : StoreException {
   using StoreException::StoreException;
 };

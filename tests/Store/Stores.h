@@ -94,8 +94,8 @@ class Steps {
   std::atomic<std::uint64_t>& done_;
 };
 
-// Kills writers, sometimes while they make or open the store. What they said is committed may not be lost. Both functions
-// count steps: the first goes on from the one reached, the second reads the last one.
+// Kills writers, sometimes while they make or open the store. What they said is committed may not be lost. Both
+// functions count steps: the first goes on from the one reached, the second reads the last one.
 inline void expectKillsLoseNothing(const std::string& path,
                                    const std::function<void(Steps& said, std::uint64_t reached)>& writing,
                                    const std::function<std::uint64_t(StoreManager&)>& lastIn) {

@@ -1,5 +1,5 @@
-// What every test of lists needs: a decoder and the tables of all attributes, in either variant, and ways to intern a few
-// communities. The decoder also knows route targets and origins among IPv6-address-specific communities.
+// What every test of lists needs: a decoder and the tables of all attributes, in either variant, and ways to intern a
+// few communities. The decoder also knows route targets and origins among IPv6-address-specific communities.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// One suite for the interned lists of all attributes, in both variants of the tables, and one for all that they are built
-// from.
+// One suite for the interned lists of all attributes, in both variants of the tables, and one for all that they are
+// built from.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// What is each attribute's own in the lists of extended, standard and large communities. What all lists have in common is in
-// the suites of interned lists and of contents.
+// What is each attribute's own in the lists of extended, standard and large communities. What all lists have in common
+// is in the suites of interned lists and of contents.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

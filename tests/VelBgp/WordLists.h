@@ -1,6 +1,6 @@
-// Lists of all four attributes, made of plain words, so that a test says a thing once for all of them: the attributes Extended,
-// ExtendedIp6, Large and Standard. A word becomes a community of any attribute and is read back from it, with a look at all
-// of the community.
+// Lists of all four attributes, made of plain words, so that a test says a thing once for all of them: the attributes
+// Extended, ExtendedIp6, Large and Standard. A word becomes a community of any attribute and is read back from it, with
+// a look at all of the community.
 #pragma once
 
 #include <gtest/gtest.h>

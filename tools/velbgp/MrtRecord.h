@@ -39,7 +39,8 @@ class MrtRecord {
   // The largest body that such a record can have and be well formed.
   static std::uint64_t largestBody(const MrtHeader& header);
 
-  // Reads a body of a type that is read; false if it is malformed. All below is of the body read last and points into it.
+  // Reads a body of a type that is read; false if it is malformed. All below is of the body read last and points into
+  // it.
   bool bodyIs(const MrtHeader& header, Octets body);
 
   std::uint32_t paths() const { return paths_; }

@@ -140,8 +140,8 @@ class SampleWriter {
     --left_;
   }
 
-  // ORIGIN, AS_PATH with four-octet numbers, LOCAL_PREF, the next hop or `reach`, the multiprotocol attribute, of which a
-  // table keeps only the next hop, and the communities.
+  // ORIGIN, AS_PATH with four-octet numbers, LOCAL_PREF, the next hop or `reach`, the multiprotocol attribute, of which
+  // a table keeps only the next hop, and the communities.
   Wire pathAttributes(const Route& to, unsigned peer, const Wire& reach) {
     constexpr unsigned sequence = 2;
     const unsigned hops = 1 + random_.below(3);
