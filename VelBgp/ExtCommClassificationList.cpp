@@ -1,4 +1,3 @@
-
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {

@@ -1,4 +1,3 @@
-
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 

@@ -25,6 +25,10 @@ namespace Routing::Bgp {
 class VELBGP_EXPORT BgpExtCommPktSubtype final : public BgpMaybeU63 {
  public:
   constexpr BgpExtCommPktSubtype() noexcept = default;
+  constexpr BgpExtCommPktSubtype(const BgpExtCommPktSubtype&) noexcept = default;
+  constexpr BgpExtCommPktSubtype& operator=(const BgpExtCommPktSubtype&) noexcept = default;
+  // Not defaulted: GCC 12 would refuse constants of the class.
+  constexpr ~BgpExtCommPktSubtype() override {}
   // Throws as valueIs() does.
   explicit BgpExtCommPktSubtype(std::uint64_t value) { valueIs(value); }
 

@@ -57,7 +57,8 @@ class VELBGP_EXPORT BgpMaybeU63 {
   // The number in decimal, or "unspecified".
   std::string toStrep() const;
 
-  // Unspecified equals unspecified and no number, and comes before every number. No comparison asserts. Both orders of
+  // Unspecified equals unspecified and no number, and comes before every number. No comparison with integers or
+  // enumerators asserts. Both orders of
   // operands are spelt out for the numbers: Clang 14 finds the turned ones ambiguous.
   friend bool operator==(const BgpMaybeU63& a, const BgpMaybeU63& b) noexcept { return (a <=> b) == 0; }
   friend std::strong_ordering operator<=>(const BgpMaybeU63& a, const BgpMaybeU63& b) noexcept {

@@ -1,3 +1,8 @@
+// Source AS communities (RFC 6514): the AS of the root of a multicast VPN's upstream. Of the transitive types only.
+//
+//   ExtCommSourceAs                the community
+//   BgpParseExtCommSourceAsSm      the plugin that teaches a decoder to make it
+// Ownership, threads and errors: VelBgp/Parse/ExtCommKind.h.
 #pragma once
 
 #include "VelBgp/Parse/ExtCommKind.h"

@@ -1,3 +1,8 @@
+// VRF route import communities (RFC 6514): the VRF of the upstream router that a multicast route was imported from.
+//
+//   ExtCommVrfRouteImportIpv4Address     the community
+//   BgpParseExtCommVrfRouteImportSm      the plugin that teaches a decoder to make it
+// Ownership, threads and errors: VelBgp/Parse/ExtCommKind.h.
 #pragma once
 
 #include "VelBgp/Parse/ExtCommKind.h"

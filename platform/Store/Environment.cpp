@@ -97,7 +97,8 @@ std::shared_ptr<Environment> Environment::open(const std::string& path, const Op
   return {held->second.environment.get(), [id](const Environment* last) { letGo(*last, id); }};
 }
 
-// The registry's lock is held, so nobody else changes the engine's flags; this one may change at any time.
+// The registry's lock is held, so nobody else changes the engine's flags. Readers look at other bits of that word, and
+// this one may change between two commits.
 void Environment::writingIs(const Options& options) {
   if (!writable_) {
     throw StoreBusyException(problem(path_, "this process has it open for reading only", "to open for writing first"));

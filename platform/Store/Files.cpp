@@ -105,7 +105,7 @@ std::string contents(int file) {
 // Drawn by the kernel at each start; empty where it does not tell.
 std::string startOfMachine() {
   const int file = ::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC);
-  const std::string start = contents(file);
+  std::string start = contents(file);
   if (file >= 0) ::close(file);
   return start;
 }

@@ -81,9 +81,9 @@ inline constexpr std::size_t leastMapOctets = std::size_t{64} << 20;
 
 struct Options {
   Durability durability = Durability::processCrash;
-  // How many addresses this process reserves for the store's file, 64 MiB at least: the most that it can grow to. Taken
-  // as it is when the process opens the store for the first time, or has closed it; a file that is larger already is
-  // mapped as it is.
+  // How many addresses this process reserves for the store's file, 64 MiB at least: the most that it can grow to. Counts
+  // only while no other manager or view of the process has the store open; a file that is larger already is mapped as
+  // it is.
   std::size_t mapOctets = defaultMapOctets;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;

@@ -89,6 +89,8 @@ TEST(MaybeU63, OutOfBoundsLeavesItUnspecified) {
   EXPECT_EQ(bounded.value(), 20u);
   bounded.valueDel();
   EXPECT_TRUE(bounded.isUnspecified());
+  constexpr BgpExtCommPktSubtype none;
+  EXPECT_TRUE(none.isUnspecified());
   EXPECT_THROW(BgpExtCommPktSubtype(256), Tyr::RangeException);
 }
 
