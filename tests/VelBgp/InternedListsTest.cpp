@@ -237,7 +237,8 @@ TYPED_TEST(InternedLists, SnapshotsHaveClassificationLists) {
       comms += part->commSnapshot()->commCount();
     }
     EXPECT_EQ(comms, 5u);
-    const auto& [target, part] = *snapshot->classificationList(extCommClassificationRouteTarget);
+    const auto target = extCommClassificationRouteTarget;
+    const auto& part = snapshot->classificationList(target)->second;
     const auto other = this->intern({12, 24})->classificationList(target);
     snapshot->classificationListIs(other);
     EXPECT_TRUE(other && part == other);
