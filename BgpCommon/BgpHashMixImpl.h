@@ -1,5 +1,6 @@
-// The hashes that the interning tables and the contents that they are asked for have to agree on. Results hold within
-// one process only (Keel/HashMix.h); any thread.
+// BgpHashMixImpl: the hashes that the interning tables and the contents that they are asked for have to agree on. As all
+// Impl.h it is shared by our own sources and never installed; what it does is Keel's, and only the seeds and the choice
+// of function are told here. Results hold within one process only (Keel/HashMix.h); any thread.
 #pragma once
 
 #include <cstddef>

@@ -14,14 +14,9 @@ namespace Routing::Bgp {
 template <>
 inline constexpr Stashed stashedListType<CommListTraits> = Stashed::commList;
 
-template class ValueCommListContent<CommListTraits>;
-template class ValueCommList<CommListTraits>;
-
 // ---- One value
 
 namespace {
-
-constexpr std::size_t longestValueText = 12;  // "no-advertise", one more than "65535:65535"
 
 // The row of a well-known value, or null. Nearly all values are no such, and these two ranges hold them all.
 const Tyr::EnumRow* wellKnownRow(std::uint32_t value) noexcept {
@@ -79,35 +74,15 @@ void CommListTraits::write(Value value, Serialize& buffer) { buffer.addU32hton(v
 
 // ---- The list
 
-CommListContent::~CommListContent() = default;
+template class ValueCommListContent<CommListTraits>;
+template class ValueCommList<CommListTraits>;
+
 CommList::~CommList() = default;
-
-const Tyr::FwkType& CommList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::CommList"};
-  return type;
-}
-
-CommList::PtrConst CommList::dedupContent(const CommListDedupTable* table, const CommListContent& content) {
-  return findOrMake(table, content, [&content] { return allocateCommListForDedup(content); });
-}
-
-CommList::Ptr CommList::allocateCommListForDedup(const CommListContent& content) { return allocate(content.comms()); }
-
-CommList::PtrConst CommList::destash(const void* stashed, Store::StoreManager* store) {
-  return destashCommList(stashed, store);
-}
-
-std::string CommList::toStrep() const { return joined(comms(), longestValueText, CommunityFormatter<true>::format); }
-
-bool CommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
-  return matchJoined(comms(), longestValueText, CommunityFormatter<false>::format, *regex) ||
-         matchJoined(comms(), longestValueText, CommunityFormatter<true>::format, *regex);
-}
 
 std::ostream& formatCommList(std::ostream& stream, const CommList* list) { return writeText(stream, stringify(list)); }
 std::ostream& operator<<(std::ostream& stream, const CommList* list) { return formatCommList(stream, list); }
 std::ostream& operator<<(std::ostream& stream, const CommList& list) { return stream << &list; }
-std::string stringify(const CommList* list) { return list == nullptr ? "NULL" : list->toStrep(); }
+std::string stringify(const CommList* list) { return textOf(list); }
 
 // ---- The tables
 

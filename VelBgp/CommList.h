@@ -11,7 +11,7 @@
 //   content.commIs(0xffffff01);                                   // any order, repeats allowed
 //   CommList::PtrConst list = CommList::dedupContent(table, content);
 //
-// Ownership, threads and memory: see ValueCommList.h. The table must outlive nothing; lists may outlive it.
+// Ownership, threads and memory: see ValueCommList.h. Lists may outlive their table; they are then in none.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,6 @@
 #include <string_view>
 
 #include "Keel/DedupHashTable.h"
-#include "Policy/PosixRegex.h"
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Enumeration.h"
 #include "Tyr/Export.h"
@@ -36,6 +35,7 @@ namespace Routing::Bgp {
 #include "Tyr/EnumerationDeclare.def"
 
 class CommList;
+class CommListContent;
 class CommListSnapshot;
 class CommListDedupTable;
 
@@ -51,7 +51,9 @@ extern template struct CommunityFormatter<true>;
 struct VELBGP_EXPORT CommListTraits {
   using Value = std::uint32_t;
   using List = CommList;
+  using Content = CommListContent;
   using Table = CommListDedupTable;
+  static constexpr Tyr::FwkType fwkType{"Routing::Bgp::CommList"};
 
   // Paul Hsieh's hash over the values as they lie in memory.
   static std::uint32_t hash(std::span<const Value> values);
@@ -60,28 +62,19 @@ struct VELBGP_EXPORT CommListTraits {
   static constexpr BgpPathAttrType attribute = BgpPathAttrType::community;
   static constexpr std::uint32_t octetsEach = 4;
   static void write(Value value, Serialize& buffer);
+
+  static constexpr std::size_t longestText = 12;  // "no-advertise", one more than "65535:65535"
+  static constexpr bool hasNames = true;
+  static constexpr auto format = CommunityFormatter<true>::format;
+  static constexpr auto formatNumbers = CommunityFormatter<false>::format;
 };
 extern template class ValueCommListContent<CommListTraits>;
 extern template class ValueCommList<CommListTraits>;
 
-class VELBGP_EXPORT CommListContent final : public ValueCommListContent<CommListTraits> {
- public:
-  CommListContent() = default;
-  CommListContent(const CommListContent&) = default;
-  CommListContent& operator=(const CommListContent&) = default;
-  ~CommListContent() override;
-};
+class VELBGP_EXPORT CommListContent final : public ValueCommListContent<CommListTraits> {};
 
 class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
  public:
-  using Ptr = Tyr::Ptr<CommList>;
-  using PtrConst = Tyr::Ptr<const CommList>;
-
-  const Tyr::FwkType& fwkType() const override;
-
-  // The interned list with this content, made on a miss. Sorts the content. Never null.
-  static PtrConst dedupContent(const CommListDedupTable* table, const CommListContent& content);
-
   // totalCommunities() values, ascending, in host order.
   const std::uint32_t* commVectorRawPtr() const noexcept { return comms().data(); }
 
@@ -91,26 +84,14 @@ class VELBGP_EXPORT CommList final : public ValueCommList<CommListTraits> {
   // The text of one value, with well-known names.
   static std::string getStringValue(std::uint32_t value);
 
-  // All values, a blank between them, with well-known names.
-  std::string toStrep() const;
-  // Whether the expression matches the text with numbers alone or, if not, the one with well-known names.
-  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
-
   // Its values as a map (VelBgp/CommListSnapshot.h).
   Tyr::Ptr<CommListSnapshot> commSnapshot() const;
-
-  // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
-  // Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
-  // ExtComm::destash.
-  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
   friend ValueCommList<CommListTraits>;
 
   using ValueCommList::ValueCommList;
   ~CommList() override;
-  // A new list, never deduped. The content is sorted.
-  static Ptr allocateCommListForDedup(const CommListContent& content);
 };
 
 // toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.

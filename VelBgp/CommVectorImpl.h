@@ -29,6 +29,13 @@ void sortAndUnique(Vector& comms, LessThan lessThan = LessThan()) {
   }
 }
 
+// The same, once for each time that communities were added.
+template <typename Vector, typename LessThan = std::less<>>
+void sortAndUniqueOnce(bool& commVectorSorted, Vector& comms, LessThan lessThan = LessThan()) {
+  if (!commVectorSorted) sortAndUnique(comms, lessThan);
+  commVectorSorted = true;
+}
+
 // An outgoing attribute, header included, for `announced` communities of `octetsEach` octets: writeOne(attribute, comm)
 // is called for each of `comms` and appends it, or passes over it. Asserts that the announced value fits in 65,535
 // octets.

@@ -4,6 +4,8 @@
 
 namespace Routing::Bgp {
 
+template class ExtCommListBase<ExtCommClassificationList, 1>;
+
 ExtCommClassificationList::ExtCommClassificationList(ExtCommClassification classification) {
   checkClassification(classification);
   userDataIs(static_cast<std::uint32_t>(classification));
@@ -13,29 +15,12 @@ ExtCommClassificationList::~ExtCommClassificationList() = default;
 LinkBandwidthExtCommClassificationList::~LinkBandwidthExtCommClassificationList() = default;
 RtExtCommClassificationList::~RtExtCommClassificationList() = default;
 
-const Tyr::FwkType& ExtCommClassificationList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommClassificationList"};
-  return type;
-}
-
-const Tyr::FwkType& LinkBandwidthExtCommClassificationList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::LinkBandwidthExtCommClassificationList"};
-  return type;
-}
-
-const Tyr::FwkType& RtExtCommClassificationList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::RtExtCommClassificationList"};
-  return type;
-}
-
-std::uint32_t ExtCommClassificationList::hash() const { return isDeduped() ? storedHash() : hashExtCommList(this); }
-
-bool ExtCommClassificationList::compare(const Keel::DedupHandleBase* other) const {
-  return compareExtCommLists(this, static_cast<const ExtCommClassificationList*>(other));
-}
+TYR_FWK_TYPE(ExtCommClassificationList, "Routing::Bgp::ExtCommClassificationList")
+TYR_FWK_TYPE(LinkBandwidthExtCommClassificationList, "Routing::Bgp::LinkBandwidthExtCommClassificationList")
+TYR_FWK_TYPE(RtExtCommClassificationList, "Routing::Bgp::RtExtCommClassificationList")
 
 bool ExtCommClassificationList::compareByContent(const Keel::DedupContentHandle& content) const {
-  return compareExtCommContent(static_cast<const ExtCommClassificationListContent*>(&content), this, comms());
+  return compareExtCommContent(static_cast<const ExtCommClassificationListContent*>(&content), this, comms_);
 }
 
 void ExtCommClassificationList::checkPrunable(const ExtComm::PtrConst& comm) {
@@ -50,26 +35,10 @@ ExtCommListContent::Vector ExtCommClassificationList::prune() const {
   return kept;
 }
 
-void ExtCommClassificationList::commVectorAttrsIs(CommVectorAttrs attrs) noexcept {
-  userDataIs((userData() & 0xff) | std::uint32_t{attrs.value()} << 8);
-}
-
-void ExtCommClassificationList::commVectorSortedIs(bool sorted) {
-  CommVectorAttrs attrs = commVectorAttrs();
-  attrs.sortedIs(sorted);
-  commVectorAttrsIs(attrs);
-}
-
 void ExtCommClassificationList::hasPrunableValuesIs(bool has) {
   CommVectorAttrs attrs = commVectorAttrs();
   attrs.hasPrunableValuesIs(has);
-  commVectorAttrsIs(attrs);
-}
-
-ExtCommRange ExtCommClassificationList::comms() const { return sortedComms(this, comms_); }
-
-ExtComm::PtrConst ExtCommClassificationList::comm(std::uint64_t value) const {
-  return ExtCommVectorLookup(commVectorSorted(), comms_.range(), value);
+  attrsIs(attrs);
 }
 
 ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupContent(
@@ -88,9 +57,7 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const
                                          : table->extCommClassificationListDedupTable();
   return dedupTable.findOrDedup<ExtCommClassificationList>(
       hash,
-      [&content](const ExtCommClassificationList& list) {
-        return compareExtCommContent(&content, &list, list.comms_.range());
-      },
+      [&content](const ExtCommClassificationList& list) { return compareExtCommContent(&content, &list, list.comms_); },
       [&content] {
         Ptr fresh = newOfItsClass(content.classification());
         fresh->fill(content.comms_);

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <limits>
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 #include "Keel/HashMix.h"
@@ -13,6 +12,7 @@
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/InternedExtCommImpl.h"
 #include "VelBgp/Parse/ExtCommRule.h"
 #include "VelBgp/StashImpl.h"
 
@@ -100,43 +100,25 @@ std::ostream& operator<<(std::ostream& stream, const ExtCommIp6Content& content)
   return stream;
 }
 
-ExtCommIp6DedupContent::~ExtCommIp6DedupContent() = default;
-
-std::uint32_t ExtCommIp6DedupContent::hash() const { return content_.hash(); }
-
 // ---- The object
+
+ExtCommIp6::PtrConst ExtCommIp6Traits::decode(const BgpParseExtendedCommunityRule& rule, const Content& content) {
+  return rule.parseExtendedCommunityIp6(content);
+}
+
+template <>
+inline constexpr Stashed stashedCommunityType<ExtCommIp6Traits> = Stashed::extCommIp6;
+
+template class InternedExtCommContent<ExtCommIp6Traits>;
+template class InternedExtComm<ExtCommIp6Traits>;
 
 ExtCommIp6::~ExtCommIp6() = default;
 ExtCommIp6Subtyped::~ExtCommIp6Subtyped() = default;
 
-const Tyr::FwkType& ExtCommIp6::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6"};
-  return type;
-}
-
-const Tyr::FwkType& ExtCommIp6Subtyped::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6Subtyped"};
-  return type;
-}
-
-std::uint32_t ExtCommIp6::hash() const { return content_.hash(); }
-
-bool ExtCommIp6::compare(const Keel::DedupHandleBase* other) const {
-  return static_cast<const ExtCommIp6*>(other)->content_ == content_;
-}
-
-bool ExtCommIp6::compareByContent(const Keel::DedupContentHandle& content) const {
-  return static_cast<const ExtCommIp6DedupContent&>(content).content() == content_;
-}
-
-BgpExtCommPktSubtype ExtCommIp6::pktSubtype() const { return BgpExtCommPktSubtype(); }
+TYR_FWK_TYPE(ExtCommIp6, "Routing::Bgp::ExtCommIp6")
+TYR_FWK_TYPE(ExtCommIp6Subtyped, "Routing::Bgp::ExtCommIp6Subtyped")
 
 BgpExtCommPktSubtype ExtCommIp6Subtyped::pktSubtype() const { return BgpExtCommPktSubtype(getContent().subtype()); }
-
-BgpExtCommIp6PktType ExtCommIp6::pktType() const noexcept {
-  const auto type = BgpExtCommIp6PktType(content_.type());
-  return bgpIsValidEnumMember(type) ? type : extCommIp6PktTypeUnknown;
-}
 
 ExtCommIp6::PtrConst extCommIp6Factory(ExtCommClassification classification, const ExtCommIp6Content& content) {
   return Tyr::make<ExtCommIp6>(classification, content);
@@ -163,13 +145,13 @@ constexpr BgpExtCommIp6PktType extCommIp6PktTypeNonTransIpv6Address_ = extCommIp
 std::string ExtCommIp6::pktSubtypeTransIpv6AddressAsString() const {
   TYR_ASSERT(extCommIp6PktTypeTransIpv6Address_ == pktType());
   TYR_ASSERT(!pktSubtype().isUnspecified());
-  return extCommSubtypeString<BgpExtCommIp6PktSubtypeTransIpv6Address>(content_.subtype());
+  return extCommSubtypeString<BgpExtCommIp6PktSubtypeTransIpv6Address>(getContent().subtype());
 }
 
 std::string ExtCommIp6::pktSubtypeNonTransIpv6AddressAsString() const {
   TYR_ASSERT(extCommIp6PktTypeNonTransIpv6Address_ == pktType());
   TYR_ASSERT(!pktSubtype().isUnspecified());
-  return extCommSubtypeString<BgpExtCommIp6PktSubtypeNonTransIpv6Address>(content_.subtype());
+  return extCommSubtypeString<BgpExtCommIp6PktSubtypeNonTransIpv6Address>(getContent().subtype());
 }
 
 namespace {
@@ -195,17 +177,11 @@ static void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6&
 
 // ---- Text forms
 
-void ExtCommIp6::formatSubtype(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendSubtype(buffer, *this);
-  writeText(stream, buffer);
-}
-
 void ExtCommIp6::formatDerivedType(std::ostream& stream) const {
   Tyr::DynamicBuffer<> buffer;
   appendTypeAndSubtype(buffer, *this);
   buffer.append(" addr=");
-  appendAdmins(buffer, content_, " localAdmin=");
+  appendAdmins(buffer, getContent(), " localAdmin=");
   buffer.append('>');
   writeText(stream, buffer);
 }
@@ -213,45 +189,18 @@ void ExtCommIp6::formatDerivedType(std::ostream& stream) const {
 std::string ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
   Tyr::DynamicBuffer<80> buffer;
   if (format.classificationAndUI()) {
-    addExtCommTypeAsString(buffer, "-IP6", content_.type(), content_.subtype(), content_.transitive());
+    const ExtCommIp6Content& content = getContent();
+    addExtCommTypeAsString(buffer, "-IP6", content.type(), content.subtype(), content.transitive());
     buffer.append(':');
   }
-  appendAdmins(buffer, content_, ":");
+  appendAdmins(buffer, getContent(), ":");
   return buffer.str();
 }
 
-std::string ExtCommIp6::toStrep() const {
-  std::ostringstream stream;
-  stream << this;
-  return std::move(stream).str();
-}
-
-std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm) {
-  if (extComm == nullptr) return stream.write("NULL", 4);
-  extComm->formatDerivedType(stream);
-  return stream;
-}
-
+std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm) { return writeDebugText(stream, extComm); }
 std::ostream& operator<<(std::ostream& stream, const ExtCommIp6& extComm) { return stream << &extComm; }
 
-// ---- Interning
-
-ExtCommIp6::PtrConst ExtCommIp6::dedupContent(const ExtCommIp6DedupTable* table, const ExtCommIp6Content& content) {
-  return table->dedupTable().findOrDedup<ExtCommIp6>(
-      content.hash(), [&content](const ExtCommIp6& extComm) { return extComm.content_ == content; },
-      // Nobody else knows a new object before it is in the table.
-      [&] {
-        return boost::const_pointer_cast<ExtCommIp6>(table->parseExtCommRule()->parseExtendedCommunityIp6(content));
-      });
-}
-
 // ---- In a store
-
-Store::Reference ExtCommIp6::stash(Store::WriteBatch* batch) const {
-  Image image;
-  appendImage(image, *this);
-  return stashRecord(*batch, Stashed::extCommIp6, image);
-}
 
 ExtCommIp6::PtrConst ExtCommIp6::destash(const void* stashed, Store::StoreManager* store) {
   if (namesNothing(stashed)) return nullptr;

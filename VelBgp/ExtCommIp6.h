@@ -30,6 +30,7 @@
 
 namespace Routing::Bgp {
 
+class ExtCommIp6;
 class ExtCommIp6DedupTable;
 
 // The value. Ordered by type, subtype, address and local administrator, all unsigned.
@@ -80,23 +81,26 @@ VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6Con
 // Takes that text from the front of the range; nothing is changed if there is none.
 VELBGP_EXPORT void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, ExtCommIp6Content* content);
 
-// What ExtCommIp6 objects of one content are looked up by.
-class VELBGP_EXPORT ExtCommIp6DedupContent final : public Keel::DedupContentHandle {
- public:
-  explicit ExtCommIp6DedupContent(const ExtCommIp6Content& content) noexcept : content_(content) {}
-  ~ExtCommIp6DedupContent() override;
-  std::uint32_t hash() const override;
-  const ExtCommIp6Content& content() const noexcept { return content_; }
+struct VELBGP_EXPORT ExtCommIp6Traits {
+  using Comm = ExtCommIp6;
+  using Content = ExtCommIp6Content;
+  using Table = ExtCommIp6DedupTable;
+  using PktType = BgpExtCommIp6PktType;
+  static constexpr PktType unknownPktType = extCommIp6PktTypeUnknown;
 
- private:
-  ExtCommIp6Content content_;
+  static std::uint32_t hashOf(const Content& content) noexcept { return content.hash(); }
+  static Tyr::Ptr<const Comm> decode(const BgpParseExtendedCommunityRule& rule, const Content& content);
+};
+extern template class InternedExtCommContent<ExtCommIp6Traits>;
+extern template class InternedExtComm<ExtCommIp6Traits>;
+
+class VELBGP_EXPORT ExtCommIp6DedupContent final : public InternedExtCommContent<ExtCommIp6Traits> {
+ public:
+  using InternedExtCommContent::InternedExtCommContent;
 };
 
-class VELBGP_EXPORT ExtCommIp6 : public Keel::DedupHandleBase {
+class VELBGP_EXPORT ExtCommIp6 : public InternedExtComm<ExtCommIp6Traits> {
  public:
-  using Ptr = Tyr::Ptr<ExtCommIp6>;
-  using PtrConst = Tyr::Ptr<const ExtCommIp6>;
-
   // Options of the text forms: five flags in one octet.
 #define ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS(FLAG) \
   FLAG(strepFormatDefault)                                \
@@ -120,7 +124,7 @@ class VELBGP_EXPORT ExtCommIp6 : public Keel::DedupHandleBase {
 #undef ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS
 
   ExtCommIp6(ExtCommClassification classification, const ExtCommIp6Content& content) noexcept
-      : classification_(classification), content_(content) {}
+      : InternedExtComm(classification, content) {}
 
   const Tyr::FwkType& fwkType() const override;
 
@@ -128,48 +132,20 @@ class VELBGP_EXPORT ExtCommIp6 : public Keel::DedupHandleBase {
   ~ExtCommIp6() override;
 
  public:
-  std::uint32_t hash() const override;
-  // By content alone. Deliberate: the classification follows from the content, so it takes no part.
-  bool compare(const Keel::DedupHandleBase* other) const override;
-  // `content` is an ExtCommIp6DedupContent.
-  bool compareByContent(const Keel::DedupContentHandle& content) const override;
-
-  // Unspecified here, the subtype octet in ExtCommIp6Subtyped and its heirs.
-  virtual BgpExtCommPktSubtype pktSubtype() const;
-  // The debugging form, "<...>". The stream's formatting state is left as it was.
-  virtual void formatDerivedType(std::ostream& stream) const;
+  void formatDerivedType(std::ostream& stream) const override;
   // The policy and UI form: address, ":", local administrator; with the classification and UI bits together the type
   // and ":" in front. Other bits have no effect.
   virtual std::string toStrepForPolicy(StrepFormat format) const;
-
-  const ExtCommIp6Content& getContent() const noexcept { return content_; }
-  ExtCommClassification classification() const noexcept { return classification_; }
-  // extCommIp6PktTypeUnknown for a type octet that is no member of the enumeration.
-  BgpExtCommIp6PktType pktType() const noexcept;
 
   // The subtype's name under the community's own type, or "subtype=" and the octet in decimal. Each asserts that it is
   // asked of its own type, and that there is a subtype.
   std::string pktSubtypeTransIpv6AddressAsString() const;
   std::string pktSubtypeNonTransIpv6AddressAsString() const;
 
-  // What the stream operator prints.
-  std::string toStrep() const;
-  // The subtype's name; "none" for types that have no subtypes, "unspecified" for objects that have none.
-  void formatSubtype(std::ostream& stream) const;
-
-  // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
-  static PtrConst dedupContent(const ExtCommIp6DedupTable* table, const ExtCommIp6Content& content);
-
-  // Writes the community as a record.
-  Store::Reference stash(Store::WriteBatch* batch) const;
   // The community that a reference names, which lies in memory at any address: a private ExtCommIp6 of the stored
   // classification, in no table and never to be. Deliberate: never an ExtCommIp6Subtyped. Null for a null reference.
   // Throws the store's exceptions. Threads as for ExtComm::destash.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
-
- private:
-  const ExtCommClassification classification_;
-  const ExtCommIp6Content content_;
 };
 
 class VELBGP_EXPORT ExtCommIp6Subtyped : public ExtCommIp6 {

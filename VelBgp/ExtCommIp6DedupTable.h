@@ -10,38 +10,21 @@
 // without a rule.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
-#include "Keel/DedupHashTable.h"
 #include "Tyr/Export.h"
 #include "Tyr/PtrInterface.h"
 #include "VelBgp/ExtCommIp6.h"
 
 namespace Routing::Bgp {
 
-class BgpParseExtendedCommunityRule;
-
-class VELBGP_EXPORT ExtCommIp6DedupTable final : public Tyr::PtrInterface {
+class VELBGP_EXPORT ExtCommIp6DedupTable final : public ExtCommDedupTableBase {
  public:
   using Ptr = Tyr::Ptr<ExtCommIp6DedupTable>;
   using PtrConst = Tyr::Ptr<const ExtCommIp6DedupTable>;
 
   explicit ExtCommIp6DedupTable(Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule);
 
-  Keel::DedupHashTable& dedupTable() const noexcept { return *dedupTable_; }
-  const BgpParseExtendedCommunityRule* parseExtCommRule() const noexcept { return parseExtCommRule_.get(); }
-  // Distinct communities that are interned now.
-  std::size_t size() const { return dedupTable_->size(); }
-
-  void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
-
  private:
   ~ExtCommIp6DedupTable() override;
-  void handleInitialized();
-
-  Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
-  const Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
 };
 
 VELBGP_EXPORT ExtCommIp6DedupTable::Ptr extCommIp6DedupTableFactory(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);

@@ -83,10 +83,7 @@ ExtCommIp6ClassificationList::ExtCommIp6ClassificationList(ExtCommClassification
 
 ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
 
-const Tyr::FwkType& ExtCommIp6ClassificationList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6ClassificationList"};
-  return type;
-}
+TYR_FWK_TYPE(ExtCommIp6ClassificationList, "Routing::Bgp::ExtCommIp6ClassificationList")
 
 bool ExtCommIp6ClassificationList::compare(const Keel::DedupHandleBase* other) const {
   const auto* list = static_cast<const ExtCommIp6ClassificationList*>(other);
@@ -114,10 +111,7 @@ ExtCommIp6ClassificationList::PtrConst ExtCommIp6ClassificationList::dedup(const
 
 ExtCommIp6List::~ExtCommIp6List() = default;
 
-const Tyr::FwkType& ExtCommIp6List::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommIp6List"};
-  return type;
-}
+TYR_FWK_TYPE(ExtCommIp6List, "Routing::Bgp::ExtCommIp6List")
 
 bool ExtCommIp6List::compare(const Keel::DedupHandleBase* other) const {
   return comms_ == static_cast<const ExtCommIp6List*>(other)->comms_;
@@ -136,11 +130,6 @@ ExtCommIp6List::Ptr ExtCommIp6List::copy() const {
   list->comms_ = comms_;
   list->commVectorSorted_ = commVectorSorted_;
   return list;
-}
-
-void ExtCommIp6List::sortAndUnique() {
-  if (!commVectorSorted_) Bgp::sortAndUnique(comms_, ExtCommLessThan());
-  commVectorSorted_ = true;
 }
 
 // A list that did not make it into the table, for want of memory or because another thread was first, is a builder
@@ -163,7 +152,7 @@ class ExtCommIp6List::OpenAgain {
 ExtCommIp6List::PtrConst ExtCommIp6List::dedup(const ExtCommIp6ListDedupTable* table) {
   if (everDeduped()) return std::as_const(*this).dedup(table);
   const OpenAgain unlessInterned(this);
-  sortAndUnique();
+  sortAndUniqueOnce(commVectorSorted_, comms_, ExtCommLessThan());
   return findOrDedup(table->extCommListDedupTable(), this, [this, table] { split(table); });
 }
 

@@ -170,7 +170,6 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
 
   ~ExtCommIp6List() override;
   Ptr copy() const;
-  void sortAndUnique();
   // Makes and interns the classification lists, and counts the transitive communities. Without a table the
   // classification lists are private ones.
   void split(const ExtCommIp6ListDedupTable* table);

@@ -14,6 +14,8 @@ constexpr std::uint32_t bitOf(ExtCommClassification classification) noexcept {
 
 }  // namespace
 
+template class ExtCommListBase<ExtCommList, 0>;
+
 ExtCommList::~ExtCommList() {
   // The classification lists hold the references, unless the list's making was broken off.
   if ((userData() & splitBit) != 0) comms_.forgetElements();
@@ -45,16 +47,7 @@ void ExtCommList::commIs(std::uint32_t index, ExtComm::PtrConst comm) noexcept {
   comms_.elementIs(index, std::move(comm));
 }
 
-const Tyr::FwkType& ExtCommList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommList"};
-  return type;
-}
-
-std::uint32_t ExtCommList::hash() const { return isDeduped() ? storedHash() : hashExtCommList(this); }
-
-bool ExtCommList::compare(const Keel::DedupHandleBase* other) const {
-  return compareExtCommLists(this, static_cast<const ExtCommList*>(other));
-}
+TYR_FWK_TYPE(ExtCommList, "Routing::Bgp::ExtCommList")
 
 bool ExtCommList::compareByContent(const Keel::DedupContentHandle& content) const {
   return static_cast<const ExtCommListContentBase&>(content).compareWithExtCommList(this);
@@ -206,22 +199,10 @@ void ExtCommList::computeCommVectorAttrs() {
   commVectorAttrsIs(attrs);
 }
 
-ExtCommRange ExtCommList::comms() const { return sortedComms(this, comms_); }
-
-ExtComm::PtrConst ExtCommList::comm(std::uint64_t value) const {
-  return ExtCommVectorLookup(commVectorSorted(), comms_.range(), value);
-}
-
 std::uint32_t ExtCommList::totalCommunities() const { return comms().size(); }
 
 ExtCommClassificationList::PtrConst ExtCommList::classificationList(ExtCommClassification classification) const {
   return classificationLists_.lookup(classification);
-}
-
-void ExtCommList::commVectorSortedIs(bool sorted) {
-  CommVectorAttrs attrs = commVectorAttrs();
-  attrs.sortedIs(sorted);
-  commVectorAttrsIs(attrs);
 }
 
 ExtCommList::Serialization ExtCommList::serialization(bool includeNonTransitive, bool includeLinkBandwidth,

@@ -41,24 +41,21 @@ std::ostream& operator<<(std::ostream& stream, const ExtCommListContentBase& con
   return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-void ExtCommListContent::commIs(ExtComm::PtrConst comm) {
+template <typename Base>
+void ExtCommPtrContent<Base>::commIs(ExtComm::PtrConst comm) {
   if (comm == nullptr) throw Tyr::NullArgumentException("comm");
-  ExtCommVectorAdd(std::move(comm), comms_);
-  commVectorSorted_ = false;
+  ExtCommVectorAdd(std::move(comm), this->comms_);
+  this->commVectorSorted_ = false;
 }
 
-void ExtCommListContent::reset() noexcept {
-  comms_.clear();
-  commVectorSorted_ = false;
+template <typename Base>
+std::uint32_t ExtCommPtrContent<Base>::sortAndHash() const {
+  sortAndUniqueOnce(this->commVectorSorted_, this->comms_, ExtCommLessThan());
+  return this->hash_ = hashExtCommList(this);
 }
 
-std::uint32_t ExtCommListContent::sortAndHash() const {
-  if (!commVectorSorted_) {
-    sortAndUnique(comms_, ExtCommLessThan());
-    commVectorSorted_ = true;
-  }
-  return hash_ = hashExtCommList(this);
-}
+template class ExtCommPtrContent<ExtCommListContentBase>;
+template class ExtCommPtrContent<ExtCommContentBase>;
 
 void ExtCommListContent::populateExtCommList(ExtCommList* list) const {
   list->commCountIs(static_cast<std::uint32_t>(comms_.size()));
@@ -66,7 +63,7 @@ void ExtCommListContent::populateExtCommList(ExtCommList* list) const {
 }
 
 bool ExtCommListContent::compareWithExtCommList(const ExtCommList* list) const {
-  return compareExtCommContent(this, list, list->comms());
+  return compareExtCommContent(this, list, list->comms_);
 }
 
 std::uint32_t ExtCommListContentU64::sortAndHash() const { return sortAndHashInLine(); }
@@ -83,20 +80,6 @@ bool ExtCommListContentU64::compareWithExtCommList(const ExtCommList* list) cons
 ExtCommClassificationListContent::ExtCommClassificationListContent(ExtCommClassification classification)
     : classification_(classification) {
   checkClassification(classification);
-}
-
-void ExtCommClassificationListContent::commIs(ExtComm::PtrConst comm) {
-  if (comm == nullptr) throw Tyr::NullArgumentException("comm");
-  ExtCommVectorAdd(std::move(comm), comms_);
-  commVectorSorted_ = false;
-}
-
-std::uint32_t ExtCommClassificationListContent::sortAndHash() const {
-  if (!commVectorSorted_) {
-    sortAndUnique(comms_, ExtCommLessThan());
-    commVectorSorted_ = true;
-  }
-  return hash_ = hashExtCommList(this);
 }
 
 bool operator==(const ExtCommClassificationListContent& lhs, const ExtCommClassificationListContent& rhs) {

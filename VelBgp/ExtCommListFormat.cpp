@@ -1,42 +1,27 @@
+#include <ostream>
 #include <string>
 
+#include "Policy/PosixRegex.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
 namespace {
 
-// The communities' texts, a blank between them; `contribution` may pass over one by returning nothing.
-template <typename Contribution>
-std::string matchText(const ExtCommRange& comms, Contribution&& contribution) {
-  std::string text;
-  bool first = true;
-  for (const ExtComm* comm : comms) {
-    if (!contribution.takes(*comm)) continue;
-    if (!first) text += ' ';
-    text += contribution.text(*comm);
-    first = false;
-  }
-  return text;
-}
-
-struct PolicyText {
-  ExtComm::StrepFormat format;
-  bool takes(const ExtComm&) const { return true; }
-  std::string text(const ExtComm& comm) const { return comm.toStrepForPolicy(format); }
-};
-
-struct UiText {
-  bool takes(const ExtComm& comm) const { return comm.policyMatchStrepUI(); }
-  std::string text(const ExtComm& comm) const { return comm.toStrepForUI(false, false, false); }
-};
-
 std::string matchText(const ExtCommList& list, MatchMode matchMode) {
-  if (matchMode == MatchMode::ui) return matchText(list.comms(), UiText());
   ExtComm::StrepFormat format;
   format.strepFormatDefaultIs(matchMode == MatchMode::strepDefault);
   format.strepFormatClassificationIs(matchMode == MatchMode::strepClassification);
-  return matchText(list.comms(), PolicyText{format});
+  const bool ui = matchMode == MatchMode::ui;
+  std::string text;
+  bool first = true;
+  for (const ExtComm* comm : list.comms()) {
+    if (ui && !comm->policyMatchStrepUI()) continue;
+    if (!first) text += ' ';
+    text += ui ? comm->toStrepForUI(false, false, false) : comm->toStrepForPolicy(format);
+    first = false;
+  }
+  return text;
 }
 
 }  // namespace

@@ -12,20 +12,7 @@ namespace Routing::Bgp {
 template <>
 inline constexpr Stashed stashedListType<LargeCommListTraits> = Stashed::largeCommList;
 
-template class ValueCommListContent<LargeCommListTraits>;
-template class ValueCommList<LargeCommListTraits>;
-
 // ---- One value
-
-namespace {
-
-constexpr std::size_t longestValueText = 32;  // three numbers of ten digits and two colons
-
-void formatPlain(Tyr::DynamicBufferInterface& buffer, const CommunityValue& value) {
-  LargeCommunityFormatter::format(buffer, value, false);
-}
-
-}  // namespace
 
 void LargeCommunityFormatter::format(Tyr::DynamicBufferInterface& buffer, const CommunityValue& value, bool asdot) {
   appendAsNumber(buffer, value.globalAdmin(), true, asdot);
@@ -65,39 +52,17 @@ void LargeCommListTraits::write(const Value& value, Serialize& buffer) {
 
 // ---- The list
 
-LargeCommListContent::~LargeCommListContent() = default;
+template class ValueCommListContent<LargeCommListTraits>;
+template class ValueCommList<LargeCommListTraits>;
+
 LargeCommList::~LargeCommList() = default;
-
-const Tyr::FwkType& LargeCommList::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::LargeCommList"};
-  return type;
-}
-
-LargeCommList::PtrConst LargeCommList::dedupContent(const LargeCommListDedupTable* table,
-                                                    const LargeCommListContent& content) {
-  return findOrMake(table, content, [&content] { return allocateLargeCommListForDedup(content); });
-}
-
-LargeCommList::Ptr LargeCommList::allocateLargeCommListForDedup(const LargeCommListContent& content) {
-  return allocate(content.comms());
-}
-
-LargeCommList::PtrConst LargeCommList::destash(const void* stashed, Store::StoreManager* store) {
-  return destashCommList(stashed, store);
-}
-
-std::string LargeCommList::toStrep() const { return joined(comms(), longestValueText, formatPlain); }
-
-bool LargeCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
-  return matchJoined(comms(), longestValueText, formatPlain, *regex);
-}
 
 std::ostream& formatCommList(std::ostream& stream, const LargeCommList* list) {
   return writeText(stream, stringify(list));
 }
 std::ostream& operator<<(std::ostream& stream, const LargeCommList* list) { return formatCommList(stream, list); }
 std::ostream& operator<<(std::ostream& stream, const LargeCommList& list) { return stream << &list; }
-std::string stringify(const LargeCommList* list) { return list == nullptr ? "NULL" : list->toStrep(); }
+std::string stringify(const LargeCommList* list) { return textOf(list); }
 
 // ---- The table
 

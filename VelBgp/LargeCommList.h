@@ -14,7 +14,6 @@
 #include <string>
 
 #include "Policy/CommunityValue.h"
-#include "Policy/PosixRegex.h"
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Export.h"
 #include "Tyr/FwkType.h"
@@ -27,6 +26,7 @@ namespace Routing::Bgp {
 using Acl::CommunityValue;
 
 class LargeCommList;
+class LargeCommListContent;
 class LargeCommListSnapshot;
 class LargeCommListDedupTable;
 
@@ -39,7 +39,9 @@ struct VELBGP_EXPORT LargeCommunityFormatter {
 struct VELBGP_EXPORT LargeCommListTraits {
   using Value = CommunityValue;
   using List = LargeCommList;
+  using Content = LargeCommListContent;
   using Table = LargeCommListDedupTable;
+  static constexpr Tyr::FwkType fwkType{"Routing::Bgp::LargeCommList"};
 
   static std::uint32_t hash(std::span<const Value> values);
   static std::uint32_t tableHash(std::span<const Value> values) { return hash(values); }
@@ -47,52 +49,33 @@ struct VELBGP_EXPORT LargeCommListTraits {
   static constexpr BgpPathAttrType attribute = BgpPathAttrType::largeCommunity;
   static constexpr std::uint32_t octetsEach = 12;
   static void write(const Value& value, Serialize& buffer);
+
+  static constexpr std::size_t longestText = 32;  // three numbers of ten digits and two colons
+  static constexpr bool hasNames = false;
+  static void format(Tyr::DynamicBufferInterface& buffer, const Value& value) {
+    LargeCommunityFormatter::format(buffer, value, false);
+  }
+  static constexpr auto formatNumbers = format;
 };
 extern template class ValueCommListContent<LargeCommListTraits>;
 extern template class ValueCommList<LargeCommListTraits>;
 
-class VELBGP_EXPORT LargeCommListContent final : public ValueCommListContent<LargeCommListTraits> {
- public:
-  LargeCommListContent() = default;
-  LargeCommListContent(const LargeCommListContent&) = default;
-  LargeCommListContent& operator=(const LargeCommListContent&) = default;
-  ~LargeCommListContent() override;
-};
+class VELBGP_EXPORT LargeCommListContent final : public ValueCommListContent<LargeCommListTraits> {};
 
 class VELBGP_EXPORT LargeCommList final : public ValueCommList<LargeCommListTraits> {
  public:
-  using Ptr = Tyr::Ptr<LargeCommList>;
-  using PtrConst = Tyr::Ptr<const LargeCommList>;
-
-  const Tyr::FwkType& fwkType() const override;
-
-  // The interned list with this content, made on a miss. Sorts the content. Never null.
-  static PtrConst dedupContent(const LargeCommListDedupTable* table, const LargeCommListContent& content);
-
   // The text of one value: plain, or dotted when asked for.
   static std::string getStringValue(const CommunityValue& value);
   static std::string displayString(const CommunityValue& value, bool asdot);
 
-  // All values, a blank between them, in plain notation.
-  std::string toStrep() const;
-  // Whether the expression matches that text.
-  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
-
   // Its values as a map (VelBgp/CommListSnapshot.h).
   Tyr::Ptr<LargeCommListSnapshot> commSnapshot() const;
-
-  // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
-  // Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
-  // ExtComm::destash.
-  static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:
   friend ValueCommList<LargeCommListTraits>;
 
   using ValueCommList::ValueCommList;
   ~LargeCommList() override;
-  // A new list, never deduped. The content is sorted.
-  static Ptr allocateLargeCommListForDedup(const LargeCommListContent& content);
 };
 
 // toStrep(); "NULL" for a null list. The stream's formatting state is left as it was.

@@ -7,8 +7,8 @@
 
 #include "Tyr/DynamicBuffer.h"
 #include "Tyr/Trace.h"
+#include "VelBgp/ExtCommClassificationList.h"
 #include "VelBgp/ExtCommTextImpl.h"
-#include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp {
 

@@ -5,11 +5,14 @@
 //
 // Classes derive from both and give them their names; everything is told here once. Traits of a kind:
 //   Value                            one community: trivially copyable, ordered by <
-//   List, Table                      the derived list, and the table that interns it
+//   List, Content, Table             the derived list and content, and the table that interns it
+//   fwkType                          the list's class
 //   hash(values)                     what hash() of a list and of its content gives
 //   tableHash(values)                where the table puts the list; keyed, so that no peer can choose it
 //   attribute, octetsEach            path attribute code, and octets of one value on the wire
 //   write(value, buffer)             appends one value in network order
+//   format(buffer, value)            appends the text of one value, of at most longestText characters
+//   formatNumbers(buffer, value)     the same without names, for kinds whose values may have some: hasNames
 //
 // Ownership: a content belongs to its caller and can be used again after reset(). Lists are immutable, shared through
 // their PtrConst (one word) and leave their table with the last one. Threads: contents belong to one thread; interning
@@ -18,49 +21,33 @@
 #pragma once
 
 #include <algorithm>
-#include <boost/container/small_vector.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 
-#include "Keel/DedupHashTable.h"
+#include "Keel/DedupHandleBase.h"
+#include "Policy/PosixRegex.h"
 #include "Store/Forward.h"
-#include "Tyr/Assert.h"
 #include "Tyr/Export.h"
+#include "Tyr/FwkType.h"
+#include "Tyr/PtrInterface.h"
 #include "VelBgp/BgpPathAttributeEnums.h"
+#include "VelBgp/CommVectorContent.h"
 
 namespace Routing::Bgp {
 
 class Serialize;
 
 template <typename Traits>
-class VELBGP_EXPORT ValueCommListContent : public Keel::DedupContentHandle {
+class VELBGP_EXPORT ValueCommListContent : public CommVectorContent<typename Traits::Value, CommContentBase> {
  public:
   using Value = typename Traits::Value;
-  // 64 values inside the object. Throws std::length_error past the largest size.
-  using Vector = boost::container::small_vector<Value, 64>;
 
-  ~ValueCommListContent() override;
-
-  void expectedCommunityCountIs(std::size_t count) { comms_.reserve(count); }
-  void commIs(const Value& value) {
-    commVectorSorted_ = false;
-    comms_.push_back(value);
-  }
+  void commIs(const Value& value) { this->add(value); }
   // All values of a list. Throws Tyr::NullArgumentException for null.
   void append(const typename Traits::List* list);
-  void reset() noexcept {
-    comms_.clear();
-    commVectorSorted_ = false;
-  }
 
-  // In the order given until the content was interned or sorted, then ascending and without repeats.
-  const Vector& comms() const noexcept { return comms_; }
-  bool commVectorSorted() const noexcept { return commVectorSorted_; }
-  explicit operator bool() const noexcept { return !comms_.empty(); }
-
-  // Sorting changes the order of a content, never what it stands for.
   void sortAndUnique() const;
   // Asserts that the content is sorted.
   std::uint32_t hash() const override;
@@ -73,15 +60,6 @@ class VELBGP_EXPORT ValueCommListContent : public Keel::DedupContentHandle {
   friend bool operator<(const ValueCommListContent& lhs, const ValueCommListContent& rhs) {
     return lhs.comms_ < rhs.comms_;
   }
-
- protected:
-  ValueCommListContent() = default;
-  ValueCommListContent(const ValueCommListContent&) = default;
-  ValueCommListContent& operator=(const ValueCommListContent&) = default;
-
- private:
-  mutable bool commVectorSorted_ = false;
-  mutable Vector comms_;
 };
 
 template <typename Traits>
@@ -89,13 +67,23 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
  public:
   using Value = typename Traits::Value;
   using List = typename Traits::List;
-  using Content = ValueCommListContent<Traits>;
+  using Content = typename Traits::Content;
+  using Table = typename Traits::Table;
   using Values = std::span<const Value>;
+  using Ptr = Tyr::Ptr<List>;
+  using PtrConst = Tyr::Ptr<const List>;
 
-  std::uint32_t hash() const override;
-  bool compare(const Keel::DedupHandleBase* other) const override;
+  const Tyr::FwkType& fwkType() const override { return Traits::fwkType; }
+
+  std::uint32_t hash() const override { return Traits::hash(comms()); }
+  bool compare(const Keel::DedupHandleBase* other) const override {
+    return std::ranges::equal(comms(), static_cast<const ValueCommList*>(other)->comms());
+  }
   // `content` is a Content; asserts that it is sorted.
   bool compareByContent(const Keel::DedupContentHandle& content) const override;
+
+  // The interned list with this content, made on a miss. Sorts the content. Never null.
+  static PtrConst dedupContent(const Table* table, const Content& content);
 
   // Ascending, valid as long as the list.
   Values comms() const noexcept { return {values(), count_}; }
@@ -108,26 +96,28 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
     return found == all.end() || *found != value ? nullptr : &*found;
   }
 
+  // All values, a blank between them, with names where the kind has some.
+  std::string toStrep() const;
+  // Whether the expression matches the text with numbers alone or, if not, the one with names.
+  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+
   // The path attribute, header included; of an empty list the bare header with length 0, which a caller does not send.
   // Asserts that the value fits in 65,535 octets.
   std::string serialize() const;
 
   // Writes the list as a record.
   Store::Reference stash(Store::WriteBatch* batch) const;
+  // The list that a reference names, which lies in memory at any address: a private list, in no table and never to be.
+  // Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
+  // ExtComm::destash.
+  static PtrConst destash(const void* stashed, Store::StoreManager* store) { return destashCommList(stashed, store); }
 
  protected:
-  // The interned list of the content, which is sorted first; make() gives a new one with its values.
-  template <typename Make>
-  static Tyr::Ptr<const List> findOrMake(const typename Traits::Table* table, const Content& content, Make&& make);
-  // A new list of these sorted values, never deduped.
-  static Tyr::Ptr<List> allocate(Values values);
-  static Tyr::Ptr<const List> destashCommList(const void* stashed, Store::StoreManager* store);
-
   // new (values) has room for them right behind the count.
   static void* operator new(std::size_t octets, Values values);
   static void operator delete(void* list, Values) noexcept { DedupHandleBase::operator delete(list); }
   static void operator delete(void* list) noexcept { DedupHandleBase::operator delete(list); }
-  // Throws std::bad_alloc.
+  // Of sorted values. Throws std::bad_alloc.
   explicit ValueCommList(Values values);
   ~ValueCommList() override;
 
@@ -136,6 +126,10 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   static constexpr bool fitsInside(std::size_t count) noexcept {
     return count <= (Keel::SlabHeap::maxOctets - valuesOffset) / sizeof(Value);
   }
+
+  // A new list of these sorted values, never deduped.
+  static Ptr allocate(Values values);
+  static PtrConst destashCommList(const void* stashed, Store::StoreManager* store);  // traces carry this name
 
   char* room() noexcept { return reinterpret_cast<char*>(this) + valuesOffset; }
   const Value* values() const noexcept;

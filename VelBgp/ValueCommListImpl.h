@@ -22,33 +22,23 @@ namespace Routing::Bgp {
 // ---- Content
 
 template <typename Traits>
-ValueCommListContent<Traits>::~ValueCommListContent() = default;
-
-template <typename Traits>
 void ValueCommListContent<Traits>::append(const typename Traits::List* list) {
   if (list == nullptr) throw Tyr::NullArgumentException("list");
   const auto values = list->comms();
-  comms_.insert(comms_.end(), values.begin(), values.end());
-  commVectorSorted_ = false;
+  this->comms_.insert(this->comms_.end(), values.begin(), values.end());
+  this->commVectorSorted_ = false;
 }
 
 template <typename Traits>
 void ValueCommListContent<Traits>::sortAndUnique() const {
-  if (commVectorSorted_) return;
-  Bgp::sortAndUnique(comms_);
-  commVectorSorted_ = true;
-}
-
-// The hash of whatever holds a sorted vector of values.
-template <typename Traits, typename T>
-std::uint32_t valueCommListHash(const T* t) {
-  TYR_ASSERT(t->commVectorSorted());
-  return Traits::hash(t->comms());
+  sortAndUniqueOnce(this->commVectorSorted_, this->comms_);
 }
 
 template <typename Traits>
 std::uint32_t ValueCommListContent<Traits>::hash() const {
-  return valueCommListHash<Traits>(this);
+  const auto* t = this;  // as the assertion's text calls it
+  TYR_ASSERT(t->commVectorSorted());
+  return Traits::hash(this->comms_);
 }
 
 // ---- List
@@ -87,74 +77,41 @@ const typename ValueCommList<Traits>::Value* ValueCommList<Traits>::values() con
 }
 
 template <typename Traits>
-std::uint32_t ValueCommList<Traits>::hash() const {
-  return Traits::hash(comms());
-}
-
-template <typename Traits>
-bool ValueCommList<Traits>::compare(const Keel::DedupHandleBase* other) const {
-  const Values theirs = static_cast<const ValueCommList*>(other)->comms();
-  return std::equal(comms().begin(), comms().end(), theirs.begin(), theirs.end());
-}
-
-template <typename Traits>
 bool ValueCommList<Traits>::compareByContent(const Keel::DedupContentHandle& handle) const {
   const auto* content = static_cast<const Content*>(&handle);
   TYR_ASSERT(content->commVectorSorted());
-  const Values ours = comms();
-  return std::equal(ours.begin(), ours.end(), content->comms().begin(), content->comms().end());
+  return std::ranges::equal(comms(), content->comms());
 }
 
 template <typename Traits>
-Tyr::Ptr<typename Traits::List> ValueCommList<Traits>::allocate(Values values) {
-  Tyr::Ptr<List> list(new (values) List(values));
+typename ValueCommList<Traits>::Ptr ValueCommList<Traits>::allocate(Values values) {
+  Ptr list(new (values) List(values));
   list->notificationActiveIs(true);
   return list;
 }
 
 template <typename Traits>
-template <typename Make>
-Tyr::Ptr<const typename Traits::List> ValueCommList<Traits>::findOrMake(const typename Traits::Table* table,
-                                                                        const Content& content, Make&& make) {
+typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupContent(const Table* table,
+                                                                             const Content& content) {
   content.sortAndUnique();
   const Values values = content.comms();
   const auto equal = [values](const List& list) {
     const Values theirs = list.comms();
     return theirs.size() == values.size() && std::equal(theirs.begin(), theirs.end(), values.begin());
   };
-  return table->dedupTable().template findOrDedup<List>(Traits::tableHash(values), equal, make);
-}
-
-template <typename Traits>
-std::string ValueCommList<Traits>::serialize() const {
-  return serializeCommunities(Traits::attribute, Traits::octetsEach, count_, comms(),
-                              [](Serialize& attribute, const Value& value) { Traits::write(value, attribute); });
-}
-
-template <typename Traits>
-Tyr::Ptr<const typename Traits::List> ValueCommList<Traits>::destashCommList(const void* stashed,
-                                                                             Store::StoreManager* store) {
-  if (namesNothing(stashed)) return nullptr;
-  StashReader reader(stashed, *store, stashedListType<Traits>);
-  const std::vector<Value> values = reader.takeAll<Value>();
-  reader.requireAscending(values, std::less<>());
-  Tyr::Ptr<List> list = allocate(values);
-  TYR_TRACE(8, "Destashing " << stringify(list.get()));
-  list->notInTableIs();
-  return list;
-}
-
-template <typename Traits>
-Store::Reference ValueCommList<Traits>::stash(Store::WriteBatch* batch) const {
-  return stashRecord(*batch, stashedListType<Traits>, plainImage(comms()));
+  return table->dedupTable().template findOrDedup<List>(Traits::tableHash(values), equal,
+                                                        [values] { return allocate(values); });
 }
 
 // ---- Texts
 
-// The values' texts, a blank between them; format(buffer, value) writes one, of at most `longest` characters.
-template <typename Values, typename Format>
-void appendJoined(Tyr::DynamicBufferInterface& buffer, const Values& values, std::size_t longest, Format&& format) {
-  if (values.size() > 8) buffer.reserve(values.size() * (longest + 1));
+namespace detail {
+
+// The values' texts, a blank between them; format(buffer, value) writes one.
+template <typename Traits, typename Format>
+void appendJoined(Tyr::DynamicBufferInterface& buffer, std::span<const typename Traits::Value> values,
+                  Format&& format) {
+  if (values.size() > 8) buffer.reserve(values.size() * (Traits::longestText + 1));
   bool first = true;
   for (const auto& value : values) {
     if (!first) buffer.append(' ');
@@ -164,19 +121,59 @@ void appendJoined(Tyr::DynamicBufferInterface& buffer, const Values& values, std
 }
 
 // Whether the expression matches the joined text.
-template <typename Values, typename Format>
-bool matchJoined(const Values& values, std::size_t longest, Format&& format, const RouteMap::PosixRegex& regex) {
+template <typename Traits, typename Format>
+bool matchJoined(std::span<const typename Traits::Value> values, Format&& format, const RouteMap::PosixRegex& regex) {
   Tyr::DynamicBuffer<256> buffer;
-  appendJoined(buffer, values, longest, format);
+  appendJoined<Traits>(buffer, values, format);
   buffer.append('\0');
   return regex.execute(buffer.data()) == 0;
 }
 
-template <typename Values, typename Format>
-std::string joined(const Values& values, std::size_t longest, Format&& format) {
+}  // namespace detail
+
+template <typename Traits>
+std::string ValueCommList<Traits>::toStrep() const {
   Tyr::DynamicBuffer<256> buffer;
-  appendJoined(buffer, values, longest, format);
+  detail::appendJoined<Traits>(buffer, comms(), Traits::format);
   return buffer.str();
+}
+
+template <typename Traits>
+bool ValueCommList<Traits>::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
+  return detail::matchJoined<Traits>(comms(), Traits::formatNumbers, *regex) ||
+         (Traits::hasNames && detail::matchJoined<Traits>(comms(), Traits::format, *regex));
+}
+
+// "NULL" for a null list.
+template <typename List>
+std::string textOf(const List* list) {
+  return list == nullptr ? "NULL" : list->toStrep();
+}
+
+// ---- Attribute and record
+
+template <typename Traits>
+std::string ValueCommList<Traits>::serialize() const {
+  return serializeCommunities(Traits::attribute, Traits::octetsEach, count_, comms(),
+                              [](Serialize& attribute, const Value& value) { Traits::write(value, attribute); });
+}
+
+template <typename Traits>
+Store::Reference ValueCommList<Traits>::stash(Store::WriteBatch* batch) const {
+  return stashRecord(*batch, stashedListType<Traits>, plainImage(comms()));
+}
+
+template <typename Traits>
+typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::destashCommList(const void* stashed,
+                                                                                Store::StoreManager* store) {
+  if (namesNothing(stashed)) return nullptr;
+  StashReader reader(stashed, *store, stashedListType<Traits>);
+  const std::vector<Value> values = reader.takeAll<Value>();
+  reader.requireAscending(values, std::less<>());
+  Ptr list = allocate(values);
+  TYR_TRACE(8, "Destashing " << stringify(list.get()));
+  list->notInTableIs();
+  return list;
 }
 
 }  // namespace Routing::Bgp

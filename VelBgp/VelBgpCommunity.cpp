@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 #include "BgpCommon/BgpHashMixImpl.h"
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/InternedExtCommImpl.h"
 #include "VelBgp/Parse/ExtComm.h"
 #include "VelBgp/Parse/ExtCommContainer.h"
 #include "VelBgp/StashImpl.h"
@@ -30,44 +30,25 @@ std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content) {
   return stream;
 }
 
-ExtCommDedupContent::~ExtCommDedupContent() = default;
-
-std::uint32_t ExtCommDedupContent::hash() const { return ExtComm::hashOf(content_); }
-
 // ---- The object
 
-ExtComm::ExtComm(ExtCommClassification classification, const ExtCommContent& content) noexcept : content_(content) {
-  userDataIs(classification);
+std::uint32_t ExtCommTraits::hashOf(const Content& content) noexcept { return singleAttributeHash(content.value(), 0); }
+
+ExtComm::PtrConst ExtCommTraits::decode(const BgpParseExtendedCommunityRule& rule, const Content& content) {
+  return rule.parseExtendedCommunity(content);
 }
+
+template <>
+inline constexpr Stashed stashedCommunityType<ExtCommTraits> = Stashed::extComm;
+
+template class InternedExtCommContent<ExtCommTraits>;
+template class InternedExtComm<ExtCommTraits>;
 
 ExtComm::~ExtComm() = default;
 ExtCommSubtyped::~ExtCommSubtyped() = default;
 
-const Tyr::FwkType& ExtComm::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtComm"};
-  return type;
-}
-
-const Tyr::FwkType& ExtCommSubtyped::fwkType() const {
-  static constexpr Tyr::FwkType type{"Routing::Bgp::ExtCommSubtyped"};
-  return type;
-}
-
-std::uint32_t ExtComm::hashOf(const ExtCommContent& content) noexcept {
-  return singleAttributeHash(content.value(), 0);
-}
-
-std::uint32_t ExtComm::hash() const { return hashOf(content_); }
-
-bool ExtComm::compare(const Keel::DedupHandleBase* other) const {
-  return static_cast<const ExtComm*>(other)->content_ == content_;
-}
-
-bool ExtComm::compareByContent(const Keel::DedupContentHandle& content) const {
-  return static_cast<const ExtCommDedupContent&>(content).content() == content_;
-}
-
-BgpExtCommPktSubtype ExtComm::pktSubtype() const { return BgpExtCommPktSubtype(); }
+TYR_FWK_TYPE(ExtComm, "Routing::Bgp::ExtComm")
+TYR_FWK_TYPE(ExtCommSubtyped, "Routing::Bgp::ExtCommSubtyped")
 
 BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const { return BgpExtCommPktSubtype(getContent().subtypeOctet()); }
 
@@ -75,17 +56,12 @@ bool ExtComm::isValid() const { return true; }
 
 bool ExtComm::isBetterThan(const PtrConst& other) const {
   TYR_ASSERT(other != nullptr);
-  return content_ < other->content_;
+  return getContent() < other->getContent();
 }
 
 bool ExtComm::isLinkBandwidth() const { return false; }
 bool ExtComm::isLinkBandwidthWithUnspecifiedAsNumber() const { return false; }
 bool ExtComm::policyMatchStrepUI() const { return false; }
-
-BgpExtCommPktType ExtComm::pktType() const noexcept {
-  const auto type = BgpExtCommPktType(content_.typeOctet());
-  return bgpIsValidEnumMember(type) ? type : extCommPktTypeUnknown;
-}
 
 void ExtComm::fourByteAsBitIs(bool fourByteAs) noexcept {
   userDataIs(fourByteAs ? userData() | fourByteAsMask : userData() & ~fourByteAsMask);
@@ -113,11 +89,11 @@ namespace {
 
 }  // namespace
 
-#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype)   \
-  std::string ExtComm::pktSubtypeString() const {                     \
-    TYR_ASSERT(type##_ == pktType());                                 \
-    TYR_ASSERT(!pktSubtype().isUnspecified());                        \
-    return extCommSubtypeString<PktSubtype>(content_.subtypeOctet()); \
+#define EXT_COMM_SUBTYPE_STRING(type, pktSubtypeString, PktSubtype)       \
+  std::string ExtComm::pktSubtypeString() const {                         \
+    TYR_ASSERT(type##_ == pktType());                                     \
+    TYR_ASSERT(!pktSubtype().isUnspecified());                            \
+    return extCommSubtypeString<PktSubtype>(getContent().subtypeOctet()); \
   }
 #include "VelBgp/ExtCommSubtypeStrings.def"
 
@@ -139,12 +115,6 @@ std::string subtypeText(const ExtComm& extComm) {
 
 void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtComm& extComm) { buffer.append(subtypeText(extComm)); }
 
-void ExtComm::formatSubtype(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendSubtype(buffer, *this);
-  writeText(stream, buffer);
-}
-
 // ---- Text forms
 
 void ExtComm::formatDerivedType(std::ostream& stream) const {
@@ -155,15 +125,15 @@ void ExtComm::formatDerivedType(std::ostream& stream) const {
   writeText(stream, buffer);
 }
 
-void ExtComm::formatCommunityValue(std::ostream& stream) const { stream << content_; }
+void ExtComm::formatCommunityValue(std::ostream& stream) const { stream << getContent(); }
 
 std::string ExtComm::toStrepForPolicy(StrepFormat format) const {
   if (!format.classificationAndUI()) return std::string();
   Tyr::DynamicBuffer<> buffer;
-  appendTypePrefix(buffer, content_, "");
+  appendTypePrefix(buffer, getContent(), "");
   for (unsigned index = 2; index < 8; ++index) {
     buffer.append(std::string_view(index == 2 ? ":0x" : " 0x"));
-    buffer.appendHex(content_.octet(index), 2);
+    buffer.appendHex(getContent().octet(index), 2);
   }
   return buffer.str();
 }
@@ -178,18 +148,7 @@ std::string ExtComm::toStrepForUI(bool asdot, bool linkBwWeighted, bool json) co
   return toStrepForPolicy(format);
 }
 
-std::string ExtComm::toStrep() const {
-  std::ostringstream stream;
-  stream << this;
-  return std::move(stream).str();
-}
-
-std::ostream& operator<<(std::ostream& stream, const ExtComm* extComm) {
-  if (extComm == nullptr) return stream.write("NULL", 4);
-  extComm->formatDerivedType(stream);
-  return stream;
-}
-
+std::ostream& operator<<(std::ostream& stream, const ExtComm* extComm) { return writeDebugText(stream, extComm); }
 std::ostream& operator<<(std::ostream& stream, const ExtComm& extComm) { return stream << &extComm; }
 
 void addExtCommTypeAsString(Tyr::DynamicBufferInterface& buffer, const char* text, std::uint8_t typeOctet,
@@ -207,27 +166,7 @@ std::string extCommTypeAsString(const char* text, std::uint8_t typeOctet, std::u
   return buffer.str();
 }
 
-// ---- Interning
-
-ExtComm::PtrConst ExtComm::dedupContent(const ExtCommDedupTable* table, const ExtCommContent& content) {
-  return dedupHashed(table, content, hashOf(content));
-}
-
-ExtComm::PtrConst ExtComm::dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content,
-                                       std::uint32_t hash) {
-  return table->dedupTable().findOrDedup<ExtComm>(
-      hash, [&content](const ExtComm& extComm) { return extComm.content_ == content; },
-      // Nobody else knows a new object before it is in the table.
-      [&] { return boost::const_pointer_cast<ExtComm>(table->parseExtCommRule()->parseExtendedCommunity(content)); });
-}
-
 // ---- In a store
-
-Store::Reference ExtComm::stash(Store::WriteBatch* batch) const {
-  Image image;
-  appendImage(image, *this);
-  return stashRecord(*batch, Stashed::extComm, image);
-}
 
 namespace {
 
@@ -277,9 +216,20 @@ void ExtCommLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandle) {
 
 void ExtCommLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable*) { list_->rtDelAll(); }
 
-ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
+ExtCommDedupTableBase::ExtCommDedupTableBase(const char* name, BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
     : parseExtCommRule_(std::move(parseExtCommRule)) {
   if (parseExtCommRule_ == nullptr) throw Tyr::NullArgumentException("parseExtCommRule");
+  dedupTable_ = Tyr::make<Keel::DedupHashTable>(name);
+}
+
+ExtCommDedupTableBase::~ExtCommDedupTableBase() = default;
+
+void ExtCommDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
+  dedupTable_->dump(context, indent);
+}
+
+ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
+    : ExtCommDedupTableBase("ExtCommDedupTable", std::move(parseExtCommRule)) {
   handleInitialized();
 }
 
@@ -287,14 +237,9 @@ ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst par
 ExtCommDedupTable::~ExtCommDedupTable() { dedupTable_.reset(); }
 
 void ExtCommDedupTable::handleInitialized() {
-  dedupTable_ = Tyr::make<Keel::DedupHashTable>("ExtCommDedupTable");
   producerRtList_ = Tyr::make<NotifyingRouteTargetList>();
   lifeTimeNotifiee_ = Tyr::make<ExtCommLifeTimeNotifiee>(producerRtList_);
   dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
-}
-
-void ExtCommDedupTable::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
-  dedupTable_->dump(context, indent);
 }
 
 ExtCommDedupTable::Ptr extCommDedupTableFactory(BgpParseExtendedCommunityRule::PtrConst rule) {

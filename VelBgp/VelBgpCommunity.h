@@ -5,6 +5,8 @@
 //   ExtComm                 the interned, immutable object; one per distinct value and table
 //   ExtCommSubtyped         an ExtComm whose second octet is a subtype; the kinds in VelBgp/Parse derive from it
 //   ExtCommDedupTable       keeps one object per value, decodes on a miss, mirrors the live route targets
+//   InternedExtComm         what its object and the one of IPv6 communities (VelBgp/ExtCommIp6.h) have in common; for
+//   ExtCommDedupTableBase   their tables the same
 //
 // Ownership: ExtComm::PtrConst (one word). The object leaves its table with its last pointer.
 // Threads: objects are immutable. Interning follows the table's variant (Keel/DedupHashTable.h).
@@ -17,6 +19,7 @@
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "Keel/DedupHashTable.h"
 #include "Store/Forward.h"
@@ -69,23 +72,97 @@ class ExtCommContent {
 VELBGP_EXPORT std::string valueToStrep(const ExtCommContent& content);
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content);
 
-// What ExtComm objects of one content are looked up by.
-class VELBGP_EXPORT ExtCommDedupContent final : public Keel::DedupContentHandle {
+// What objects of one content are looked up by.
+template <typename Traits>
+class VELBGP_EXPORT InternedExtCommContent : public Keel::DedupContentHandle {
  public:
-  explicit ExtCommDedupContent(const ExtCommContent& content) noexcept : content_(content) {}
-  ~ExtCommDedupContent() override;
-  std::uint32_t hash() const override;
-  const ExtCommContent& content() const noexcept { return content_; }
+  explicit InternedExtCommContent(const typename Traits::Content& content) noexcept : content_(content) {}
+  std::uint32_t hash() const override { return Traits::hashOf(content_); }
+  const typename Traits::Content& content() const noexcept { return content_; }
 
  private:
-  ExtCommContent content_;
+  typename Traits::Content content_;
 };
 
-class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
+// An object of one content, and the classification that it was decoded to. Traits tell the names of the class, of its
+// content, of what it is looked up by, of its table and of its type octet's enumeration, the content's hash, and how
+// the table's rule decodes.
+template <typename Traits>
+class VELBGP_EXPORT InternedExtComm : public Keel::DedupHandleBase {
  public:
-  using Ptr = Tyr::Ptr<ExtComm>;
-  using PtrConst = Tyr::Ptr<const ExtComm>;
+  using Content = typename Traits::Content;
+  using Ptr = Tyr::Ptr<typename Traits::Comm>;
+  using PtrConst = Tyr::Ptr<const typename Traits::Comm>;
 
+  std::uint32_t hash() const override { return Traits::hashOf(content_); }
+  // By content alone. Deliberate: the classification follows from the content, so it takes no part.
+  bool compare(const Keel::DedupHandleBase* other) const override {
+    return static_cast<const InternedExtComm*>(other)->content_ == content_;
+  }
+  // `content` is an InternedExtCommContent.
+  bool compareByContent(const Keel::DedupContentHandle& content) const override {
+    return static_cast<const InternedExtCommContent<Traits>&>(content).content() == content_;
+  }
+
+  // Unspecified here, the subtype octet in the subtyped class and its heirs.
+  virtual BgpExtCommPktSubtype pktSubtype() const { return BgpExtCommPktSubtype(); }
+  // The debugging form, "<...>". The stream's formatting state is left as it was.
+  virtual void formatDerivedType(std::ostream& stream) const = 0;
+
+  // A content of one word comes as a copy.
+  std::conditional_t<sizeof(Content) <= sizeof(void*), Content, const Content&> getContent() const noexcept {
+    return content_;
+  }
+  ExtCommClassification classification() const noexcept { return ExtCommClassification(userDataOctet(0)); }
+  // The enumeration's unknown member for a type octet that is none of the others.
+  typename Traits::PktType pktType() const noexcept {
+    const auto type = typename Traits::PktType(content_.typeOctet());
+    return bgpIsValidEnumMember(type) ? type : Traits::unknownPktType;
+  }
+
+  // What the stream operator prints.
+  std::string toStrep() const;
+  // The subtype's name; "none" for types that have no subtypes, "unspecified" for objects that have none.
+  void formatSubtype(std::ostream& stream) const;
+
+  // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
+  static PtrConst dedupContent(const typename Traits::Table* table, const Content& content);
+
+  // Writes the community as a record.
+  Store::Reference stash(Store::WriteBatch* batch) const;
+
+ protected:
+  InternedExtComm(ExtCommClassification classification, const Content& content) noexcept : content_(content) {
+    userDataIs(classification);
+  }
+  ~InternedExtComm() override = default;
+
+  static PtrConst dedupHashed(const typename Traits::Table* table, const Content& content, std::uint32_t hash);
+
+ private:
+  const Content content_;
+};
+
+struct VELBGP_EXPORT ExtCommTraits {
+  using Comm = ExtComm;
+  using Content = ExtCommContent;
+  using Table = ExtCommDedupTable;
+  using PktType = BgpExtCommPktType;
+  static constexpr PktType unknownPktType = extCommPktTypeUnknown;
+
+  static std::uint32_t hashOf(const Content& content) noexcept;
+  static Tyr::Ptr<const Comm> decode(const BgpParseExtendedCommunityRule& rule, const Content& content);
+};
+extern template class InternedExtCommContent<ExtCommTraits>;
+extern template class InternedExtComm<ExtCommTraits>;
+
+class VELBGP_EXPORT ExtCommDedupContent final : public InternedExtCommContent<ExtCommTraits> {
+ public:
+  using InternedExtCommContent::InternedExtCommContent;
+};
+
+class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
+ public:
   // Options of the text forms: six flags in one octet.
 #define ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS(FLAG) \
   FLAG(strepFormatDefault)                            \
@@ -100,7 +177,8 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   };
 #undef ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS
 
-  ExtComm(ExtCommClassification classification, const ExtCommContent& content) noexcept;
+  ExtComm(ExtCommClassification classification, const ExtCommContent& content) noexcept
+      : InternedExtComm(classification, content) {}
 
   const Tyr::FwkType& fwkType() const override;
 
@@ -108,15 +186,7 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   ~ExtComm() override;
 
  public:
-  std::uint32_t hash() const override;
-  bool compare(const Keel::DedupHandleBase* other) const override;
-  // `content` is an ExtCommDedupContent.
-  bool compareByContent(const Keel::DedupContentHandle& content) const override;
-
-  // Unspecified here, the subtype octet in ExtCommSubtyped and its heirs.
-  virtual BgpExtCommPktSubtype pktSubtype() const;
-  // The debugging form, "<...>". The stream's formatting state is left as it was.
-  virtual void formatDerivedType(std::ostream& stream) const;
+  void formatDerivedType(std::ostream& stream) const override;
   // The policy and UI form. Generic communities have a text only with the classification and UI bits together.
   virtual std::string toStrepForPolicy(StrepFormat format) const;
   virtual bool isValid() const;
@@ -127,11 +197,7 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   // The kind's UI text is the text that route policy matches.
   virtual bool policyMatchStrepUI() const;
 
-  ExtCommContent getContent() const noexcept { return content_; }
-  std::uint64_t community() const noexcept { return content_.value(); }
-  ExtCommClassification classification() const noexcept { return ExtCommClassification(userDataOctet(0)); }
-  // extCommPktTypeUnknown for a type octet that is no member of the enumeration.
-  BgpExtCommPktType pktType() const noexcept;
+  std::uint64_t community() const noexcept { return getContent().value(); }
 
   // The subtype's name under the community's own type, or "subtype=" and the octet in decimal. Each asserts that it is
   // asked of its own type, and that there is a subtype.
@@ -149,25 +215,17 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   std::string pktSubtypeNonTransFourOctetAsString() const;
   std::string pktSubtypeNonTransOpaqueString() const;
 
-  // What the stream operator prints.
-  std::string toStrep() const;
   // "0x" and 16 hex digits.
   void formatCommunityValue(std::ostream& stream) const;
-  // The subtype's name; "none" for types that have no subtypes, "unspecified" for objects that have none.
-  void formatSubtype(std::ostream& stream) const;
   // toStrepForPolicy with the classification and UI bits and those asked for.
   std::string toStrepForUI(bool asdot, bool linkBwWeighted, bool json) const;
 
-  // The one interned object of this value: found, or decoded by the table's root rule and inserted. Never null.
-  static PtrConst dedupContent(const ExtCommDedupTable* table, const ExtCommContent& content);
   // dedupContent of each of n values, with the table's memory fetched ahead; sink(index, PtrConst) gets the results.
   template <typename Sink>
   static void dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n, Sink&& sink);
 
-  static std::uint32_t hashOf(const ExtCommContent& content) noexcept;
+  static std::uint32_t hashOf(const ExtCommContent& content) noexcept { return ExtCommTraits::hashOf(content); }
 
-  // Writes the community as a record.
-  Store::Reference stash(Store::WriteBatch* batch) const;
   // The community that a reference names, which lies in memory at any address: interned in the ExtCommDedupTable that
   // the store has as its service (Store::StoreManager::serviceIs). Without one a private object, decoded as by default,
   // that is in no table and never will be. Null for a null reference. Throws the store's exceptions. From one thread,
@@ -180,11 +238,7 @@ class VELBGP_EXPORT ExtComm : public Keel::DedupHandleBase {
   void fourByteAsBitIs(bool fourByteAs) noexcept;
 
  private:
-  static PtrConst dedupHashed(const ExtCommDedupTable* table, const ExtCommContent& content, std::uint32_t hash);
-
   static constexpr std::uint32_t fourByteAsMask = 1u << 8;
-
-  const ExtCommContent content_;
 };
 
 class VELBGP_EXPORT ExtCommSubtyped : public ExtComm {
@@ -228,18 +282,10 @@ class VELBGP_EXPORT ExtCommLifeTimeNotifiee final : public Keel::DedupLifeTimeNo
   const NotifyingRouteTargetList::Ptr list_;
 };
 
-// One per agent. Communities may outlive it; they are then in no table (Keel/DedupHashTable.h).
-class VELBGP_EXPORT ExtCommDedupTable final : public Tyr::PtrInterface {
+// A hash table of communities and the root rule that decodes them, which it keeps alive. One per agent. Communities may
+// outlive it; they are then in no table (Keel/DedupHashTable.h).
+class VELBGP_EXPORT ExtCommDedupTableBase : public Tyr::PtrInterface {
  public:
-  using Ptr = Tyr::Ptr<ExtCommDedupTable>;
-  using PtrConst = Tyr::Ptr<const ExtCommDedupTable>;
-
-  // Throws Tyr::NullArgumentException without a rule.
-  explicit ExtCommDedupTable(Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule);
-
-  // The values of the route targets that are interned now.
-  const NotifyingRouteTargetList::Ptr& producerRtList() const noexcept { return producerRtList_; }
-  const Tyr::Ptr<ExtCommLifeTimeNotifiee>& lifeTimeNotifiee() const noexcept { return lifeTimeNotifiee_; }
   Keel::DedupHashTable& dedupTable() const noexcept { return *dedupTable_; }
   const BgpParseExtendedCommunityRule* parseExtCommRule() const noexcept { return parseExtCommRule_.get(); }
   // Distinct communities that are interned now.
@@ -247,14 +293,34 @@ class VELBGP_EXPORT ExtCommDedupTable final : public Tyr::PtrInterface {
 
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
 
+ protected:
+  // `name` shows in dumps. Throws Tyr::NullArgumentException without a rule.
+  ExtCommDedupTableBase(const char* name, Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule);
+  ~ExtCommDedupTableBase() override;
+
+  Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
+
+ private:
+  const Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
+};
+
+class VELBGP_EXPORT ExtCommDedupTable final : public ExtCommDedupTableBase {
+ public:
+  using Ptr = Tyr::Ptr<ExtCommDedupTable>;
+  using PtrConst = Tyr::Ptr<const ExtCommDedupTable>;
+
+  explicit ExtCommDedupTable(Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule);
+
+  // The values of the route targets that are interned now.
+  const NotifyingRouteTargetList::Ptr& producerRtList() const noexcept { return producerRtList_; }
+  const Tyr::Ptr<ExtCommLifeTimeNotifiee>& lifeTimeNotifiee() const noexcept { return lifeTimeNotifiee_; }
+
  private:
   ~ExtCommDedupTable() override;
   void handleInitialized();
 
   NotifyingRouteTargetList::Ptr producerRtList_;
   Tyr::Ptr<ExtCommLifeTimeNotifiee> lifeTimeNotifiee_;
-  Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
-  const Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
 };
 
 template <typename Sink>

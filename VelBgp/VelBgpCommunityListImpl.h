@@ -92,11 +92,13 @@ inline bool sameCommunity(std::uint64_t inContent, const ExtComm* inList) noexce
   return inContent == inList->community();
 }
 
-// `comms` are the list's.
+// `all` are the list's.
 template <typename Content, typename List>
-inline bool compareExtCommContent(const Content* content, const List* list, const ExtCommRange& comms) {
+inline bool compareExtCommContent(const Content* content, const List* list,
+                                  const Keel::PtrInterfaceArray<ExtComm>& all) {
   TYR_ASSERT(list->commVectorSorted());
   TYR_ASSERT(content->commVectorSorted());
+  const ExtCommRange comms = all.range();
   const auto& values = content->comms();
   if (values.size() != comms.size()) return false;
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -105,34 +107,40 @@ inline bool compareExtCommContent(const Content* content, const List* list, cons
   return true;
 }
 
-template <typename List>
-bool compareExtCommLists(const List* lhs, const List* rhs) {
-  TYR_ASSERT(lhs->commVectorSorted());
-  TYR_ASSERT(rhs->commVectorSorted());
-  const ExtCommRange left = lhs->comms();
-  const ExtCommRange right = rhs->comms();
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](const ExtComm* a, const ExtComm* b) { return a == b || a->community() == b->community(); });
-}
-
-template <typename List>
-ExtCommRange sortedComms(const List* arg, const Keel::PtrInterfaceArray<ExtComm>& comms) {
-  TYR_ASSERT(arg->commVectorSorted());
-  return comms.range();
-}
-
 // A hit is nothing but these two and a walk along one chain, so they are kept free of calls.
 inline std::uint32_t ExtCommListContentU64::sortAndHashInLine() const {
-  if (!commVectorSorted_) {
-    sortAndUnique(comms_);
-    commVectorSorted_ = true;
-  }
+  sortAndUniqueOnce(commVectorSorted_, comms_);
   return hash_ = hashExtCommList(this);
 }
 
 inline bool ExtCommListContentU64::equals(const ExtCommList& list) const {
   if (list.hasOwnValue() && commVectorSorted_) return comms_.size() == 1 && comms_[0] == list.ownValue();
-  return compareExtCommContent(this, &list, list.comms_.range());
+  return compareExtCommContent(this, &list, list.comms_);
+}
+
+// ---- What all lists are
+
+template <typename List, unsigned attrsOctet>
+std::uint32_t ExtCommListBase<List, attrsOctet>::hash() const {
+  return isDeduped() ? storedHash() : hashExtCommList(this);
+}
+
+template <typename List, unsigned attrsOctet>
+bool ExtCommListBase<List, attrsOctet>::compare(const Keel::DedupHandleBase* other) const {
+  const auto* lhs = this;
+  const auto* rhs = static_cast<const ExtCommListBase*>(other);
+  TYR_ASSERT(lhs->commVectorSorted());
+  TYR_ASSERT(rhs->commVectorSorted());
+  const ExtCommRange left = lhs->comms_.range(), right = rhs->comms_.range();
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](const ExtComm* a, const ExtComm* b) { return a == b || a->community() == b->community(); });
+}
+
+template <typename List, unsigned attrsOctet>
+ExtCommRange ExtCommListBase<List, attrsOctet>::comms() const {
+  const auto* arg = this;
+  TYR_ASSERT(arg->commVectorSorted());
+  return comms_.range();
 }
 
 inline void checkClassification(ExtCommClassification classification) {

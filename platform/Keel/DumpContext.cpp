@@ -25,8 +25,8 @@ void DumpContext::printf(const char* format, ...) {
 }
 
 void DumpContext::line(std::uint32_t indent, const std::string& text) {
-  const std::string whole = std::string(indent, ' ') + text + '\n';
-  write(whole.data(), whole.size());
+  if (indent == 0) return printf("%s\n", text.c_str());
+  printf("%*c%s\n", static_cast<int>(indent), ' ', text.c_str());
 }
 
 }  // namespace Keel

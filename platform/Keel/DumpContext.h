@@ -15,7 +15,8 @@ class VELBGP_EXPORT DumpContext {
 
   // Formats as std::printf does and writes the result whole.
   void printf(const char* format, ...) __attribute__((format(printf, 2, 3)));
-  // One dump line: `indent` spaces, then the text, then a line end.
+  // One dump line: `indent` spaces, then the text, then a line end. The indent is a width of printf's, which takes it for
+  // a signed number of 32 bits: 0xfffffffe are two columns.
   void line(std::uint32_t indent, const std::string& text);
 
  private:

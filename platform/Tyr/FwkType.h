@@ -18,3 +18,10 @@ struct FwkType {
 };
 
 }  // namespace Tyr
+
+// The body of a class's fwkType(): TYR_FWK_TYPE(ExtComm, "Routing::Bgp::ExtComm")
+#define TYR_FWK_TYPE(Class, className)               \
+  const ::Tyr::FwkType& Class::fwkType() const {     \
+    static constexpr ::Tyr::FwkType type{className}; \
+    return type;                                     \
+  }

@@ -1,30 +1,18 @@
-// What every test of lists needs: a decoder and the two tables, in either variant, and a way to intern a few values.
+// An agent, and ways to intern a few extended communities in it.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
-#include "Tyr/Threading.h"
-#include "VelBgp/Parse/ExtCommContainer.h"
-#include "VelBgp/VelBgpCommunityList.h"
+#include "VelBgp/Agent.h"
 
 namespace Routing::Bgp::test {
 
 using Values = std::vector<std::uint64_t>;
 
-class ListTables {
+class ListTables : protected Agent {
  protected:
-  explicit ListTables(bool multiThreaded) {
-    Tyr::agentMultiThreadedIs(multiThreaded);
-    decoder = bgpParseExtCommContainerSmFactory(true);
-    comms = ExtCommDedupTableIs(decoder->extCommParser());
-    lists = ExtCommListDedupTableIs();
-  }
-  ~ListTables() {
-    lists.reset();
-    comms.reset();
-    Tyr::agentMultiThreadedIs(false);
-  }
+  explicit ListTables(bool multiThreaded) : Agent(multiThreaded) {}
 
   ExtCommListContentU64 raw(const Values& values) const {
     ExtCommListContentU64 content(comms.get());
@@ -38,9 +26,7 @@ class ListTables {
     return ExtComm::dedupContent(comms.get(), ExtCommContent(value));
   }
 
-  Tyr::Ptr<BgpParseExtCommContainerSm> decoder;
-  ExtCommDedupTable::Ptr comms;
-  ExtCommListDedupTable::Ptr lists;
+  ExtCommListDedupTable::Ptr& lists = extended;
 };
 
 }  // namespace Routing::Bgp::test

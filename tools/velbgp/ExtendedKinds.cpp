@@ -47,6 +47,19 @@ AttributeSize sizeOf(Octets attribute) {
   return {bigEndian(attribute.subspan(2, header - 2)), attribute.size() - header};
 }
 
+// Each filter counts one link bandwidth and one validation state, however many it lets through.
+std::string remedy(const ExtCommList& list, const NamedSerialization& way) {
+  const auto several = [&list](bool included, ExtCommClassification classification) {
+    const auto part = included ? list.classificationList(classification) : nullptr;
+    return part != nullptr && part->comms().size() > 1;
+  };
+  const char* const prune = "prune the list before sending it so";
+  const char* const split = "send several validation states with \"all\", or one a list";
+  if (!several(way.includeOriginAsValidity, extCommClassificationOriginValidationState)) return prune;
+  if (!several(way.includeLinkBandwidth, extCommClassificationLinkBandwidth)) return split;
+  return std::string(prune) + ", and " + split;
+}
+
 boost::json::object serialized(const ExtCommList& list, std::vector<std::string>& notes) {
   boost::json::object out;
   for (const auto& way : serializations) {
@@ -55,7 +68,7 @@ boost::json::object serialized(const ExtCommList& list, std::vector<std::string>
     out[way.name] = hexDigits(octetsOf(attribute));
     if (const AttributeSize size = sizeOf(octetsOf(attribute)); size.announced != size.carried) {
       notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(size.announced) +
-                      " octets but carries " + std::to_string(size.carried) + ": prune the list before sending it so");
+                      " octets but carries " + std::to_string(size.carried) + ": " + remedy(list, way));
     }
   }
   return out;

@@ -1,0 +1,50 @@
+// CommVectorContent: what all contents of community lists keep, and what a caller does alike with each of them.
+//
+// A content belongs to its caller and to one thread, takes communities in any order and with repeats, and can be used
+// again after reset(). Sorting changes its order, never what it stands for. Errors: std::bad_alloc; past the vector's
+// largest size boost::container::length_error, which is a std::exception but no std::logic_error.
+#pragma once
+
+#include <boost/container/small_vector.hpp>
+#include <cstddef>
+#include <utility>
+
+#include "Keel/DedupHandleBase.h"
+#include "Tyr/Export.h"
+
+namespace Routing::Bgp {
+
+class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
+ public:
+  bool commVectorSorted() const noexcept { return commVectorSorted_; }
+
+ protected:
+  mutable bool commVectorSorted_ = false;
+};
+
+// Base is CommContentBase or an heir of it.
+template <typename Element, typename Base>
+class VELBGP_EXPORT CommVectorContent : public Base {
+ public:
+  // 64 communities inside the object.
+  using Vector = boost::container::small_vector<Element, 64>;
+
+  void expectedCommunityCountIs(std::size_t count) { comms_.reserve(count); }
+  // In the order given until the content was interned or sorted, then ascending and without repeats.
+  const Vector& comms() const noexcept { return comms_; }
+  explicit operator bool() const noexcept { return !comms_.empty(); }
+  void reset() noexcept {
+    comms_.clear();
+    this->commVectorSorted_ = false;
+  }
+
+ protected:
+  void add(Element comm) {
+    this->commVectorSorted_ = false;
+    comms_.push_back(std::move(comm));
+  }
+
+  mutable Vector comms_;
+};
+
+}  // namespace Routing::Bgp

@@ -1,0 +1,67 @@
+// The bodies of InternedExtComm, for the sources that instantiate it. Where its classes differ, overloads for them are
+// called: appendSubtype(buffer, comm) and appendImage(image, comm).
+#pragma once
+
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include "Tyr/DynamicBuffer.h"
+#include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/StashImpl.h"
+#include "VelBgp/VelBgpCommunity.h"
+
+namespace Routing::Bgp {
+
+// The type of the records of a community.
+template <typename Traits>
+inline constexpr Stashed stashedCommunityType = Stashed();
+
+// "NULL" for a null pointer.
+template <typename Comm>
+std::ostream& writeDebugText(std::ostream& stream, const Comm* extComm) {
+  if (extComm == nullptr) return stream.write("NULL", 4);
+  extComm->formatDerivedType(stream);
+  return stream;
+}
+
+template <typename Traits>
+std::string InternedExtComm<Traits>::toStrep() const {
+  std::ostringstream stream;
+  formatDerivedType(stream);
+  return std::move(stream).str();
+}
+
+template <typename Traits>
+void InternedExtComm<Traits>::formatSubtype(std::ostream& stream) const {
+  Tyr::DynamicBuffer<> buffer;
+  appendSubtype(buffer, static_cast<const typename Traits::Comm&>(*this));
+  writeText(stream, buffer);
+}
+
+template <typename Traits>
+typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupContent(const typename Traits::Table* table,
+                                                                                 const Content& content) {
+  return dedupHashed(table, content, Traits::hashOf(content));
+}
+
+template <typename Traits>
+typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupHashed(const typename Traits::Table* table,
+                                                                                const Content& content,
+                                                                                std::uint32_t hash) {
+  using Comm = typename Traits::Comm;
+  return table->dedupTable().template findOrDedup<Comm>(
+      hash, [&content](const InternedExtComm& extComm) { return extComm.content_ == content; },
+      // Nobody else knows a new object before it is in the table.
+      [&] { return boost::const_pointer_cast<Comm>(Traits::decode(*table->parseExtCommRule(), content)); });
+}
+
+template <typename Traits>
+Store::Reference InternedExtComm<Traits>::stash(Store::WriteBatch* batch) const {
+  Image image;
+  appendImage(image, static_cast<const typename Traits::Comm&>(*this));
+  return stashRecord(*batch, stashedCommunityType<Traits>, image);
+}
+
+}  // namespace Routing::Bgp
