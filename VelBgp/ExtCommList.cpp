@@ -291,6 +291,7 @@ void ExtCommListDedupTable::handleInitialized() {
   notifyingRtExtCommListCollection_ = Tyr::make<NotifyingRtExtCommListCollection>();
   rtExtCommListLifeTimeNotifieeIs(notifyingRtExtCommListCollection_);
   rtExtCommClassificationListDedupTable_->lifeTimeNotifieeIs(rtExtCommListLifeTimeNotifiee_);
+  notifyingRtExtCommListCollection_->watchedTableIs(rtExtCommClassificationListDedupTable_.get());
 }
 
 RtExtCommListLifeTimeNotifiee::Ptr ExtCommListDedupTable::rtExtCommListLifeTimeNotifieeIs(

@@ -78,7 +78,9 @@ class VELBGP_EXPORT DedupHandleBase {
   std::uint32_t storedHash() const noexcept { return hash_; }
 
   bool notificationActive() const noexcept { return (bits() & notificationActiveBit) != 0; }
-  void notificationActiveIs(bool active) noexcept { bitsAre(notificationActiveBit, active ? notificationActiveBit : 0); }
+  void notificationActiveIs(bool active) noexcept {
+    bitsAre(notificationActiveBit, active ? notificationActiveBit : 0);
+  }
 
   static void* operator new(std::size_t octets) { return handleHeap().allocate(octets); }
   static void operator delete(void* object) noexcept { SlabHeap::release(object); }
@@ -103,7 +105,8 @@ class VELBGP_EXPORT DedupHandleBase {
     }
     while (before != 1) {
       // Release: what this holder wrote comes before whatever the one that frees the object does.
-      if (count().compare_exchange_weak(before, before - 1, std::memory_order_release, std::memory_order_relaxed)) return;
+      if (count().compare_exchange_weak(before, before - 1, std::memory_order_release, std::memory_order_relaxed))
+        return;
     }
     lastReferenceRelease();
   }
@@ -117,6 +120,9 @@ class VELBGP_EXPORT DedupHandleBase {
   std::uint8_t userDataOctet(unsigned index) const noexcept {
     return static_cast<std::uint8_t>(userData() >> (8 * index));
   }
+
+  // In a table, whose observers were told of it if they were to be.
+  bool isKnown() const noexcept { return isDeduped() && news() != newsComing; }
 
   static constexpr std::uint16_t userDataMask = 0x1fff;
 

@@ -412,8 +412,12 @@ DedupHashTable::Left DedupHashTable::leave(DedupHandleBase* handle) noexcept {
 DedupHashTable::Left DedupHashTable::leaveLocked(Line& bucket, DedupHandleBase* handle) noexcept {
   if (!stepDownToZero(handle)) return Left::heldElsewhere;
   remove(bucket, handle);
+  const bool told = handle->news() != DedupHandleBase::newsNone || wanted(handle);
   handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_release);
-  if (!isLeavingTold(handle)) return Left::last;
+  if (!told) return Left::last;
+  // The queue's. Release: a reader that counts itself on it sees the owner.
+  handle->count().store(1, std::memory_order_release);
+  enqueue(handle);
   letters_.fetch_add(1, std::memory_order_relaxed);
   return Left::toBeTold;
 }
@@ -447,14 +451,6 @@ void DedupHashTable::remove(Line& bucket, const DedupHandleBase* handle) noexcep
 
 bool DedupHashTable::wanted(DedupHandleBase* handle) noexcept {
   return lifeTimeNotifiee_ != nullptr && lifeTimeNotifiee_->wantsToHearOf(*handle);
-}
-
-// Of an object whose coming was or is to be told, or that somebody wants to hear of by now: the queue takes a reference.
-bool DedupHashTable::isLeavingTold(DedupHandleBase* handle) noexcept {
-  if (handle->news() == DedupHandleBase::newsNone && !wanted(handle)) return false;
-  handle->count().store(1, std::memory_order_release);
-  enqueue(handle);
-  return true;
 }
 
 void DedupHashTable::enqueue(DedupHandleBase* handle) noexcept {
@@ -554,20 +550,20 @@ void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee
 template <typename Visit>
 void DedupHashTable::forEachBucket(Visit&& visit) const {
   for (detail::Backoff backoff; growing_.exchange(true, std::memory_order_acquire);) backoff.pause();
+  const std::unique_ptr<std::atomic<bool>, void (*)(std::atomic<bool>*)> walking(
+      &growing_, [](std::atomic<bool>* growing) { growing->store(false, std::memory_order_release); });
   for (std::uint32_t i = 0; i < buckets_.load(std::memory_order_relaxed); ++i) {
     Line& bucket = lines_[i];
     for (detail::Backoff backoff; !lockIfFree(bucket);) backoff.pause();
+    const auto free = [this](Line* line) { unlock(*line); };
+    const std::unique_ptr<Line, decltype(free)> locked(&bucket, free);
     visit(bucket);
-    unlock(bucket);
   }
-  growing_.store(false, std::memory_order_release);
 }
 
 void DedupHashTable::forEachHandle(void (*visit)(void*, DedupHandleBase*), void* call) const {
   for (SlabRef ref = stopped_; ref != 0; ref = handleOf(ref)->next_) visit(call, handleOf(ref));
-  forEachBucket([&](Line& bucket) {
-    forEachIn(bucket, [&](Entry, SlabRef ref) { visit(call, handleOf(ref)); });
-  });
+  forEachBucket([&](Line& bucket) { forEachIn(bucket, [&](Entry, SlabRef ref) { visit(call, handleOf(ref)); }); });
 }
 
 // All objects leave, kept for the notifiee if there is one.

@@ -176,8 +176,8 @@ class ChunkStore {
   // The largest range that the process may have. One chunk more, for the alignment, and chunk 0 is never used.
   void reserve() {
     for (std::size_t chunks = slabMaxChunks; chunks > growth; chunks /= 2) {
-      void* const range = mmap(nullptr, (chunks + 1) * slabChunkOctets, PROT_NONE,
-                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+      void* const range =
+          mmap(nullptr, (chunks + 1) * slabChunkOctets, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
       if (range == MAP_FAILED) continue;
       last_ = static_cast<std::uint32_t>(chunks);
       const auto address = reinterpret_cast<std::uintptr_t>(range) + slabChunkOctets - 1;

@@ -15,14 +15,6 @@
 #include "Keel/SlabHeap.h"
 #include "Tyr/Assert.h"
 
-#if defined(__SANITIZE_THREAD__)
-#define KEEL_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define KEEL_THREAD_SANITIZER 1
-#endif
-#endif
-
 namespace Keel::detail {
 
 constinit thread_local ThreadRecord* threadRecord [[gnu::tls_model("initial-exec")]] = nullptr;
@@ -73,8 +65,7 @@ ThreadRecord* usedBefore() noexcept {
 
 ThreadRecord* quiteNew() noexcept {
   // From the system: a thread may need one in the middle of letting go an object, and memory has to be there.
-  void* const memory =
-      mmap(nullptr, sizeof(ThreadRecord), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  void* const memory = mmap(nullptr, sizeof(ThreadRecord), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   TYR_ASSERT(memory != MAP_FAILED);
   auto* record = new (memory) ThreadRecord;
   record->next = records.load(std::memory_order_relaxed);

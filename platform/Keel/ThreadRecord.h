@@ -19,6 +19,14 @@
 
 #include "Tyr/Export.h"
 
+#if defined(__SANITIZE_THREAD__)
+#define KEEL_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KEEL_THREAD_SANITIZER 1
+#endif
+#endif
+
 namespace Keel::detail {
 
 struct SlabChunk;

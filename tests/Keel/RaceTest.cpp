@@ -64,7 +64,8 @@ class Observer final : public DedupLifeTimeNotifiee {
     react(value);
   }
   void handleNotificationStop(DedupHashTable* stopping) override {
-    stopping->forEach([this](DedupHandleBase* handle) { wrong += values.erase(static_cast<Word*>(handle)->value) != 1; });
+    stopping->forEach(
+        [this](DedupHandleBase* handle) { wrong += values.erase(static_cast<Word*>(handle)->value) != 1; });
     wrong += !values.empty();
     kept.clear();
   }
@@ -183,7 +184,8 @@ TEST_P(Races, ScriptHoldsWhateverWaits) {
     std::atomic<int> wrong{0};
     const std::uint64_t universe = point % 2 == 0 ? 64 : 2000;
     const auto work = [&](unsigned i) {
-      wrong += script(house, 100 * static_cast<unsigned>(point + 2) + i, static_cast<int>(40000 / count), universe, held[i]);
+      wrong +=
+          script(house, 100 * static_cast<unsigned>(point + 2) + i, static_cast<int>(40000 / count), universe, held[i]);
     };
     if (GetParam() == 0) {
       work(0);
