@@ -126,6 +126,7 @@ DedupHashTable::~DedupHashTable() {
   tell();
   bar();
   KEEL_PAUSE_POINT(tableEmptied);
+  for (detail::Backoff backoff; letters_.load(std::memory_order_acquire) != 0;) backoff.pause();
   tell();
   if (const Tyr::Ptr<DedupLifeTimeNotifiee> notifiee = std::move(lifeTimeNotifiee_)) {
     notifiee->handleNotificationStop(this);
@@ -259,7 +260,10 @@ DedupHandleBase* DedupHashTable::dedupOwned(DedupHandleBase* fresh, std::uint32_
     unlock(bucket);
     if (full) grow();
     KEEL_PAUSE_POINT(inserted);
-    if (told && !isToldOf(fresh)) throw std::bad_alloc();
+    if (!told) return fresh;
+    fresh->referenceAdd();  // the maker's stays in any case
+    if (!isToldOf(fresh)) throw std::bad_alloc();
+    fresh->count().fetch_sub(1, std::memory_order_release);
     return fresh;
   }
 }
@@ -477,14 +481,16 @@ bool DedupHashTable::queued() noexcept {
   return queueFirst_ != 0;
 }
 
-// Waits, outside of announcements, until the coming of the object was told. False, the reference given back unless the
-// object is new: it could not be told, so the object never came.
+// Waits, outside of announcements, until the coming of the object was told. False, and the reference given back: it could
+// not be told, so the object never came.
 bool DedupHashTable::isToldOf(DedupHandleBase* handle) const noexcept {
   auto* const self = const_cast<DedupHashTable*>(this);
   self->tell();
   if (detail::thisThread().telling != 0) return true;
   for (detail::Backoff backoff; handle->news() == DedupHandleBase::newsComing; self->tell()) backoff.pause();
-  return holds(*handle);
+  if (holds(*handle)) return true;
+  handle->referenceRelease();
+  return false;
 }
 
 void DedupHashTable::tell() noexcept {

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "Tyr/Threading.h"
@@ -49,6 +51,31 @@ TEST(SlabHeap, FreedSlotsAreUsedAgainAndKeepTheirFirstOctets) {
   EXPECT_EQ(again, slot);
   EXPECT_STREQ(static_cast<char*>(again), "0123456789abcde");
   SlabHeap::release(again);
+}
+
+// Sizes one after the other, each all released before the next, in random order and by another thread than the one that
+// took them: what is held stays near the most that was ever live, and goes down to the reserve.
+TEST(SlabHeap, MemoryServesOtherSizesAndGoesBack) {
+  constexpr std::size_t mostLive = std::size_t{80} << 20;
+  constexpr std::size_t reserve = std::size_t{64} << 20;
+  const std::size_t before = SlabHeap::heldOctets();  // a chunk of each size that this thread takes slots of stays
+  for (const bool multiThreaded : {false, true}) {
+    Tyr::agentMultiThreadedIs(multiThreaded);
+    std::mt19937 random(1);
+    std::vector<void*> slots;
+    for (const std::size_t octets : {32, 48, 200, 520, 1032, 2048}) {
+      for (std::size_t live = 0; live < mostLive; live += octets) slots.push_back(handleHeap().allocate(octets));
+      EXPECT_LE(SlabHeap::heldOctets() - before, mostLive * 13 / 10);
+      std::shuffle(slots.begin(), slots.end(), random);
+      const auto release = [&slots] {
+        for (void* slot : slots) SlabHeap::release(slot);
+      };
+      multiThreaded ? std::thread(release).join() : release();
+      slots.clear();
+      EXPECT_LE(SlabHeap::heldOctets() - before, reserve + (std::size_t{8} << 20));
+    }
+  }
+  Tyr::agentMultiThreadedIs(false);
 }
 
 TEST(SlabHeap, RefusesSizesThatItHasNoClassFor) {
