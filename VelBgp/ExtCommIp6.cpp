@@ -109,6 +109,9 @@ ExtCommIp6::PtrConst ExtCommIp6Traits::decode(const BgpParseExtendedCommunityRul
 template <>
 inline constexpr Stashed stashedCommunityType<ExtCommIp6Traits> = Stashed::extCommIp6;
 
+// In no unnamed namespace: templates look for it among the functions of our own.
+static void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6& extComm);
+
 template class InternedExtCommContent<ExtCommIp6Traits>;
 template class InternedExtComm<ExtCommIp6Traits>;
 
@@ -170,7 +173,6 @@ std::string subtypeText(const ExtCommIp6& extComm) {
 
 }  // namespace
 
-// In no unnamed namespace: appendTypeAndSubtype looks for it among the functions of our own.
 static void appendSubtype(Tyr::DynamicBufferInterface& buffer, const ExtCommIp6& extComm) {
   buffer.append(subtypeText(extComm));
 }

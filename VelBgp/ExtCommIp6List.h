@@ -161,8 +161,8 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   // Writes the list and each of its communities as records of their own, and gives the list's.
   Store::Reference stash(Store::WriteBatch* batch) const;
   // The list that a reference names, which lies in memory at any address: a private list of private communities, in no
-  // table and never to be. Null for a null reference. Throws the store's exceptions; nothing is left behind then. Threads as for
-  // ExtComm::destash.
+  // table and never to be. Null for a null reference. Throws the store's exceptions; nothing is left behind then.
+  // Threads as for ExtComm::destash.
   static PtrConst destash(const void* stashed, Store::StoreManager* store);
 
  private:

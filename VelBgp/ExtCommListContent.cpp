@@ -77,9 +77,9 @@ void ExtCommListContentU64::populateExtCommList(ExtCommList* list) const {
 
 bool ExtCommListContentU64::compareWithExtCommList(const ExtCommList* list) const { return equals(*list); }
 
-ExtCommClassificationListContent::ExtCommClassificationListContent(ExtCommClassification classification)
-    : classification_(classification) {
+ExtCommClassificationListContent::ExtCommClassificationListContent(ExtCommClassification classification) {
   checkClassification(classification);
+  classification_ = classification;
 }
 
 bool operator==(const ExtCommClassificationListContent& lhs, const ExtCommClassificationListContent& rhs) {

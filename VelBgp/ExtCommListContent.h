@@ -48,6 +48,7 @@ class VELBGP_EXPORT ExtCommContentBase : public CommContentBase {
   std::uint32_t hash() const override { return hash_; }
 
  protected:
+  ExtCommClassification classification_{};  // of a classification list's content; it has room here
   mutable std::uint32_t hash_ = 0;
 };
 
@@ -132,8 +133,6 @@ class VELBGP_EXPORT ExtCommClassificationListContent final : public ExtCommPtrCo
  private:
   friend class ExtCommList;
   friend class ExtCommClassificationList;
-
-  ExtCommClassification classification_;
 };
 extern template class ExtCommPtrContent<ExtCommListContentBase>;
 extern template class ExtCommPtrContent<ExtCommContentBase>;

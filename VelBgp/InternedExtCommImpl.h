@@ -41,20 +41,19 @@ void InternedExtComm<Traits>::formatSubtype(std::ostream& stream) const {
 }
 
 template <typename Traits>
-typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupContent(const typename Traits::Table* table,
-                                                                                 const Content& content) {
-  return dedupHashed(table, content, Traits::hashOf(content));
-}
-
-template <typename Traits>
-typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupHashed(const typename Traits::Table* table,
-                                                                                const Content& content,
-                                                                                std::uint32_t hash) {
+inline typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupHashed(
+    const typename Traits::Table* table, const Content& content, std::uint32_t hash) {
   using Comm = typename Traits::Comm;
   return table->dedupTable().template findOrDedup<Comm>(
       hash, [&content](const InternedExtComm& extComm) { return extComm.content_ == content; },
       // Nobody else knows a new object before it is in the table.
       [&] { return boost::const_pointer_cast<Comm>(Traits::decode(*table->parseExtCommRule(), content)); });
+}
+
+template <typename Traits>
+typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupContent(const typename Traits::Table* table,
+                                                                                 const Content& content) {
+  return dedupHashed(table, content, Traits::hashOf(content));
 }
 
 template <typename Traits>

@@ -85,8 +85,8 @@ class VELBGP_EXPORT InternedExtCommContent : public Keel::DedupContentHandle {
 };
 
 // An object of one content, and the classification that it was decoded to. Traits tell the names of the class, of its
-// content, of what it is looked up by, of its table and of its type octet's enumeration, the content's hash, and how
-// the table's rule decodes.
+// content, of its table and of its type octet's enumeration with the unknown member, the content's hash, and how the
+// table's rule decodes.
 template <typename Traits>
 class VELBGP_EXPORT InternedExtComm : public Keel::DedupHandleBase {
  public:

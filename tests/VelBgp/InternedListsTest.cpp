@@ -16,16 +16,7 @@
 namespace Routing::Bgp::test {
 namespace {
 
-// A form tells, besides what its kind does, its attribute: the code and the octets of a value.
-
-struct ExtendedValues : Extended {
-  static constexpr unsigned octets = 8, code = 16;
-  static std::string serialize(const List& list) {
-    return list.serialize(ExtCommList::serialization(true, false, false));
-  }
-};
-
-struct ExtendedObjects : ExtendedValues {
+struct ExtendedObjects : Extended {
   static List::PtrConst intern(const Agent& agent, const Words& words) {
     ExtCommListContent content;
     for (const auto word : words) {
@@ -33,21 +24,6 @@ struct ExtendedObjects : ExtendedValues {
     }
     return List::dedupContent(agent.extended.get(), content);
   }
-};
-
-struct StandardValues : Standard {
-  static constexpr unsigned octets = 4, code = 8;
-  static std::string serialize(const List& list) { return list.serialize(); }
-};
-
-struct LargeValues : Large {
-  static constexpr unsigned octets = 12, code = 32;
-  static std::string serialize(const List& list) { return list.serialize(); }
-};
-
-struct Ip6Builders : ExtendedIp6 {
-  static constexpr unsigned octets = 20, code = 25;
-  static std::string serialize(const List& list) { return list.serialize(true); }
 };
 
 template <typename FormOf, bool multi>
@@ -85,10 +61,10 @@ class InternedLists : public testing::Test {
   const Agent agent{Form::multiThreaded};
 };
 
-using Forms = testing::Types<Variant<ExtendedValues, false>, Variant<ExtendedValues, true>,
-                             Variant<ExtendedObjects, false>, Variant<ExtendedObjects, true>,
-                             Variant<StandardValues, false>, Variant<StandardValues, true>, Variant<LargeValues, false>,
-                             Variant<LargeValues, true>, Variant<Ip6Builders, false>, Variant<Ip6Builders, true>>;
+using Forms = testing::Types<Variant<Extended, false>, Variant<Extended, true>, Variant<ExtendedObjects, false>,
+                             Variant<ExtendedObjects, true>, Variant<Standard, false>, Variant<Standard, true>,
+                             Variant<Large, false>, Variant<Large, true>, Variant<ExtendedIp6, false>,
+                             Variant<ExtendedIp6, true>>;
 TYPED_TEST_SUITE(InternedLists, Forms);
 
 // Sizes on both sides of what a content and a list keep inside themselves.
@@ -169,27 +145,37 @@ TYPED_TEST(InternedLists, SplitByClassification) {
   }
 }
 
-// Each word shows in the octets of its value, and these come in order.
+std::string attributeOf(const ExtCommList& list) {
+  return list.serialize(ExtCommList::serialization(true, false, false));
+}
+std::string attributeOf(const ExtCommIp6List& list) { return list.serialize(true); }
+template <typename List>
+std::string attributeOf(const List& list) {
+  return list.serialize();
+}
+
+// Each word shows in the octets of its value, and these come in order. A value takes as much room here as on the wire.
 TYPED_TEST(InternedLists, Attributes) {
-  constexpr unsigned shortest = 255 / TypeParam::octets, most = 65535 / TypeParam::octets;
+  constexpr unsigned each = sizeof(TypeParam::value(0)), shortest = 255 / each, most = 65535 / each;
+  const char code = "\x10\x19\x20\x08"[TypeParam::index];
   for (const std::size_t n : {1u, 2u, shortest, shortest + 1, 1000u, most}) {
     SCOPED_TRACE(n);
     const auto list = this->intern(someWords(n, 3));
-    const std::size_t octets = n * TypeParam::octets;
-    std::string header = {'\xc0', TypeParam::code, static_cast<char>(octets)};
-    if (octets > 255) header = {'\xd0', TypeParam::code, static_cast<char>(octets >> 8), static_cast<char>(octets)};
-    const std::string attribute = TypeParam::serialize(*list);
+    const std::size_t octets = n * each;
+    std::string header = {'\xc0', code, static_cast<char>(octets)};
+    if (octets > 255) header = {'\xd0', code, static_cast<char>(octets >> 8), static_cast<char>(octets)};
+    const std::string attribute = attributeOf(*list);
     ASSERT_EQ(attribute.size(), header.size() + octets);
     EXPECT_EQ(attribute.substr(0, header.size()), header);
     std::size_t at = header.size();
     for (const auto& value : valuesOf<TypeParam>(*list)) {
       const std::uint32_t word = TypeParam::word(value);
-      EXPECT_NE(attribute.substr(at, TypeParam::octets).find({static_cast<char>(word >> 8), static_cast<char>(word)}),
+      EXPECT_NE(attribute.substr(at, each).find({static_cast<char>(word >> 8), static_cast<char>(word)}),
                 std::string::npos);
-      at += TypeParam::octets;
+      at += each;
     }
   }
-  EXPECT_ASSERTION(TypeParam::serialize(*this->intern(someWords(most + 1, 3))), "attrSize <= 0xFFFF");
+  EXPECT_ASSERTION(attributeOf(*this->intern(someWords(most + 1, 3))), "attrSize <= 0xFFFF");
 }
 
 // Fails at every allocation of the C++ heap in turn, until the list is made.
