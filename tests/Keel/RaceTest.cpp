@@ -1,7 +1,7 @@
 // One random script over two tables, from one thread against a model, then from 2, 4 and 8 threads, with one of the
 // pause points widened in each round (Keel/PausePoint.h). A hundred million operations:
 //
-//   test_KeelRaces --gtest_repeat=80 --gtest_brief=1
+//   test_KeelRaces --gtest_repeat=50 --gtest_brief=1
 #include <gtest/gtest.h>
 
 #include <algorithm>
