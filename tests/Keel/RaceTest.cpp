@@ -28,7 +28,7 @@ void pausePoint(PausePoint point) noexcept {
   if (widened.load(std::memory_order_relaxed) != static_cast<int>(point)) return;
   thread_local std::minstd_rand random(
       static_cast<unsigned>(std::hash<std::thread::id>()(std::this_thread::get_id()) | 1));
-  const auto chance = random() % 64;
+  const auto chance = random() % 512;
   if (chance == 0) std::this_thread::sleep_for(std::chrono::microseconds(20));
   if (chance < 8) std::this_thread::yield();
 }
