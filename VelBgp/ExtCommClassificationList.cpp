@@ -1,3 +1,6 @@
+#include <new>
+#include <utility>
+
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
@@ -8,6 +11,8 @@ ExtCommClassificationList::ExtCommClassificationList(ExtCommClassification class
   checkClassification(classification);
   userDataIs(static_cast<std::uint32_t>(classification));
 }
+
+RtExtCommClassificationList::~RtExtCommClassificationList() { lifeTimeNotifierIs(nullptr); }
 
 TYR_FWK_TYPE(ExtCommClassificationList, "Routing::Bgp::ExtCommClassificationList")
 TYR_FWK_TYPE(LinkBandwidthExtCommClassificationList, "Routing::Bgp::LinkBandwidthExtCommClassificationList")
@@ -101,6 +106,27 @@ ExtCommListContent::Vector LinkBandwidthExtCommClassificationList::prune() const
   ExtCommListContent::Vector kept;
   if (best_ != nullptr) kept.push_back(best_);
   return kept;
+}
+
+void RtExtCommClassificationList::lifeTimeNotifierIs(RtExtCommListLifeTimeNotifier::Ptr notifier) noexcept {
+  const RtExtCommListLifeTimeNotifier::Ptr before(
+      lifeTimeNotifier_.exchange(notifier.detach(), std::memory_order_acq_rel), false);
+}
+
+// Of two threads that make one at the same time the second takes the first's.
+RtExtCommListLifeTimeNotifier* RtExtCommClassificationList::made() const {
+  auto fresh = Tyr::make<RtExtCommListLifeTimeNotifier>(const_cast<RtExtCommClassificationList*>(this));
+  RtExtCommListLifeTimeNotifier* present = nullptr;
+  if (!lifeTimeNotifier_.compare_exchange_strong(present, fresh.get(), std::memory_order_acq_rel)) return present;
+  return fresh.detach();
+}
+
+bool RtExtCommClassificationList::notifierMake() noexcept {
+  try {
+    return lifeTimeNotifier_.load(std::memory_order_acquire) != nullptr || made() != nullptr;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 RtExtCommClassificationList::Ptr rtExtCommClassificationListFactory(ExtCommClassification classification) {

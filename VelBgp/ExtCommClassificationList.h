@@ -11,6 +11,8 @@
 // 40 with a best bandwidth or a notifier, and for more than one community 4 + 4n.
 #pragma once
 
+#include <atomic>
+
 #include "VelBgp/ExtCommListContent.h"
 
 namespace Routing::Bgp {
@@ -136,18 +138,24 @@ class VELBGP_EXPORT RtExtCommClassificationList final : public ExtCommClassifica
   using ExtCommClassificationList::ExtCommClassificationList;
   const Tyr::FwkType& fwkType() const override;
 
-  // Null but while the list is interned.
-  RtExtCommListLifeTimeNotifier* lifeTimeNotifier() noexcept { return lifeTimeNotifier_.get(); }
-  const RtExtCommListLifeTimeNotifier* lifeTimeNotifier() const noexcept { return lifeTimeNotifier_.get(); }
-  RtExtCommListLifeTimeNotifier::Ptr getLifeTimeNotifier() const noexcept { return lifeTimeNotifier_; }
-  void lifeTimeNotifierIs(RtExtCommListLifeTimeNotifier::Ptr notifier) noexcept { lifeTimeNotifier_.swap(notifier); }
+  // Null but while the list is interned. Made when it is asked for first, or when an observer is to be told of the list.
+  // Throws std::bad_alloc.
+  RtExtCommListLifeTimeNotifier* lifeTimeNotifier() const {
+    RtExtCommListLifeTimeNotifier* const notifier = lifeTimeNotifier_.load(std::memory_order_acquire);
+    return notifier != nullptr || !isKnown() ? notifier : made();
+  }
+  RtExtCommListLifeTimeNotifier::Ptr getLifeTimeNotifier() const { return lifeTimeNotifier(); }
+  void lifeTimeNotifierIs(RtExtCommListLifeTimeNotifier::Ptr notifier) noexcept;
+  // Makes sure that there is one, in whatever state the list is. False without memory.
+  bool notifierMake() noexcept;
 
  private:
-  ~RtExtCommClassificationList() override = default;
+  ~RtExtCommClassificationList() override;
+  RtExtCommListLifeTimeNotifier* made() const;
 
-  RtExtCommListLifeTimeNotifier::Ptr lifeTimeNotifier_;
+  // Holds a reference. Release in writing it: the notifier is whole.
+  mutable std::atomic<RtExtCommListLifeTimeNotifier*> lifeTimeNotifier_{nullptr};
 };
-extern template class ExtCommListBase<ExtCommClassificationList, 1>;
 static_assert(sizeof(ExtCommClassificationList) == 32 && sizeof(RtExtCommClassificationList) == 40);
 
 VELBGP_EXPORT RtExtCommClassificationList::Ptr rtExtCommClassificationListFactory(ExtCommClassification classification);

@@ -280,6 +280,7 @@ ExtCommList::PtrConst ExtCommList::destash(const void* stashed, Store::StoreMana
 ExtCommListDedupTable::ExtCommListDedupTable() {
   rtExtCommListLifeTimeNotifieeIs(notifyingRtExtCommListCollection_);
   rtExtCommClassificationListDedupTable_->lifeTimeNotifieeIs(rtExtCommListLifeTimeNotifiee_);
+  notifyingRtExtCommListCollection_->watchedTableIs(rtExtCommClassificationListDedupTable_.get());
 }
 
 RtExtCommListLifeTimeNotifiee::Ptr ExtCommListDedupTable::rtExtCommListLifeTimeNotifieeIs(

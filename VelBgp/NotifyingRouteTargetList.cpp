@@ -25,43 +25,117 @@ std::string RouteTarget::toStrep(bool asDot) const {
 
 std::string valueToStrep(const RouteTarget& rt) { return valueToStrep(ExtCommContent(rt.value)); }
 
+// ---- What both collections are made of
+
 namespace {
 
+// The notifications that a thread is inside of, the innermost first.
 template <typename Key>
-void tell(Tyr::NotifieeList<Key>& observers, unsigned attribute, const Key& key) noexcept {
-  observers.notify(attribute, key);
-}
+struct UnderWay {
+  const void* collection;
+  const Key& key;
+  bool present;
+  const UnderWay* outer;
+
+  static inline thread_local const UnderWay* innermost = nullptr;
+};
 
 }  // namespace
 
-NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
+template <typename Key, typename Hash>
+NotifyingCollection<Key, Hash>::~NotifyingCollection() = default;
 
-void NotifyingRouteTargetList::rtIs(const RouteTarget& rt) {
-  if (rt_.insert(rt).second) tell(notifieeList_, attributeRt, rt);
+template <typename Key, typename Hash>
+void NotifyingCollection<Key, Hash>::tell(const Key& key, bool present) noexcept {
+  const UnderWay<Key> now{this, key, present, UnderWay<Key>::innermost};
+  UnderWay<Key>::innermost = &now;
+  notifieeList_.notify(attribute, key);
+  UnderWay<Key>::innermost = now.outer;
 }
 
-bool NotifyingRouteTargetList::rtDel(const RouteTarget& rt) {
-  const RouteTarget key = rt;  // `rt` may be the member itself
-  if (rt_.erase(key) == 0) return false;
-  tell(notifieeList_, attributeRt, key);
+template <typename Key, typename Hash>
+bool NotifyingCollection<Key, Hash>::isEntered(const Key& key) const {
+  const std::lock_guard lock(mutex_);
+  return entered_.contains(key);
+}
+
+template <typename Key, typename Hash>
+bool NotifyingCollection<Key, Hash>::isMember(const Key& key) const {
+  for (const UnderWay<Key>* event = UnderWay<Key>::innermost; event != nullptr; event = event->outer) {
+    if (event->collection == this && event->key == key) return event->present;
+  }
+  const Keel::DedupHashTable* const table = watchedTable();
+  return (table != nullptr && isWatched(*table, key)) || isEntered(key);
+}
+
+template <typename Key, typename Hash>
+void NotifyingCollection<Key, Hash>::enter(const Key& key) {
+  if (isMember(key)) return;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!entered_.insert(key).second) return;
+  }
+  tell(key, true);
+}
+
+template <typename Key, typename Hash>
+bool NotifyingCollection<Key, Hash>::withdraw(const Key& key) {
+  const Key kept = key;  // for the observers, also when `key` is the member itself
+  {
+    const std::lock_guard lock(mutex_);
+    if (entered_.erase(kept) == 0) return false;
+  }
+  tell(kept, false);
   return true;
 }
 
-void NotifyingRouteTargetList::rtDelAll() {
-  for (auto it = rt_.begin(); it != rt_.end();) rtDel(*it++);
+template <typename Key, typename Hash>
+void NotifyingCollection<Key, Hash>::withdrawAll() {
+  const Set all = members();
+  for (const Key& key : all) withdraw(key);
 }
 
-const RouteTarget* NotifyingRouteTargetList::rt(const RouteTarget& key) const {
-  const auto it = rt_.find(key);
-  return it == rt_.end() ? nullptr : &*it;
+template <typename Key, typename Hash>
+typename NotifyingCollection<Key, Hash>::Set NotifyingCollection<Key, Hash>::members() const {
+  Set all;
+  if (const Keel::DedupHashTable* const table = watchedTable()) addWatched(*table, all);
+  const std::lock_guard lock(mutex_);
+  all.insert(entered_.begin(), entered_.end());
+  return all;
+}
+
+template class NotifyingCollection<RouteTarget, RouteTargetHash>;
+template class NotifyingCollection<RtExtCommListLifeTimeNotifier::PtrConst, NotifierHash>;
+
+// ---- Route targets
+
+NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
+
+bool NotifyingRouteTargetList::isWatched(const Keel::DedupHashTable& table, const RouteTarget& rt) const {
+  const auto same = [&rt](const Keel::DedupHandleBase& handle) {
+    const auto& extComm = static_cast<const ExtComm&>(handle);
+    return extComm.community() == rt.value && extComm.classification() == extCommClassificationRouteTarget;
+  };
+  return Tyr::Ptr<const Keel::DedupHandleBase>(table.find(ExtComm::hashOf(ExtCommContent(rt.value)), same), false) !=
+         nullptr;
+}
+
+void NotifyingRouteTargetList::addWatched(const Keel::DedupHashTable& table, Set& set) const {
+  table.forEach([&set](const Keel::DedupHandleBase* handle) {
+    const auto* extComm = static_cast<const ExtComm*>(handle);
+    if (extComm->classification() == extCommClassificationRouteTarget) set.insert(RouteTarget{extComm->community()});
+  });
 }
 
 void NotifyingRouteTargetList::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
-  context.line(indent, "NotifyingRouteTargetList #" + std::to_string(rtCount()) + ":");
-  std::vector<RouteTarget> members(rt_.begin(), rt_.end());
+  const Set all = rt();
+  context.line(indent, "NotifyingRouteTargetList #" + std::to_string(all.size()) + ":");
+  std::vector<RouteTarget> members(all.begin(), all.end());
   std::sort(members.begin(), members.end());
   for (const RouteTarget& rt : members) context.line(indent + 2, rt.toStrep(false));
 }
+
+// ---- Lists of them
 
 RtExtCommListLifeTimeNotifier::~RtExtCommListLifeTimeNotifier() = default;
 
@@ -77,26 +151,25 @@ std::string RtExtCommListLifeTimeNotifier::toStrep() const { return stringify(rt
 
 NotifyingRtExtCommListCollection::~NotifyingRtExtCommListCollection() = default;
 
-void NotifyingRtExtCommListCollection::rtExtCommListIs(const Key& notifier) {
-  if (rtExtCommList_.insert(notifier).second) tell(notifieeList_, attributeRtExtCommList, notifier);
+bool NotifyingRtExtCommListCollection::isWatched(const Keel::DedupHashTable& table, const Key& notifier) const {
+  Set set;
+  addWatched(table, set);
+  return set.contains(notifier);
 }
 
-bool NotifyingRtExtCommListCollection::rtExtCommListDel(const Key& notifier) {
-  const Key key = notifier;  // keeps it for the observers, also when `notifier` is the member itself
-  if (rtExtCommList_.erase(key) == 0) return false;
-  tell(notifieeList_, attributeRtExtCommList, key);
-  return true;
-}
-
-void NotifyingRtExtCommListCollection::rtExtCommListDelAll() {
-  for (auto it = rtExtCommList_.begin(); it != rtExtCommList_.end();) rtExtCommListDel(*it++);
+// A list that nobody has heard of yet has no notifier.
+void NotifyingRtExtCommListCollection::addWatched(const Keel::DedupHashTable& table, Set& set) const {
+  table.forEach([&set](Keel::DedupHandleBase* handle) {
+    const Key notifier = static_cast<RtExtCommClassificationList*>(handle)->getLifeTimeNotifier();
+    if (notifier != nullptr) set.insert(notifier);
+  });
 }
 
 void NotifyingRtExtCommListCollection::dumpState(Keel::DumpContext& context, std::uint32_t indent) const {
-  context.line(indent,
-               "NotifyingRtExtCommListCollection rtExtCommLists #" + std::to_string(rtExtCommListCount()) + ";");
+  const Set all = rtExtCommList();
+  context.line(indent, "NotifyingRtExtCommListCollection rtExtCommLists #" + std::to_string(all.size()) + ";");
   std::vector<std::string> members;
-  for (const Key& notifier : rtExtCommList_) members.push_back("rtExtCommList " + notifier->toStrep());
+  for (const Key& notifier : all) members.push_back("rtExtCommList " + notifier->toStrep());
   std::sort(members.begin(), members.end());
   for (const std::string& member : members) context.line(indent + 2, member);
 }
@@ -113,7 +186,7 @@ void RtExtCommListLifeTimeNotifiee::handleInsert(Keel::DedupHandleBase* handle) 
   rtExtCommList->lifeTimeNotifierIs(notifier);
   TYR_TRACE(9, "handle: " << static_cast<const ExtCommClassificationList*>(rtExtCommList)
                           << " rtExtCommListLifeTimeNotifier: " << notifier.get());
-  collection_->rtExtCommListIs(notifier);
+  collection_->watchedTable() == nullptr ? collection_->rtExtCommListIs(notifier) : collection_->comes(notifier);
 }
 
 void RtExtCommListLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandle) {
@@ -123,13 +196,34 @@ void RtExtCommListLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandl
   TYR_TRACE(9, "handle: " << static_cast<const ExtCommClassificationList*>(rtExtCommList)
                           << " rtExtCommListLifeTimeNotifier: " << lifeTimeNotifier);
   TYR_ASSERT(__null != lifeTimeNotifier);
-  collection_->rtExtCommListDel(held);
+  collection_->watchedTable() == nullptr ? static_cast<void>(collection_->rtExtCommListDel(held))
+                                         : collection_->goes(held);
   rtExtCommList->lifeTimeNotifierIs(nullptr);
 }
 
-void RtExtCommListLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable*) {
-  const auto& members = collection_->rtExtCommList();
-  for (auto it = members.begin(); it != members.end();) handleRemove((*it++)->getDedupedObjectRawPtr());
+void RtExtCommListLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable* table) {
+  if (collection_->watchedTable() != table) {
+    const NotifyingRtExtCommListCollection::Set entered = collection_->rtExtCommList();
+    for (const auto& notifier : entered) handleRemove(notifier->getDedupedObjectRawPtr());
+    return;
+  }
+  // The lists are in no table any more. Each loses its notifier, if it has one or somebody is to hear of it.
+  collection_->watchedTableIs(nullptr);
+  table->forEach([this](Keel::DedupHandleBase* handle) {
+    auto* list = static_cast<RtExtCommClassificationList*>(handle);
+    if (collection_->isObserved()) list->notifierMake();
+    const RtExtCommListLifeTimeNotifier::Ptr held = list->getLifeTimeNotifier();
+    if (held != nullptr) collection_->goes(held);
+    list->lifeTimeNotifierIs(nullptr);
+  });
+}
+
+// Without an observer a list needs no notifier until somebody asks for it. Of a list that leaves, an observer that came
+// late hears only if there is memory for its notifier; it has not heard of the list before.
+bool RtExtCommListLifeTimeNotifiee::wantsToHearOf(Keel::DedupHandleBase& handle) noexcept {
+  if (collection_->watchedTable() == nullptr) return true;
+  if (!collection_->isObserved() && Tyr::traceLevel() < 9) return false;
+  return !handle.isDeduped() || static_cast<RtExtCommClassificationList&>(handle).notifierMake();
 }
 
 RtExtCommListLifeTimeNotifiee::Ptr rtExtCommListLifeTimeNotifieeFactory(

@@ -4,22 +4,25 @@
 //   NotifyingRouteTargetList           the values of all interned route targets
 //   NotifyingRtExtCommListCollection   all interned route-target classification lists, each by its notifier
 //
-// Both are filled and emptied by the interning tables' lifetime announcements alone; everyone else attaches observers
-// and reads. An observer is told of each appearance and each disappearance once, by (attribute, key), and asks the
-// collection which of the two it was.
+// Both say what is in an interning table, and are told by that table's lifetime announcements alone; everyone else
+// attaches observers and reads. They keep no copy of the members: as long as nobody observes, an object that comes or
+// goes costs nothing here. An observer is told of each appearance and each disappearance once, by (attribute, key), and
+// asks the collection which of the two it was: while it is told of a key the collection answers for that key as the
+// notification has it, for others as the table is now. Members can also be entered and removed by hand; those are kept
+// here, and nobody removes by hand what the table holds.
 //
 // An observer must not throw: that ends the process, for its picture could no longer be trusted.
 //
-// Threads: no lock of their own. Announcements come on the interning or releasing thread, one at a time per table
-// (Keel/DedupHashTable.h says what an observer must not do in one); reading and attaching is for a moment when no other
-// thread interns or releases.
+// Threads: reading is safe while others intern and let go; what is read is a copy. Observers are told on the interning
+// or releasing thread, one at a time per table, and may intern, look up and let go (Keel/DedupHashTable.h, "Announcements").
+// Attaching and detaching are for an observer that is being told, or a moment when no other thread interns or releases.
 #pragma once
 
+#include <atomic>
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <iosfwd>
+#include <mutex>
 #include <string>
 
 #include "Keel/DedupHashTable.h"
@@ -47,41 +50,82 @@ struct RouteTarget {
 // "0x" and 16 lower-case hex digits.
 VELBGP_EXPORT std::string valueToStrep(const RouteTarget& rt);
 
-class VELBGP_EXPORT NotifyingRouteTargetList final : public Tyr::PtrInterface {
+// What both collections are made of.
+template <typename KeyType, typename HashType>
+class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
+ public:
+  using Key = KeyType;
+  using Hash = HashType;
+  using Set = boost::unordered_flat_set<Key, Hash>;
+
+  Tyr::NotifieeList<Key>& notifieeList() noexcept { return notifieeList_; }
+  bool isObserved() const noexcept { return notifieeList_.size() != 0; }
+
+  // The table whose objects are the members, null for none.
+  void watchedTableIs(const Keel::DedupHashTable* table) noexcept { watched_.store(table, std::memory_order_release); }
+  const Keel::DedupHashTable* watchedTable() const noexcept { return watched_.load(std::memory_order_acquire); }
+  // The announcements of that table's notifiee.
+  void comes(const Key& key) noexcept { tell(key, true); }
+  void goes(const Key& key) noexcept { tell(key, false); }
+
+ protected:
+  ~NotifyingCollection() override;
+
+  // The attribute under which all changes are announced.
+  static constexpr unsigned attribute = 1;
+
+  bool isMember(const Key& key) const;
+  void enter(const Key& key);
+  bool withdraw(const Key& key);
+  void withdrawAll();
+  Set members() const;
+
+ private:
+  // Of the watched table.
+  virtual bool isWatched(const Keel::DedupHashTable& table, const Key& key) const = 0;
+  virtual void addWatched(const Keel::DedupHashTable& table, Set& set) const = 0;
+
+  bool isEntered(const Key& key) const;
+  void tell(const Key& key, bool present) noexcept;
+
+  std::atomic<const Keel::DedupHashTable*> watched_{nullptr};
+  mutable std::mutex mutex_;
+  Set entered_;  // by hand; under the mutex
+  Tyr::NotifieeList<Key> notifieeList_;
+};
+
+struct RouteTargetHash {
+  std::size_t operator()(const RouteTarget& rt) const noexcept { return Keel::singleAttributeHash(rt.value, 0x10a8ab); }
+};
+
+class VELBGP_EXPORT NotifyingRouteTargetList final : public NotifyingCollection<RouteTarget, RouteTargetHash> {
  public:
   using Ptr = Tyr::Ptr<NotifyingRouteTargetList>;
   using PtrConst = Tyr::Ptr<const NotifyingRouteTargetList>;
-  struct Hash {
-    std::size_t operator()(const RouteTarget& rt) const noexcept {
-      return Keel::singleAttributeHash(rt.value, 0x10a8ab);
-    }
-  };
-  using Set = boost::unordered_flat_set<RouteTarget, Hash>;
 
   // The attribute under which changes are announced.
-  static constexpr unsigned attributeRt = 1;
+  static constexpr unsigned attributeRt = attribute;
 
   // Inserts; announces unless it was a member.
-  void rtIs(const RouteTarget& rt);
+  void rtIs(const RouteTarget& rt) { enter(rt); }
   // Removes; announces, and returns true, only if it was a member.
-  bool rtDel(const RouteTarget& rt);
-  void rtDelAll();
+  bool rtDel(const RouteTarget& rt) { return withdraw(rt); }
+  void rtDelAll() { withdrawAll(); }
 
-  const Set& rt() const noexcept { return rt_; }
-  // The member with this value, or null.
-  const RouteTarget* rt(const RouteTarget& key) const;
-  std::size_t rtCount() const noexcept { return rt_.size(); }
-
-  Tyr::NotifieeList<RouteTarget>& notifieeList() noexcept { return notifieeList_; }
+  // All members.
+  Set rt() const { return members(); }
+  // `&key` if it is a member, or null.
+  const RouteTarget* rt(const RouteTarget& key) const { return isMember(key) ? &key : nullptr; }
+  // Walks through the table.
+  std::size_t rtCount() const { return members().size(); }
 
   // A header with the member count, then a line per member, ascending.
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
 
  private:
   ~NotifyingRouteTargetList() override;
-
-  Set rt_;
-  Tyr::NotifieeList<RouteTarget> notifieeList_;
+  bool isWatched(const Keel::DedupHashTable& table, const RouteTarget& rt) const override;
+  void addWatched(const Keel::DedupHashTable& table, Set& set) const override;
 };
 
 // Stands for one interned route-target classification list, from its entry into the table to its leaving.
@@ -102,37 +146,35 @@ class VELBGP_EXPORT RtExtCommListLifeTimeNotifier final : public Keel::DedupHand
   ~RtExtCommListLifeTimeNotifier() override;
 };
 
-class VELBGP_EXPORT NotifyingRtExtCommListCollection final : public Tyr::PtrInterface {
+struct NotifierHash {
+  std::size_t operator()(const RtExtCommListLifeTimeNotifier::PtrConst& notifier) const noexcept {
+    return Keel::singleAttributeHash(reinterpret_cast<std::uintptr_t>(notifier.get()), 0);
+  }
+};
+
+class VELBGP_EXPORT NotifyingRtExtCommListCollection final
+    : public NotifyingCollection<RtExtCommListLifeTimeNotifier::PtrConst, NotifierHash> {
  public:
   using Ptr = Tyr::Ptr<NotifyingRtExtCommListCollection>;
   using PtrConst = Tyr::Ptr<const NotifyingRtExtCommListCollection>;
-  using Key = RtExtCommListLifeTimeNotifier::PtrConst;
-  struct Hash {
-    std::size_t operator()(const Key& key) const noexcept {
-      return Keel::singleAttributeHash(reinterpret_cast<std::uintptr_t>(key.get()), 0);
-    }
-  };
-  using Set = boost::unordered_flat_set<Key, Hash>;
 
-  static constexpr unsigned attributeRtExtCommList = 1;
+  static constexpr unsigned attributeRtExtCommList = attribute;
 
-  void rtExtCommListIs(const Key& notifier);
-  bool rtExtCommListDel(const Key& notifier);
-  void rtExtCommListDelAll();
+  void rtExtCommListIs(const Key& notifier) { enter(notifier); }
+  bool rtExtCommListDel(const Key& notifier) { return withdraw(notifier); }
+  void rtExtCommListDelAll() { withdrawAll(); }
 
-  const Set& rtExtCommList() const noexcept { return rtExtCommList_; }
-  std::size_t rtExtCommListCount() const noexcept { return rtExtCommList_.size(); }
-
-  Tyr::NotifieeList<Key>& notifieeList() noexcept { return notifieeList_; }
+  // All members.
+  Set rtExtCommList() const { return members(); }
+  std::size_t rtExtCommListCount() const { return members().size(); }
 
   // A header with the member count, then a line per member.
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
 
  private:
   ~NotifyingRtExtCommListCollection() override;
-
-  Set rtExtCommList_;
-  Tyr::NotifieeList<Key> notifieeList_;
+  bool isWatched(const Keel::DedupHashTable& table, const Key& notifier) const override;
+  void addWatched(const Keel::DedupHashTable& table, Set& set) const override;
 };
 
 // Keeps a NotifyingRtExtCommListCollection equal to the set of interned route-target classification lists.
@@ -146,6 +188,7 @@ class VELBGP_EXPORT RtExtCommListLifeTimeNotifiee final : public Keel::DedupLife
   void handleInsert(Keel::DedupHandleBase* handle) override;
   void handleRemove(Keel::DedupHandleBase* rawHandle) override;
   void handleNotificationStop(Keel::DedupHashTable* table) override;
+  bool wantsToHearOf(Keel::DedupHandleBase& handle) noexcept override;
 
  private:
   ~RtExtCommListLifeTimeNotifiee() override;

@@ -175,14 +175,32 @@ const ExtComm* routeTargetOf(const Keel::DedupHandleBase* handle) noexcept {
 }  // namespace
 
 void ExtCommLifeTimeNotifiee::handleInsert(Keel::DedupHandleBase* handle) {
-  if (const ExtComm* extComm = routeTargetOf(handle)) list_->rtIs(RouteTarget{extComm->community()});
+  const ExtComm* const extComm = routeTargetOf(handle);
+  if (extComm == nullptr) return;
+  const RouteTarget rt{extComm->community()};
+  list_->watchedTable() == nullptr ? list_->rtIs(rt) : list_->comes(rt);
 }
 
 void ExtCommLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandle) {
-  if (const ExtComm* extComm = routeTargetOf(rawHandle)) list_->rtDel(RouteTarget{extComm->community()});
+  const ExtComm* const extComm = routeTargetOf(rawHandle);
+  if (extComm == nullptr) return;
+  const RouteTarget rt{extComm->community()};
+  list_->watchedTable() == nullptr ? static_cast<void>(list_->rtDel(rt)) : list_->goes(rt);
 }
 
-void ExtCommLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable*) { list_->rtDelAll(); }
+void ExtCommLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable* table) {
+  if (list_->watchedTable() == table) {
+    list_->watchedTableIs(nullptr);
+    table->forEach([this](const Keel::DedupHandleBase* handle) {
+      if (const ExtComm* const extComm = routeTargetOf(handle)) list_->goes(RouteTarget{extComm->community()});
+    });
+  }
+  list_->rtDelAll();
+}
+
+bool ExtCommLifeTimeNotifiee::wantsToHearOf(Keel::DedupHandleBase& handle) noexcept {
+  return routeTargetOf(&handle) != nullptr && (list_->watchedTable() == nullptr || list_->isObserved());
+}
 
 ExtCommDedupTableBase::ExtCommDedupTableBase(const char* name, BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
     : parseExtCommRule_(std::move(parseExtCommRule)) {
@@ -199,6 +217,7 @@ void ExtCommDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t 
 ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
     : ExtCommDedupTableBase("ExtCommDedupTable", std::move(parseExtCommRule)) {
   dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
+  producerRtList_->watchedTableIs(dedupTable_.get());
 }
 
 // The hash table goes first and tells the notifiee, which empties the list of route targets for its observers.

@@ -244,6 +244,7 @@ class VELBGP_EXPORT ExtCommLifeTimeNotifiee final : public Keel::DedupLifeTimeNo
   void handleInsert(Keel::DedupHandleBase* handle) override;
   void handleRemove(Keel::DedupHandleBase* rawHandle) override;
   void handleNotificationStop(Keel::DedupHashTable* table) override;
+  bool wantsToHearOf(Keel::DedupHandleBase& handle) noexcept override;
 
  private:
   ~ExtCommLifeTimeNotifiee() override = default;

@@ -47,7 +47,12 @@ class VELBGP_EXPORT DedupHandleBase {
   virtual const Tyr::FwkType& fwkType() const = 0;
 
  protected:
-  DedupHandleBase() noexcept = default;
+  DedupHandleBase() noexcept {
+    // By reference, for the octets are never touched but atomically: a reader may look at the count of the object that
+    // was here before. Release: one that finds a count in it sees the owner.
+    owner_.store(ownerNone, std::memory_order_relaxed);
+    count().store(0, std::memory_order_release);
+  }
   virtual ~DedupHandleBase();
 
  public:
@@ -68,13 +73,13 @@ class VELBGP_EXPORT DedupHandleBase {
   // For an object that must never be taken for an interned one. Asserts that it is in no table.
   void notInTableIs() noexcept;
 
-  std::uint32_t referenceCount() const noexcept { return count_.load(std::memory_order_relaxed); }
+  std::uint32_t referenceCount() const noexcept { return count().load(std::memory_order_relaxed); }
   // The hash under which the object was interned, for most classes that of hash(); 0 before.
   std::uint32_t storedHash() const noexcept { return hash_; }
 
-  bool notificationActive() const noexcept { return (userData_ & notificationActiveBit) != 0; }
+  bool notificationActive() const noexcept { return (bits() & notificationActiveBit) != 0; }
   void notificationActiveIs(bool active) noexcept {
-    userData_ = static_cast<std::uint16_t>(active ? userData_ | notificationActiveBit : userData_ & userDataMask);
+    bitsAre(notificationActiveBit, active ? notificationActiveBit : 0);
   }
 
   static void* operator new(std::size_t octets) { return handleHeap().allocate(octets); }
@@ -82,38 +87,44 @@ class VELBGP_EXPORT DedupHandleBase {
 
   // Takes a reference that Tyr::Ptr(object, false) or another release will give back.
   void referenceAdd() const noexcept {
-    // Relaxed: the copier already holds a reference, or the table's lock, so the object cannot be on its way out.
-    if (Tyr::agentMultiThreaded()) {
-      count_.fetch_add(1, std::memory_order_relaxed);
+    const std::uint32_t before = count().load(std::memory_order_relaxed);
+    // Relaxed: the copier already holds a reference, so the object cannot be on its way out. A first reference is its
+    // maker's, whom nobody can disturb; release, as in the constructor.
+    if (Tyr::agentMultiThreaded() && before != 0) {
+      count().fetch_add(1, std::memory_order_relaxed);
     } else {
-      count_.store(count_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+      count().store(before + 1, std::memory_order_release);
     }
   }
   void referenceRelease() const noexcept {
-    std::uint32_t count = count_.load(std::memory_order_relaxed);
+    std::uint32_t before = count().load(std::memory_order_relaxed);
     if (!Tyr::agentMultiThreaded()) {
-      if (count == 1) return lastReferenceRelease();
-      count_.store(count - 1, std::memory_order_relaxed);
+      if (before == 1) return lastReferenceRelease();
+      count().store(before - 1, std::memory_order_relaxed);
       return;
     }
-    while (count != 1) {
+    while (before != 1) {
       // Release: what this holder wrote comes before whatever the one that frees the object does.
-      if (count_.compare_exchange_weak(count, count - 1, std::memory_order_release, std::memory_order_relaxed)) return;
+      if (count().compare_exchange_weak(before, before - 1, std::memory_order_release, std::memory_order_relaxed))
+        return;
     }
     lastReferenceRelease();
   }
 
  protected:
-  // Fifteen bits for the derived class (classification, attribute flags); written only before the object is shared.
-  std::uint32_t userData() const noexcept { return userData_ & userDataMask; }
+  // Thirteen bits for the derived class (classification, attribute flags); written only before the object is shared.
+  std::uint32_t userData() const noexcept { return bits() & userDataMask; }
   void userDataIs(std::uint32_t data) noexcept {
-    userData_ = static_cast<std::uint16_t>((userData_ & notificationActiveBit) | (data & userDataMask));
+    bitsAre(userDataMask, static_cast<std::uint16_t>(data & userDataMask));
   }
   std::uint8_t userDataOctet(unsigned index) const noexcept {
     return static_cast<std::uint8_t>(userData() >> (8 * index));
   }
 
-  static constexpr std::uint16_t userDataMask = 0x7fff;
+  // In a table, whose observers were told of it if they were to be.
+  bool isKnown() const noexcept { return isDeduped() && news() != newsComing; }
+
+  static constexpr std::uint16_t userDataMask = 0x1fff;
 
  private:
   friend class DedupHashTable;
@@ -123,17 +134,32 @@ class VELBGP_EXPORT DedupHandleBase {
   // The count is one and it is ours: leave the table, then delete.
   void lastReferenceRelease() const noexcept;
 
+  std::atomic_ref<std::uint32_t> count() const noexcept { return std::atomic_ref<std::uint32_t>(count_); }
+  // Relaxed: what they say was written before the object was shared, but for the news bits, which are the table's.
+  std::uint16_t bits() const noexcept { return userData_.load(std::memory_order_relaxed); }
+  void bitsAre(std::uint16_t mask, std::uint16_t bits) noexcept {
+    userData_.store(static_cast<std::uint16_t>((this->bits() & ~mask) | bits), std::memory_order_relaxed);
+  }
+
   static constexpr std::uint16_t ownerNone = 0;
   static constexpr std::uint16_t ownerBarred = 0xffff;
   static constexpr std::uint16_t notificationActiveBit = 0x8000;
+  // What observers know of the object; see DedupHashTable.h.
+  static constexpr std::uint16_t newsMask = 0x6000;
+  static constexpr std::uint16_t newsNone = 0;
+  static constexpr std::uint16_t newsComing = 0x2000;
+  static constexpr std::uint16_t newsTold = 0x4000;
+  static constexpr std::uint16_t newsCameAndWent = 0x6000;
+  std::uint16_t news() const noexcept { return bits() & newsMask; }
+  void newsIs(std::uint16_t news) noexcept { bitsAre(newsMask, news); }
 
   //  octet  0        8       12      16      20      22      24
   //         vtable   count   hash    next    owner   user data
-  mutable std::atomic<std::uint32_t> count_{0};
+  alignas(4) mutable std::uint32_t count_;
   std::uint32_t hash_ = 0;
-  SlabRef next_ = 0;                     // the chain of our bucket
-  std::atomic<std::uint16_t> owner_{0};  // the number of the table that holds us, ownerNone or ownerBarred
-  std::uint16_t userData_ = 0;
+  SlabRef next_ = 0;                  // of the objects that observers are still to be told of
+  std::atomic<std::uint16_t> owner_;  // the number of the table that holds us, ownerNone or ownerBarred
+  std::atomic<std::uint16_t> userData_{0};
 };
 static_assert(sizeof(DedupHandleBase) == 24);
 

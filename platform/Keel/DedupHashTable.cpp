@@ -1,7 +1,10 @@
 #include "Keel/DedupHashTable.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -9,13 +12,17 @@
 namespace Keel {
 
 DedupLifeTimeNotifiee::~DedupLifeTimeNotifiee() = default;
+bool DedupLifeTimeNotifiee::wantsToHearOf(DedupHandleBase&) noexcept { return true; }
 DedupHandleLifeTimeNotifier::~DedupHandleLifeTimeNotifier() = default;
 
 namespace {
 
 constexpr std::uint32_t firstBuckets = 16;
-// Old buckets emptied per insert: the growth is over long before the next one.
-constexpr std::uint32_t bucketsPerStep = 4;
+constexpr std::uint32_t objectsPerBucket = 5;
+// Of the inserts that find their bucket full, every eighth splits up to sixteen buckets: at the load above one in five
+// inserts does, and each needs a fifth of a bucket.
+constexpr unsigned crowdedPerGrowth = 8;
+constexpr unsigned splitsPerGrowth = 16;
 
 // Tables by number. An object holds its table's number, two octets, instead of an address.
 class TableDirectory {
@@ -42,14 +49,61 @@ class TableDirectory {
 
 constinit TableDirectory tableDirectory;
 
-SlabRef* newHeads(std::uint32_t buckets) {
-  // Zeroed by the system page by page, as they are touched.
-  auto* heads = static_cast<SlabRef*>(std::calloc(buckets, sizeof(SlabRef)));
-  if (heads == nullptr) throw std::bad_alloc();
-  return heads;
+class MaybeLock {
+ public:
+  MaybeLock(std::mutex& mutex, bool locks) : lock_(mutex, std::defer_lock) {
+    if (locks) lock_.lock();
+  }
+
+ private:
+  std::unique_lock<std::mutex> lock_;
+};
+
+DedupHandleBase* handleOf(SlabRef ref) noexcept { return static_cast<DedupHandleBase*>(SlabHeap::at(ref)); }
+
+}  // namespace
+
+// ---- Lines
+
+namespace detail {
+
+namespace {
+
+// Large pieces come from the system, which zeroes them page by page as they are touched.
+constexpr std::size_t mappedOctets = 64 * 1024;
+
+void* zeroedLines(std::size_t octets) noexcept {
+  if (octets < mappedOctets) {
+    void* const memory = std::aligned_alloc(alignof(DedupLine), octets);
+    return memory == nullptr ? nullptr : std::memset(memory, 0, octets);
+  }
+  void* const memory = mmap(nullptr, octets, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return memory == MAP_FAILED ? nullptr : memory;
 }
 
 }  // namespace
+
+bool DedupLines::reach(std::uint32_t number) noexcept {
+  const unsigned piece = pieceOf(number);
+  if (pieces_[piece] != 0) return true;
+  void* const memory = zeroedLines(linesIn(piece) * sizeof(DedupLine));
+  if (memory == nullptr) return false;
+  pieces_[piece] = reinterpret_cast<std::uintptr_t>(memory) - firstOf(piece) * sizeof(DedupLine);
+  return true;
+}
+
+DedupLines::~DedupLines() {
+  for (unsigned piece = 0; piece < pieces_.size(); ++piece) {
+    if (pieces_[piece] == 0) continue;
+    void* const memory = reinterpret_cast<void*>(pieces_[piece] + firstOf(piece) * sizeof(DedupLine));
+    const std::size_t octets = linesIn(piece) * sizeof(DedupLine);
+    octets < mappedOctets ? std::free(memory) : static_cast<void>(munmap(memory, octets));
+  }
+}
+
+}  // namespace detail
+
+// ---- The table
 
 DedupHashTable::DedupHashTable(std::string name)
     : name_(std::move(name)),
@@ -59,163 +113,438 @@ DedupHashTable::DedupHashTable(std::string name)
 #else
       checksThread_(!multiThreaded_),
 #endif
-      shards_(std::make_unique<Shard[]>(multiThreaded_ ? std::size_t{1} << shardBits : 1)),
-      number_(tableDirectory.add(this)),
-      ownerThread_(std::this_thread::get_id()) {
+      ownerThread_(std::this_thread::get_id()),
+      stripes_(std::make_unique<Stripe[]>(multiThreaded_ ? detail::stripes : 1)) {
+  if (!lines_.reach(0)) throw std::bad_alloc();
+  buckets_.store(firstBuckets, std::memory_order_release);
+  number_ = tableDirectory.add(this);
 }
 
 DedupHashTable::~DedupHashTable() {
-  if (lifeTimeNotifiee_ != nullptr) lifeTimeNotifiee_->handleNotificationStop(this);
-  for (std::size_t i = 0; i < (multiThreaded_ ? std::size_t{1} << shardBits : 1); ++i) bar(shards_[i]);
+  const bool announcesNow = teller_.load(std::memory_order_relaxed) == &detail::thisThread();
+  TYR_ASSERT(!announcesNow);
+  tell();
+  bar();
+  KEEL_PAUSE_POINT(tableEmptied);
+  for (detail::Backoff backoff; letters_.load(std::memory_order_acquire) != 0;) backoff.pause();
+  tell();
+  if (const Tyr::Ptr<DedupLifeTimeNotifiee> notifiee = std::move(lifeTimeNotifiee_)) {
+    notifiee->handleNotificationStop(this);
+    while (stopped_ != 0) {
+      DedupHandleBase* const handle = handleOf(stopped_);
+      stopped_ = std::exchange(handle->next_, 0);
+      handle->referenceRelease();
+    }
+    bar();  // what an observer interned in the end
+  }
   tableDirectory.remove(number_);
+  if (!multiThreaded_) return;
+  detail::graceWait();
+  for (detail::Backoff backoff; letters_.load(std::memory_order_acquire) != 0;) backoff.pause();
 }
 
 DedupHandleBase* DedupHashTable::lookupByContent(const DedupContentHandle& content, std::uint32_t hash) const {
   return find(hash, [&content](const DedupHandleBase& object) { return object.compareByContent(content); });
 }
 
+// ---- Buckets
+
+bool DedupHashTable::lockIfFree(Line& bucket) const noexcept {
+  if (!multiThreaded_) return true;
+  std::uint32_t version = bucket.version.load(std::memory_order_relaxed);
+  // Acquire: what the last holder of the lock did.
+  return version % 2 == 0 && bucket.version.compare_exchange_weak(version, version + 1, std::memory_order_acquire,
+                                                                  std::memory_order_relaxed);
+}
+
+DedupHashTable::Line& DedupHashTable::lock(std::uint32_t hash) const noexcept {
+  for (detail::Backoff backoff;; backoff.pause()) {
+    Line& bucket = lineOf(hash);
+    if (!lockIfFree(bucket)) continue;
+    if (&lineOf(hash) == &bucket) return bucket;
+    unlock(bucket);  // it was split meanwhile
+  }
+}
+
+void DedupHashTable::unlock(Line& bucket) const noexcept {
+  if (!multiThreaded_) return;
+  // Release: the entries, to readers and to the next holder.
+  bucket.version.store(bucket.version.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+}
+
+template <typename Visit>
+void DedupHashTable::forEachIn(Line& bucket, Visit&& visit) const {
+  for (Line* line = &bucket;;) {
+    for (unsigned place = 0; place < Line::entries; ++place) {
+      if (const SlabRef ref = line->refs[place].load(std::memory_order_relaxed)) visit(Entry{line, place}, ref);
+    }
+    const std::uint32_t more = line->more.load(std::memory_order_relaxed);
+    if (more == 0) return;
+    line = &more_[more];
+  }
+}
+
+// A free entry of the bucket, which gets one more line if need be; no line without memory.
+DedupHashTable::Entry DedupHashTable::freeEntry(Line& bucket, bool& full) noexcept {
+  for (Line* line = &bucket;; full = true) {
+    for (unsigned place = 0; place < Line::entries; ++place) {
+      if (line->refs[place].load(std::memory_order_relaxed) == 0) return {line, place};
+    }
+    std::uint32_t more = line->more.load(std::memory_order_relaxed);
+    if (more == 0) {
+      more = newLine();
+      if (more == 0) return {nullptr, 0};
+      // Release: the piece that the line lies in.
+      line->more.store(more, std::memory_order_release);
+    }
+    line = &more_[more];
+  }
+}
+
+std::uint32_t DedupHashTable::newLine() noexcept {
+  const MaybeLock lock(linesMutex_, multiThreaded_);
+  if (spareLine_ != 0) {
+    Line& line = more_[spareLine_];
+    return std::exchange(spareLine_, line.more.exchange(0, std::memory_order_relaxed));
+  }
+  return more_.reach(usedLines_) ? usedLines_++ : 0;
+}
+
+void DedupHashTable::freeLines(std::uint32_t first) noexcept {
+  const MaybeLock lock(linesMutex_, multiThreaded_);
+  while (first != 0) {
+    Line& line = more_[first];
+    for (auto& ref : line.refs) ref.store(0, std::memory_order_release);
+    const std::uint32_t next = line.more.load(std::memory_order_relaxed);
+    line.more.store(std::exchange(spareLine_, first), std::memory_order_release);
+    first = next;
+  }
+}
+
+// ---- Inserting
+
 DedupHandleBase* DedupHashTable::dedup(DedupHandleBase* fresh, std::uint32_t hash) {
-  checkThread();
-  TYR_ASSERT(fresh->dedupState() == dedupHandleStateNeverDeduped());
-  Shard& shard = shardOf(hash);
-  if (!multiThreaded_) return dedupIn(shard, fresh, hash);
-  const std::lock_guard lock(shard.mutex);
-  return dedupIn(shard, fresh, hash);
-}
-
-DedupHandleBase* DedupHashTable::dedupIn(Shard& shard, DedupHandleBase* fresh, std::uint32_t hash) {
-  auto equal = [fresh](const DedupHandleBase& object) { return object.compare(fresh); };
-  if (DedupHandleBase* present = findIn(shard, hash, equal)) return present;
-  makeRoom(shard);
-  SlabRef* bucket = bucketOf(shard, hash);
-  fresh->hash_ = hash;
-  fresh->next_ = *bucket;
-  fresh->owner_.store(number_, std::memory_order_relaxed);
   fresh->referenceAdd();
-  *bucket = handleRef(fresh);
-  ++shard.size;
-  announceInsert(shard, fresh);
-  return fresh;
-}
-
-// When the notifiee has no memory for an object, the object was never here.
-void DedupHashTable::announceInsert(Shard& shard, DedupHandleBase* fresh) {
+  const auto giveBack = [fresh] { fresh->count().fetch_sub(1, std::memory_order_release); };  // never the last
   try {
-    announce([fresh](DedupLifeTimeNotifiee& notifiee) { notifiee.handleInsert(fresh); });
+    DedupHandleBase* const present = dedupOwned(fresh, hash);
+    if (present != fresh) giveBack();
+    return present;
   } catch (...) {
-    unlink(shard, fresh);
-    fresh->owner_.store(DedupHandleBase::ownerNone, std::memory_order_relaxed);
-    fresh->count_.fetch_sub(1, std::memory_order_relaxed);  // the caller holds another
+    giveBack();
     throw;
   }
 }
 
-template <typename Announce>
-void DedupHashTable::announce(Announce&& call) {
-  if (lifeTimeNotifiee_ == nullptr) return;
-  if (!multiThreaded_) return call(*lifeTimeNotifiee_);
-  const std::lock_guard lock(notificationMutex_);
-  call(*lifeTimeNotifiee_);
+DedupHandleBase* DedupHashTable::dedupOwned(DedupHandleBase* fresh, std::uint32_t hash) {
+  checkThread();
+  TYR_ASSERT(fresh->dedupState() == dedupHandleStateNeverDeduped());
+  while (true) {
+    Line& bucket = lock(hash);
+    DedupHandleBase* const present = equalIn(bucket, fresh, hash);
+    if (present != nullptr) {
+      unlock(bucket);
+      if (present->news() != DedupHandleBase::newsComing || isToldOf(present)) return present;
+      continue;
+    }
+    bool full = false;
+    const Entry entry = freeEntry(bucket, full);
+    if (entry.line == nullptr) {
+      unlock(bucket);
+      throw std::bad_alloc();
+    }
+    const bool told = wanted(fresh);
+    if (told) fresh->newsIs(DedupHandleBase::newsComing);
+    put(entry, fresh, hash);
+    if (told) enqueue(fresh);
+    unlock(bucket);
+    if (full) grow();
+    KEEL_PAUSE_POINT(inserted);
+    if (!told) return fresh;
+    fresh->referenceAdd();  // the maker's stays in any case
+    if (!isToldOf(fresh)) throw std::bad_alloc();
+    fresh->count().fetch_sub(1, std::memory_order_release);
+    return fresh;
+  }
 }
 
+// With a reference, taken after comparing: while the bucket is locked all its objects have holders, and nothing that has
+// to be given back may be the last.
+DedupHandleBase* DedupHashTable::equalIn(Line& bucket, DedupHandleBase* fresh, std::uint32_t hash) const {
+  for (Line* line = &bucket;;) {
+    for (unsigned found = line->matching(hash); found != 0; found &= found - 1) {
+      const SlabRef ref = line->refs[static_cast<unsigned>(std::countr_zero(found))].load(std::memory_order_relaxed);
+      if (ref == 0 || !handleOf(ref)->compare(fresh)) continue;
+      handleOf(ref)->referenceAdd();
+      return handleOf(ref);
+    }
+    const std::uint32_t more = line->more.load(std::memory_order_relaxed);
+    if (more == 0) return nullptr;
+    line = &more_[more];
+  }
+}
+
+void DedupHashTable::put(Entry entry, DedupHandleBase* fresh, std::uint32_t hash) noexcept {
+  fresh->hash_ = hash;
+  // Release: the whole object.
+  fresh->owner_.store(number_, std::memory_order_release);
+  // Release: the odd version before them.
+  entry.line->hashes[entry.place].store(hash, std::memory_order_release);
+  entry.line->refs[entry.place].store(handleRef(fresh), std::memory_order_release);
+  counted(1);
+}
+
+void DedupHashTable::counted(std::int64_t change) noexcept {
+  if (!multiThreaded_) {
+    stripes_[0].objects.store(stripes_[0].objects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+    return;
+  }
+  const unsigned stripe = detail::thisThread().stripe;
+  std::atomic<std::int64_t>& objects = stripes_[stripe].objects;
+  if (stripe + 1 == detail::stripes) {
+    objects.fetch_add(change, std::memory_order_relaxed);  // several threads'
+  } else {
+    objects.store(objects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+  }
+}
+
+std::size_t DedupHashTable::size() const noexcept {
+  std::int64_t size = 0;
+  for (unsigned i = 0; i < (multiThreaded_ ? detail::stripes : 1); ++i) {
+    size += stripes_[i].objects.load(std::memory_order_relaxed);
+  }
+  return static_cast<std::size_t>(std::max<std::int64_t>(size, 0));
+}
+
+// ---- Growing
+
+void DedupHashTable::grow() noexcept {
+  if (++detail::thisThread().crowded % crowdedPerGrowth != 0) return;
+  if (growing_.exchange(true, std::memory_order_acquire)) return;
+  const std::size_t wanted = size() / objectsPerBucket;
+  for (unsigned i = 0; i < splitsPerGrowth && buckets_.load(std::memory_order_relaxed) < wanted && split(); ++i) {
+  }
+  growing_.store(false, std::memory_order_release);
+}
+
+// Splits the bucket whose turn it is; false without memory.
+bool DedupHashTable::split() noexcept {
+  const std::uint32_t to = buckets_.load(std::memory_order_relaxed);
+  if (!lines_.reach(to)) return false;
+  Line& bucket = lines_[to - std::bit_floor(to)];
+  for (detail::Backoff backoff; !lockIfFree(bucket);) backoff.pause();
+  const bool divided = divide(bucket, to);
+  // Release: the new bucket.
+  if (divided) buckets_.store(to + 1, std::memory_order_release);
+  unlock(bucket);
+  return divided;
+}
+
+// Moves what belongs into the new bucket there, and closes the gaps.
+bool DedupHashTable::divide(Line& bucket, std::uint32_t to) noexcept {
+  const auto moves = [to](Entry entry) {
+    return bucketOf(entry.line->hashes[entry.place].load(std::memory_order_relaxed), to + 1) == to;
+  };
+  unsigned moved = 0;
+  forEachIn(bucket, [&](Entry entry, SlabRef) { moved += moves(entry); });
+  Line* last = &lines_[to];
+  for (unsigned i = Line::entries; i < moved; i += Line::entries) {
+    const std::uint32_t more = newLine();
+    last->more.store(more, std::memory_order_release);
+    if (more == 0) {
+      freeLines(lines_[to].more.exchange(0, std::memory_order_relaxed));
+      return false;
+    }
+    last = &more_[more];
+  }
+  Entry stays{&bucket, 0};
+  Entry goes{&lines_[to], 0};
+  forEachIn(bucket, [&](Entry entry, SlabRef ref) {
+    Entry& place = moves(entry) ? goes : stays;
+    const std::uint32_t hash = entry.line->hashes[entry.place].load(std::memory_order_relaxed);
+    if (place.place == Line::entries) place = {&more_[place.line->more.load(std::memory_order_relaxed)], 0};
+    place.line->hashes[place.place].store(hash, std::memory_order_release);
+    place.line->refs[place.place].store(ref, std::memory_order_release);
+    ++place.place;
+  });
+  for (; stays.place < Line::entries; ++stays.place) stays.line->refs[stays.place].store(0, std::memory_order_release);
+  freeLines(stays.line->more.exchange(0, std::memory_order_release));
+  return true;
+}
+
+// ---- Leaving
+
 bool DedupHashTable::letGo(DedupHandleBase* handle) noexcept {
-  const std::uint16_t owner = handle->owner_.load(std::memory_order_relaxed);
-  if (owner == DedupHandleBase::ownerNone || owner == DedupHandleBase::ownerBarred) return stepDown(handle);
-  return tableDirectory.at(owner)->leave(handle);
+  DedupHashTable* table = nullptr;
+  for (detail::Backoff backoff;; backoff.pause()) {
+    KEEL_PAUSE_POINT(lastRead);
+    // Until the object is out of its table or has turned out to be in none, the table is not destroyed to its end.
+    const detail::Pin pin(Tyr::agentMultiThreaded());
+    const std::uint16_t owner = handle->owner_.load(std::memory_order_acquire);
+    if (owner == DedupHandleBase::ownerNone || owner == DedupHandleBase::ownerBarred) return stepDown(handle);
+    table = tableDirectory.at(owner);
+    if (table == nullptr) continue;  // destroyed: the object was barred before
+    const Left left = table->leave(handle);
+    if (left == Left::notHere) continue;
+    if (left == Left::toBeTold) break;
+    return left == Left::last;
+  }
+  KEEL_PAUSE_POINT(unlinked);
+  table->tell();
+  // Release: the table's destructor may go on.
+  table->letters_.fetch_sub(1, std::memory_order_release);
+  return false;
 }
 
 // Acquire: whoever deletes must see all that the other holders wrote.
-bool DedupHashTable::stepDown(DedupHandleBase* handle) noexcept {
-  return handle->count_.fetch_sub(1, std::memory_order_acq_rel) == 1;
+bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
+  const std::atomic_ref<std::uint32_t> count = handle->count();
+  if (Tyr::agentMultiThreaded()) return count.fetch_sub(1, std::memory_order_acq_rel) == 1;
+  count.store(count.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+  return count.load(std::memory_order_relaxed) == 0;
 }
 
-bool DedupHashTable::leave(DedupHandleBase* handle) noexcept {
+DedupHashTable::Left DedupHashTable::leave(DedupHandleBase* handle) noexcept {
   checkThread();
-  Shard& shard = shardOf(handle->hash_);
-  std::unique_lock<std::mutex> lock(shard.mutex, std::defer_lock);
-  if (multiThreaded_) lock.lock();
-  std::uint32_t count = handle->count_.load(std::memory_order_acquire);
-  while (count != 1) {  // found again before we had the lock
-    if (handle->count_.compare_exchange_weak(count, count - 1, std::memory_order_release, std::memory_order_acquire)) {
-      return false;
-    }
-  }
-  unlink(shard, handle);
-  handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_relaxed);
-  announce([handle](DedupLifeTimeNotifiee& notifiee) { notifiee.handleRemove(handle); });
-  if (multiThreaded_) lock.unlock();
-  return stepDown(handle);
+  Line& bucket = lock(handle->hash_);
+  Left left = Left::notHere;
+  if (handle->owner_.load(std::memory_order_relaxed) == number_) left = leaveLocked(bucket, handle);
+  unlock(bucket);
+  return left;
 }
 
-void DedupHashTable::unlink(Shard& shard, DedupHandleBase* handle) noexcept {
+DedupHashTable::Left DedupHashTable::leaveLocked(Line& bucket, DedupHandleBase* handle) noexcept {
+  if (!stepDownToZero(handle)) return Left::heldElsewhere;
+  remove(bucket, handle);
+  const bool told = handle->news() != DedupHandleBase::newsNone || wanted(handle);
+  handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_release);
+  if (!told) return Left::last;
+  // The queue's. Release: a reader that counts itself on it sees the owner.
+  handle->count().store(1, std::memory_order_release);
+  enqueue(handle);
+  letters_.fetch_add(1, std::memory_order_relaxed);
+  return Left::toBeTold;
+}
+
+// One to zero; or, found meanwhile, from more to one less. Acquire: whoever deletes must see all that the other holders
+// wrote. Release: what this one wrote, to them.
+bool DedupHashTable::stepDownToZero(const DedupHandleBase* handle) noexcept {
+  const std::atomic_ref<std::uint32_t> count = handle->count();
+  std::uint32_t before = 1;
+  if (!Tyr::agentMultiThreaded()) {
+    count.store(0, std::memory_order_relaxed);
+    return true;
+  }
+  while (!count.compare_exchange_weak(before, before - 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
+  }
+  return before == 1;
+}
+
+void DedupHashTable::remove(Line& bucket, const DedupHandleBase* handle) noexcept {
   const SlabRef self = handleRef(handle);
-  SlabRef* link = bucketOf(shard, handle->hash_);
-  while (*link != self) link = &static_cast<DedupHandleBase*>(SlabHeap::at(*link))->next_;
-  *link = handle->next_;
-  handle->next_ = 0;
-  --shard.size;
-}
-
-void DedupHashTable::makeRoom(Shard& shard) {
-  if (shard.old.heads != nullptr) return moveSome(shard);
-  if (shard.heads == nullptr) {
-    shard.heads = newHeads(firstBuckets);
-    shard.mask = firstBuckets - 1;
-  } else if (shard.size > shard.mask && shard.mask < 0x7fffffff) {
-    SlabRef* wider = newHeads(2 * (shard.mask + 1));
-    shard.old = {shard.heads, shard.mask};
-    shard.heads = wider;
-    shard.mask = 2 * shard.mask + 1;
-    shard.moved = 0;
-    moveSome(shard);
-  }
-}
-
-void DedupHashTable::moveSome(Shard& shard) noexcept {
-  const std::uint32_t end = std::min(shard.moved + bucketsPerStep, shard.old.mask + 1);
-  while (shard.moved < end) {
-    moveBucket(shard, shard.moved);
-    ++shard.moved;
-  }
-  if (shard.moved <= shard.old.mask) return;
-  std::free(shard.old.heads);
-  shard.old = {};
-}
-
-void DedupHashTable::moveBucket(Shard& shard, std::uint32_t bucket) noexcept {
-  SlabRef ref = std::exchange(shard.old.heads[bucket], 0);
-  while (ref != 0) {
-    auto* handle = static_cast<DedupHandleBase*>(SlabHeap::at(ref));
-    const SlabRef next = handle->next_;
-    SlabRef* head = &shard.heads[handle->hash_ & shard.mask];
-    handle->next_ = *head;
-    *head = ref;
-    ref = next;
-  }
-}
-
-template <typename Visit>
-void DedupHashTable::forEachIn(const Shard& shard, Visit&& visit) {
-  for (const Heads& part : {Heads{shard.heads, shard.mask}, shard.old}) {
-    for (std::uint32_t bucket = 0; part.heads != nullptr && bucket <= part.mask; ++bucket) {
-      std::uint32_t place = 0;
-      for (SlabRef ref = part.heads[bucket]; ref != 0;) {
-        auto* handle = static_cast<DedupHandleBase*>(SlabHeap::at(ref));
-        ref = handle->next_;
-        visit(handle, ++place);
-      }
+  for (Line* line = &bucket;; line = &more_[line->more.load(std::memory_order_relaxed)]) {
+    for (auto& ref : line->refs) {
+      if (ref.load(std::memory_order_relaxed) != self) continue;
+      ref.store(0, std::memory_order_release);
+      return counted(-1);
     }
   }
 }
 
-void DedupHashTable::bar(Shard& shard) noexcept {
-  forEachIn(shard, [](DedupHandleBase* handle, std::uint32_t) {
-    handle->next_ = 0;
-    handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_relaxed);
-  });
-  std::free(shard.heads);
-  std::free(shard.old.heads);
+// ---- Announcing
+
+bool DedupHashTable::wanted(DedupHandleBase* handle) noexcept {
+  return lifeTimeNotifiee_ != nullptr && lifeTimeNotifiee_->wantsToHearOf(*handle);
 }
+
+void DedupHashTable::enqueue(DedupHandleBase* handle) noexcept {
+  const MaybeLock lock(queueMutex_, multiThreaded_);
+  if (handle->news() == DedupHandleBase::newsComing && !handle->isDeduped()) {
+    return handle->newsIs(DedupHandleBase::newsCameAndWent);  // it is in the queue, or being told of
+  }
+  const SlabRef ref = handleRef(handle);
+  handle->next_ = 0;
+  (queueFirst_ == 0 ? queueFirst_ : handleOf(queueLast_)->next_) = ref;
+  queueLast_ = ref;
+}
+
+DedupHandleBase* DedupHashTable::dequeue() noexcept {
+  const MaybeLock lock(queueMutex_, multiThreaded_);
+  if (queueFirst_ == 0) return nullptr;
+  DedupHandleBase* const handle = handleOf(queueFirst_);
+  queueFirst_ = std::exchange(handle->next_, 0);
+  return handle;
+}
+
+bool DedupHashTable::queued() noexcept {
+  const MaybeLock lock(queueMutex_, multiThreaded_);
+  return queueFirst_ != 0;
+}
+
+// Waits, outside of announcements, until the coming of the object was told. False, and the reference given back: it could
+// not be told, so the object never came.
+bool DedupHashTable::isToldOf(DedupHandleBase* handle) const noexcept {
+  auto* const self = const_cast<DedupHashTable*>(this);
+  self->tell();
+  if (detail::thisThread().telling != 0) return true;
+  for (detail::Backoff backoff; handle->news() == DedupHandleBase::newsComing; self->tell()) backoff.pause();
+  if (holds(*handle)) return true;
+  handle->referenceRelease();
+  return false;
+}
+
+void DedupHashTable::tell() noexcept {
+  detail::ThreadRecord& me = detail::thisThread();
+  if (teller_.load(std::memory_order_relaxed) == &me) return;  // told when the present event is over
+  do {
+    std::unique_lock<std::mutex> lock(tellMutex_, std::defer_lock);
+    if (multiThreaded_ && me.telling == 0) lock.lock();
+    // Waiting inside of an announcement, threads could wait for each other; the one that tells looks again.
+    if (multiThreaded_ && me.telling != 0 && !lock.try_lock()) return;
+    teller_.store(&me, std::memory_order_relaxed);
+    ++me.telling;
+    while (DedupHandleBase* const handle = dequeue()) {
+      tellOf(handle);
+      KEEL_PAUSE_POINT(told);
+    }
+    --me.telling;
+    teller_.store(nullptr, std::memory_order_relaxed);
+  } while (queued());
+}
+
+void DedupHashTable::tellOf(DedupHandleBase* handle) noexcept {
+  const std::uint16_t news = handle->news();
+  if ((news == DedupHandleBase::newsComing || news == DedupHandleBase::newsCameAndWent) && !tellComing(handle)) return;
+  if (lifeTimeNotifiee_ != nullptr) lifeTimeNotifiee_->handleRemove(handle);
+  handle->referenceRelease();
+}
+
+// Whether the object went meanwhile.
+bool DedupHashTable::tellComing(DedupHandleBase* handle) noexcept {
+  bool came = true;
+  try {
+    lifeTimeNotifiee_->handleInsert(handle);
+  } catch (...) {
+    neverCame(handle);
+    came = false;
+  }
+  const MaybeLock lock(queueMutex_, multiThreaded_);
+  const bool went = handle->news() == DedupHandleBase::newsCameAndWent;
+  handle->newsIs(came ? DedupHandleBase::newsTold : DedupHandleBase::newsNone);
+  if (went && !came) handle->referenceRelease();
+  return went && came;
+}
+
+void DedupHashTable::neverCame(DedupHandleBase* handle) noexcept {
+  Line& bucket = lock(handle->hash_);
+  if (holds(*handle)) {
+    remove(bucket, handle);
+    handle->owner_.store(DedupHandleBase::ownerNone, std::memory_order_release);
+  }
+  unlock(bucket);
+}
+
+// ---- The whole
 
 void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
   TYR_ASSERT(size() == 0);
@@ -223,37 +552,52 @@ void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee
   if (notifiee != nullptr) notifiee->handleNotificationStop(this);
 }
 
-std::size_t DedupHashTable::size() const {
-  checkThread();
-  if (!multiThreaded_) return shards_[0].size;
-  std::size_t size = 0;
-  for (std::size_t i = 0; i < std::size_t{1} << shardBits; ++i) {
-    const std::lock_guard lock(shards_[i].mutex);
-    size += shards_[i].size;
+// No bucket is split meanwhile, so none is met twice.
+template <typename Visit>
+void DedupHashTable::forEachBucket(Visit&& visit) const {
+  for (detail::Backoff backoff; growing_.exchange(true, std::memory_order_acquire);) backoff.pause();
+  const std::unique_ptr<std::atomic<bool>, void (*)(std::atomic<bool>*)> walking(
+      &growing_, [](std::atomic<bool>* growing) { growing->store(false, std::memory_order_release); });
+  for (std::uint32_t i = 0; i < buckets_.load(std::memory_order_relaxed); ++i) {
+    Line& bucket = lines_[i];
+    for (detail::Backoff backoff; !lockIfFree(bucket);) backoff.pause();
+    const auto free = [this](Line* line) { unlock(*line); };
+    const std::unique_ptr<Line, decltype(free)> locked(&bucket, free);
+    visit(bucket);
   }
-  return size;
 }
 
-std::uint32_t DedupHashTable::longestChain(const Shard& shard) noexcept {
-  std::uint32_t longest = 0;
-  forEachIn(shard, [&longest](DedupHandleBase*, std::uint32_t place) { longest = std::max(longest, place); });
-  return longest;
+void DedupHashTable::forEachHandle(void (*visit)(void*, DedupHandleBase*), void* call) const {
+  for (SlabRef ref = stopped_; ref != 0; ref = handleOf(ref)->next_) visit(call, handleOf(ref));
+  forEachBucket([&](Line& bucket) { forEachIn(bucket, [&](Entry, SlabRef ref) { visit(call, handleOf(ref)); }); });
+}
+
+// All objects leave, kept for the notifiee if there is one.
+void DedupHashTable::bar() noexcept {
+  forEachBucket([this](Line& bucket) {
+    forEachIn(bucket, [this](Entry entry, SlabRef ref) {
+      DedupHandleBase* const handle = handleOf(ref);
+      if (lifeTimeNotifiee_ != nullptr) {
+        handle->referenceAdd();
+        handle->next_ = std::exchange(stopped_, ref);
+      }
+      entry.line->refs[entry.place].store(0, std::memory_order_release);
+      handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_release);
+    });
+  });
 }
 
 void DedupHashTable::dump(DumpContext& context, std::uint32_t indent) const {
-  std::size_t objects = 0;
-  std::size_t buckets = 0;
-  std::uint32_t longest = 0;
-  for (std::size_t i = 0; i < (multiThreaded_ ? std::size_t{1} << shardBits : 1); ++i) {
-    std::unique_lock<std::mutex> lock(shards_[i].mutex, std::defer_lock);
-    if (multiThreaded_) lock.lock();
-    objects += shards_[i].size;
-    buckets += shards_[i].heads == nullptr ? 0 : shards_[i].mask + std::size_t{1};
-    longest = std::max(longest, longestChain(shards_[i]));
-  }
+  std::size_t longest = 0;
+  forEachBucket([&](Line& bucket) {
+    std::size_t objects = 0;
+    forEachIn(bucket, [&objects](Entry, SlabRef) { ++objects; });
+    longest = std::max(longest, objects);
+  });
   context.line(indent, "DedupHashTable " + name_ + (multiThreaded_ ? " multi-threaded" : " single-threaded") +
-                           " objects #" + std::to_string(objects) + " buckets #" + std::to_string(buckets) +
-                           " longest chain " + std::to_string(longest));
+                           " objects #" + std::to_string(size()) + " buckets #" +
+                           std::to_string(buckets_.load(std::memory_order_relaxed)) + " longest chain " +
+                           std::to_string(longest));
 }
 
 }  // namespace Keel

@@ -10,64 +10,105 @@
 //
 // One class, two variants, chosen from the agent-wide setting (Tyr/Threading.h) when the table is made:
 //
-//   single-threaded  one bucket array, no lock. Every operation, and every copy and release of a pointer to an object
-//                    of the table, is to come from the thread that made the table. Builds of the library without NDEBUG
-//                    assert it of every lookup, insert and last release.
-//   multi-threaded   64 shards by the top bits of the hash, each a bucket array under a mutex. Any thread.
+//   single-threaded  no lock and no atomic read-modify-write. Every operation, and every copy and release of a pointer
+//                    to an object of the table, is to come from the thread that made the table. Builds of the library
+//                    without NDEBUG assert it of every lookup, insert and last release.
+//   multi-threaded   any thread. A lookup that finds its object takes no lock and writes nothing but the object's count
+//                    (and its thread's own pin); inserts and removals lock one bucket.
 //
-// Cost: 4 octets per bucket (load at most 1) and nothing per object beyond DedupHandleBase. Growth is spread over the
-// inserts that follow it, so no single insert pays for a rehash.
+// Layout: a bucket is a line of 64 octets, with the hashes and references of seven objects beside each other, so that a
+// miss, an insert and a removal look at no other object; a full bucket goes on in further lines. There are as many
+// buckets as objects / 5 (about 15 octets an object). The table grows by splitting one bucket after the other, the n-th
+// into itself and a new last one, sixteen at most in one insert; no insert ever moves the whole.
 //
 // ---- The counting protocol -----------------------------------------------------------------------------------------
 //
-// An object's word of state is its count; its owner (never deduped, a table's number, barred) changes twice at most.
+// What the words are, and who writes them:
 //
-//   made        count 0, owner none. Known to its maker alone: no lock, no ordering.
-//   inserted    under the shard's lock: looked up once more, linked, owner set, one reference taken for the caller,
-//               then announced. Nobody sees it before; of two threads that insert equal objects the second gets the first's,
-//               and drops its own, which was never announced.
-//   found       under the shard's lock the count goes from n to n + 1, n >= 1.
-//   copied      n to n + 1 without a lock, relaxed: the copier's own reference keeps the object alive.
-//   released    n to n - 1 without a lock while n > 1, by compare-and-swap with release order, so that the last holder
-//               sees what the others did.
-//   last one    who reads one takes the shard's lock and reads again. Still one (acquire): the reference is ours and no
-//               lookup can add to it while we hold the lock. We unlink the object, bar it from tables and announce that
-//               it left, all with the count at one; unlock; then step to zero and delete. More than one: it was found
-//               meanwhile, and we step down as any other holder.
+//   count     of an object: 0 while it is made and from the moment that it is on its way out, else its references. A
+//             freed slot keeps a zero there. Nobody steps it up from zero but the maker.
+//   owner     none, then the table's number, then barred. Written under the bucket's lock.
+//   version   of a bucket: odd while locked; two more after each change. entries: reference (0: free) and hash, written
+//             under the lock.
+//   buckets   how many buckets there are; stepped up by whoever grows the table, under the lock of the bucket that is
+//             split.
 //
-// So a lookup never meets an object without holders, nothing is revived, and the count of an object in a table is never
-// zero. An observer that keeps a pointer to a leaving object (count two when we step down) keeps a whole object that is
-// in no table; the last pointer deletes it.
+// The life of an object, in the multi-threaded variant:
 //
-// Announcements (DedupLifeTimeNotifiee) run on the interning or releasing thread under the shard's lock and, inside it,
-// one lock of the table, because observers' collections have none. For one content the announcements of leaving and of
-// coming back cannot cross. An observer must not intern into, look up in or let go the last reference of an object of
-// the same table from within; other tables are free, as long as no two tables' observers call into each other. Members
-// of an object are released by its destructor, after unlocking: locks of tables never nest by themselves.
+//   made      count 0, owner none; then its maker's one reference. A thread that looked at the slot when it held another
+//             object may take and give back a reference meanwhile; it never looks further than the owner.
+//   lookup    takes no lock. Pins its thread (Keel/ThreadRecord.h), so that no chunk of slots changes its size meanwhile.
+//             version: acquire. Each entry: acquire, so that the second look at the version is not done before it. If
+//             the hash fits: count by compare-and-swap from n >= 1 to n + 1, acquire: the slot holds an object, whole at
+//             least up to the owner (release in the constructor), and it will stay. Then the owner, acquire: ours, so
+//             the object is whole and in the table, and it was there at the moment of the swap, since who takes it out
+//             steps the count to zero first. Not ours: the slot is another's by now, and the reference goes back as any.
+//             Nothing found: the answer counts if the version was even, is the same still, and the bucket is still the
+//             hash's (a split moves entries and says so in `buckets` before it unlocks). Otherwise once more.
+//   insert    locks the bucket (version by compare-and-swap to odd, acquire), looks once more, writes hash, owner
+//             (release: the object is whole), then the entry (release: before the version), unlocks (release). Of two
+//             threads that insert equal objects the second gets the first's, and its own was never announced.
+//   copied    n to n + 1, relaxed: the copier's own reference keeps the object alive.
+//   released  n to n - 1 while n > 1, by compare-and-swap, release, so that the last holder sees what the others did.
+//   last one  who reads one pins itself, reads the owner, locks the bucket, and looks at the owner again. Then one to
+//             zero by compare-and-swap (acquire: the others' work; release). If that fails somebody found the object
+//             meanwhile, and we step down as any holder. From zero nobody takes it: the entry is cleared, the owner
+//             barred, the bucket unlocked, the object deleted. So under the lock every entry is an object with holders.
 //
-// A notifiee that throws from handleInsert (no memory) makes dedup() throw, and the object was never in the table; from
-// the others it must not throw.
+// The single-threaded variant does the same with plain loads and stores, and neither pins nor locks.
 //
-// Objects that outlive their table: its destructor tells the notifiee to stop, unlinks and bars what is left. Those
-// objects stay valid and are deleted by their last pointer. No thread may use the table or release its objects
-// meanwhile.
+// ---- Announcements (DedupLifeTimeNotifiee) -------------------------------------------------------------------------
 //
-// The single-threaded variant takes no lock and steps counts by load and store; everything else, the order of
-// unlinking, announcing and deleting included, is the same.
+// Entering and leaving are told one at a time, in the order in which they happened to a value, outside of all locks of
+// buckets. Under the bucket's lock, where the order is decided, the table asks the notifiee whether it wants to hear of
+// the object; if not, no lock is taken and nothing is told. If so the object joins the table's queue, and the thread
+// tells what the queue holds, the news of other threads included, or waits for the thread that does. A lookup that finds
+// an object whose coming is not told yet waits as well: whoever has an object from a table knows that it was announced.
+//
+// The state of an object's news is in two bits of its user data, written under the queue's lock:
+//
+//   none -> coming -> told            joined the queue (or is being told of) -> was told
+//           coming -> came and went   left before it was told: both are told one after the other
+//   An object that leaves while none or told joins the queue for its leaving. The queue holds a reference on what has
+//   left, so that "leaves" is told before it is deleted, and an observer may keep it: a whole object that is in no table.
+//
+// An observer may intern, look up and let go in any table, the announcing one included. What it causes there is told
+// after the event that it hears now, in the order in which it was caused, at the latest when the outermost operation of
+// the thread that is telling returns. An observer never waits for another thread: it may see objects whose coming is not
+// told yet. It must not destroy the table that announces; that stops the process.
+//
+// A notifiee that throws from handleInsert (no memory) makes dedup() throw, and the object was never in the table but
+// for observers that looked it up; from the others it must not throw. (dedup() called by an observer may return an object
+// that leaves the table so a little later.)
+//
+// ---- The end of a table ---------------------------------------------------------------------------------------------
+//
+// No thread may look up or insert any more, but other threads may be letting go: the destructor bars all objects, bucket
+// by bucket, so that who lets go one of them later finds it in no table; tells what is queued; tells the notifiee to
+// stop; takes its number out of the directory; and waits until no thread that read the number from an object can still be
+// using it. Objects that outlive their table stay valid and are deleted by their last pointer.
 // ---------------------------------------------------------------------------------------------------------------------
 #pragma once
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <type_traits>
+#include <utility>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "Keel/DedupHandleBase.h"
 #include "Keel/DumpContext.h"
+#include "Keel/PausePoint.h"
+#include "Keel/ThreadRecord.h"
 #include "Tyr/Assert.h"
 #include "Tyr/Export.h"
 #include "Tyr/PtrInterface.h"
@@ -85,8 +126,12 @@ class VELBGP_EXPORT DedupLifeTimeNotifiee : public Tyr::PtrInterface {
   virtual void handleInsert(DedupHandleBase* handle) = 0;
   // After the object left the table, before it is deleted.
   virtual void handleRemove(DedupHandleBase* rawHandle) = 0;
-  // The table is being destroyed (or the notifiee replaced): forget everything of it.
+  // The table is being destroyed (or the notifiee replaced): forget everything of it. Its objects are in no table any
+  // more, and can be visited once more (forEach).
   virtual void handleNotificationStop(DedupHashTable* table) = 0;
+  // Asked under the bucket's lock before the object comes, and before it leaves unless its coming was told. Must not call
+  // the table.
+  virtual bool wantsToHearOf(DedupHandleBase& handle) noexcept;
 
  protected:
   ~DedupLifeTimeNotifiee() override;
@@ -110,20 +155,79 @@ class VELBGP_EXPORT DedupHandleLifeTimeNotifier : public Tyr::PtrInterface {
   DedupHandleBase* dedupedObject_;
 };
 
+namespace detail {
+
+// A line of a bucket.
+struct alignas(64) DedupLine {
+  static constexpr unsigned entries = 7;
+
+  // Which entries have this hash, as bits; free ones may be among them. Acquire: see "lookup". Where the processor has
+  // SSE2 it is two loads of 16 octets, of which each hash is read whole, and in their order, as all loads there are.
+  unsigned matching(std::uint32_t hash) const noexcept {
+#if defined(__SSE2__) && !defined(KEEL_THREAD_SANITIZER)
+    const auto* const words = reinterpret_cast<const __m128i*>(this);
+    const __m128i sought = _mm_set1_epi32(static_cast<int>(hash));
+    const __m128i low = _mm_cmpeq_epi32(_mm_load_si128(words), sought);
+    const __m128i high = _mm_cmpeq_epi32(_mm_load_si128(words + 1), sought);
+    std::atomic_signal_fence(std::memory_order_acquire);
+    const int found = _mm_movemask_ps(_mm_castsi128_ps(low)) | _mm_movemask_ps(_mm_castsi128_ps(high)) << 4;
+    return static_cast<unsigned>(found) >> 1;  // before the hashes lies the version
+#else
+    unsigned found = 0;
+#pragma GCC unroll 7
+    for (unsigned i = 0; i < entries; ++i) {
+      found |= static_cast<unsigned>(hashes[i].load(std::memory_order_acquire) == hash) << i;
+    }
+    return found;
+#endif
+  }
+
+  std::atomic<std::uint32_t> version;  // of the bucket, in its first line
+  std::array<std::atomic<std::uint32_t>, entries> hashes;
+  std::atomic<std::uint32_t> more;  // the number of the bucket's next line, 0: none
+  std::array<std::atomic<SlabRef>, entries> refs;
+};
+static_assert(sizeof(DedupLine) == 64);
+
+// Lines by number, which never move: pieces of 16, 16, 32, 64, ... lines, zeroed by the system as they are touched.
+class VELBGP_EXPORT DedupLines {
+ public:
+  DedupLines() noexcept = default;
+  DedupLines(const DedupLines&) = delete;
+  DedupLines& operator=(const DedupLines&) = delete;
+  ~DedupLines();
+
+  DedupLine& operator[](std::uint32_t number) const noexcept {
+    return *reinterpret_cast<DedupLine*>(pieces_[pieceOf(number)] + std::uintptr_t{number} * sizeof(DedupLine));
+  }
+  // Makes sure that there is a line of this number, which is at most one past the last. False without memory.
+  bool reach(std::uint32_t number) noexcept;
+
+ private:
+  static constexpr std::uint32_t first = 16;
+  static std::size_t linesIn(unsigned piece) noexcept { return std::size_t{first} << (piece == 0 ? 0 : piece - 1); }
+  static std::size_t firstOf(unsigned piece) noexcept { return piece == 0 ? 0 : linesIn(piece); }
+  static unsigned pieceOf(std::uint32_t number) noexcept {
+    return static_cast<unsigned>(std::bit_width(number | (first - 1))) - 4;
+  }
+
+  // Where line 0 of each would lie. Written before `buckets` or a line's `more` names a line of it.
+  std::array<std::uintptr_t, 29> pieces_{};
+};
+
+}  // namespace detail
+
 class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
  public:
   // `name` shows in dumps. Throws std::length_error when 65,534 tables are alive.
   explicit DedupHashTable(std::string name);
 
   // The object with this hash for which matches(object) is true, with a reference taken for the caller, or null.
-  // `matches` is called with objects of this table only, under the shard's lock, and must not call the table.
+  // `matches` is called with objects of this table only, and must not call the table.
   template <typename Matches>
   DedupHandleBase* find(std::uint32_t hash, Matches&& matches) const {
     checkThread();
-    Shard& shard = shardOf(hash);
-    if (!multiThreaded_) return findIn(shard, hash, matches);
-    const std::lock_guard lock(shard.mutex);
-    return findIn(shard, hash, matches);
+    return multiThreaded_ ? findShared(hash, matches) : findIn<false>(lineOf(hash), hash, matches);
   }
 
   // find() through the content's and the objects' virtual operations.
@@ -148,14 +252,13 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     return dedupMade<T>(hash, make);
   }
 
-  // Two steps of a lookup that is to come: start loading the bucket; then, once that has arrived, its first object.
-  void prefetchBucket(std::uint32_t hash) const noexcept {
-    const Shard& shard = shardOf(hash);
-    if (!multiThreaded_ && shard.heads != nullptr) __builtin_prefetch(&shard.heads[hash & shard.mask]);
-  }
+  // Two steps of a lookup that is to come: start loading the bucket; then, once that has arrived, the object.
+  void prefetchBucket(std::uint32_t hash) const noexcept { __builtin_prefetch(&lineOf(hash)); }
   void prefetchEntry(std::uint32_t hash) const noexcept {
-    const Shard& shard = shardOf(hash);
-    if (!multiThreaded_ && shard.heads != nullptr) __builtin_prefetch(SlabHeap::at(shard.heads[hash & shard.mask]));
+    const detail::DedupLine& line = lineOf(hash);
+    if (const unsigned found = line.matching(hash)) {
+      __builtin_prefetch(SlabHeap::at(line.refs[static_cast<unsigned>(std::countr_zero(found))]));
+    }
   }
 
   // Before the table is used: asserts that it is empty. The destructor tells the notifiee to stop.
@@ -166,12 +269,22 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     return handle.owner_.load(std::memory_order_relaxed) == number_;
   }
 
-  // Objects in the table now.
-  std::size_t size() const;
+  // Calls visit(handle) for each object, once. Objects that come and go meanwhile may be visited or not. visit() runs
+  // under the bucket's lock: it may take a pointer, but call no table; only from handleNotificationStop, when the objects
+  // are in no table any more, it may do anything.
+  template <typename Visit>
+  void forEach(Visit&& visit) const {
+    using Reference = std::remove_reference_t<Visit>;
+    forEachHandle([](void* call, DedupHandleBase* handle) { (*static_cast<Reference*>(call))(handle); },
+                  const_cast<void*>(static_cast<const void*>(&visit)));
+  }
+
+  // Objects in the table now; while other threads intern, about now.
+  std::size_t size() const noexcept;
   bool multiThreaded() const noexcept { return multiThreaded_; }
   const std::string& name() const noexcept { return name_; }
 
-  // One line: name, variant, objects, buckets, and the longest chain.
+  // One line: name, variant, objects, buckets, and the most objects in one bucket.
   void dump(DumpContext& context, std::uint32_t indent) const;
 
  protected:
@@ -179,69 +292,123 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
 
  private:
   friend class DedupHandleBase;
-
-  struct Heads {
-    SlabRef* heads = nullptr;
-    std::uint32_t mask = 0;
-  };
-  // While a shard grows, buckets of the old array below `moved` have been emptied into the new one.
-  struct alignas(64) Shard {
-    mutable std::mutex mutex;
-    SlabRef* heads = nullptr;
-    std::uint32_t mask = 0;
-    std::uint32_t size = 0;
-    Heads old;
-    std::uint32_t moved = 0;
-  };
-
-  static constexpr unsigned shardBits = 6;
+  using Line = detail::DedupLine;
 
   // Called by the holder of what it read as the last reference. True: the object is the caller's alone, to delete.
   static bool letGo(DedupHandleBase* handle) noexcept;
-  static bool stepDown(DedupHandleBase* handle) noexcept;
+  static bool stepDown(const DedupHandleBase* handle) noexcept;
 
-  Shard& shardOf(std::uint32_t hash) const noexcept { return shards_[multiThreaded_ ? hash >> (32 - shardBits) : 0]; }
-  static SlabRef* bucketOf(Shard& shard, std::uint32_t hash) noexcept {
-    if (shard.old.heads != nullptr && (hash & shard.old.mask) >= shard.moved) {
-      return &shard.old.heads[hash & shard.old.mask];
+  static std::uint32_t bucketOf(std::uint32_t hash, std::uint32_t buckets) noexcept {
+    const std::uint32_t mask = ~std::uint32_t{0} >> std::countl_zero(buckets);
+    const std::uint32_t bucket = hash & mask;
+    return bucket < buckets ? bucket : bucket & mask >> 1;
+  }
+  // Acquire: the pieces that the buckets lie in, and what was moved into a new one.
+  Line& lineOf(std::uint32_t hash) const noexcept {
+    return lines_[bucketOf(hash, buckets_.load(std::memory_order_acquire))];
+  }
+
+  template <bool shared, typename Matches>
+  DedupHandleBase* findIn(const Line& bucket, std::uint32_t hash, Matches&& matches) const {
+    for (const Line* line = &bucket;;) {
+      for (unsigned found = line->matching(hash); found != 0; found &= found - 1) {
+        const SlabRef ref = line->refs[static_cast<unsigned>(std::countr_zero(found))].load(std::memory_order_acquire);
+        if (ref == 0) continue;
+        auto* const handle = static_cast<DedupHandleBase*>(SlabHeap::at(ref));
+        if (shared && !isReferenced(handle, hash)) continue;
+        if (matches(static_cast<const DedupHandleBase&>(*handle))) {
+          if (!shared) handle->referenceAdd();
+          return handle;
+        }
+        if (shared) handle->referenceRelease();
+      }
+      const std::uint32_t more = line->more.load(std::memory_order_acquire);
+      if (more == 0) return nullptr;
+      line = &more_[more];
     }
-    return &shard.heads[hash & shard.mask];
   }
   template <typename Matches>
-  static DedupHandleBase* findIn(Shard& shard, std::uint32_t hash, Matches&& matches) {
-    if (shard.heads == nullptr) return nullptr;
-    for (SlabRef ref = *bucketOf(shard, hash); ref != 0;) {
-      auto* handle = static_cast<DedupHandleBase*>(SlabHeap::at(ref));
-      if (handle->hash_ == hash && matches(static_cast<const DedupHandleBase&>(*handle))) {
-        handle->referenceAdd();
-        return handle;
-      }
-      ref = handle->next_;
+  DedupHandleBase* findShared(std::uint32_t hash, Matches&& matches) const {
+    for (detail::Backoff backoff;; backoff.pause()) {
+      DedupHandleBase* handle = nullptr;
+      if (!isFound(hash, matches, handle)) continue;
+      if (handle == nullptr || handle->news() != DedupHandleBase::newsComing || isToldOf(handle)) return handle;
     }
-    return nullptr;
   }
+  // False: ask again.
+  template <typename Matches>
+  bool isFound(std::uint32_t hash, Matches&& matches, DedupHandleBase*& handle) const {
+    const detail::Pin pin;
+    const Line& bucket = lineOf(hash);
+    const std::uint32_t version = bucket.version.load(std::memory_order_acquire);
+    handle = findIn<true>(bucket, hash, matches);
+    return handle != nullptr ||
+           (version % 2 == 0 && bucket.version.load(std::memory_order_relaxed) == version && &lineOf(hash) == &bucket);
+  }
+  // Whether the object of an entry with this hash is still there; then with a reference taken.
+  bool isReferenced(DedupHandleBase* handle, std::uint32_t hash) const noexcept {
+    KEEL_PAUSE_POINT(found);
+    const std::atomic_ref<std::uint32_t> count = handle->count();
+    std::uint32_t before = count.load(std::memory_order_relaxed);
+    do {
+      if (before == 0) return false;
+    } while (!count.compare_exchange_weak(before, before + 1, std::memory_order_acquire, std::memory_order_relaxed));
+    KEEL_PAUSE_POINT(counted);
+    if (handle->owner_.load(std::memory_order_acquire) == number_ && handle->hash_ == hash) return true;
+    handle->referenceRelease();
+    return false;
+  }
+  bool isToldOf(DedupHandleBase* handle) const noexcept;
 
   // Out of line, so that a hit of findOrDedup() pays nothing for the miss.
   template <typename T, typename Make>
   [[gnu::noinline]] Tyr::Ptr<const T> dedupMade(std::uint32_t hash, Make& make) {
-    const Tyr::Ptr<T> fresh = make();
-    DedupHandleBase* const dedupHandle = dedup(fresh.get(), hash);
+    Tyr::Ptr<T> fresh = make();
+    KEEL_PAUSE_POINT(missed);
+    DedupHandleBase* const dedupHandle = dedupOwned(fresh.get(), hash);
     TYR_ASSERT(dedupHandle);
+    if (dedupHandle == fresh.get()) fresh.detach();
     return Tyr::Ptr<const T>(static_cast<const T*>(dedupHandle), false);
   }
-  DedupHandleBase* dedupIn(Shard& shard, DedupHandleBase* fresh, std::uint32_t hash);
-  bool leave(DedupHandleBase* handle) noexcept;
-  static void unlink(Shard& shard, DedupHandleBase* handle) noexcept;
-  static void makeRoom(Shard& shard);
-  static void moveSome(Shard& shard) noexcept;
-  static void moveBucket(Shard& shard, std::uint32_t bucket) noexcept;
-  static std::uint32_t longestChain(const Shard& shard) noexcept;
+  // dedup() that takes over the caller's reference to `fresh` if that is what it returns.
+  DedupHandleBase* dedupOwned(DedupHandleBase* fresh, std::uint32_t hash);
+
+  Line& lock(std::uint32_t hash) const noexcept;
+  bool lockIfFree(Line& bucket) const noexcept;
+  void unlock(Line& bucket) const noexcept;
+  struct Entry {
+    Line* line;
+    unsigned place;
+  };
+  DedupHandleBase* equalIn(Line& bucket, DedupHandleBase* fresh, std::uint32_t hash) const;
+  Entry freeEntry(Line& bucket, bool& full) noexcept;
+  std::uint32_t newLine() noexcept;
+  void freeLines(std::uint32_t first) noexcept;
+  void put(Entry entry, DedupHandleBase* fresh, std::uint32_t hash) noexcept;
+  enum class Left : std::uint8_t { notHere, heldElsewhere, last, toBeTold };
+  Left leave(DedupHandleBase* handle) noexcept;
+  Left leaveLocked(Line& bucket, DedupHandleBase* handle) noexcept;
+  static bool stepDownToZero(const DedupHandleBase* handle) noexcept;
+  void remove(Line& bucket, const DedupHandleBase* handle) noexcept;
+  void counted(std::int64_t change) noexcept;
+  void grow() noexcept;
+  bool split() noexcept;
+  bool divide(Line& bucket, std::uint32_t to) noexcept;
   template <typename Visit>
-  static void forEachIn(const Shard& shard, Visit&& visit);
-  void bar(Shard& shard) noexcept;
-  template <typename Announce>
-  void announce(Announce&& call);
-  void announceInsert(Shard& shard, DedupHandleBase* fresh);
+  void forEachIn(Line& bucket, Visit&& visit) const;
+  template <typename Visit>
+  void forEachBucket(Visit&& visit) const;
+  void forEachHandle(void (*visit)(void*, DedupHandleBase*), void* call) const;
+  void bar() noexcept;
+
+  bool wanted(DedupHandleBase* handle) noexcept;
+  void enqueue(DedupHandleBase* handle) noexcept;
+  DedupHandleBase* dequeue() noexcept;
+  bool queued() noexcept;
+  void tell() noexcept;
+  void tellOf(DedupHandleBase* handle) noexcept;
+  bool tellComing(DedupHandleBase* handle) noexcept;
+  void neverCame(DedupHandleBase* handle) noexcept;
 
   // The library decides, not the user's build.
   void checkThread() const {
@@ -250,15 +417,35 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     }
   }
 
+  // What one thread adds and takes off; the sum over all is the size.
+  struct alignas(64) Stripe {
+    std::atomic<std::int64_t> objects{0};
+  };
+
   const std::string name_;
   const Tyr::AgentThreadingUse threadingUse_;
   const bool multiThreaded_;
   const bool checksThread_;
-  const std::unique_ptr<Shard[]> shards_;
-  const std::uint16_t number_;
+  std::uint16_t number_ = 0;
   const std::thread::id ownerThread_;
-  std::mutex notificationMutex_;
+  std::atomic<std::uint32_t> buckets_{0};
+  detail::DedupLines lines_;  // the buckets' first lines
+  detail::DedupLines more_;   // and what they go on in
+  const std::unique_ptr<Stripe[]> stripes_;
   Tyr::Ptr<DedupLifeTimeNotifiee> lifeTimeNotifiee_;
+
+  mutable std::atomic<bool> growing_{false};  // or being walked through
+  std::mutex linesMutex_;
+  std::uint32_t spareLine_ = 0;  // lines that no bucket uses, linked; under the mutex
+  std::uint32_t usedLines_ = 1;  // line 0 is "none"
+
+  std::mutex queueMutex_;
+  SlabRef queueFirst_ = 0;
+  SlabRef queueLast_ = 0;
+  std::mutex tellMutex_;
+  std::atomic<const detail::ThreadRecord*> teller_{nullptr};  // who is telling
+  std::atomic<std::uint32_t> letters_{0};                     // threads that let an object go and are still to tell it
+  SlabRef stopped_ = 0;                                       // what was left when the table was destroyed, linked
 };
 
 }  // namespace Keel

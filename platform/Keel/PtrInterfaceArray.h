@@ -112,8 +112,9 @@ class PtrInterfaceArray {
   PtrInterfaceArray(const PtrInterfaceArray&) = delete;
   PtrInterfaceArray& operator=(const PtrInterfaceArray&) = delete;
   ~PtrInterfaceArray() {
-    for (const T* element : range()) {
-      if (element != nullptr) element->referenceRelease();
+    const SlabRef* const refs = range().refs();  // some are null in an array that was not filled to its end
+    for (std::uint32_t i = 0; i < size(); ++i) {
+      if (refs == nullptr ? range()[i] != nullptr : refs[i] != 0) range()[i]->referenceRelease();
     }
     forgetElements();
   }

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -39,11 +40,8 @@ class NotifieeList {
   // An empty handle, no observer, for an empty function.
   [[nodiscard]] Handle attach(Callback callback);
   void notify(unsigned attribute, const Key& key);
-  // How many are attached.
-  std::size_t size() const noexcept {
-    return static_cast<std::size_t>(std::count_if(state_->observers.begin(), state_->observers.end(),
-                                                  [](const auto& observer) { return observer->attached; }));
-  }
+  // How many are attached. From any thread.
+  std::size_t size() const noexcept { return state_->attached.load(std::memory_order_relaxed); }
 
  private:
   struct Observer {
@@ -55,11 +53,12 @@ class NotifieeList {
   struct State {
     // Pointers: a callback that is running must not be moved when another observer is attached.
     std::vector<std::unique_ptr<Observer>> observers;
+    std::atomic<std::size_t> attached{0};
     unsigned notifying = 0;
     bool stale = false;
 
     void detach(Observer& observer) noexcept {
-      observer.attached = false;
+      if (std::exchange(observer.attached, false)) attached.fetch_sub(1, std::memory_order_relaxed);
       stale = true;
     }
     // Drops the detached ones unless a notification still walks over them. Each is taken out before it is destroyed:
@@ -127,6 +126,7 @@ typename NotifieeList<Key>::Handle NotifieeList<Key>::attach(Callback callback) 
   auto observer = std::make_unique<Observer>();
   observer->callback = std::move(callback);
   state_->observers.push_back(std::move(observer));
+  state_->attached.fetch_add(1, std::memory_order_relaxed);
   return Handle(state_, state_->observers.back().get());
 }
 

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <map>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "Keel/PtrInterfaceArray.h"
@@ -18,7 +19,7 @@ namespace {
 TEST(SlabHeap, SlotsAreDisjointAndReferencesLeadBack) {
   for (const bool multiThreaded : {false, true}) {
     Tyr::agentMultiThreadedIs(multiThreaded);
-    SlabHeap heap(0);
+    SlabHeap& heap = blockHeap();
     std::mt19937 random(1);
     std::map<char*, std::size_t> slots;
     for (int i = 0; i < 6000; ++i) {  // several chunks of the larger sizes
@@ -43,7 +44,7 @@ TEST(SlabHeap, SlotsAreDisjointAndReferencesLeadBack) {
 }
 
 TEST(SlabHeap, FreedSlotsAreUsedAgainAndKeepTheirFirstOctets) {
-  SlabHeap heap(16);
+  SlabHeap& heap = handleHeap();
   auto* slot = static_cast<char*>(heap.allocate(32));
   std::memcpy(slot, "0123456789abcde", 16);
   EXPECT_EQ(SlabHeap::octetsOf(slot), 32u);
@@ -54,9 +55,34 @@ TEST(SlabHeap, FreedSlotsAreUsedAgainAndKeepTheirFirstOctets) {
   SlabHeap::release(again);
 }
 
+// Sizes one after the other, each all released before the next, in random order and by another thread than the one that
+// took them: what is held stays near the most that was ever live, and goes down to the reserve.
+TEST(SlabHeap, MemoryServesOtherSizesAndGoesBack) {
+  constexpr std::size_t mostLive = std::size_t{80} << 20;
+  constexpr std::size_t reserve = std::size_t{64} << 20;
+  const std::size_t before = SlabHeap::heldOctets();  // a chunk of each size that this thread takes slots of stays
+  for (const bool multiThreaded : {false, true}) {
+    Tyr::agentMultiThreadedIs(multiThreaded);
+    std::mt19937 random(1);
+    std::vector<void*> slots;
+    for (const std::size_t octets : {32, 48, 200, 520, 1032, 2048}) {
+      for (std::size_t live = 0; live < mostLive; live += octets) slots.push_back(handleHeap().allocate(octets));
+      EXPECT_LE(SlabHeap::heldOctets() - before, mostLive * 13 / 10);
+      std::shuffle(slots.begin(), slots.end(), random);
+      const auto release = [&slots] {
+        for (void* slot : slots) SlabHeap::release(slot);
+      };
+      multiThreaded ? std::thread(release).join() : release();
+      slots.clear();
+      EXPECT_LE(SlabHeap::heldOctets() - before, reserve + (std::size_t{8} << 20));
+    }
+  }
+  Tyr::agentMultiThreadedIs(false);
+}
+
 TEST(SlabHeap, RefusesSizesThatItHasNoClassFor) {
   EXPECT_DEATH(blockHeap().allocate(2049), "octets <= maxOctets");
-  EXPECT_DEATH(handleHeap().allocate(16), "pool.slotOctets >= pool.linkOffset");
+  EXPECT_DEATH(handleHeap().allocate(16), "pool.slotOctets.* >= pool.linkOffset");
 }
 
 static_assert(sizeof(PtrInterfaceArray<Word>) == sizeof(void*));

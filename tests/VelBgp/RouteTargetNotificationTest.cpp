@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <iterator>
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -199,6 +201,70 @@ TEST_P(RouteTargetNotificationTest, ListsAreTracedOnTheWayInAndOut) {
   Tyr::traceSinkIs({});
   EXPECT_THAT(lines, testing::ContainsRegex("handleInsert: .*handle: .* rtExtCommListLifeTimeNotifier: "));
   EXPECT_THAT(lines, testing::HasSubstr("\nhandleRemove: "));
+}
+
+// Four threads intern and let go lists of a few route targets while a fifth reads both collections; the observers
+// intern and let go, too. Whenever the threads rest, pictures and collections are what is interned.
+TEST(RouteTargetNotificationThreads, PicturesAreWhatIsInternedAtEveryRest) {
+  struct Tables : ListTables {
+    Tables() : ListTables(true) {}
+    void run() {
+      const auto rtList = comms->producerRtList();
+      const auto collection = lists->notifyingRtExtCommListCollection();
+      ValueSet targets;
+      std::set<const void*> targetLists;
+      std::vector<ExtCommList::PtrConst> caused;
+      bool calm = false;
+      const auto onTarget = rtList->notifieeList().attach([&](unsigned, const RouteTarget& rt) {
+        EXPECT_EQ(rtList->rt(rt) != nullptr, targets.erase(rt.value) == 0 && targets.insert(rt.value).second);
+        if (!calm && rt.value % 4 == 0) caused.assign(1, intern({target + 1, target + 2, color}));
+      });
+      const auto onList = collection->notifieeList().attach([&](unsigned, const auto& notifier) {
+        if (targetLists.erase(notifier.get()) == 0) targetLists.insert(notifier.get());
+      });
+      for (unsigned round = 0; round < 20; ++round) {
+        std::array<std::vector<ExtCommList::PtrConst>, 4> held;
+        std::atomic<int> working{4};
+        std::vector<std::thread> threads;
+        for (unsigned i = 0; i < 4; ++i) {
+          threads.emplace_back([&, i] {
+            std::mt19937 random(4 * round + i);
+            for (int step = 0; step < 500; ++step) {
+              Values values(1 + random() % 3);
+              for (std::uint64_t& value : values) value = target + random() % 12;
+              held[i].push_back(intern(values));
+              if (held[i].size() > 6) held[i].erase(held[i].begin() + random() % 6);
+            }
+            --working;
+          });
+        }
+        while (working != 0) {
+          EXPECT_LE(rtList->rt().size(), 13u);
+          for (const auto& notifier : collection->rtExtCommList()) EXPECT_NE(notifier, nullptr);
+        }
+        for (std::thread& thread : threads) thread.join();
+        calm = true;
+        caused.clear();
+        ValueSet live;
+        std::set<const void*> liveLists;
+        for (const auto& one : held) {
+          for (const ExtCommList::PtrConst& list : one) {
+            for (const ExtComm* comm : list->comms()) live.insert(comm->community());
+            const auto part = list->classificationList(extCommClassificationRouteTarget);
+            liveLists.insert(dynamic_cast<const RtExtCommClassificationList&>(*part).lifeTimeNotifier());
+          }
+        }
+        EXPECT_EQ(targets, live);
+        EXPECT_EQ(targetLists, liveLists);
+        EXPECT_EQ(rtList->rtCount(), live.size());
+        EXPECT_EQ(collection->rtExtCommListCount(), liveLists.size());
+        for (auto& one : held) one.clear();
+        EXPECT_TRUE(targets.empty() && targetLists.empty());
+        calm = false;
+      }
+    }
+  };
+  Tables().run();
 }
 
 }  // namespace
