@@ -123,9 +123,10 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   template <typename Equal>
   static PtrConst findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                              std::uint32_t hash, Equal&& equal);
-  static Ptr make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content);
-  // Splits the communities by classification; without a table the classification lists are private ones.
-  void createClassificationListVector(const ExtCommListDedupTable* table);
+  static Ptr make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content, std::uint32_t hash);
+  // Splits the communities by classification; without a table the classification lists are private ones. `hash` is the
+  // list's.
+  void createClassificationListVector(const ExtCommListDedupTable* table, std::uint32_t hash);
   class Split;
   void computeCommVectorAttrs();
 
