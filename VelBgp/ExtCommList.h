@@ -130,6 +130,8 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   class Split;
   void computeCommVectorAttrs();
 
+  void prefetchParts() const noexcept;
+
   // Filled once: places for `count` communities, then each of them with a reference that the list takes over.
   void commCountIs(std::uint32_t count);
   void commIs(std::uint32_t index, ExtComm::PtrConst comm) noexcept;

@@ -387,6 +387,12 @@ bool DedupHashTable::divide(Line& bucket, std::uint32_t to) noexcept {
 
 // ---- Leaving
 
+void DedupHashTable::prefetchBucketOf(const DedupHandleBase& handle) noexcept {
+  const detail::Pin pin(Tyr::agentMultiThreaded());  // the table stays meanwhile, as in letGo()
+  const DedupHashTable* const table = tableDirectory.at(handle.owner_.load(std::memory_order_acquire));
+  if (table != nullptr) table->prefetchBucket(handle.hash_);
+}
+
 bool DedupHashTable::letGo(DedupHandleBase* handle) noexcept {
   DedupHashTable* table = nullptr;
   for (detail::Backoff backoff;; backoff.pause()) {

@@ -272,6 +272,11 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     }
   }
 
+  // For a holder of the object: starts loading the bucket that it leaves if this is the last reference.
+  static void prefetchLeaving(const DedupHandleBase& handle) noexcept {
+    if (handle.referenceCount() == 1) prefetchBucketOf(handle);
+  }
+
   // Before the table is used: asserts that it is empty. The destructor tells the notifiee to stop.
   void lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee);
 
@@ -308,6 +313,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Called by the holder of what it read as the last reference. True: the object is the caller's alone, to delete.
   static bool letGo(DedupHandleBase* handle) noexcept;
   static bool stepDown(const DedupHandleBase* handle) noexcept;
+  static void prefetchBucketOf(const DedupHandleBase& handle) noexcept;
 
   static std::uint32_t bucketOf(std::uint32_t hash, std::uint32_t buckets) noexcept {
     const std::uint32_t mask = ~std::uint32_t{0} >> std::countl_zero(buckets);
