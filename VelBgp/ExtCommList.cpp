@@ -17,17 +17,14 @@ template class ExtCommListBase<ExtCommList, 0>;
 ExtCommList::~ExtCommList() {
   // The classification lists hold the references, unless the list's making was broken off.
   if ((userData() & splitBit) == 0) return;
-  prefetchParts();
+  if (dedupState() != Keel::dedupHandleStateNeverDeduped()) prefetchParts();
   comms_.forgetElements();
 }
 
 // What is about to be let go: the classification lists, and the community of a list of one with its place in its table.
-// A list whose making was broken off lacks classification lists, and its communities may be gone.
+// Not of a list whose making was broken off, for its communities may be gone.
 void ExtCommList::prefetchParts() const noexcept {
-  for (const ExtCommClassificationList* list : classificationLists()) {
-    if (list == nullptr) return;
-    __builtin_prefetch(list);
-  }
+  for (const ExtCommClassificationList* list : classificationLists()) __builtin_prefetch(list);
   if (comms_.size() == 1) Keel::DedupHashTable::prefetchLeaving(*comms_[0]);
 }
 
