@@ -133,7 +133,7 @@ class ExtCommList::Split {
     layOut();
     left_ = present_;
     list_.userDataIs(list_.userData() | splitBit);
-    std::uint32_t hashes[Tyr::Range<ExtCommClassification>::size()];
+    std::uint32_t hashes[Tyr::Range<ExtCommClassification>::size()] = {};
     if (table != nullptr) prepare(*table, hash, hashes);
     for (std::uint32_t place = 0; left_ != 0; ++place) {
       list_.classificationLists_.array_.elementIs(place, splitOff(table, hashes[first()]));

@@ -94,7 +94,7 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
   Tyr::NotifieeList<Key> notifieeList_;
 };
 
-struct RouteTargetHash {
+struct VELBGP_EXPORT RouteTargetHash {
   std::size_t operator()(const RouteTarget& rt) const noexcept { return Keel::singleAttributeHash(rt.value, 0x10a8ab); }
 };
 
@@ -146,7 +146,7 @@ class VELBGP_EXPORT RtExtCommListLifeTimeNotifier final : public Keel::DedupHand
   ~RtExtCommListLifeTimeNotifier() override;
 };
 
-struct NotifierHash {
+struct VELBGP_EXPORT NotifierHash {
   std::size_t operator()(const RtExtCommListLifeTimeNotifier::PtrConst& notifier) const noexcept {
     return Keel::singleAttributeHash(reinterpret_cast<std::uintptr_t>(notifier.get()), 0);
   }

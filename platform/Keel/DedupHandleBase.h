@@ -72,7 +72,7 @@ class VELBGP_EXPORT DedupHandleBase {
   DedupHandleState dedupState() const noexcept {
     const std::uint16_t owner = owner_.load(std::memory_order_relaxed);
     if (owner == ownerNone) return DedupHandleState::neverDeduped;
-    return owner == ownerBarred ? DedupHandleState::notInTable : DedupHandleState::deduped;
+    return owner >= ownerGone ? DedupHandleState::notInTable : DedupHandleState::deduped;
   }
   // For an object that must never be taken for an interned one. Asserts that it is in no table.
   void notInTableIs() noexcept;
@@ -146,7 +146,8 @@ class VELBGP_EXPORT DedupHandleBase {
   }
 
   static constexpr std::uint16_t ownerNone = 0;
-  static constexpr std::uint16_t ownerBarred = 0xffff;
+  static constexpr std::uint16_t ownerGone = 0xfffe;    // was in a table, and is held though it is in none any more
+  static constexpr std::uint16_t ownerBarred = 0xffff;  // was in none and shall not be
   static constexpr std::uint16_t notificationActiveBit = 0x8000;
   // What observers know of the object; see DedupHashTable.h.
   static constexpr std::uint16_t newsMask = 0x6000;
@@ -162,7 +163,7 @@ class VELBGP_EXPORT DedupHandleBase {
   alignas(4) mutable std::uint32_t count_;
   std::uint32_t hash_ = 0;
   SlabRef next_ = 0;                  // of the objects that observers are still to be told of
-  std::atomic<std::uint16_t> owner_;  // the number of the table that holds us, ownerNone or ownerBarred
+  std::atomic<std::uint16_t> owner_;  // the number of the table that holds us, or one of the owners above
   std::atomic<std::uint16_t> userData_{0};
 };
 static_assert(sizeof(DedupHandleBase) == 24);

@@ -41,10 +41,10 @@ class TableDirectory {
   DedupHashTable* at(std::uint16_t number) const noexcept { return tables_[number].load(std::memory_order_acquire); }
 
  private:
-  static constexpr std::uint32_t numbers = 0xfffe;  // 1 to 0xfffe; 0 and 0xffff say "no table"
+  static constexpr std::uint32_t numbers = 0xfffd;  // 1 to 0xfffd; the others say "no table"
   std::mutex mutex_;
   std::uint16_t last_ = 0;
-  std::array<std::atomic<DedupHashTable*>, numbers + 2> tables_{};
+  std::array<std::atomic<DedupHashTable*>, numbers + 3> tables_{};
 };
 
 constinit TableDirectory tableDirectory;
@@ -401,8 +401,9 @@ bool DedupHashTable::letGo(DedupHandleBase* handle) noexcept {
     const detail::Pin pin(Tyr::agentMultiThreaded());
     const std::uint16_t owner = handle->owner_.load(std::memory_order_acquire);
     if (owner == DedupHandleBase::ownerNone || owner == DedupHandleBase::ownerBarred) return stepDown(handle);
+    if (owner == DedupHandleBase::ownerGone) return stepDownGone(handle);
     table = tableDirectory.at(owner);
-    if (table == nullptr) continue;  // destroyed: the object was barred before
+    if (table == nullptr) continue;  // destroyed: the object is gone by now
     const Left left = table->leave(handle);
     if (left == Left::notHere) continue;
     if (left == Left::toBeTold) break;
@@ -413,6 +414,18 @@ bool DedupHashTable::letGo(DedupHandleBase* handle) noexcept {
   // Release: the table's destructor may go on.
   table->letters_.fetch_sub(1, std::memory_order_release);
   return false;
+}
+
+// An object that is held though it is in no table any more relies on the agent's setting, as a table does.
+void DedupHashTable::isGone(DedupHandleBase* handle) noexcept {
+  Tyr::detail::agentThreadingUsers.fetch_add(1, std::memory_order_relaxed);
+  handle->owner_.store(DedupHandleBase::ownerGone, std::memory_order_release);
+}
+
+bool DedupHashTable::stepDownGone(const DedupHandleBase* handle) noexcept {
+  const bool last = stepDown(handle);
+  if (last) Tyr::detail::agentThreadingUsers.fetch_sub(1, std::memory_order_relaxed);
+  return last;
 }
 
 // Acquire: whoever deletes must see all that the other holders wrote.
@@ -437,8 +450,11 @@ bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
   if (!stepDownToZero(handle)) return Left::heldElsewhere;
   remove(bucket, handle);
   const bool told = handle->news() != DedupHandleBase::newsNone || wanted(handle);
-  handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_release);
-  if (!told) return Left::last;
+  if (!told) {
+    handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_release);
+    return Left::last;
+  }
+  isGone(handle);
   // The queue's. Release: a reader that counts itself on it sees the owner.
   handle->count().store(1, std::memory_order_release);
   enqueue(handle);
@@ -601,7 +617,7 @@ void DedupHashTable::bar() noexcept {
         handle->next_ = std::exchange(stopped_, ref);
       }
       entry.line->refs[entry.place].store(0, std::memory_order_release);
-      handle->owner_.store(DedupHandleBase::ownerBarred, std::memory_order_release);
+      isGone(handle);
     });
   });
 }

@@ -27,7 +27,8 @@
 //
 //   count     of an object: 0 while it is made and from the moment that it is on its way out, else its references. A
 //             freed slot keeps a zero there. Nobody steps it up from zero but the maker.
-//   owner     none, then the table's number, then barred. Written under the bucket's lock.
+//   owner     none, then the table's number, then barred, or gone if somebody still holds it. Written under the bucket's
+//             lock.
 //   version   of a bucket: odd while locked; two more after each change. entries: reference (0: free) and hash, written
 //             under the lock.
 //   buckets   how many buckets there are; stepped up by whoever grows the table, under the lock of the bucket that is
@@ -86,10 +87,11 @@
 //
 // ---- The end of a table ---------------------------------------------------------------------------------------------
 //
-// No thread may look up or insert any more, but other threads may be letting go: the destructor bars all objects, bucket
-// by bucket, so that who lets go one of them later finds it in no table; tells what is queued; tells the notifiee to
-// stop; takes its number out of the directory; and waits until no thread that read the number from an object can still be
-// using it. Objects that outlive their table stay valid and are deleted by their last pointer.
+// No thread may look up or insert any more, but other threads may be letting go: the destructor makes all objects gone,
+// bucket by bucket, so that who lets go one of them later finds it in no table; tells what is queued; tells the notifiee
+// to stop; takes its number out of the directory; and waits until no thread that read the number from an object can still
+// be using it. Objects that outlive their table stay valid and are deleted by their last pointer; while there are any, the
+// agent's threading setting stays as it is (Tyr/Threading.h).
 // ---------------------------------------------------------------------------------------------------------------------
 #pragma once
 
@@ -229,7 +231,7 @@ class VELBGP_EXPORT DedupLines {
 
 class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
  public:
-  // `name` shows in dumps. Throws std::length_error when 65,534 tables are alive.
+  // `name` shows in dumps. Throws std::length_error when 65,533 tables are alive.
   explicit DedupHashTable(std::string name);
 
   // The object with this hash for which matches(object) is true, with a reference taken for the caller, or null.
@@ -313,6 +315,8 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Called by the holder of what it read as the last reference. True: the object is the caller's alone, to delete.
   static bool letGo(DedupHandleBase* handle) noexcept;
   static bool stepDown(const DedupHandleBase* handle) noexcept;
+  static bool stepDownGone(const DedupHandleBase* handle) noexcept;
+  static void isGone(DedupHandleBase* handle) noexcept;
   static void prefetchBucketOf(const DedupHandleBase& handle) noexcept;
 
   static std::uint32_t bucketOf(std::uint32_t hash, std::uint32_t buckets) noexcept {

@@ -3,7 +3,8 @@
 // stays a std::atomic, so a reader of another thread sees a whole value), otherwise by atomic read-modify-write.
 //
 // Default: single-threaded. Set it once, at start-up, on one thread, before the first interning table and before a
-// second thread holds any counted pointer. It may be switched again while no interning table exists; that is asserted.
+// second thread holds any counted pointer. It may be switched again while no interning table exists, and no object that
+// outlived its table; that is asserted.
 #pragma once
 
 #include <atomic>

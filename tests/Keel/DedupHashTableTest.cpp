@@ -127,6 +127,10 @@ TEST_P(BothVariants, ObjectsMayOutliveTheirTable) {
   table.reset();
   EXPECT_EQ(picture->stops, 1);
   for (const Word::PtrConst& word : words) EXPECT_EQ(word->dedupState(), dedupHandleStateNotInTable());
+  words.resize(1);
+  EXPECT_DEATH(Tyr::agentMultiThreadedIs(!GetParam()), testing::HasSubstr("!inUse"));
+  words.clear();
+  Tyr::agentMultiThreadedIs(!GetParam());
 }
 
 TEST_P(BothVariants, DumpSaysWhatIsThere) {
