@@ -1,5 +1,6 @@
 #include <bit>
 
+#include "VelBgp/DedupBatchImpl.h"
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
@@ -64,10 +65,37 @@ ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* tab
 }
 
 // The form that attributes arrive in: known at compile time, a hit makes no virtual call.
+inline ExtCommList::PtrConst ExtCommList::dedupHashed(const ExtCommListDedupTable* table,
+                                                      const ExtCommListContentU64& content, std::uint32_t hash) {
+  return findOrMake(table, content, hash, [&content](const ExtCommList& list) { return content.equals(list); });
+}
+
 ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
                                                 const ExtCommListContentU64& content) {
-  return findOrMake(table, content, content.sortAndHashInLine(),
-                    [&content](const ExtCommList& list) { return content.equals(list); });
+  return dedupHashed(table, content, content.sortAndHashInLine());
+}
+
+// Of contents whose lists go into `lists`.
+class ExtCommList::Batch {
+ public:
+  Batch(const ExtCommListDedupTable* table, const ExtCommListContentU64* contents, PtrConst* lists)
+      : table_(table), contents_(contents), lists_(lists) {}
+
+  const Keel::DedupHashTable& table() const noexcept { return table_->extCommListDedupTable(); }
+  std::uint32_t hash(std::size_t i) const { return contents_[i].sortAndHashInLine(); }
+  void expectMiss(std::size_t i) const noexcept { contents_[i].prefetchCommunities(); }
+  void intern(std::size_t i, std::uint32_t hash) const { lists_[i] = dedupHashed(table_, contents_[i], hash); }
+
+ private:
+  const ExtCommListDedupTable* const table_;
+  const ExtCommListContentU64* const contents_;
+  PtrConst* const lists_;
+};
+
+void ExtCommList::dedupContents(const ExtCommListDedupTable* table, std::span<const ExtCommListContentU64> contents,
+                                std::span<PtrConst> lists) {
+  TYR_ASSERT(contents.size() == lists.size());
+  dedupInGroups(Batch(table, contents.data(), lists.data()), contents.size());
 }
 
 ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content) {

@@ -100,6 +100,8 @@ class VELBGP_EXPORT ExtCommListContentU64 final : public CommVectorContent<std::
   // The bodies of the operations of the same names, for a caller that can take them in line.
   std::uint32_t sortAndHashInLine() const;
   bool equals(const ExtCommList& list) const;
+  // For a list that is probably to be made.
+  void prefetchCommunities() const noexcept;
 
   const ExtCommDedupTable* table_;
 };
