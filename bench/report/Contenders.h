@@ -20,7 +20,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "VelBgp/LargeCommList.h"
@@ -188,61 +190,87 @@ struct VelBgpContender {
 
 class VelBgpCommunities : public VelBgpContender<Routing::Bgp::ExtComm, std::uint64_t> {
  public:
-  // Lists of one, so to speak.
+  // Of a single value: n is 1.
   Handle intern(const Value* values, std::size_t) {
     return Routing::Bgp::ExtComm::dedupContent(comms_.get(), Routing::Bgp::ExtCommContent(*values));
   }
   static Values values(const Handle& handle) { return {handle->community()}; }
   std::size_t size() const { return comms_->size(); }
-  const Routing::Bgp::ExtCommDedupTable* table() const { return comms_.get(); }
+  // What lists of them are built in.
+  Routing::Bgp::ExtCommListContentU64 content() const { return Routing::Bgp::ExtCommListContentU64(comms_.get()); }
 
  private:
   Tyr::Ptr<Routing::Bgp::BgpParseExtCommContainerSm> decoder_ = Routing::Bgp::bgpParseExtCommContainerSmFactory(true);
   Routing::Bgp::ExtCommDedupTable::Ptr comms_ = Routing::Bgp::extCommDedupTableFactory(decoder_->extCommParser());
 };
 
-// Ours does more than the others: every value is an interned, decoded object, and each list is also split by
-// classification.
-class VelBgpLists : public VelBgpContender<Routing::Bgp::ExtCommList, std::uint64_t> {
+// Lists, built in what Communities give as content().
+template <typename Lists, typename Table, typename Element, typename Communities>
+class VelBgpListContender : public VelBgpContender<Lists, Element> {
  public:
+  using List = Lists;
+  using Value = Element;
+  using Handle = typename List::PtrConst;
+  using Content = decltype(std::declval<Communities>().content());
+
   Handle intern(const Value* raw, std::size_t n) {
-    content_.reset();
-    for (std::size_t i = 0; i < n; ++i) content_.commIs(raw[i]);
-    return Routing::Bgp::ExtCommList::dedupContent(lists_.get(), content_);
+    fill(content_, raw, n);
+    return List::dedupContent(table_.get(), content_);
   }
-  static Values values(const Handle& handle) {
-    Values values;
-    for (const auto* comm : handle->comms()) values.push_back(comm->community());
+  static std::vector<Value> values(const Handle& handle) {
+    std::vector<Value> values;
+    for (const auto& comm : handle->comms()) values.push_back(valueOf(comm));
     return values;
   }
-  std::size_t size() const { return lists_->size(); }
+  std::size_t size() const { return table_->size(); }
 
  private:
-  VelBgpCommunities comms_;
-  Routing::Bgp::ExtCommListDedupTable::Ptr lists_ = Routing::Bgp::extCommListDedupTableFactory();
-  Routing::Bgp::ExtCommListContentU64 content_{comms_.table()};
-};
+  static std::uint64_t valueOf(const Routing::Bgp::ExtComm* comm) { return comm->community(); }
+  static const Value& valueOf(const Value& value) { return value; }
 
-// Standard and large lists.
-template <typename List>
-class VelBgpValueLists : public VelBgpContender<List, typename List::Value> {
- public:
-  using typename VelBgpContender<List, typename List::Value>::Value;
-  using typename VelBgpContender<List, typename List::Value>::Handle;
-
-  Handle intern(const Value* raw, std::size_t n) {
-    content_.reset();
-    for (std::size_t i = 0; i < n; ++i) content_.commIs(raw[i]);
-    return List::dedupContent(lists_.get(), content_);
+ protected:
+  static void fill(Content& content, const Value* raw, std::size_t n) {
+    content.reset();
+    for (std::size_t i = 0; i < n; ++i) content.commIs(raw[i]);
   }
-  static std::vector<Value> values(const Handle& handle) { return {handle->comms().begin(), handle->comms().end()}; }
-  std::size_t size() const { return lists_->size(); }
 
- private:
-  typename List::Table::Ptr lists_ = Tyr::make<typename List::Table>();
-  typename List::Content content_;
+  typename Table::Ptr table_ = Tyr::make<Table>();
+  Communities communities_;
+  Content content_ = communities_.content();
 };
+
+// Extended lists do more than the others: every value is an interned, decoded object, and each list is also split by
+// classification.
+using VelBgpLists = VelBgpListContender<Routing::Bgp::ExtCommList, Routing::Bgp::ExtCommListDedupTable, std::uint64_t,
+                                        VelBgpCommunities>;
+
+template <typename Content>
+struct PlainValues {
+  static Content content() { return {}; }
+};
+template <typename List>
+using VelBgpValueLists =
+    VelBgpListContender<List, typename List::Table, typename List::Value, PlainValues<typename List::Content>>;
 using VelBgpStandardLists = VelBgpValueLists<Routing::Bgp::CommList>;
 using VelBgpLargeLists = VelBgpValueLists<Routing::Bgp::LargeCommList>;
+
+// The same lists, many interned in one call.
+template <typename Contender>
+class Batches : public Contender {
+ public:
+  using Handle = typename Contender::Handle;
+  using Value = typename Contender::Value;
+  static constexpr const char* name = "velbgp, batches";
+  static constexpr std::size_t batch = 64;
+
+  // The list at the i-th place of `lists` comes to the i-th place of `handles`; at most `batch` of them.
+  void internBatch(std::span<const Value* const> lists, std::size_t n, std::span<Handle> handles) {
+    for (std::size_t i = 0; i < lists.size(); ++i) this->fill(contents_[i], lists[i], n);
+    Contender::List::dedupContents(this->table_.get(), {contents_.data(), lists.size()}, handles);
+  }
+
+ private:
+  std::vector<typename Contender::Content> contents_{batch, this->content_};
+};
 
 }  // namespace bench

@@ -68,6 +68,7 @@ void measureAll(const Jobs& jobs, int repetitions) {
     if (isatty(STDERR_FILENO) == 1) std::fprintf(stderr, "round %d of %d\r", round, repetitions);
     std::shuffle(order.begin(), order.end(), random);
     for (Job* job : order) {
+      if (!job->takesPart(round)) continue;
       const std::vector<double> values = visit(*job, [job] { return job->measure(); });
       for (std::size_t i = 0; i < values.size(); ++i) job->rows()[i].samples.push_back(values[i]);
     }
@@ -132,21 +133,24 @@ struct Line {
     }
   }
 
+  std::string verdict() const {
+    return row.target.kind == Target::none ? "" : "  " + target() + (met() ? ", met" : ", missed");
+  }
+
   const Row& row;
   std::optional<double> ratio;
 };
 
 void printTable(const std::vector<Line>& lines) {
-  std::printf("%-38s %-16s %3s %10s %23s %7s  %s\n", "question", "contender", "n", "median", "quartiles", "ratio",
+  std::printf("%-44s %-16s %3s %10s %23s %7s  %s\n", "question", "contender", "n", "median", "quartiles", "ratio",
               "target");
   std::string_view before;
   for (const Line& line : lines) {
     const Row& row = line.row;
     const std::string spread = formatted("%.1f", quartile(row, 1)) + " - " + formatted("%.1f", quartile(row, 3));
-    std::printf("%-38s %-16s %3s %10.1f %16s %-6s %7s  %s", row.question == before ? "" : row.question.c_str(),
+    std::printf("%-44s %-16s %3s %10.1f %16s %-6s %7s%s\n", row.question == before ? "" : row.question.c_str(),
                 row.contender.c_str(), row.n == 0 ? "" : std::to_string(row.n).c_str(), median(row), spread.c_str(),
-                row.unit, line.ratio ? formatted("%.2f", *line.ratio).c_str() : "", line.target().c_str());
-    std::printf("%s\n", row.target.kind == Target::none ? "" : line.met() ? ", met" : ", missed");
+                row.unit, line.ratio ? formatted("%.2f", *line.ratio).c_str() : "", line.verdict().c_str());
     before = row.question;
   }
 }

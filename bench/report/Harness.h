@@ -61,6 +61,8 @@ class Job {
   std::vector<Row>& rows() { return rows_; }
   // Makes what all visits share. In the report's own process, so nothing of the library is touched.
   virtual void prepare() {}
+  // Whether it is visited in this round: the first is 1.
+  virtual bool takesPart(int) const { return true; }
   // Throws WrongAnswer. Before anybody is timed, in a process of its own.
   virtual void check() { measure(); }
   // A number for each row, in a process of its own.
