@@ -183,6 +183,7 @@ void printJson(const std::vector<Line>& lines) {
 Options Options::fromArguments(int argc, char** argv) {
   Options options;
   bool quick = false;
+  char rest;
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument == "--json") {
@@ -191,7 +192,7 @@ Options Options::fromArguments(int argc, char** argv) {
       quick = true;
     } else if (argument == "--only" && i + 1 < argc) {
       options.only = argv[++i];
-    } else if (std::sscanf(argv[i], "--repetitions=%d", &options.repetitions) != 1 || options.repetitions < 1) {
+    } else if (std::sscanf(argv[i], "--repetitions=%d%c", &options.repetitions, &rest) != 1 || options.repetitions < 1) {
       end(argument == "--help" ? 0 : 2, usage);
     }
   }
