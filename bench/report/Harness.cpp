@@ -192,7 +192,8 @@ Options Options::fromArguments(int argc, char** argv) {
       quick = true;
     } else if (argument == "--only" && i + 1 < argc) {
       options.only = argv[++i];
-    } else if (std::sscanf(argv[i], "--repetitions=%d%c", &options.repetitions, &rest) != 1 || options.repetitions < 1) {
+    } else if (std::sscanf(argv[i], "--repetitions=%d%c", &options.repetitions, &rest) != 1 ||
+               options.repetitions < 1) {
       end(argument == "--help" ? 0 : 2, usage);
     }
   }

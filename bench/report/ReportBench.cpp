@@ -15,7 +15,6 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <ranges>
 #include <thread>
 #include <unordered_set>
 
@@ -49,29 +48,30 @@ const std::vector<std::uint32_t>& threadStream() {
 template <typename Contender>
 using Handles = std::vector<typename Contender::Handle>;
 
-// Interns lists of `lists` in the order of `indices`, several at a time where the contender can. Calls
-// take(place in indices, handle) for each.
-template <typename Contender, typename Indices, typename Take>
-void intern(Contender& contender, const Workload<typename Contender::Value>& lists, const Indices& indices,
+// Interns `count` of the lists, the i-th of them the one with index at(i), several at a time where the contender can.
+// Calls take(i, handle) for each.
+template <typename Contender, typename At, typename Take>
+void intern(Contender& contender, const Workload<typename Contender::Value>& lists, std::size_t count, At&& at,
             Take&& take) {
   if constexpr (requires { Contender::batch; }) {
     std::array<const typename Contender::Value*, Contender::batch> some;
     std::array<typename Contender::Handle, Contender::batch> handles;
-    for (std::size_t first = 0; first < indices.size(); first += some.size()) {
-      const std::size_t count = std::min(some.size(), indices.size() - first);
-      for (std::size_t i = 0; i < count; ++i) some[i] = lists.list(indices[first + i]);
-      contender.internBatch({some.data(), count}, lists.n(), {handles.data(), count});
-      for (std::size_t i = 0; i < count; ++i) take(first + i, std::move(handles[i]));
+    for (std::size_t first = 0; first < count; first += some.size()) {
+      const std::size_t size = std::min(some.size(), count - first);
+      for (std::size_t i = 0; i < size; ++i) some[i] = lists.list(at(first + i));
+      contender.internBatch({some.data(), size}, lists.n(), {handles.data(), size});
+      for (std::size_t i = 0; i < size; ++i) take(first + i, std::move(handles[i]));
     }
   } else {
-    for (std::size_t i = 0; i < indices.size(); ++i) take(i, contender.intern(lists.list(indices[i]), lists.n()));
+    for (std::size_t i = 0; i < count; ++i) take(i, contender.intern(lists.list(at(i)), lists.n()));
   }
 }
 
 template <typename Contender>
 void internAll(Contender& contender, const Workload<typename Contender::Value>& lists, Handles<Contender>& handles) {
-  const auto all = std::views::iota(std::size_t{0}, handles.size());
-  intern(contender, lists, all, [&](std::size_t i, auto handle) { handles[i] = std::move(handle); });
+  intern(
+      contender, lists, handles.size(), [](std::size_t i) { return i; },
+      [&](std::size_t i, auto handle) { handles[i] = std::move(handle); });
 }
 
 template <typename Contender>
@@ -134,10 +134,13 @@ class ListTimes final : public Job {
   // The sum of all identities.
   static std::uint64_t hitAll(Contender& contender, const Workload<Value>& lists) {
     std::uint64_t sum = 0;
-    intern(contender, lists, lawfulStream(), [&](std::size_t, auto handle) {
-      sum += Contender::identity(handle);
-      contender.release(handle);
-    });
+    const auto& stream = lawfulStream();
+    intern(
+        contender, lists, stream.size(), [&](std::size_t i) { return stream[i]; },
+        [&](std::size_t, auto handle) {
+          sum += Contender::identity(handle);
+          contender.release(handle);
+        });
     return sum;
   }
 
