@@ -65,6 +65,10 @@ std::uint32_t CommListTraits::tableHash(std::span<const Value> values) {
 
 void CommListTraits::write(Value value, Serialize& buffer) { buffer.addU32hton(value); }
 
+inline CommListTraits::Value CommListTraits::read(const std::uint8_t* octets) noexcept {
+  return networkOrder<std::uint32_t>(octets);
+}
+
 template class ValueCommListContent<CommListTraits>;
 template class ValueCommList<CommListTraits>;
 

@@ -59,6 +59,10 @@ bool ExtCommListContent::compareWithExtCommList(const ExtCommList* list) const {
   return compareExtCommContent(this, list, list->comms_);
 }
 
+void ExtCommListContentU64::attributeIs(AttributeOctets octets) {
+  readAll(octets, sizeof(std::uint64_t), networkOrder<std::uint64_t>);
+}
+
 std::uint32_t ExtCommListContentU64::sortAndHash() const { return sortAndHashInLine(); }
 
 void ExtCommListContentU64::populateExtCommList(ExtCommList* list) const {

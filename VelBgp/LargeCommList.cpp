@@ -44,6 +44,11 @@ void LargeCommListTraits::write(const Value& value, Serialize& buffer) {
   buffer.addU32hton(value.localData2());
 }
 
+inline LargeCommListTraits::Value LargeCommListTraits::read(const std::uint8_t* octets) noexcept {
+  return {networkOrder<std::uint32_t>(octets), networkOrder<std::uint32_t>(octets + 4),
+          networkOrder<std::uint32_t>(octets + 8)};
+}
+
 template class ValueCommListContent<LargeCommListTraits>;
 template class ValueCommList<LargeCommListTraits>;
 
