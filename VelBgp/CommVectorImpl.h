@@ -34,14 +34,6 @@ void sortAndUniqueOnce(bool& commVectorSorted, Vector& comms, LessThan lessThan 
   commVectorSorted = true;
 }
 
-// A number in network order.
-template <typename Number>
-Number networkOrder(const std::uint8_t* octets) noexcept {
-  Number number = 0;
-  for (unsigned i = 0; i < sizeof(Number); ++i) number = number << 8 | octets[i];
-  return number;
-}
-
 // An outgoing attribute, header included, for `announced` communities of `octetsEach` octets: writeOne(attribute, comm)
 // is called for each of `comms` and appends it, or passes over it. Asserts that the announced value fits in 65,535
 // octets.

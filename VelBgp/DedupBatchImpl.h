@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <type_traits>
 
 #include "Keel/DedupHashTable.h"
 #include "VelBgp/CommVectorContent.h"
@@ -37,7 +38,7 @@ inline bool isWhole(AttributeOctets octets, std::size_t each) noexcept {
 // Null content: there is no list.
 template <typename Content>
 struct DedupStep {
-  const Content* content;
+  Content* content;
   std::uint32_t hash;
 };
 
@@ -76,11 +77,12 @@ void dedupInGroups(const Traits& traits, ContentOf&& contentOf, std::span<typena
   }
 }
 
-template <typename Traits, typename Contents>
-void dedupAllContents(const Traits& traits, const Contents& contents, std::span<typename Traits::PtrConst> lists) {
+template <typename Traits>
+void dedupAllContents(const Traits& traits, std::span<typename Traits::Content> contents,
+                      std::span<typename Traits::PtrConst> lists) {
   TYR_ASSERT(contents.size() == lists.size());
   dedupInGroups(
-      traits, [&contents](std::size_t i, std::size_t) { return &contents[i]; }, lists);
+      traits, [contents](std::size_t i, std::size_t) { return &contents[i]; }, lists);
 }
 
 // Null where the octets are none, or no whole number of values.
@@ -88,8 +90,8 @@ template <typename Traits>
 void dedupAllAttributes(const Traits& traits, std::span<const AttributeOctets> attributes,
                         std::span<typename Traits::PtrConst> lists) {
   TYR_ASSERT(attributes.size() == lists.size());
-  boost::container::static_vector<typename Traits::Content, dedupGroup> buffers;
-  const auto filled = [&](std::size_t i, std::size_t place) -> const typename Traits::Content* {
+  boost::container::static_vector<std::remove_const_t<typename Traits::Content>, dedupGroup> buffers;
+  const auto filled = [&](std::size_t i, std::size_t place) -> typename Traits::Content* {
     if (i + dedupAhead < attributes.size()) __builtin_prefetch(attributes[i + dedupAhead].data());
     if (!isWhole(attributes[i], Traits::octetsEach)) return nullptr;
     while (buffers.size() <= place) traits.addContent(buffers);

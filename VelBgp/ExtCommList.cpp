@@ -76,15 +76,15 @@ ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* tab
 }
 
 struct ExtCommList::Batch {
-  using Content = ExtCommListContentU64;
+  using Content = const ExtCommListContentU64;
   using PtrConst = ExtCommList::PtrConst;
   static constexpr std::size_t octetsEach = sizeof(std::uint64_t);
 
   void addContent(auto& buffers) const { buffers.emplace_back(commTable); }
   const Keel::DedupHashTable& table() const noexcept { return listTable->extCommListDedupTable(); }
-  std::uint32_t hash(const Content& content) const { return content.sortAndHashInLine(); }
-  void expectMiss(const Content& content) const noexcept { content.prefetchCommunities(); }
-  PtrConst intern(const Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content, hash); }
+  std::uint32_t hash(Content& content) const { return content.sortAndHashInLine(); }
+  void expectMiss(Content& content) const noexcept { content.prefetchCommunities(); }
+  PtrConst intern(Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content, hash); }
 
   const ExtCommListDedupTable* listTable;
   const ExtCommDedupTable* commTable = nullptr;

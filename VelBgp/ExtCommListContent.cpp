@@ -1,3 +1,4 @@
+#include <boost/endian/conversion.hpp>
 #include <iterator>
 
 #include "Tyr/Exception.h"
@@ -60,7 +61,7 @@ bool ExtCommListContent::compareWithExtCommList(const ExtCommList* list) const {
 }
 
 void ExtCommListContentU64::attributeIs(AttributeOctets octets) {
-  readAll(octets, sizeof(std::uint64_t), networkOrder<std::uint64_t>);
+  readAll(octets, sizeof(std::uint64_t), boost::endian::load_big_u64);
 }
 
 std::uint32_t ExtCommListContentU64::sortAndHash() const { return sortAndHashInLine(); }

@@ -1,5 +1,7 @@
 #include "VelBgp/LargeCommList.h"
 
+#include <boost/endian/conversion.hpp>
+
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/ValueCommListImpl.h"
 
@@ -45,8 +47,8 @@ void LargeCommListTraits::write(const Value& value, Serialize& buffer) {
 }
 
 inline LargeCommListTraits::Value LargeCommListTraits::read(const std::uint8_t* octets) noexcept {
-  return {networkOrder<std::uint32_t>(octets), networkOrder<std::uint32_t>(octets + 4),
-          networkOrder<std::uint32_t>(octets + 8)};
+  return {boost::endian::load_big_u32(octets), boost::endian::load_big_u32(octets + 4),
+          boost::endian::load_big_u32(octets + 8)};
 }
 
 template class ValueCommListContent<LargeCommListTraits>;

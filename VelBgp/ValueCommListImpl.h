@@ -105,20 +105,18 @@ typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupContent(con
 
 template <typename Traits>
 struct ValueCommList<Traits>::Batch {
-  using Content = typename Traits::Content;
+  using Content = const typename Traits::Content;
   using PtrConst = ValueCommList::PtrConst;
   static constexpr std::size_t octetsEach = Traits::octetsEach;
 
   static void addContent(auto& buffers) { buffers.emplace_back(); }
   const Keel::DedupHashTable& table() const noexcept { return listTable->dedupTable(); }
-  std::uint32_t hash(const Content& content) const {
+  std::uint32_t hash(Content& content) const {
     content.sortAndUnique();
     return Traits::tableHash(content.comms());
   }
   void expectMiss(const Content&) const noexcept {}
-  PtrConst intern(const Content& content, std::uint32_t hash) const {
-    return dedupHashed(listTable, content.comms(), hash);
-  }
+  PtrConst intern(Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content.comms(), hash); }
 
   const Table* listTable;
 };
