@@ -75,27 +75,29 @@ ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* tab
   return dedupHashed(table, content, content.sortAndHashInLine());
 }
 
-// Of contents whose lists go into `lists`.
-class ExtCommList::Batch {
- public:
-  Batch(const ExtCommListDedupTable* table, const ExtCommListContentU64* contents, PtrConst* lists)
-      : table_(table), contents_(contents), lists_(lists) {}
+struct ExtCommList::Batch {
+  using Content = const ExtCommListContentU64;
+  using PtrConst = ExtCommList::PtrConst;
+  static constexpr std::size_t octetsEach = sizeof(std::uint64_t);
 
-  const Keel::DedupHashTable& table() const noexcept { return table_->extCommListDedupTable(); }
-  std::uint32_t hash(std::size_t i) const { return contents_[i].sortAndHashInLine(); }
-  void expectMiss(std::size_t i) const noexcept { contents_[i].prefetchCommunities(); }
-  void intern(std::size_t i, std::uint32_t hash) const { lists_[i] = dedupHashed(table_, contents_[i], hash); }
+  void addContent(auto& buffers) const { buffers.emplace_back(commTable); }
+  const Keel::DedupHashTable& table() const noexcept { return listTable->extCommListDedupTable(); }
+  std::uint32_t hash(Content& content) const { return content.sortAndHashInLine(); }
+  void expectMiss(Content& content) const noexcept { content.prefetchCommunities(); }
+  PtrConst intern(Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content, hash); }
 
- private:
-  const ExtCommListDedupTable* const table_;
-  const ExtCommListContentU64* const contents_;
-  PtrConst* const lists_;
+  const ExtCommListDedupTable* listTable;
+  const ExtCommDedupTable* commTable = nullptr;
 };
 
 void ExtCommList::dedupContents(const ExtCommListDedupTable* table, std::span<const ExtCommListContentU64> contents,
                                 std::span<PtrConst> lists) {
-  TYR_ASSERT(contents.size() == lists.size());
-  dedupInGroups(Batch(table, contents.data(), lists.data()), contents.size());
+  dedupAllContents(Batch{table}, contents, lists);
+}
+
+void ExtCommList::dedupAttributes(const ExtCommDedupTable* commTable, const ExtCommListDedupTable* table,
+                                  std::span<const AttributeOctets> attributes, std::span<PtrConst> lists) {
+  dedupAllAttributes(Batch{table, commTable}, attributes, lists);
 }
 
 ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content) {

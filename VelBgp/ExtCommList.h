@@ -67,6 +67,10 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   // fails, those before it are interned, and the rest of `lists` is as it was.
   static void dedupContents(const ExtCommListDedupTable* table, std::span<const ExtCommListContentU64> contents,
                             std::span<PtrConst> lists);
+  // The same, straight from the values of attributes; null for one that is malformed, since it is empty or no whole
+  // number of communities (RFC 7606).
+  static void dedupAttributes(const ExtCommDedupTable* commTable, const ExtCommListDedupTable* table,
+                              std::span<const AttributeOctets> attributes, std::span<PtrConst> lists);
   // The interned list of this one community.
   static PtrConst dedupSingleU64(const ExtCommDedupTable* commTable, const ExtCommListDedupTable* table,
                                  std::uint64_t value);
@@ -128,7 +132,7 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
 
   ~ExtCommList() override;
 
-  class Batch;
+  struct Batch;
   template <typename Equal>
   static PtrConst findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                              std::uint32_t hash, Equal&& equal);
