@@ -442,8 +442,10 @@ Jobs allJobs() {
   addListTimes<Batches<VelBgpLists>>(jobs, "extended lists", &batchHits);
   addListTimes<Floor<std::uint32_t>>(jobs, "standard lists");
   addListTimes<VelBgpStandardLists>(jobs, "standard lists", &hits, &valueMisses);
+  addListTimes<Batches<VelBgpStandardLists>>(jobs, "standard lists", &batchHits);
   addListTimes<Floor<Acl::CommunityValue>>(jobs, "large lists");
   addListTimes<VelBgpLargeLists>(jobs, "large lists", &hits, &valueMisses);
+  addListTimes<Batches<VelBgpLargeLists>>(jobs, "large lists", &batchHits);
 
   addListOctets<Floor<std::uint64_t>>(jobs, "extended lists");
   addListOctets<Flyweight>(jobs, "extended lists");
