@@ -155,24 +155,24 @@ void printTable(const std::vector<Line>& lines) {
   }
 }
 
+std::string joined(const std::vector<double>& numbers) {
+  std::string text;
+  for (const double number : numbers) text += (text.empty() ? "[" : ", ") + formatted("%g", number);
+  return text + "]";
+}
+
 void printJson(const std::vector<Line>& lines) {
   const char* separator = "[";
   for (const Line& line : lines) {
     const Row& row = line.row;
     std::printf("%s\n  {\"question\": \"%s\", \"contender\": \"%s\", \"n\": %zu, \"unit\": \"%s\", \"median\": %g, ",
                 separator, row.question.c_str(), row.contender.c_str(), row.n, row.unit, median(row));
-    std::printf("\"quartiles\": [%g, %g], ", quartile(row, 1), quartile(row, 3));
     if (line.ratio) std::printf("\"baseline\": \"%s\", \"ratio\": %g, ", row.baseline.c_str(), *line.ratio);
     if (row.target.kind != Target::none) {
       std::printf("\"target\": \"%s\", \"met\": %s, ", line.target().c_str(), line.met() ? "true" : "false");
     }
-    std::printf("\"samples\": ");
-    const char* comma = "[";
-    for (const double sample : row.samples) {
-      std::printf("%s%g", comma, sample);
-      comma = ", ";
-    }
-    std::printf("]}");
+    std::printf("\"quartiles\": %s, \"samples\": %s}", joined({quartile(row, 1), quartile(row, 3)}).c_str(),
+                joined(row.samples).c_str());
     separator = ",";
   }
   std::printf("\n]\n");
