@@ -1,5 +1,7 @@
 #include "VelBgp/CommList.h"
 
+#include <boost/endian/conversion.hpp>
+
 #include "Tyr/PaulHsiehHash.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/ValueCommListImpl.h"
@@ -64,6 +66,10 @@ std::uint32_t CommListTraits::tableHash(std::span<const Value> values) {
 }
 
 void CommListTraits::write(Value value, Serialize& buffer) { buffer.addU32hton(value); }
+
+inline CommListTraits::Value CommListTraits::read(const std::uint8_t* octets) noexcept {
+  return boost::endian::load_big_u32(octets);
+}
 
 template class ValueCommListContent<CommListTraits>;
 template class ValueCommList<CommListTraits>;

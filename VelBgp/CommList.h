@@ -48,6 +48,7 @@ struct VELBGP_EXPORT CommListTraits {
   static constexpr BgpPathAttrType attribute = BgpPathAttrType::community;
   static constexpr std::uint32_t octetsEach = 4;
   static void write(Value value, Serialize& buffer);
+  static Value read(const std::uint8_t* octets) noexcept;
 
   static constexpr std::size_t longestText = 12;  // "no-advertise", one more than "65535:65535"
   static constexpr bool hasNames = true;

@@ -7,12 +7,17 @@
 
 #include <boost/container/small_vector.hpp>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <utility>
 
 #include "Keel/DedupHandleBase.h"
 #include "Tyr/Export.h"
 
 namespace Routing::Bgp {
+
+// The value of a community attribute as it was received, without its header.
+using AttributeOctets = std::span<const std::uint8_t>;
 
 class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
  public:
@@ -42,6 +47,18 @@ class VELBGP_EXPORT CommVectorContent : public Base {
   void add(Element comm) {
     this->commVectorSorted_ = false;
     comms_.push_back(std::move(comm));
+  }
+
+  // In place of what was there one element for each `each` octets, which read(octets) makes of them.
+  template <typename Read>
+  void readAll(AttributeOctets octets, std::size_t each, Read&& read) {
+    comms_.resize(octets.size() / each, boost::container::default_init);
+    const std::uint8_t* from = octets.data();
+    for (Element& comm : comms_) {
+      comm = read(from);
+      from += each;
+    }
+    this->commVectorSorted_ = false;
   }
 
   mutable Vector comms_;

@@ -1,6 +1,10 @@
 #include "VelBgp/ExtCommIp6List.h"
 
+#include <boost/endian/conversion.hpp>
+
 #include "Tyr/Exception.h"
+#include "VelBgp/DedupBatchImpl.h"
+#include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
@@ -144,6 +148,65 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup(const ExtCommIp6ListDedupTable* t
 
 ExtCommIp6List::PtrConst ExtCommIp6List::dedup(const ExtCommIp6ListDedupTable* table) const {
   return copy()->dedup(table);
+}
+
+struct ExtCommIp6List::Builders {
+  using Content = ExtCommIp6List;
+  using PtrConst = ExtCommIp6List::PtrConst;
+
+  const Keel::DedupHashTable& table() const noexcept { return listTable->extCommListDedupTable(); }
+  static std::uint32_t hash(ExtCommIp6List& builder) {
+    if (!builder.everDeduped()) sortAndUniqueOnce(builder.commVectorSorted_, builder.comms_, ExtCommLessThan());
+    return builder.hash();
+  }
+  static void expectMiss(const Content&) noexcept {}
+  PtrConst intern(ExtCommIp6List& builder, std::uint32_t) const { return builder.dedup(listTable); }
+
+  const ExtCommIp6ListDedupTable* listTable;
+};
+
+void ExtCommIp6List::dedupContents(const ExtCommIp6ListDedupTable* table, std::span<const Ptr> builders,
+                                   std::span<PtrConst> lists) {
+  TYR_ASSERT(builders.size() == lists.size());
+  dedupInGroups(
+      Builders{table}, [builders](std::size_t i, std::size_t) { return builders[i].get(); }, lists);
+}
+
+// Where a list is cannot be known before its communities are there, so the group is looked up by those; most attributes
+// carry one.
+struct ExtCommIp6List::Attributes {
+  using Content = const AttributeOctets;
+  using PtrConst = ExtCommIp6List::PtrConst;
+  static constexpr std::size_t octetsEach = sizeof(ExtCommIp6Content);
+
+  static ExtCommIp6Content community(AttributeOctets octets) noexcept {
+    Addr::Ip6Addr::Octets address;
+    std::copy_n(octets.begin() + 2, address.size(), address.begin());
+    return {octets[0], octets[1], Addr::Ip6Addr(address), boost::endian::load_big_u16(&octets[18])};
+  }
+  const Keel::DedupHashTable& table() const noexcept { return commTable->dedupTable(); }
+  static std::uint32_t hash(AttributeOctets octets) noexcept { return community(octets).hash(); }
+  static void expectMiss(AttributeOctets) noexcept {}
+  PtrConst intern(AttributeOctets octets, std::uint32_t) const {
+    const Ptr builder = extCommIp6ListFactory();
+    builder->expectedCommunityCountIs(octets.size() / octetsEach);
+    for (; !octets.empty(); octets = octets.subspan(octetsEach)) {
+      builder->commIs(ExtCommIp6::dedupContent(commTable, community(octets)));
+    }
+    return builder->dedup(listTable);
+  }
+
+  const ExtCommIp6DedupTable* commTable;
+  const ExtCommIp6ListDedupTable* listTable;
+};
+
+void ExtCommIp6List::dedupAttributes(const ExtCommIp6DedupTable* commTable, const ExtCommIp6ListDedupTable* table,
+                                     std::span<const AttributeOctets> attributes, std::span<PtrConst> lists) {
+  TYR_ASSERT(attributes.size() == lists.size());
+  const auto whole = [attributes](std::size_t i, std::size_t) {
+    return isWhole(attributes[i], Attributes::octetsEach) ? &attributes[i] : nullptr;
+  };
+  dedupInGroups(Attributes{commTable, table}, whole, lists);
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #include <bit>
 
+#include "VelBgp/DedupBatchImpl.h"
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
@@ -74,10 +75,39 @@ ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* tab
 }
 
 // The form that attributes arrive in: known at compile time, a hit makes no virtual call.
+inline ExtCommList::PtrConst ExtCommList::dedupHashed(const ExtCommListDedupTable* table,
+                                                      const ExtCommListContentU64& content, std::uint32_t hash) {
+  return findOrMake(table, content, hash, [&content](const ExtCommList& list) { return content.equals(list); });
+}
+
 ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
                                                 const ExtCommListContentU64& content) {
-  return findOrMake(table, content, content.sortAndHashInLine(),
-                    [&content](const ExtCommList& list) { return content.equals(list); });
+  return dedupHashed(table, content, content.sortAndHashInLine());
+}
+
+struct ExtCommList::Batch {
+  using Content = const ExtCommListContentU64;
+  using PtrConst = ExtCommList::PtrConst;
+  static constexpr std::size_t octetsEach = sizeof(std::uint64_t);
+
+  void addContent(auto& buffers) const { buffers.emplace_back(commTable); }
+  const Keel::DedupHashTable& table() const noexcept { return listTable->extCommListDedupTable(); }
+  std::uint32_t hash(Content& content) const { return content.sortAndHashInLine(); }
+  void expectMiss(Content& content) const noexcept { content.prefetchCommunities(); }
+  PtrConst intern(Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content, hash); }
+
+  const ExtCommListDedupTable* listTable;
+  const ExtCommDedupTable* commTable = nullptr;
+};
+
+void ExtCommList::dedupContents(const ExtCommListDedupTable* table, std::span<const ExtCommListContentU64> contents,
+                                std::span<PtrConst> lists) {
+  dedupAllContents(Batch{table}, contents, lists);
+}
+
+void ExtCommList::dedupAttributes(const ExtCommDedupTable* commTable, const ExtCommListDedupTable* table,
+                                  std::span<const AttributeOctets> attributes, std::span<PtrConst> lists) {
+  dedupAllAttributes(Batch{table, commTable}, attributes, lists);
 }
 
 ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,

@@ -1,3 +1,4 @@
+#include <boost/endian/conversion.hpp>
 #include <iterator>
 
 #include "Tyr/Exception.h"
@@ -57,6 +58,10 @@ void ExtCommListContent::populateExtCommList(ExtCommList* list) const {
 
 bool ExtCommListContent::compareWithExtCommList(const ExtCommList* list) const {
   return compareExtCommContent(this, list, list->comms_);
+}
+
+void ExtCommListContentU64::attributeIs(AttributeOctets octets) {
+  readAll(octets, sizeof(std::uint64_t), boost::endian::load_big_u64);
 }
 
 std::uint32_t ExtCommListContentU64::sortAndHash() const { return sortAndHashInLine(); }

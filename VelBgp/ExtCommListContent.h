@@ -87,6 +87,9 @@ class VELBGP_EXPORT ExtCommListContentU64 final : public CommVectorContent<std::
 
   void commIs(std::uint64_t value) { add(value); }
   void commIs(const ExtCommContent& content) { add(content.value()); }
+  // The communities of an EXTENDED COMMUNITIES attribute, in place of what was there. Octets behind the last whole value
+  // are passed over.
+  void attributeIs(AttributeOctets octets);
 
   std::uint32_t sortAndHash() const override;
   void populateExtCommList(ExtCommList* list) const override;
@@ -100,6 +103,8 @@ class VELBGP_EXPORT ExtCommListContentU64 final : public CommVectorContent<std::
   // The bodies of the operations of the same names, for a caller that can take them in line.
   std::uint32_t sortAndHashInLine() const;
   bool equals(const ExtCommList& list) const;
+  // For a list that is probably to be made.
+  void prefetchCommunities() const noexcept;
 
   const ExtCommDedupTable* table_;
 };

@@ -1,5 +1,7 @@
 #include "VelBgp/LargeCommList.h"
 
+#include <boost/endian/conversion.hpp>
+
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/ValueCommListImpl.h"
 
@@ -42,6 +44,11 @@ void LargeCommListTraits::write(const Value& value, Serialize& buffer) {
   buffer.addU32hton(value.globalAdmin());
   buffer.addU32hton(value.localData1());
   buffer.addU32hton(value.localData2());
+}
+
+inline LargeCommListTraits::Value LargeCommListTraits::read(const std::uint8_t* octets) noexcept {
+  return {boost::endian::load_big_u32(octets), boost::endian::load_big_u32(octets + 4),
+          boost::endian::load_big_u32(octets + 8)};
 }
 
 template class ValueCommListContent<LargeCommListTraits>;

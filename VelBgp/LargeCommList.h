@@ -33,6 +33,7 @@ struct VELBGP_EXPORT LargeCommListTraits {
   static constexpr BgpPathAttrType attribute = BgpPathAttrType::largeCommunity;
   static constexpr std::uint32_t octetsEach = 12;
   static void write(const Value& value, Serialize& buffer);
+  static Value read(const std::uint8_t* octets) noexcept;
 
   static constexpr std::size_t longestText = 32;  // three numbers of ten digits and two colons
   static constexpr bool hasNames = false;

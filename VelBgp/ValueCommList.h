@@ -8,7 +8,7 @@
 //   hash(values)                     what hash() of a list and of its content gives
 //   tableHash(values)                where the table puts the list; keyed, so that no peer can choose it
 //   attribute, octetsEach            path attribute code, and octets of one value on the wire
-//   write(value, buffer)             appends one value in network order
+//   write(value, buffer)             appends one value in network order;  read(octets)  gives it back
 //   format(buffer, value)            appends the text of one value, of at most longestText characters
 //   formatNumbers(buffer, value)     the same without names, for attributes whose values may have some: hasNames
 //
@@ -39,6 +39,8 @@ class VELBGP_EXPORT ValueCommListContent : public CommVectorContent<typename Tra
   using Value = typename Traits::Value;
 
   void commIs(const Value& value) { this->add(value); }
+  // The values of an attribute, in place of what was there. Octets behind the last whole value are passed over.
+  void attributeIs(AttributeOctets octets);
   // All values of a list. Throws Tyr::NullArgumentException for null.
   void append(const typename Traits::List* list);
 
@@ -79,6 +81,16 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
 
   // The interned list with this content, made on a miss. Sorts the content. Never null.
   static PtrConst dedupContent(const Table* table, const Content& content);
+
+  // The interned list of each content, as dedupContent() of one after the other gives them: the same lists, and observers
+  // hear the same in the same order. Faster, for memory is fetched ahead across the contents. Each list replaces what was
+  // in its place when it is interned. Asserts that there are as many places as contents; none is fine. When a content
+  // fails, those before it are interned, and the rest of `lists` is as it was.
+  static void dedupContents(const Table* table, std::span<const Content> contents, std::span<PtrConst> lists);
+  // The same, straight from the values of attributes; null for one that is malformed, since it is empty or no whole
+  // number of values (RFC 7606).
+  static void dedupAttributes(const Table* table, std::span<const AttributeOctets> attributes,
+                              std::span<PtrConst> lists);
 
   // Ascending, valid as long as the list.
   Values comms() const noexcept { return {values(), count_}; }
@@ -122,6 +134,9 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
     return count <= (Keel::SlabHeap::maxOctets - valuesOffset) / sizeof(Value);
   }
 
+  struct Batch;
+  // Of sorted values.
+  static PtrConst dedupHashed(const Table* table, Values values, std::uint32_t hash);
   // A new list of these sorted values, never deduped.
   static Ptr allocate(Values values);
   static PtrConst destashCommList(const void* stashed, Store::StoreManager* store);  // traces carry this name

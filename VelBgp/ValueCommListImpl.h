@@ -8,6 +8,7 @@
 #include "Tyr/Exception.h"
 #include "Tyr/Trace.h"
 #include "VelBgp/CommVectorImpl.h"
+#include "VelBgp/DedupBatchImpl.h"
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/ValueCommList.h"
 
@@ -19,6 +20,11 @@ void ValueCommListContent<Traits>::append(const typename Traits::List* list) {
   const auto values = list->comms();
   this->comms_.insert(this->comms_.end(), values.begin(), values.end());
   this->commVectorSorted_ = false;
+}
+
+template <typename Traits>
+void ValueCommListContent<Traits>::attributeIs(AttributeOctets octets) {
+  this->readAll(octets, Traits::octetsEach, Traits::read);
 }
 
 template <typename Traits>
@@ -81,16 +87,50 @@ typename ValueCommList<Traits>::Ptr ValueCommList<Traits>::allocate(Values value
 }
 
 template <typename Traits>
-typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupContent(const Table* table,
-                                                                             const Content& content) {
-  content.sortAndUnique();
-  const Values values = content.comms();
+inline typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupHashed(const Table* table, Values values,
+                                                                                   std::uint32_t hash) {
   const auto equal = [values](const List& list) {
     const Values theirs = list.comms();
     return theirs.size() == values.size() && std::equal(theirs.begin(), theirs.end(), values.begin());
   };
-  return table->dedupTable().template findOrDedup<List>(Traits::tableHash(values), equal,
-                                                        [values] { return allocate(values); });
+  return table->dedupTable().template findOrDedup<List>(hash, equal, [values] { return allocate(values); });
+}
+
+template <typename Traits>
+typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupContent(const Table* table,
+                                                                             const Content& content) {
+  content.sortAndUnique();
+  return dedupHashed(table, content.comms(), Traits::tableHash(content.comms()));
+}
+
+template <typename Traits>
+struct ValueCommList<Traits>::Batch {
+  using Content = const typename Traits::Content;
+  using PtrConst = ValueCommList::PtrConst;
+  static constexpr std::size_t octetsEach = Traits::octetsEach;
+
+  static void addContent(auto& buffers) { buffers.emplace_back(); }
+  const Keel::DedupHashTable& table() const noexcept { return listTable->dedupTable(); }
+  std::uint32_t hash(Content& content) const {
+    content.sortAndUnique();
+    return Traits::tableHash(content.comms());
+  }
+  void expectMiss(const Content&) const noexcept {}
+  PtrConst intern(Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content.comms(), hash); }
+
+  const Table* listTable;
+};
+
+template <typename Traits>
+void ValueCommList<Traits>::dedupContents(const Table* table, std::span<const Content> contents,
+                                          std::span<PtrConst> lists) {
+  dedupAllContents(Batch{table}, contents, lists);
+}
+
+template <typename Traits>
+void ValueCommList<Traits>::dedupAttributes(const Table* table, std::span<const AttributeOctets> attributes,
+                                            std::span<PtrConst> lists) {
+  dedupAllAttributes(Batch{table}, attributes, lists);
 }
 
 namespace detail {

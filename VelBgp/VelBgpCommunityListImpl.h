@@ -154,6 +154,12 @@ inline bool ExtCommListContentU64::equals(const ExtCommList& list) const {
   return compareExtCommContent(this, &list, list.comms_);
 }
 
+inline void ExtCommListContentU64::prefetchCommunities() const noexcept {
+  for (const std::uint64_t value : comms_) {
+    table_->dedupTable().prefetchBucket(ExtComm::hashOf(ExtCommContent(value)));
+  }
+}
+
 // ---- What all lists are
 
 template <typename List, unsigned attrsOctet>

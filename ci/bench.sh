@@ -6,5 +6,8 @@ build bench
 for program in build/release/bench/*/bench_*; do
   [ -f "$program" ] || continue
   echo "$program"
-  "$program" --benchmark_min_time=0.001 --benchmark_repetitions=2 --benchmark_color=false
+  case $program in
+    *report) "$program" --quick ;;
+    *) "$program" --benchmark_min_time=0.001 --benchmark_repetitions=2 --benchmark_color=false ;;
+  esac
 done

@@ -3,7 +3,7 @@
 //   bench_publish                            times, then the ratios
 //   bench_publish --benchmark_filter=read
 //
-// hit and miss are those of bench_interning, for lists of four values, on tables with a publisher attached and without:
+// hit and miss are those of bench_report, for lists of four values, on tables with a publisher attached and without:
 // CPU time of the interning thread. read takes a random published path and destashes its list, while the process that
 // writes the store stands still and while it interns and releases at full speed.
 #include <benchmark/benchmark.h>

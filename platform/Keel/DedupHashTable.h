@@ -265,13 +265,14 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     return dedupMade<T>(hash, make, sought);
   }
 
-  // Two steps of a lookup that is to come: start loading the bucket; then, once that has arrived, the object.
+  // Two steps of a lookup that is to come: start loading the bucket; then, once that has arrived, the object. False: the
+  // lookup will probably find none.
   void prefetchBucket(std::uint32_t hash) const noexcept { __builtin_prefetch(&lineOf(hash)); }
-  void prefetchEntry(std::uint32_t hash) const noexcept {
+  bool prefetchEntry(std::uint32_t hash) const noexcept {
     const detail::DedupLine& line = lineOf(hash);
-    if (const unsigned found = line.matching(hash)) {
-      __builtin_prefetch(SlabHeap::at(line.refs[static_cast<unsigned>(std::countr_zero(found))]));
-    }
+    const unsigned found = line.matching(hash);
+    if (found != 0) __builtin_prefetch(SlabHeap::at(line.refs[static_cast<unsigned>(std::countr_zero(found))]));
+    return found != 0;
   }
 
   // For a holder of the object: starts loading the bucket that it leaves if this is the last reference.

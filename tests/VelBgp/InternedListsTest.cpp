@@ -25,6 +25,7 @@ struct ExtendedObjects : Extended {
     for (const auto word : words) content.commIs(agent.internOne(value(word)));
     return List::dedupContent(agent.extended.get(), content);
   }
+  using Extended::intern;
 };
 
 template <typename FormOf, bool multi>
@@ -178,6 +179,138 @@ TYPED_TEST(InternedLists, RunningOutOfMemoryLeavesNothingBehind) {
   const Words words = someWords(700);
   this->intern(words);  // what is made once for the whole process
   EXPECT_GT(failAtEachAllocation([&] { this->intern(words); }, [&] { EXPECT_EQ(this->agent.size(), 0u); }), 0);
+}
+
+// ---- Many in one call
+
+// Tells of all that comes to a table and leaves it.
+struct Recorder final : Keel::DedupLifeTimeNotifiee {
+  explicit Recorder(std::vector<std::string>& told) : told(told) {}
+  // The hash of an IPv6 list is of where its communities are.
+  static std::string textOf(const Keel::DedupHandleBase* handle) {
+    const auto* const ip6 = dynamic_cast<const ExtCommIp6ListBase*>(handle);
+    return ip6 == nullptr ? std::to_string(handle->hash()) : ip6->toStrep();
+  }
+  void handleInsert(Keel::DedupHandleBase* handle) override { told.push_back("+" + textOf(handle)); }
+  void handleRemove(Keel::DedupHandleBase* handle) override { told.push_back("-" + textOf(handle)); }
+  void handleNotificationStop(Keel::DedupHashTable*) override {}
+  std::vector<std::string>& told;
+};
+Keel::DedupHashTable& tableOf(const auto& tables) {
+  if constexpr (requires { tables.dedupTable(); }) {
+    return tables.dedupTable();
+  } else {
+    return tables.extCommListDedupTable();
+  }
+}
+
+// The values of attributes, also of malformed ones.
+struct AttributeValues {
+  std::vector<std::string> octets;
+  std::vector<AttributeOctets> spans() const {
+    std::vector<AttributeOctets> all;
+    for (const std::string& each : octets)
+      all.emplace_back(reinterpret_cast<const std::uint8_t*>(each.data()), each.size());
+    return all;
+  }
+};
+template <typename Form>
+AttributeValues attributeValues(const Agent& agent, const std::vector<Words>& batch) {
+  AttributeValues values;
+  for (const Words& words : batch) {
+    values.octets.emplace_back();
+    for (const std::uint32_t word : words)
+      values.octets.back() += attributeOf(*Form::intern(agent, Words{word})).substr(3);
+  }
+  return values;
+}
+
+// Batches of lists with repeats, in themselves and among each other, some of which are held in the places of others.
+std::vector<std::vector<Words>> someBatches() {
+  std::mt19937 random(3);
+  std::vector<std::vector<Words>> batches;
+  for (const std::size_t size : {0, 1, 5, 15, 16, 17, 33, 70, 2, 70}) {
+    batches.emplace_back(size);
+    for (Words& words : batches.back()) {
+      words.resize(random() % 4 == 0 ? 0 : random() % (random() % 20 == 0 ? 90 : 4));
+      for (std::uint32_t& word : words) word = random() % 5 * 42949;
+    }
+  }
+  return batches;
+}
+
+TYPED_TEST(InternedLists, ManyInOneCallAreThoseOfOneByOne) {
+  std::vector<std::string> told;
+  tableOf(*(this->agent.*TypeParam::table)).lifeTimeNotifieeIs(new Recorder(told));
+  if constexpr (hasCommunities<TypeParam>) {
+    (this->agent.*TypeParam::table)->extCommClassificationListDedupTable().lifeTimeNotifieeIs(new Recorder(told));
+  }
+  const auto runOf = [&](auto&& internBatch) {
+    std::vector<typename TypeParam::List::PtrConst> lists(70);
+    std::vector<Words> found;
+    told.clear();
+    for (const auto& batch : someBatches()) {
+      internBatch(batch, std::span(lists).first(batch.size()));
+      for (const auto& list : lists) found.push_back(list == nullptr ? Words{~0u} : wordsOf<TypeParam>(*list));
+    }
+    for (auto& list : lists) list.reset();
+    return std::pair(std::move(found), told);
+  };
+  const auto oneByOne = runOf([this](const auto& batch, auto lists) {
+    for (std::size_t i = 0; i < batch.size(); ++i) lists[i] = this->intern(batch[i]);
+  });
+  EXPECT_GT(oneByOne.second.size(), 100u);
+  const auto contents = [this](const auto& batch, auto lists) { TypeParam::intern(this->agent, batch, lists); };
+  EXPECT_TRUE(runOf(contents) == oneByOne);
+}
+
+TYPED_TEST(InternedLists, ManyAttributesInOneCall) {
+  for (const auto& batch : someBatches()) {
+    AttributeValues values = attributeValues<TypeParam>(this->agent, batch);
+    std::vector<typename TypeParam::List::PtrConst> lists(batch.size(), this->intern({7}));
+    TypeParam::intern(this->agent, values.spans(), std::span(lists));
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+      EXPECT_EQ(lists[i], batch[i].empty() ? nullptr : this->intern(batch[i]));
+      values.octets[i] += 'x';
+    }
+    TypeParam::intern(this->agent, values.spans(), std::span(lists));
+    EXPECT_EQ(std::count(lists.begin(), lists.end(), nullptr), static_cast<std::ptrdiff_t>(lists.size()));
+  }
+  std::vector<typename TypeParam::List::PtrConst> one(1);
+  EXPECT_ASSERTION(TypeParam::intern(this->agent, AttributeValues().spans(), std::span(one)),
+                   "attributes.size() == lists.size()");
+}
+
+// Lists before the one that failed are there, the rest of the places are as they were.
+TYPED_TEST(InternedLists, RunningOutOfMemoryInTheMiddleOfMany) {
+  std::vector<Words> batch(20);
+  for (std::uint32_t i = 0; i < batch.size(); ++i) batch[i] = {i, 100 + i};
+  batch[5] = someWords(700);
+  std::shuffle(batch[5].begin(), batch[5].end(), std::mt19937(1));
+  const AttributeValues values = attributeValues<TypeParam>(this->agent, batch);
+  auto before = this->intern({7});
+  std::vector<typename TypeParam::List::PtrConst> lists;
+  const auto checkAndForget = [&] {
+    std::size_t interned = 0;
+    while (interned < lists.size() && lists[interned] != before) ++interned;
+    for (std::size_t i = 0; i < interned; ++i) EXPECT_TRUE(lists[i] == this->intern(batch[i]));
+    EXPECT_TRUE(std::all_of(lists.begin() + static_cast<std::ptrdiff_t>(interned), lists.end(),
+                            [&](const auto& list) { return list == before; }));
+    lists.assign(batch.size(), before);
+    EXPECT_EQ(this->lists(), 1u);
+  };
+  for (const bool octets : {false, true}) {
+    lists.assign(batch.size(), before);
+    const auto spans = values.spans();
+    const auto internAll = [&] {
+      octets ? TypeParam::intern(this->agent, spans, std::span(lists))
+             : TypeParam::intern(this->agent, batch, std::span(lists));
+    };
+    internAll();  // what is made once for the whole process
+    checkAndForget();
+    EXPECT_GT(failAtEachAllocation(internAll, checkAndForget), 0);
+    lists.clear();
+  }
 }
 
 // ---- Snapshots

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "VelBgp/Agent.h"
@@ -33,6 +34,14 @@ auto valuesOfWords(const Words& words) {
   return values;
 }
 
+// A builder for each of the lists; made(words) gives one.
+template <typename Made>
+auto builders(const std::vector<Words>& all, Made&& made) {
+  std::vector<decltype(made(Words()))> filled;
+  for (const Words& words : all) filled.push_back(made(words));
+  return filled;
+}
+
 // Of four classifications, some non-transitive.
 struct Extended : AttributeBase<ExtCommList, 0, &Agent::extended, &PathLists::extended, &StashedPath::extended> {
   using Community = ExtComm;
@@ -46,6 +55,14 @@ struct Extended : AttributeBase<ExtCommList, 0, &Agent::extended, &PathLists::ex
   static std::uint64_t valueOf(const ExtComm* comm) { return comm->community(); }
   static List::PtrConst intern(const Agent& agent, const Words& words) {
     return agent.intern(valuesOfWords<Extended>(words));
+  }
+  // In one call, from builders or from attributes.
+  static void intern(const Agent& agent, const std::vector<Words>& all, std::span<List::PtrConst> lists) {
+    const auto made = builders(all, [&](const Words& words) { return agent.raw(valuesOfWords<Extended>(words)); });
+    List::dedupContents(agent.extended.get(), made, lists);
+  }
+  static void intern(const Agent& agent, std::span<const AttributeOctets> all, std::span<List::PtrConst> lists) {
+    List::dedupAttributes(agent.comms.get(), agent.extended.get(), all, lists);
   }
 };
 
@@ -66,9 +83,33 @@ struct ExtendedIp6
   static List::PtrConst intern(const Agent& agent, const Words& words) {
     return agent.internIp6(valuesOfWords<ExtendedIp6>(words));
   }
+  static void intern(const Agent& agent, const std::vector<Words>& all, std::span<List::PtrConst> lists) {
+    const auto made =
+        builders(all, [&](const Words& words) { return agent.ip6Builder(valuesOfWords<ExtendedIp6>(words)); });
+    List::dedupContents(agent.extendedIp6.get(), made, lists);
+  }
+  static void intern(const Agent& agent, std::span<const AttributeOctets> all, std::span<List::PtrConst> lists) {
+    List::dedupAttributes(agent.ip6Comms.get(), agent.extendedIp6.get(), all, lists);
+  }
 };
 
-struct Large : AttributeBase<LargeCommList, 2, &Agent::large, &PathLists::large, &StashedPath::large> {
+// What both kinds of plain values intern in one call.
+template <typename Form, auto table>
+struct PlainBatches {
+  template <typename Pointer>
+  static void intern(const Agent& agent, const std::vector<Words>& all, std::span<Pointer> lists) {
+    using Content = typename Pointer::element_type::Content;
+    const auto made = builders(all, [](const Words& words) { return filled(Content(), valuesOfWords<Form>(words)); });
+    Pointer::element_type::dedupContents((agent.*table).get(), made, lists);
+  }
+  template <typename Pointer>
+  static void intern(const Agent& agent, std::span<const AttributeOctets> all, std::span<Pointer> lists) {
+    Pointer::element_type::dedupAttributes((agent.*table).get(), all, lists);
+  }
+};
+
+struct Large : PlainBatches<Large, &Agent::large>,
+               AttributeBase<LargeCommList, 2, &Agent::large, &PathLists::large, &StashedPath::large> {
   static constexpr Stashed record = Stashed::largeCommList;
   static CommunityValue value(std::uint32_t word) { return {~word, word, word * 7}; }
   static std::uint32_t word(const CommunityValue& value) { return value.localData1(); }
@@ -76,14 +117,17 @@ struct Large : AttributeBase<LargeCommList, 2, &Agent::large, &PathLists::large,
   static List::PtrConst intern(const Agent& agent, const Words& words) {
     return agent.internLarge(valuesOfWords<Large>(words));
   }
+  using PlainBatches::intern;
 };
 
-struct Standard : AttributeBase<CommList, 3, &Agent::standard, &PathLists::standard, &StashedPath::standard> {
+struct Standard : PlainBatches<Standard, &Agent::standard>,
+                  AttributeBase<CommList, 3, &Agent::standard, &PathLists::standard, &StashedPath::standard> {
   static constexpr Stashed record = Stashed::commList;
   static std::uint32_t value(std::uint32_t word) { return word; }
   static std::uint32_t word(std::uint32_t value) { return value; }
   static std::uint32_t valueOf(std::uint32_t value) { return value; }
   static List::PtrConst intern(const Agent& agent, const Words& words) { return agent.internStandard(words); }
+  using PlainBatches::intern;
 };
 
 template <typename Attribute>

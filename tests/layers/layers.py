@@ -33,7 +33,7 @@ ORDER = (
     "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
     "Stash", "InternedExtComm",
-    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "ValueCommList", "CommList",
+    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
     "CommListSnapshot", "ListPublisher",
 )  # fmt: skip

@@ -1,0 +1,475 @@
+// What does interning cost, in time and in memory, on one thread and on two, beside the least that it can be made of?
+//
+//   bench_report                             all questions, some minutes
+//   bench_report --only 'extended lists, hit'
+//   bench_report --repetitions=21 --json
+//
+// A hit is intern and release of that reference over a Zipf stream of lists that are held; a miss is intern of lists that
+// are all new plus the release of all. On several threads a miss is intern and release of values of the thread's own.
+// Everybody interns the same lists and is checked before anybody is timed.
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <thread>
+#include <unordered_set>
+
+#include "Tyr/Threading.h"
+#include "report/Contenders.h"
+#include "report/Harness.h"
+#include "report/Workload.h"
+
+namespace bench {
+namespace {
+
+constexpr std::size_t sizes[] = {1, 4, 16, 64};
+using Limits = std::array<double, std::size(sizes)>;
+
+// Made once, by prepare().
+template <typename Value>
+const Workload<Value>& workload(std::size_t n, std::size_t count) {
+  static std::map<std::pair<std::size_t, std::size_t>, Workload<Value>> workloads;
+  return workloads.try_emplace({n, count}, n, count).first->second;
+}
+const std::vector<std::uint32_t>& lawfulStream() {
+  static const auto stream = zipfStream(scale.stream, scale.lists);
+  return stream;
+}
+// A tenth of it is one list.
+const std::vector<std::uint32_t>& threadStream() {
+  static const auto stream = zipfStream(scale.stream, scale.lists, 0.1);
+  return stream;
+}
+
+template <typename Contender>
+using Handles = std::vector<typename Contender::Handle>;
+
+// Interns `count` of the lists, the i-th of them the one with index at(i), several at a time where the contender can.
+// Calls take(i, handle) for each.
+template <typename Contender, typename At, typename Take>
+void intern(Contender& contender, const Workload<typename Contender::Value>& lists, std::size_t count, At&& at,
+            Take&& take) {
+  if constexpr (requires { Contender::batch; }) {
+    std::array<const typename Contender::Value*, Contender::batch> some;
+    std::array<typename Contender::Handle, Contender::batch> handles;
+    for (std::size_t first = 0; first < count; first += some.size()) {
+      const std::size_t size = std::min(some.size(), count - first);
+      for (std::size_t i = 0; i < size; ++i) some[i] = lists.list(at(first + i));
+      contender.internBatch({some.data(), size}, lists.n(), {handles.data(), size});
+      for (std::size_t i = 0; i < size; ++i) take(first + i, std::move(handles[i]));
+    }
+  } else {
+    for (std::size_t i = 0; i < count; ++i) take(i, contender.intern(lists.list(at(i)), lists.n()));
+  }
+}
+
+template <typename Contender>
+void internAll(Contender& contender, const Workload<typename Contender::Value>& lists, Handles<Contender>& handles) {
+  intern(
+      contender, lists, handles.size(), [](std::size_t i) { return i; },
+      [&](std::size_t i, auto handle) { handles[i] = std::move(handle); });
+}
+
+template <typename Contender>
+void releaseAll(Contender& contender, Handles<Contender>& handles) {
+  for (auto& handle : handles) contender.release(handle);
+}
+
+// Whether lists are told apart by nothing but their sets of values, hold these, and go when they are let go.
+template <typename Contender>
+void checkLists(const Workload<typename Contender::Value>& lists) {
+  Contender contender;
+  Handles<Contender> handles(lists.count());
+  internAll(contender, lists, handles);
+  std::unordered_set<std::uint64_t> identities;
+  for (std::size_t i = 0; i < lists.count(); ++i) {
+    std::vector values(lists.list(i), lists.list(i) + lists.n());
+    values.insert(values.begin(), values.back());
+    auto again = contender.intern(values.data(), values.size());
+    expect(Contender::identity(again) == Contender::identity(handles[i]), "equal lists got different objects");
+    contender.release(again);
+    sortAndUnique(values);
+    expect(Contender::values(handles[i]) == values, "a list has other values");
+    expect(identities.insert(Contender::identity(handles[i])).second, "different lists got one object");
+  }
+  releaseAll(contender, handles);
+  if constexpr (requires { contender.size(); }) expect(contender.size() == 0, "lists stay that nobody holds");
+}
+
+// Hits and misses on one thread.
+template <typename Contender>
+class ListTimes final : public Job {
+ public:
+  using Value = typename Contender::Value;
+
+  ListTimes(const std::string& kind, std::size_t n, Target hit, Target miss)
+      : Job({{kind + ", hit", Contender::name, n, "ns", "floor", hit},
+             {kind + ", miss and release", Contender::name, n, "ns", "floor", miss}}),
+        n_(n) {}
+
+  void prepare() override { workload<Value>(n_, scale.lists), lawfulStream(); }
+  void check() override { checkLists<Contender>(workload<Value>(n_, scale.lists)); }
+  std::vector<double> measure() override {
+    const auto& lists = workload<Value>(n_, scale.lists);
+    Contender contender;
+    Handles<Contender> handles(lists.count());
+    const double miss = timePerOperation(lists.count(), [&] {
+      internAll(contender, lists, handles);
+      releaseAll(contender, handles);
+    });
+    internAll(contender, lists, handles);
+    std::uint64_t wanted = 0;
+    for (const std::uint32_t index : lawfulStream()) wanted += Contender::identity(handles[index]);
+    const double hit = timePerOperation(lawfulStream().size(),
+                                        [&] { expect(hitAll(contender, lists) == wanted, "a hit gave a wrong list"); });
+    releaseAll(contender, handles);
+    return {hit, miss};
+  }
+
+ private:
+  // The sum of all identities.
+  static std::uint64_t hitAll(Contender& contender, const Workload<Value>& lists) {
+    std::uint64_t sum = 0;
+    const auto& stream = lawfulStream();
+    intern(
+        contender, lists, stream.size(), [&](std::size_t i) { return stream[i]; },
+        [&](std::size_t, auto handle) {
+          sum += Contender::identity(handle);
+          contender.release(handle);
+        });
+    return sum;
+  }
+
+  const std::size_t n_;
+};
+
+std::size_t residentOctets() {
+  std::ifstream statm("/proc/self/statm");
+  std::size_t pages = 0;
+  statm >> pages >> pages;
+  return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+template <typename Contender>
+class ListOctets final : public Job {
+ public:
+  using Value = typename Contender::Value;
+
+  ListOctets(const std::string& kind, std::size_t n, Target target)
+      : Job({{kind + ", resident", Contender::name, n, "octets", "floor", target}}), n_(n) {}
+
+  bool takesPart(int round) const override { return round <= 3; }  // pages hardly vary
+  void prepare() override { workload<Value>(n_, scale.octetLists), workload<Value>(n_, scale.lists); }
+  void check() override { checkLists<Contender>(workload<Value>(n_, scale.lists)); }
+  std::vector<double> measure() override {
+    const auto& lists = workload<Value>(n_, scale.octetLists);
+    Handles<Contender> handles(lists.count());
+    Contender contender;
+    const std::size_t before = residentOctets();
+    internAll(contender, lists, handles);
+    const auto octets = static_cast<double>(residentOctets() - before);
+    releaseAll(contender, handles);
+    return {octets / static_cast<double>(lists.count())};
+  }
+
+ private:
+  const std::size_t n_;
+};
+
+// A million lists of one value.
+template <typename Contender>
+class Million {
+ public:
+  using Value = typename Contender::Value;
+
+  explicit Million(Value (*value)(std::uint32_t)) : value_(value) {}
+  ~Million() { releaseAll(contender, handles_); }
+
+  // Calls interned() after each list.
+  template <typename Interned>
+  void intern(Interned&& interned) {
+    for (std::size_t i = 0; i < handles_.size(); ++i) {
+      const Value value = value_(static_cast<std::uint32_t>(i));
+      handles_[i] = contender.intern(&value, 1);
+      interned();
+    }
+  }
+  void check() const {
+    expect(contender.size() == handles_.size(), "some lists are missing");
+    for (std::size_t i = 0; i < handles_.size(); ++i) {
+      const auto values = Contender::values(handles_[i]);
+      expect(values.size() == 1 && values[0] == value_(static_cast<std::uint32_t>(i)), "a list has another value");
+    }
+  }
+
+  Contender contender;
+
+ private:
+  Value (*const value_)(std::uint32_t);
+  Handles<Contender> handles_ = Handles<Contender>(scale.million);
+};
+
+template <typename Contender>
+class WorstInsert final : public Job {
+ public:
+  WorstInsert(const std::string& question, typename Contender::Value (*value)(std::uint32_t))
+      : Job({{question, Contender::name, 1, "us", "full rehash", {Target::ratioAtMost, 0.1}}}), value_(value) {}
+
+  std::vector<double> measure() override {
+    Million<Contender> million(value_);
+    double worst = 0;
+    double last = threadTime();
+    million.intern([&] {
+      const double now = threadTime();
+      worst = std::max(worst, now - last);
+      last = now;
+    });
+    million.check();
+    return {worst / 1000};
+  }
+
+ private:
+  typename Contender::Value (*const value_)(std::uint32_t);
+};
+
+template <typename Value>
+class FullRehash final : public Job {
+ public:
+  FullRehash(const std::string& question, Value (*value)(std::uint32_t))
+      : Job({{question, "full rehash", 1, "us"}}), value_(value) {}
+
+  std::vector<double> measure() override {
+    Million<Floor<Value>> million(value_);
+    million.intern([] {});
+    const double begin = threadTime();
+    million.contender.rehash();
+    const double spent = threadTime() - begin;
+    million.check();
+    return {spent / 1000};
+  }
+
+ private:
+  Value (*const value_)(std::uint32_t);
+};
+
+// What threads do at the same time, an object for each measurement:
+//   static void prepare()         before the first
+//   void run(unsigned thread)     scale.operations of it
+//   void check(unsigned threads)  when all have run: throws WrongAnswer
+
+template <unsigned missPercent>
+class Hits {
+ public:
+  static void prepare() { workload<std::uint64_t>(n, scale.lists), threadStream(); }
+
+  Hits() { internAll(shared_, lists_, held_); }
+
+  void run(unsigned thread) {
+    VelBgpLists contender = shared_;
+    std::uint64_t sum = 0;
+    forEach(thread, [&](const std::uint64_t* values, const std::uint32_t* index) {
+      auto list = contender.intern(values, n);
+      if (index != nullptr) sum += VelBgpLists::identity(list);
+    });
+    sums_[thread] = sum;
+  }
+  void check(unsigned threads) const {
+    expect(shared_.size() == lists_.count(), "lists stay that nobody holds");
+    for (unsigned thread = 0; thread < threads; ++thread) {
+      std::uint64_t sum = 0;
+      forEach(thread, [&](const std::uint64_t*, const std::uint32_t* index) {
+        if (index != nullptr) sum += VelBgpLists::identity(held_[*index]);
+      });
+      expect(sum == sums_[thread], "a hit gave a wrong list");
+    }
+  }
+
+ private:
+  static constexpr std::size_t n = 4;
+
+  // Calls take(values, index), with the index of a list that is held, or null for a list of the thread's own.
+  template <typename Take>
+  void forEach(unsigned thread, Take&& take) const {
+    const auto& stream = threadStream();
+    for (std::size_t i = 0; i < scale.operations; ++i) {
+      if (i % 100 < missPercent) {
+        const std::uint64_t own = std::uint64_t{thread + 1} << 28 | i;
+        const std::uint64_t values[n] = {0x0002000000000000 | own, 0x0002000000000001, 0x030b000000000002,
+                                         0x030b000000000003};
+        take(values, nullptr);
+      } else {
+        const std::uint32_t& index = stream[(i + thread * 7919) % stream.size()];
+        take(lists_.list(index), &index);
+      }
+    }
+  }
+
+  const Workload<std::uint64_t>& lists_ = workload<std::uint64_t>(n, scale.lists);
+  VelBgpLists shared_;
+  Handles<VelBgpLists> held_ = Handles<VelBgpLists>(lists_.count());
+  std::array<std::uint64_t, 2> sums_{};
+};
+
+// Intern and release of objects of n values of the thread's own, a window of which is held.
+template <typename Contender, std::size_t n, typename Contender::Value (*value)(std::uint32_t)>
+class Misses {
+ public:
+  static void prepare() {}
+
+  void run(unsigned thread) {
+    Contender contender = shared_;
+    for (std::size_t i = 0; i < scale.operations; ++i) {
+      kept_[thread][i % scale.window] = contender.intern(valuesOf(thread, i).data(), n);
+    }
+  }
+  void check(unsigned threads) const {
+    expect(shared_.size() == scale.window * threads, "objects stay that nobody holds");
+    for (unsigned thread = 0; thread < threads; ++thread) {
+      for (std::size_t i = scale.operations - scale.window; i < scale.operations; ++i) {
+        expect(std::ranges::equal(Contender::values(kept_[thread][i % scale.window]), valuesOf(thread, i)),
+               "an object has other values");
+      }
+    }
+  }
+
+ private:
+  static auto valuesOf(unsigned thread, std::size_t index) {
+    std::array<typename Contender::Value, n> values;
+    for (std::size_t k = 0; k < n; ++k) {
+      values[k] = value((thread + 1) << 28 | static_cast<std::uint32_t>(index * n + k));
+    }
+    return values;
+  }
+
+  Contender shared_;
+  std::array<Handles<Contender>, 2> kept_{Handles<Contender>(scale.window), Handles<Contender>(scale.window)};
+};
+
+enum class Variant { singleThreaded, oneThread, twoThreads };
+
+template <typename Work>
+class ThreadTimes final : public Job {
+ public:
+  ThreadTimes(Variant variant, std::vector<Row> rows)
+      : Job(std::move(rows)), variant_(variant), threads_(variant == Variant::twoThreads ? 2 : 1) {}
+
+  void prepare() override { Work::prepare(); }
+  // The time of an operation of one thread, the throughput of all, as far as there are rows for them.
+  std::vector<double> measure() override {
+    Tyr::agentMultiThreadedIs(variant_ != Variant::singleThreaded);
+    Work work;
+    const auto begin = std::chrono::steady_clock::now();
+    const double ownBegin = threadTime();
+    std::thread other;
+    if (threads_ == 2) other = std::thread([&] { work.run(1); });
+    work.run(0);
+    const double own = threadTime() - ownBegin;
+    if (threads_ == 2) other.join();
+    const std::chrono::duration<double, std::micro> all = std::chrono::steady_clock::now() - begin;
+    work.check(threads_);
+    const auto operations = static_cast<double>(scale.operations);
+    const double time = own / operations;
+    const double throughput = operations * threads_ / all.count();
+    switch (variant_) {
+      case Variant::singleThreaded:
+        return {time};
+      case Variant::oneThread:
+        return {time, throughput};
+      default:
+        return {throughput};
+    }
+  }
+
+ private:
+  const Variant variant_;
+  const unsigned threads_;
+};
+
+std::uint64_t routeTarget(std::uint32_t number) { return 0x0002000000000000 | number; }
+std::uint64_t color(std::uint32_t number) { return 0x030b000000000000 | number; }
+std::uint32_t standard(std::uint32_t number) { return number; }
+
+template <typename Contender>
+void addListTimes(Jobs& jobs, const std::string& kind, const Limits* hits = nullptr, const Limits* misses = nullptr) {
+  for (std::size_t i = 0; i < std::size(sizes); ++i) {
+    const auto target = [&](const Limits* of) {
+      return of == nullptr ? Target{} : Target{Target::ratioAtMost, (*of)[i]};
+    };
+    jobs.push_back(std::make_unique<ListTimes<Contender>>(kind, sizes[i], target(hits), target(misses)));
+  }
+}
+
+template <typename Contender>
+void addListOctets(Jobs& jobs, const std::string& kind, const Limits* limits = nullptr) {
+  for (std::size_t i = 0; i < std::size(sizes); ++i) {
+    const Target target = limits == nullptr ? Target{} : Target{Target::medianAtMost, (*limits)[i]};
+    jobs.push_back(std::make_unique<ListOctets<Contender>>(kind, sizes[i], target));
+  }
+}
+
+template <typename Contender>
+void addWorstInsert(Jobs& jobs, const std::string& kind, typename Contender::Value (*value)(std::uint32_t)) {
+  const std::string question = kind + ", worst of a million inserts";
+  jobs.push_back(std::make_unique<FullRehash<typename Contender::Value>>(question, value));
+  jobs.push_back(std::make_unique<WorstInsert<Contender>>(question, value));
+}
+
+template <typename Work>
+void addThreadTimes(Jobs& jobs, const std::string& what, Target throughput, Target time) {
+  const std::string variants = "variants, " + what, threads = "throughput, " + what;
+  const auto add = [&](Variant variant, std::vector<Row> rows) {
+    jobs.push_back(std::make_unique<ThreadTimes<Work>>(variant, std::move(rows)));
+  };
+  add(Variant::singleThreaded, {{variants, "single-threaded"}});
+  add(Variant::oneThread,
+      {{variants, "multi-threaded", 0, "ns", "single-threaded", time}, {threads, "1 thread", 0, "M/s"}});
+  add(Variant::twoThreads, {{threads, "2 threads", 0, "M/s", "1 thread", throughput}});
+}
+
+Jobs allJobs() {
+  Jobs jobs;
+  constexpr Limits hits{0.85, 0.72, 0.65, 0.57}, batchHits{0.65, 0.5, 0.47, 0.44};
+  constexpr Limits misses{4.5, 4.5, 3.2, 2}, valueMisses{3, 2.5, 2, 1.5};
+  constexpr Limits octets{170, 205, 329, 809};
+  addListTimes<Floor<std::uint64_t>>(jobs, "extended lists");
+  addListTimes<Flyweight>(jobs, "extended lists");
+  addListTimes<SharedPtrSet>(jobs, "extended lists");
+  addListTimes<VelBgpLists>(jobs, "extended lists", &hits, &misses);
+  addListTimes<Batches<VelBgpLists>>(jobs, "extended lists", &batchHits);
+  addListTimes<Floor<std::uint32_t>>(jobs, "standard lists");
+  addListTimes<VelBgpStandardLists>(jobs, "standard lists", &hits, &valueMisses);
+  addListTimes<Batches<VelBgpStandardLists>>(jobs, "standard lists", &batchHits);
+  addListTimes<Floor<Acl::CommunityValue>>(jobs, "large lists");
+  addListTimes<VelBgpLargeLists>(jobs, "large lists", &hits, &valueMisses);
+  addListTimes<Batches<VelBgpLargeLists>>(jobs, "large lists", &batchHits);
+
+  addListOctets<Floor<std::uint64_t>>(jobs, "extended lists");
+  addListOctets<Flyweight>(jobs, "extended lists");
+  addListOctets<SharedPtrSet>(jobs, "extended lists");
+  addListOctets<VelBgpLists>(jobs, "extended lists", &octets);
+
+  constexpr Target hitsThroughput{Target::ratioAtLeast, 1.6}, throughput{Target::ratioAtLeast, 1.7};
+  constexpr Target hitsTime{Target::ratioAtMost, 1.15}, time{Target::ratioAtMost, 1.2};
+  addThreadTimes<Hits<0>>(jobs, "Zipf hits", hitsThroughput, hitsTime);
+  addThreadTimes<Hits<10>>(jobs, "hits, 10% misses", throughput, {});
+  addThreadTimes<Misses<VelBgpCommunities, 1, color>>(jobs, "misses, communities", throughput, time);
+  addThreadTimes<Misses<VelBgpCommunities, 1, routeTarget>>(jobs, "misses, route targets", throughput, time);
+  addThreadTimes<Misses<VelBgpStandardLists, 4, standard>>(jobs, "misses, standard lists", throughput, time);
+  addThreadTimes<Misses<VelBgpLists, 2, routeTarget>>(jobs, "misses, extended lists", throughput, time);
+
+  addWorstInsert<VelBgpStandardLists>(jobs, "standard lists", standard);
+  addWorstInsert<VelBgpLists>(jobs, "extended lists", routeTarget);
+  return jobs;
+}
+
+}  // namespace
+}  // namespace bench
+
+int main(int argc, char** argv) {
+  const auto options = bench::Options::fromArguments(argc, argv);
+  return bench::report(options, bench::allJobs());
+}
