@@ -43,25 +43,28 @@ void ExtCommClassificationList::hasPrunableValuesIs(bool has) {
 ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupContent(
     const ExtCommListDedupTable* table, const ExtCommClassificationListContent& content) {
   const std::uint32_t hash = content.sortAndHash();
-  ExtCommClassificationListContent ours(content);  // dedupSorted takes the communities
-  return dedupSorted(table, ours, hash);
+  const auto comms = referenced(content.comms());
+  CommReferences references(comms);
+  return dedupSorted(*table, content.classification(), references, hash);
 }
 
-// The content's references move into a new list, or stay with the content when the list is there already.
-ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const ExtCommListDedupTable* table,
-                                                                           ExtCommClassificationListContent& content,
-                                                                           std::uint32_t hash) {
-  Keel::DedupHashTable& dedupTable = content.classification() == extCommClassificationRouteTarget
-                                         ? *table->rtExtCommClassificationListDedupTableRaw()
-                                         : table->extCommClassificationListDedupTable();
-  return dedupTable.findOrDedup<ExtCommClassificationList>(
-      hash,
-      [&content](const ExtCommClassificationList& list) { return compareExtCommContent(&content, &list, list.comms_); },
-      [&content] {
-        Ptr fresh = newOfItsClass(content.classification());
-        fresh->fill(content.comms_);
-        return fresh;
-      });
+Keel::DedupHashTable& ExtCommClassificationList::tableOf(const ExtCommListDedupTable& table,
+                                                         ExtCommClassification classification) {
+  return classification == extCommClassificationRouteTarget ? *table.rtExtCommClassificationListDedupTableRaw()
+                                                            : table.extCommClassificationListDedupTable();
+}
+
+ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupSorted(const ExtCommListDedupTable& table,
+                                                                           ExtCommClassification classification,
+                                                                           CommReferences& comms, std::uint32_t hash) {
+  return tableOf(table, classification)
+      .findOrDedup<ExtCommClassificationList>(
+          hash,
+          [all = comms.all()](const ExtCommClassificationList& list) {
+            const ExtCommRange range = list.comms_.range();
+            return std::equal(all.begin(), all.end(), range.begin(), range.end(), SameCommunity());
+          },
+          [&] { return newFilled(classification, comms); });
 }
 
 ExtCommClassificationList::Ptr ExtCommClassificationList::newOfItsClass(ExtCommClassification classification) {
@@ -80,18 +83,24 @@ ExtCommClassificationList::Ptr ExtCommClassificationList::newOfItsClass(ExtCommC
 ExtCommClassificationList::Ptr ExtCommClassificationList::allocateExtCommClassificationList(
     const ExtCommClassificationListContent& content) {
   content.sortAndHash();
-  ExtCommClassificationListContent::Vector comms(content.comms());
-  Ptr list = newOfItsClass(content.classification());
-  list->fill(comms);
+  const auto comms = referenced(content.comms());
+  CommReferences references(comms);
+  return newFilled(content.classification(), references);
+}
+
+ExtCommClassificationList::Ptr ExtCommClassificationList::newFilled(ExtCommClassification classification,
+                                                                    CommReferences& comms) {
+  Ptr list = newOfItsClass(classification);
+  list->comms_.sizeIs(static_cast<std::uint32_t>(comms.all().size()));
+  list->fill(comms.taken());
   return list;
 }
 
-void ExtCommClassificationList::fill(ExtCommClassificationListContent::Vector& comms) {
-  const auto count = static_cast<std::uint32_t>(comms.size());
-  comms_.sizeIs(count);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    checkPrunable(comms[i]);
-    comms_.elementIs(i, std::move(comms[i]));
+void ExtCommClassificationList::fill(Comms comms) noexcept {
+  for (std::uint32_t i = 0; i < comms.size(); ++i) {
+    ExtComm::PtrConst comm(comms[i], false);
+    checkPrunable(comm);
+    comms_.elementIs(i, std::move(comm));
   }
   commVectorSortedIs(true);
 }

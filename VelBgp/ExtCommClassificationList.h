@@ -12,10 +12,13 @@
 #pragma once
 
 #include <atomic>
+#include <span>
 
 #include "VelBgp/ExtCommListContent.h"
 
 namespace Routing::Bgp {
+
+class CommReferences;
 
 class ExtCommClassificationListSnapshot;
 class ExtCommListDedupTable;
@@ -106,10 +109,15 @@ class VELBGP_EXPORT ExtCommClassificationList : public ExtCommListBase<ExtCommCl
  private:
   friend class ExtCommList;
 
-  static PtrConst dedupSorted(const ExtCommListDedupTable* table, ExtCommClassificationListContent& content,
-                              std::uint32_t hash);
+  using Comms = std::span<const ExtComm* const>;
+
+  static Keel::DedupHashTable& tableOf(const ExtCommListDedupTable& table, ExtCommClassification classification);
+  // The interned list of these communities, which are ascending, and have this hash. A new one takes the references.
+  static PtrConst dedupSorted(const ExtCommListDedupTable& table, ExtCommClassification classification,
+                              CommReferences& comms, std::uint32_t hash);
+  static Ptr newFilled(ExtCommClassification classification, CommReferences& comms);
   static Ptr newOfItsClass(ExtCommClassification classification);
-  void fill(ExtCommClassificationListContent::Vector& comms);
+  void fill(Comms comms) noexcept;
 };
 
 class VELBGP_EXPORT LinkBandwidthExtCommClassificationList final : public ExtCommClassificationList {

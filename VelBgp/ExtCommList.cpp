@@ -17,7 +17,16 @@ template class ExtCommListBase<ExtCommList, 0>;
 
 ExtCommList::~ExtCommList() {
   // The classification lists hold the references, unless the list's making was broken off.
-  if ((userData() & splitBit) != 0) comms_.forgetElements();
+  if ((userData() & splitBit) == 0) return;
+  if (dedupState() != Keel::dedupHandleStateNeverDeduped()) prefetchParts();
+  comms_.forgetElements();
+}
+
+// What is about to be let go: the classification lists, and the community of a list of one with its place in its table.
+// Not of a list whose making was broken off, for its communities may be gone.
+void ExtCommList::prefetchParts() const noexcept {
+  for (const ExtCommClassificationList* list : classificationLists()) __builtin_prefetch(list);
+  if (comms_.size() == 1) Keel::DedupHashTable::prefetchLeaving(*comms_[0]);
 }
 
 namespace {
@@ -55,7 +64,8 @@ bool ExtCommList::compareByContent(const Keel::DedupContentHandle& content) cons
 template <typename Equal>
 ExtCommList::PtrConst ExtCommList::findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                                               std::uint32_t hash, Equal&& equal) {
-  return table->extCommListDedupTable().findOrDedup<ExtCommList>(hash, equal, [&] { return make(table, content); });
+  return table->extCommListDedupTable().findOrDedup<ExtCommList>(hash, equal,
+                                                                 [&] { return make(table, content, hash); });
 }
 
 ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
@@ -100,12 +110,15 @@ void ExtCommList::dedupAttributes(const ExtCommDedupTable* commTable, const ExtC
   dedupAllAttributes(Batch{table, commTable}, attributes, lists);
 }
 
-ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content) {
+ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
+                                   std::uint32_t hash) {
+  // Most lists are of route targets alone, or of one community: their one part has the list's own hash.
+  table->rtExtCommClassificationListDedupTableRaw()->prefetchBucket(hash);
   Ptr list(new (static_cast<std::uint32_t>(content.communityCount())) ExtCommList);
   list->notificationActiveIs(true);
   content.populateExtCommList(list.get());
   list->commVectorSortedIs(true);
-  list->createClassificationListVector(table);
+  list->createClassificationListVector(table, hash);
   list->computeCommVectorAttrs();
   return list;
 }
@@ -117,96 +130,119 @@ ExtCommList::PtrConst ExtCommList::dedupSingleU64(const ExtCommDedupTable* commT
   return dedupContent(table, content);
 }
 
-// The split of a list under way. The references to the communities of a classification move on to its classification
-// list as soon as that is asked for; when the split is over, in whatever way, the list holds none itself, and a
-// community whose reference has moved on is not looked at again: it may be gone.
+// The split of a list under way. Once it runs, the list holds no references itself any more, in whatever way it ends:
+// those of a classification move on to its classification list as soon as that is asked for, and a community whose
+// reference has moved on is not looked at again: it may be gone.
 class ExtCommList::Split {
  public:
-  explicit Split(ExtCommList& list) : list_(list) { classifications_.reserve(list.comms_.size()); }
+  explicit Split(ExtCommList& list)
+      : list_(list), classifications_(list.comms_.size(), boost::container::default_init) {
+    parted_.resize(list.comms_.size(), boost::container::default_init);
+  }
   Split(const Split&) = delete;
   Split& operator=(const Split&) = delete;
   ~Split() {
-    if (left_ != 0) releaseWhatIsLeft();
-    list_.userDataIs(list_.userData() | splitBit);
+    for (; left_ != 0; left_ &= left_ - 1) {
+      const CommReferences dropped(part(first()));
+    }
   }
 
   // Called for each community in order; cannot fail.
-  void add(const ExtComm& comm) {
+  void add(std::uint32_t place, const ExtComm& comm) {
     const ExtCommClassification classification = comm.classification();
     checkClassification(classification);
-    classifications_.push_back(classification);
+    classifications_[place] = classification;
     ++counts_[classification];
-    left_ |= bitOf(classification);
+    present_ |= bitOf(classification);
   }
-  std::uint32_t present() const noexcept { return left_; }
+  std::uint32_t present() const noexcept { return present_; }
 
-  // Ascending by classification. Without a table the lists are private ones.
-  void run(const ExtCommListDedupTable* table) {
-    list_.classificationLists_.array_.sizeIs(static_cast<std::uint32_t>(std::popcount(left_)));
+  // Ascending by classification. `hash` is the list's. Without a table the lists are private ones.
+  void run(const ExtCommListDedupTable* table, std::uint32_t hash) {
+    list_.classificationLists_.array_.sizeIs(static_cast<std::uint32_t>(std::popcount(present_)));
+    layOut();
+    left_ = present_;
+    list_.userDataIs(list_.userData() | splitBit);
+    std::uint32_t hashes[Tyr::Range<ExtCommClassification>::size()];
+    if (table != nullptr) prepare(*table, hash, hashes);
     for (std::uint32_t place = 0; left_ != 0; ++place) {
-      const auto classification = ExtCommClassification(std::countr_zero(left_));
-      ExtCommClassificationList::PtrConst made = splitOff(table, classification);
-      borrowFrom(*made);
-      list_.classificationLists_.array_.elementIs(place, std::move(made));
+      list_.classificationLists_.array_.elementIs(place, splitOff(table, hashes[first()]));
     }
   }
 
  private:
-  template <typename Visit>
-  void forEachOf(ExtCommClassification classification, Visit&& visit) {
-    for (std::uint32_t i = 0; i < classifications_.size(); ++i) {
-      if (classifications_[i] == classification) visit(i);
+  using Comms = ExtCommClassificationList::Comms;
+
+  ExtCommClassification first() const noexcept { return ExtCommClassification(std::countr_zero(left_)); }
+  Comms part(ExtCommClassification classification) const noexcept {
+    return {parted_.data() + ends_[classification] - counts_[classification], counts_[classification]};
+  }
+  // Each community behind those of its classification that were there before.
+  void layOut() noexcept {
+    std::uint32_t begin = 0;
+    for (std::uint32_t left = present_; left != 0; left &= left - 1) {
+      const int classification = std::countr_zero(left);
+      ends_[classification] = begin;
+      begin += counts_[classification];
+    }
+    for (std::uint32_t i = 0; i < parted_.size(); ++i) parted_[ends_[classifications_[i]]++] = list_.comms_[i];
+  }
+  // The hashes of all parts, and their places in the tables on their way here, before the first is looked for.
+  void prepare(const ExtCommListDedupTable& table, std::uint32_t hash, std::uint32_t* hashes) const {
+    for (std::uint32_t left = left_; left != 0; left &= left - 1) {
+      const auto classification = ExtCommClassification(std::countr_zero(left));
+      const Comms comms = part(classification);
+      hashes[classification] = comms.size() == parted_.size() ? hash : hashExtComms(comms);
+      ExtCommClassificationList::tableOf(table, classification).prefetchBucket(hashes[classification]);
     }
   }
-  void releaseWhatIsLeft() noexcept {
-    for (std::uint32_t i = 0; i < classifications_.size(); ++i) {
-      if ((left_ & bitOf(classifications_[i])) != 0) list_.comms_[i]->referenceRelease();
-    }
-  }
-  ExtCommClassificationList::PtrConst splitOff(const ExtCommListDedupTable* table,
-                                               ExtCommClassification classification) {
-    ExtCommClassificationListContent content(classification);
-    content.expectedCommunityCountIs(counts_[classification]);  // the last thing that can fail before references move
-    forEachOf(classification,
-              [&](std::uint32_t i) { ExtCommVectorAdd(ExtComm::PtrConst(list_.comms_[i], false), content.comms_); });
-    left_ &= ~bitOf(classification);
-    content.commVectorSorted_ = true;  // a part of a sorted vector
-    const std::uint32_t hash = content.sortAndHash();
-    if (table == nullptr) return ExtCommClassificationList::allocateExtCommClassificationList(content);
-    return ExtCommClassificationList::dedupSorted(table, content, hash);
+  ExtCommClassificationList::PtrConst splitOff(const ExtCommListDedupTable* table, std::uint32_t hash) {
+    const ExtCommClassification classification = first();
+    CommReferences comms(part(classification));
+    left_ &= left_ - 1;
+    if (table == nullptr) return ExtCommClassificationList::newFilled(classification, comms);
+    auto made = ExtCommClassificationList::dedupSorted(*table, classification, comms, hash);
+    borrowFrom(*made, comms.all());
+    return made;
   }
   // A classification list that was there already may hold other objects of the same values, interned in another table:
   // the list goes over to those, which are kept alive.
-  void borrowFrom(const ExtCommClassificationList& made) noexcept {
+  void borrowFrom(const ExtCommClassificationList& made, Comms ours) noexcept {
     const ExtCommRange kept = made.comms_.range();
-    std::size_t next = 0;
-    forEachOf(made.classification(), [&](std::uint32_t i) { list_.comms_.elementBorrow(i, kept[next++]); });
+    if (std::equal(kept.begin(), kept.end(), ours.begin())) return;
+    for (std::uint32_t i = 0, next = 0; next < kept.size(); ++i) {
+      if (classifications_[i] == made.classification()) list_.comms_.elementBorrow(i, kept[next++]);
+    }
   }
 
   ExtCommList& list_;
   boost::container::small_vector<ExtCommClassification, 64> classifications_;  // of each community
+  boost::container::small_vector<const ExtComm*, 64> parted_;                  // by classification, then by value
   std::uint32_t counts_[Tyr::Range<ExtCommClassification>::size()] = {};
-  std::uint32_t left_ = 0;  // the classifications whose references the list still holds
+  std::uint32_t ends_[Tyr::Range<ExtCommClassification>::size()];  // of those that occur, once laid out
+  std::uint32_t present_ = 0;                                      // the classifications that occur
+  std::uint32_t left_ = 0;                                         // those whose references are still the split's
 };
 
-void ExtCommList::createClassificationListVector(const ExtCommListDedupTable* table) {
+void ExtCommList::createClassificationListVector(const ExtCommListDedupTable* table, std::uint32_t hash) {
   TYR_ASSERT(commVectorSorted());
   TYR_ASSERT(classificationLists_.array_.empty());
   bool policyMatchStrepUI = false;
   bool unspecifiedAsNumber = false;
   Split split(*this);
+  std::uint32_t place = 0;
   for (const ExtComm* comm : comms_.range()) {
-    split.add(*comm);
+    split.add(place++, *comm);
     transitiveCount_ += comm->getContent().transitive();
-    policyMatchStrepUI |= comm->policyMatchStrepUI();
-    unspecifiedAsNumber |= comm->isLinkBandwidthWithUnspecifiedAsNumber();
+    policyMatchStrepUI = policyMatchStrepUI || comm->policyMatchStrepUI();
+    unspecifiedAsNumber = unspecifiedAsNumber || comm->isLinkBandwidthWithUnspecifiedAsNumber();
   }
   if (table == nullptr) {
     transitiveCount_ = 0;
     policyMatchStrepUI = false;
   }
   const bool linkBandwidth = (split.present() & bitOf(extCommClassificationLinkBandwidth)) != 0;
-  split.run(table);
+  split.run(table, hash);
   CommVectorAttrs attrs = commVectorAttrs();
   attrs.hasPolicyMatchStrepUICommunitiesIs(policyMatchStrepUI);
   attrs.hasLinkBandwidthWithUnspecifiedAsNumberIs(unspecifiedAsNumber);
@@ -302,7 +338,7 @@ ExtCommList::PtrConst ExtCommList::destash(const void* stashed, Store::StoreMana
   }
   reader.requireAscending(list->comms_.range(), ExtCommLessThan());
   list->commVectorSortedIs(true);
-  list->createClassificationListVector(nullptr);
+  list->createClassificationListVector(nullptr, 0);
   list->notInTableIs();
   return list;
 }

@@ -138,11 +138,14 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
                              std::uint32_t hash, Equal&& equal);
   static PtrConst dedupHashed(const ExtCommListDedupTable* table, const ExtCommListContentU64& content,
                               std::uint32_t hash);
-  static Ptr make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content);
-  // Splits the communities by classification; without a table the classification lists are private ones.
-  void createClassificationListVector(const ExtCommListDedupTable* table);
+  static Ptr make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content, std::uint32_t hash);
+  // Splits the communities by classification; without a table the classification lists are private ones. `hash` is the
+  // list's.
+  void createClassificationListVector(const ExtCommListDedupTable* table, std::uint32_t hash);
   class Split;
   void computeCommVectorAttrs();
+
+  void prefetchParts() const noexcept;
 
   // Filled once: places for `count` communities, then each of them with a reference that the list takes over.
   void commCountIs(std::uint32_t count);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <ostream>
+#include <span>
 #include <sstream>
 
 #include "BgpCommon/BgpHashMixImpl.h"
@@ -30,12 +31,19 @@ struct ExtCommEqual {
   }
 };
 
+// The hash of all lists and contents of these communities.
+template <typename Comms>
+std::uint32_t hashExtComms(const Comms& comms) {
+  struct {
+    const Comms& comms;
+    std::uint64_t operator[](std::size_t i) const { return valueOf(comms[i]); }
+  } const values{comms};
+  return Keel::HashMix::ofWords(values, comms.size());
+}
 template <typename T>
 std::uint32_t hashExtCommList(const T* t) {
   TYR_ASSERT(t->commVectorSorted());
-  Keel::HashMix mix;
-  for (const auto& comm : t->comms()) mix.mixBytes8(valueOf(comm));
-  return mix.value();
+  return hashExtComms(t->comms());
 }
 inline std::uint32_t hashExtCommList(const ExtCommListContentU64* t) {
   TYR_ASSERT(t->commVectorSorted());
@@ -79,11 +87,45 @@ std::string bracketed(const List* list) {
 }
 
 // Interned communities of one table are equal exactly when they are one object, so the values are seldom looked at.
-inline bool sameCommunity(const ExtComm::PtrConst& inContent, const ExtComm* inList) noexcept {
-  return inContent.get() == inList || inContent->community() == inList->community();
-}
-inline bool sameCommunity(std::uint64_t inContent, const ExtComm* inList) noexcept {
-  return inContent == inList->community();
+struct SameCommunity {
+  bool operator()(const ExtComm* a, const ExtComm* b) const noexcept {
+    return a == b || a->community() == b->community();
+  }
+  bool operator()(const ExtComm::PtrConst& a, const ExtComm* b) const noexcept { return (*this)(a.get(), b); }
+  bool operator()(std::uint64_t a, const ExtComm* b) const noexcept { return a == b->community(); }
+};
+
+// References on communities that ascend, given back in the end unless somebody took them.
+class CommReferences {
+ public:
+  using Comms = std::span<const ExtComm* const>;
+
+  explicit CommReferences(Comms comms) noexcept : comms_(comms) {}
+  CommReferences(const CommReferences&) = delete;
+  CommReferences& operator=(const CommReferences&) = delete;
+  ~CommReferences() {
+    if (taken_) return;
+    for (const ExtComm* comm : comms_) comm->referenceRelease();
+  }
+
+  // Only their addresses mean something once they were taken.
+  Comms all() const noexcept { return comms_; }
+  Comms taken() noexcept {
+    taken_ = true;
+    return comms_;
+  }
+
+ private:
+  const Comms comms_;
+  bool taken_ = false;
+};
+
+// With a reference on each.
+inline boost::container::small_vector<const ExtComm*, 64> referenced(const ExtCommListContent::Vector& comms) {
+  boost::container::small_vector<const ExtComm*, 64> all;
+  all.reserve(comms.size());
+  for (const ExtComm::PtrConst& comm : comms) all.push_back(ExtComm::PtrConst(comm).detach());
+  return all;
 }
 
 // `all` are the list's.
@@ -96,7 +138,7 @@ inline bool compareExtCommContent(const Content* content, const List* list,
   const auto& values = content->comms();
   if (values.size() != comms.size()) return false;
   for (std::size_t i = 0; i < values.size(); ++i) {
-    if (!sameCommunity(values[i], comms[i])) return false;
+    if (!SameCommunity()(values[i], comms[i])) return false;
   }
   return true;
 }
@@ -132,8 +174,7 @@ bool ExtCommListBase<List, attrsOctet>::compare(const Keel::DedupHandleBase* oth
   TYR_ASSERT(lhs->commVectorSorted());
   TYR_ASSERT(rhs->commVectorSorted());
   const ExtCommRange left = lhs->comms_.range(), right = rhs->comms_.range();
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](const ExtComm* a, const ExtComm* b) { return a == b || a->community() == b->community(); });
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(), SameCommunity());
 }
 
 template <typename List, unsigned attrsOctet>

@@ -19,17 +19,6 @@ void DedupHandleBase::notInTableIs() noexcept {
   owner_.store(ownerBarred, std::memory_order_relaxed);
 }
 
-DedupHandleState DedupHandleBase::dedupState() const noexcept {
-  switch (owner_.load(std::memory_order_relaxed)) {
-    case ownerNone:
-      return DedupHandleState::neverDeduped;
-    case ownerBarred:
-      return DedupHandleState::notInTable;
-    default:
-      return DedupHandleState::deduped;
-  }
-}
-
 void DedupHandleBase::lastReferenceRelease() const noexcept {
   auto* self = const_cast<DedupHandleBase*>(this);
   if (DedupHashTable::letGo(self)) delete self;

@@ -69,7 +69,11 @@ class VELBGP_EXPORT DedupHandleBase {
   virtual bool compare(const DedupHandleBase* other) const = 0;
   virtual bool compareByContent(const DedupContentHandle& content) const = 0;
 
-  DedupHandleState dedupState() const noexcept;
+  DedupHandleState dedupState() const noexcept {
+    const std::uint16_t owner = owner_.load(std::memory_order_relaxed);
+    if (owner == ownerNone) return DedupHandleState::neverDeduped;
+    return owner == ownerBarred ? DedupHandleState::notInTable : DedupHandleState::deduped;
+  }
   // For an object that must never be taken for an interned one. Asserts that it is in no table.
   void notInTableIs() noexcept;
 

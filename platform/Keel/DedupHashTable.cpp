@@ -149,27 +149,31 @@ DedupHandleBase* DedupHashTable::lookupByContent(const DedupContentHandle& conte
 
 // ---- Buckets
 
+// Acquire: what the last holder of the lock did.
+[[gnu::always_inline]] inline bool DedupHashTable::lockFrom(Line& bucket, std::uint32_t version) const noexcept {
+  if (!multiThreaded_) return bucket.version.load(std::memory_order_relaxed) == version;
+  return version % 2 == 0 && bucket.version.compare_exchange_strong(version, version + 1, std::memory_order_acquire,
+                                                                    std::memory_order_relaxed);
+}
+
 bool DedupHashTable::lockIfFree(Line& bucket) const noexcept {
-  if (!multiThreaded_) return true;
-  std::uint32_t version = bucket.version.load(std::memory_order_relaxed);
-  // Acquire: what the last holder of the lock did.
-  return version % 2 == 0 && bucket.version.compare_exchange_weak(version, version + 1, std::memory_order_acquire,
-                                                                  std::memory_order_relaxed);
+  return lockFrom(bucket, bucket.version.load(std::memory_order_relaxed));
 }
 
 DedupHashTable::Line& DedupHashTable::lock(std::uint32_t hash) const noexcept {
   for (detail::Backoff backoff;; backoff.pause()) {
-    Line& bucket = lineOf(hash);
+    const std::uint32_t buckets = buckets_.load(std::memory_order_acquire);
+    Line& bucket = lines_[bucketOf(hash, buckets)];
     if (!lockIfFree(bucket)) continue;
-    if (&lineOf(hash) == &bucket) return bucket;
+    if (buckets_.load(std::memory_order_relaxed) == buckets || &lineOf(hash) == &bucket) return bucket;
     unlock(bucket);  // it was split meanwhile
   }
 }
 
-void DedupHashTable::unlock(Line& bucket) const noexcept {
-  if (!multiThreaded_) return;
-  // Release: the entries, to readers and to the next holder.
-  bucket.version.store(bucket.version.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+// Release: the entries, to readers and to the next holder.
+[[gnu::always_inline]] inline void DedupHashTable::unlock(Line& bucket) const noexcept {
+  bucket.version.store(bucket.version.load(std::memory_order_relaxed) + (multiThreaded_ ? 1 : 2),
+                       std::memory_order_release);
 }
 
 template <typename Visit>
@@ -185,11 +189,16 @@ void DedupHashTable::forEachIn(Line& bucket, Visit&& visit) const {
 }
 
 // A free entry of the bucket, which gets one more line if need be; no line without memory.
-DedupHashTable::Entry DedupHashTable::freeEntry(Line& bucket, bool& full) noexcept {
-  for (Line* line = &bucket;; full = true) {
-    for (unsigned place = 0; place < Line::entries; ++place) {
-      if (line->refs[place].load(std::memory_order_relaxed) == 0) return {line, place};
-    }
+[[gnu::always_inline]] inline DedupHashTable::Entry DedupHashTable::freeEntry(Line& bucket) noexcept {
+  if (const unsigned free = bucket.holding(0)) [[likely]] {
+    return {&bucket, static_cast<unsigned>(std::countr_zero(free))};
+  }
+  return freeEntryBehind(bucket);
+}
+
+DedupHashTable::Entry DedupHashTable::freeEntryBehind(Line& bucket) noexcept {
+  for (Line* line = &bucket;;) {
+    if (const unsigned free = line->holding(0)) return {line, static_cast<unsigned>(std::countr_zero(free))};
     std::uint32_t more = line->more.load(std::memory_order_relaxed);
     if (more == 0) {
       more = newLine();
@@ -227,7 +236,7 @@ DedupHandleBase* DedupHashTable::dedup(DedupHandleBase* fresh, std::uint32_t has
   fresh->referenceAdd();
   const auto giveBack = [fresh] { fresh->count().fetch_sub(1, std::memory_order_release); };  // never the last
   try {
-    DedupHandleBase* const present = dedupOwned(fresh, hash);
+    DedupHandleBase* const present = dedupOwned(fresh, hash, {});
     if (present != fresh) giveBack();
     return present;
   } catch (...) {
@@ -236,36 +245,39 @@ DedupHandleBase* DedupHashTable::dedup(DedupHandleBase* fresh, std::uint32_t has
   }
 }
 
-DedupHandleBase* DedupHashTable::dedupOwned(DedupHandleBase* fresh, std::uint32_t hash) {
+DedupHandleBase* DedupHashTable::dedupOwned(DedupHandleBase* fresh, std::uint32_t hash, Sought sought) {
   checkThread();
   TYR_ASSERT(fresh->dedupState() == dedupHandleStateNeverDeduped());
-  while (true) {
-    Line& bucket = lock(hash);
-    DedupHandleBase* const present = equalIn(bucket, fresh, hash);
-    if (present != nullptr) {
-      unlock(bucket);
-      if (present->news() != DedupHandleBase::newsComing || isToldOf(present)) return present;
-      continue;
-    }
-    bool full = false;
-    const Entry entry = freeEntry(bucket, full);
-    if (entry.line == nullptr) {
-      unlock(bucket);
-      throw std::bad_alloc();
-    }
-    const bool told = wanted(fresh);
-    if (told) fresh->newsIs(DedupHandleBase::newsComing);
-    put(entry, fresh, hash);
-    if (told) enqueue(fresh);
-    unlock(bucket);
-    if (full) grow();
-    KEEL_PAUSE_POINT(inserted);
-    if (!told) return fresh;
-    fresh->referenceAdd();  // the maker's stays in any case
-    if (!isToldOf(fresh)) throw std::bad_alloc();
-    fresh->count().fetch_sub(1, std::memory_order_release);
-    return fresh;
+  while (sought.bucket == nullptr || !lockFrom(*sought.bucket, sought.version)) {
+    sought.bucket = &lock(hash);
+    DedupHandleBase* const present = equalIn(*sought.bucket, fresh, hash);
+    if (present == nullptr) break;
+    unlock(*sought.bucket);
+    if (present->news() != DedupHandleBase::newsComing || isToldOf(present)) return present;
+    sought.bucket = nullptr;
   }
+  insert(*sought.bucket, fresh, hash);
+  return fresh;
+}
+
+// Into a locked bucket, which it unlocks.
+[[gnu::always_inline]] inline void DedupHashTable::insert(Line& bucket, DedupHandleBase* fresh, std::uint32_t hash) {
+  const Entry entry = freeEntry(bucket);
+  if (entry.line == nullptr) {
+    unlock(bucket);
+    throw std::bad_alloc();
+  }
+  const bool told = wanted(fresh);
+  if (told) fresh->newsIs(DedupHandleBase::newsComing);
+  put(entry, fresh, hash);
+  if (told) enqueue(fresh);
+  unlock(bucket);
+  if (entry.line != &bucket) grow();
+  KEEL_PAUSE_POINT(inserted);
+  if (!told) return;
+  fresh->referenceAdd();  // the maker's stays in any case
+  if (!isToldOf(fresh)) throw std::bad_alloc();
+  fresh->count().fetch_sub(1, std::memory_order_release);
 }
 
 // With a reference, taken after comparing: while the bucket is locked all its objects have holders, and nothing that has
@@ -284,7 +296,8 @@ DedupHandleBase* DedupHashTable::equalIn(Line& bucket, DedupHandleBase* fresh, s
   }
 }
 
-void DedupHashTable::put(Entry entry, DedupHandleBase* fresh, std::uint32_t hash) noexcept {
+[[gnu::always_inline]] inline void DedupHashTable::put(Entry entry, DedupHandleBase* fresh,
+                                                       std::uint32_t hash) noexcept {
   fresh->hash_ = hash;
   // Release: the whole object.
   fresh->owner_.store(number_, std::memory_order_release);
@@ -294,7 +307,7 @@ void DedupHashTable::put(Entry entry, DedupHandleBase* fresh, std::uint32_t hash
   counted(1);
 }
 
-void DedupHashTable::counted(std::int64_t change) noexcept {
+[[gnu::always_inline]] inline void DedupHashTable::counted(std::int64_t change) noexcept {
   if (!multiThreaded_) {
     stripes_[0].objects.store(stripes_[0].objects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
     return;
@@ -374,6 +387,12 @@ bool DedupHashTable::divide(Line& bucket, std::uint32_t to) noexcept {
 
 // ---- Leaving
 
+void DedupHashTable::prefetchBucketOf(const DedupHandleBase& handle) noexcept {
+  const detail::Pin pin(Tyr::agentMultiThreaded());  // the table stays meanwhile, as in letGo()
+  const DedupHashTable* const table = tableDirectory.at(handle.owner_.load(std::memory_order_acquire));
+  if (table != nullptr) table->prefetchBucket(handle.hash_);
+}
+
 bool DedupHashTable::letGo(DedupHandleBase* handle) noexcept {
   DedupHashTable* table = nullptr;
   for (detail::Backoff backoff;; backoff.pause()) {
@@ -404,16 +423,17 @@ bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
   return count.load(std::memory_order_relaxed) == 0;
 }
 
-DedupHashTable::Left DedupHashTable::leave(DedupHandleBase* handle) noexcept {
+[[gnu::always_inline]] inline DedupHashTable::Left DedupHashTable::leave(DedupHandleBase* handle) noexcept {
   checkThread();
-  Line& bucket = lock(handle->hash_);
+  Line& bucket = multiThreaded_ ? lock(handle->hash_) : lineOf(handle->hash_);
   Left left = Left::notHere;
   if (handle->owner_.load(std::memory_order_relaxed) == number_) left = leaveLocked(bucket, handle);
   unlock(bucket);
   return left;
 }
 
-DedupHashTable::Left DedupHashTable::leaveLocked(Line& bucket, DedupHandleBase* handle) noexcept {
+[[gnu::always_inline]] inline DedupHashTable::Left DedupHashTable::leaveLocked(Line& bucket,
+                                                                               DedupHandleBase* handle) noexcept {
   if (!stepDownToZero(handle)) return Left::heldElsewhere;
   remove(bucket, handle);
   const bool told = handle->news() != DedupHandleBase::newsNone || wanted(handle);
@@ -428,7 +448,7 @@ DedupHashTable::Left DedupHashTable::leaveLocked(Line& bucket, DedupHandleBase* 
 
 // One to zero; or, found meanwhile, from more to one less. Acquire: whoever deletes must see all that the other holders
 // wrote. Release: what this one wrote, to them.
-bool DedupHashTable::stepDownToZero(const DedupHandleBase* handle) noexcept {
+[[gnu::always_inline]] inline bool DedupHashTable::stepDownToZero(const DedupHandleBase* handle) noexcept {
   const std::atomic_ref<std::uint32_t> count = handle->count();
   std::uint32_t before = 1;
   if (!Tyr::agentMultiThreaded()) {
@@ -440,20 +460,19 @@ bool DedupHashTable::stepDownToZero(const DedupHandleBase* handle) noexcept {
   return before == 1;
 }
 
-void DedupHashTable::remove(Line& bucket, const DedupHandleBase* handle) noexcept {
+[[gnu::always_inline]] inline void DedupHashTable::remove(Line& bucket, const DedupHandleBase* handle) noexcept {
   const SlabRef self = handleRef(handle);
   for (Line* line = &bucket;; line = &more_[line->more.load(std::memory_order_relaxed)]) {
-    for (auto& ref : line->refs) {
-      if (ref.load(std::memory_order_relaxed) != self) continue;
-      ref.store(0, std::memory_order_release);
-      return counted(-1);
-    }
+    const unsigned found = line->holding(self);
+    if (found == 0) continue;
+    line->refs[static_cast<unsigned>(std::countr_zero(found))].store(0, std::memory_order_release);
+    return counted(-1);
   }
 }
 
 // ---- Announcing
 
-bool DedupHashTable::wanted(DedupHandleBase* handle) noexcept {
+[[gnu::always_inline]] inline bool DedupHashTable::wanted(DedupHandleBase* handle) noexcept {
   return lifeTimeNotifiee_ != nullptr && lifeTimeNotifiee_->wantsToHearOf(*handle);
 }
 

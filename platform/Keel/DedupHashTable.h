@@ -45,9 +45,11 @@
 //             steps the count to zero first. Not ours: the slot is another's by now, and the reference goes back as any.
 //             Nothing found: the answer counts if the version was even, is the same still, and the bucket is still the
 //             hash's (a split moves entries and says so in `buckets` before it unlocks). Otherwise once more.
-//   insert    locks the bucket (version by compare-and-swap to odd, acquire), looks once more, writes hash, owner
-//             (release: the object is whole), then the entry (release: before the version), unlocks (release). Of two
-//             threads that insert equal objects the second gets the first's, and its own was never announced.
+//   insert    locks the bucket (version by compare-and-swap to odd, acquire), writes hash, owner (release: the object is
+//             whole), then the entry (release: before the version), unlocks (release). Where a lookup before it has left
+//             the version under which it found nothing, and the swap is from that one, nothing came meanwhile and the
+//             bucket is the hash's still; otherwise it looks once more. Of two threads that insert equal objects the
+//             second gets the first's, and its own was never announced.
 //   copied    n to n + 1, relaxed: the copier's own reference keeps the object alive.
 //   released  n to n - 1 while n > 1, by compare-and-swap, release, so that the last holder sees what the others did.
 //   last one  who reads one pins itself, reads the owner, locks the bucket, and looks at the owner again. Then one to
@@ -55,7 +57,8 @@
 //             meanwhile, and we step down as any holder. From zero nobody takes it: the entry is cleared, the owner
 //             barred, the bucket unlocked, the object deleted. So under the lock every entry is an object with holders.
 //
-// The single-threaded variant does the same with plain loads and stores, and neither pins nor locks.
+// The single-threaded variant does the same with plain loads and stores, and neither pins nor locks; it steps versions,
+// for what a lookup left may be old there too: making an object may intern others.
 //
 // ---- Announcements (DedupLifeTimeNotifiee) -------------------------------------------------------------------------
 //
@@ -161,31 +164,38 @@ namespace detail {
 struct alignas(64) DedupLine {
   static constexpr unsigned entries = 7;
 
-  // Which entries have this hash, as bits; free ones may be among them. Acquire: see "lookup". Where the processor has
-  // SSE2 it is two loads of 16 octets, of which each hash is read whole, and in their order, as all loads there are.
-  unsigned matching(std::uint32_t hash) const noexcept {
-#if defined(__SSE2__) && !defined(KEEL_THREAD_SANITIZER)
-    const auto* const words = reinterpret_cast<const __m128i*>(this);
-    const __m128i sought = _mm_set1_epi32(static_cast<int>(hash));
-    const __m128i low = _mm_cmpeq_epi32(_mm_load_si128(words), sought);
-    const __m128i high = _mm_cmpeq_epi32(_mm_load_si128(words + 1), sought);
-    std::atomic_signal_fence(std::memory_order_acquire);
-    const int found = _mm_movemask_ps(_mm_castsi128_ps(low)) | _mm_movemask_ps(_mm_castsi128_ps(high)) << 4;
-    return static_cast<unsigned>(found) >> 1;  // before the hashes lies the version
-#else
-    unsigned found = 0;
-#pragma GCC unroll 7
-    for (unsigned i = 0; i < entries; ++i) {
-      found |= static_cast<unsigned>(hashes[i].load(std::memory_order_acquire) == hash) << i;
-    }
-    return found;
-#endif
-  }
+  // Which entries have this hash, as bits; free ones may be among them. And which have this reference, 0: are free.
+  unsigned matching(std::uint32_t hash) const noexcept { return equal(version, hashes, hash); }
+  unsigned holding(SlabRef ref) const noexcept { return equal(more, refs, ref); }
 
   std::atomic<std::uint32_t> version;  // of the bucket, in its first line
   std::array<std::atomic<std::uint32_t>, entries> hashes;
   std::atomic<std::uint32_t> more;  // the number of the bucket's next line, 0: none
   std::array<std::atomic<SlabRef>, entries> refs;
+
+ private:
+  // Acquire: see "lookup". Where the processor has SSE2 it is two loads of 16 octets, of which each word is read whole,
+  // and in their order, as all loads there are; `before` lies before the words.
+  static unsigned equal([[maybe_unused]] const std::atomic<std::uint32_t>& before,
+                        [[maybe_unused]] const std::array<std::atomic<std::uint32_t>, entries>& words,
+                        std::uint32_t sought) noexcept {
+#if defined(__SSE2__) && !defined(KEEL_THREAD_SANITIZER)
+    const auto* const all = reinterpret_cast<const __m128i*>(&before);
+    const __m128i value = _mm_set1_epi32(static_cast<int>(sought));
+    const __m128i low = _mm_cmpeq_epi32(_mm_load_si128(all), value);
+    const __m128i high = _mm_cmpeq_epi32(_mm_load_si128(all + 1), value);
+    std::atomic_signal_fence(std::memory_order_acquire);
+    const int found = _mm_movemask_epi8(_mm_packs_epi16(_mm_packs_epi32(low, high), _mm_setzero_si128()));
+    return static_cast<unsigned>(found) >> 1;
+#else
+    unsigned found = 0;
+#pragma GCC unroll 7
+    for (unsigned i = 0; i < entries; ++i) {
+      found |= static_cast<unsigned>(words[i].load(std::memory_order_acquire) == sought) << i;
+    }
+    return found;
+#endif
+  }
 };
 static_assert(sizeof(DedupLine) == 64);
 
@@ -226,8 +236,8 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // `matches` is called with objects of this table only, and must not call the table.
   template <typename Matches>
   DedupHandleBase* find(std::uint32_t hash, Matches&& matches) const {
-    checkThread();
-    return multiThreaded_ ? findShared(hash, matches) : findIn<false>(lineOf(hash), hash, matches);
+    Sought sought;
+    return find(hash, matches, sought);
   }
 
   // find() through the content's and the objects' virtual operations.
@@ -246,10 +256,11 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   template <typename T, typename Matches, typename Make>
   Tyr::Ptr<const T> findOrDedup(std::uint32_t hash, Matches&& matches, Make&& make) {
     auto matchesHandle = [&matches](const DedupHandleBase& object) { return matches(static_cast<const T&>(object)); };
-    if (DedupHandleBase* found = find(hash, matchesHandle)) {
+    Sought sought;
+    if (DedupHandleBase* found = find(hash, matchesHandle, sought)) {
       return Tyr::Ptr<const T>(static_cast<const T*>(found), false);  // with the reference that find() took
     }
-    return dedupMade<T>(hash, make);
+    return dedupMade<T>(hash, make, sought);
   }
 
   // Two steps of a lookup that is to come: start loading the bucket; then, once that has arrived, the object. False: the
@@ -260,6 +271,11 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     const unsigned found = line.matching(hash);
     if (found != 0) __builtin_prefetch(SlabHeap::at(line.refs[static_cast<unsigned>(std::countr_zero(found))]));
     return found != 0;
+  }
+
+  // For a holder of the object: starts loading the bucket that it leaves if this is the last reference.
+  static void prefetchLeaving(const DedupHandleBase& handle) noexcept {
+    if (handle.referenceCount() == 1) prefetchBucketOf(handle);
   }
 
   // Before the table is used: asserts that it is empty. The destructor tells the notifiee to stop.
@@ -298,6 +314,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Called by the holder of what it read as the last reference. True: the object is the caller's alone, to delete.
   static bool letGo(DedupHandleBase* handle) noexcept;
   static bool stepDown(const DedupHandleBase* handle) noexcept;
+  static void prefetchBucketOf(const DedupHandleBase& handle) noexcept;
 
   static std::uint32_t bucketOf(std::uint32_t hash, std::uint32_t buckets) noexcept {
     const std::uint32_t mask = ~std::uint32_t{0} >> std::countl_zero(buckets);
@@ -309,8 +326,22 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     return lines_[bucketOf(hash, buckets_.load(std::memory_order_acquire))];
   }
 
+  // Where a lookup found nothing, and the version of the bucket at that moment.
+  struct Sought {
+    Line* bucket = nullptr;
+    std::uint32_t version = 0;
+  };
+
+  template <typename Matches>
+  DedupHandleBase* find(std::uint32_t hash, Matches& matches, Sought& sought) const {
+    checkThread();
+    if (multiThreaded_) return findShared(hash, matches, sought);
+    Line& bucket = lineOf(hash);
+    sought = {&bucket, bucket.version.load(std::memory_order_relaxed)};
+    return findIn<false>(bucket, hash, matches);
+  }
   template <bool shared, typename Matches>
-  DedupHandleBase* findIn(const Line& bucket, std::uint32_t hash, Matches&& matches) const {
+  DedupHandleBase* findIn(const Line& bucket, std::uint32_t hash, Matches& matches) const {
     for (const Line* line = &bucket;;) {
       for (unsigned found = line->matching(hash); found != 0; found &= found - 1) {
         const SlabRef ref = line->refs[static_cast<unsigned>(std::countr_zero(found))].load(std::memory_order_acquire);
@@ -324,27 +355,30 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
         if (shared) handle->referenceRelease();
       }
       const std::uint32_t more = line->more.load(std::memory_order_acquire);
-      if (more == 0) return nullptr;
+      if (more == 0) [[likely]]
+        return nullptr;
       line = &more_[more];
     }
   }
   template <typename Matches>
-  DedupHandleBase* findShared(std::uint32_t hash, Matches&& matches) const {
+  DedupHandleBase* findShared(std::uint32_t hash, Matches& matches, Sought& sought) const {
     for (detail::Backoff backoff;; backoff.pause()) {
       DedupHandleBase* handle = nullptr;
-      if (!isFound(hash, matches, handle)) continue;
+      if (!isFound(hash, matches, handle, sought)) continue;
       if (handle == nullptr || handle->news() != DedupHandleBase::newsComing || isToldOf(handle)) return handle;
     }
   }
   // False: ask again.
   template <typename Matches>
-  bool isFound(std::uint32_t hash, Matches&& matches, DedupHandleBase*& handle) const {
+  bool isFound(std::uint32_t hash, Matches& matches, DedupHandleBase*& handle, Sought& sought) const {
     const detail::Pin pin;
-    const Line& bucket = lineOf(hash);
-    const std::uint32_t version = bucket.version.load(std::memory_order_acquire);
+    const std::uint32_t buckets = buckets_.load(std::memory_order_acquire);
+    Line& bucket = lines_[bucketOf(hash, buckets)];
+    sought = {&bucket, bucket.version.load(std::memory_order_acquire)};
     handle = findIn<true>(bucket, hash, matches);
-    return handle != nullptr ||
-           (version % 2 == 0 && bucket.version.load(std::memory_order_relaxed) == version && &lineOf(hash) == &bucket);
+    if (handle != nullptr) return true;
+    return sought.version % 2 == 0 && bucket.version.load(std::memory_order_relaxed) == sought.version &&
+           (buckets_.load(std::memory_order_relaxed) == buckets || &lineOf(hash) == &bucket);
   }
   // Whether the object of an entry with this hash is still there; then with a reference taken.
   bool isReferenced(DedupHandleBase* handle, std::uint32_t hash) const noexcept {
@@ -363,18 +397,19 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
 
   // Out of line, so that a hit of findOrDedup() pays nothing for the miss.
   template <typename T, typename Make>
-  [[gnu::noinline]] Tyr::Ptr<const T> dedupMade(std::uint32_t hash, Make& make) {
+  [[gnu::noinline]] Tyr::Ptr<const T> dedupMade(std::uint32_t hash, Make& make, Sought sought) {
     Tyr::Ptr<T> fresh = make();
     KEEL_PAUSE_POINT(missed);
-    DedupHandleBase* const dedupHandle = dedupOwned(fresh.get(), hash);
+    DedupHandleBase* const dedupHandle = dedupOwned(fresh.get(), hash, sought);
     TYR_ASSERT(dedupHandle);
     if (dedupHandle == fresh.get()) fresh.detach();
     return Tyr::Ptr<const T>(static_cast<const T*>(dedupHandle), false);
   }
   // dedup() that takes over the caller's reference to `fresh` if that is what it returns.
-  DedupHandleBase* dedupOwned(DedupHandleBase* fresh, std::uint32_t hash);
+  DedupHandleBase* dedupOwned(DedupHandleBase* fresh, std::uint32_t hash, Sought sought);
 
   Line& lock(std::uint32_t hash) const noexcept;
+  bool lockFrom(Line& bucket, std::uint32_t version) const noexcept;
   bool lockIfFree(Line& bucket) const noexcept;
   void unlock(Line& bucket) const noexcept;
   struct Entry {
@@ -382,7 +417,9 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     unsigned place;
   };
   DedupHandleBase* equalIn(Line& bucket, DedupHandleBase* fresh, std::uint32_t hash) const;
-  Entry freeEntry(Line& bucket, bool& full) noexcept;
+  void insert(Line& bucket, DedupHandleBase* fresh, std::uint32_t hash);
+  Entry freeEntry(Line& bucket) noexcept;
+  Entry freeEntryBehind(Line& bucket) noexcept;
   std::uint32_t newLine() noexcept;
   void freeLines(std::uint32_t first) noexcept;
   void put(Entry entry, DedupHandleBase* fresh, std::uint32_t hash) noexcept;

@@ -65,8 +65,9 @@ class HashMix {
     return detail::finish(last, lane_[1], words_);
   }
 
-  // What mixBytes8 of each of the n words and value() give, in a third of the time.
-  static std::uint32_t ofWords(const std::uint64_t* words, std::size_t n) noexcept {
+  // What mixBytes8 of each of the n words and value() give, in a third of the time. words[i] gives a std::uint64_t.
+  template <typename Words>
+  static std::uint32_t ofWords(const Words& words, std::size_t n) noexcept {
     std::uint64_t even = detail::hashKey.lane0;
     std::uint64_t odd = detail::hashKey.lane1;
     std::size_t i = 0;

@@ -32,9 +32,11 @@ constexpr std::size_t refBlockOctets(std::uint32_t count) noexcept {
   return sizeof(std::uint32_t) + count * sizeof(SlabRef);
 }
 VELBGP_EXPORT RefBlock* newRefBlock(std::uint32_t count);
-// All references null, so that a half-filled array can be destroyed.
+// All references 0, so that a half-filled array can be destroyed.
 VELBGP_EXPORT void clearRefBlock(RefBlock* block, std::uint32_t count) noexcept;
 VELBGP_EXPORT void deleteRefBlock(RefBlock* block) noexcept;
+// Gives back a reference on each that is not null.
+VELBGP_EXPORT void releaseRefs(const SlabRef* refs, std::uint32_t count) noexcept;
 
 }  // namespace detail
 
@@ -112,15 +114,18 @@ class PtrInterfaceArray {
   PtrInterfaceArray(const PtrInterfaceArray&) = delete;
   PtrInterfaceArray& operator=(const PtrInterfaceArray&) = delete;
   ~PtrInterfaceArray() {
-    const SlabRef* const refs = range().refs();  // some are null in an array that was not filled to its end
-    for (std::uint32_t i = 0; i < size(); ++i) {
-      if (refs == nullptr ? range()[i] != nullptr : refs[i] != 0) range()[i]->referenceRelease();
+    // Some are null in an array that was not filled to its end.
+    if (isBlock()) {
+      detail::releaseRefs(block()->refs, block()->count);
+    } else if (const T* const element = range().front(); element != nullptr) {
+      element->referenceRelease();
     }
     forgetElements();
   }
 
-  // Makes room for exactly `count` elements, all null, in an empty array: for more than one in `ownersRoom`, memory of
-  // the owner's for such a block that is aligned to 4, or in a block of its own. Throws std::bad_alloc.
+  // Makes room for exactly `count` elements, to be filled before they are read, in an empty array: for more than one in
+  // `ownersRoom`, memory of the owner's for such a block that is aligned to 4, or in a block of its own. Throws
+  // std::bad_alloc.
   void sizeIs(std::uint32_t count, void* ownersRoom = nullptr) {
     TYR_ASSERT(empty());
     if (count == 1) word_ = 0;

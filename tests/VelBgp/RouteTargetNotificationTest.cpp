@@ -206,18 +206,18 @@ TEST_P(RouteTargetNotificationTest, ListsAreTracedOnTheWayInAndOut) {
 // Four threads intern and let go lists of a few route targets while a fifth reads both collections; the observers
 // intern and let go, too. Whenever the threads rest, pictures and collections are what is interned.
 TEST(RouteTargetNotificationThreads, PicturesAreWhatIsInternedAtEveryRest) {
-  struct Tables : ListTables {
-    Tables() : ListTables(true) {}
+  struct Tables : Agent {
+    Tables() : Agent(true) {}
     void run() {
       const auto rtList = comms->producerRtList();
-      const auto collection = lists->notifyingRtExtCommListCollection();
+      const auto collection = extended->notifyingRtExtCommListCollection();
       ValueSet targets;
       std::set<const void*> targetLists;
       std::vector<ExtCommList::PtrConst> caused;
       bool calm = false;
       const auto onTarget = rtList->notifieeList().attach([&](unsigned, const RouteTarget& rt) {
         EXPECT_EQ(rtList->rt(rt) != nullptr, targets.erase(rt.value) == 0 && targets.insert(rt.value).second);
-        if (!calm && rt.value % 4 == 0) caused.assign(1, intern({target + 1, target + 2, color}));
+        if (!calm && rt.value % 4 == 0) caused.assign(1, intern({target + 1, target + 2, 0x030b000000000064}));
       });
       const auto onList = collection->notifieeList().attach([&](unsigned, const auto& notifier) {
         if (targetLists.erase(notifier.get()) == 0) targetLists.insert(notifier.get());
