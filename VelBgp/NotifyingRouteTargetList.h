@@ -94,7 +94,7 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
   Tyr::NotifieeList<Key> notifieeList_;
 };
 
-struct RouteTargetHash {
+struct VELBGP_EXPORT RouteTargetHash {
   std::size_t operator()(const RouteTarget& rt) const noexcept { return Keel::singleAttributeHash(rt.value, 0x10a8ab); }
 };
 
