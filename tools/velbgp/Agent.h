@@ -1,7 +1,8 @@
 // The library, set up as an agent sets it up: one decoder, and tables for values and lists of
 // all kinds.
 //
-// Whatever was interned through it must be released before it goes. Single-threaded.
+// Whatever was interned through it must be released before it goes. Of one thread, unless the agent is multi-threaded
+// (Tyr/Threading.h) when it is made.
 #pragma once
 
 #include "VelBgp/CommList.h"

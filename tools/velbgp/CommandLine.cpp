@@ -115,14 +115,22 @@ class CommandLine {
   }
 
   // CLI11's own conversion takes signs, and a leading zero for octal.
+  template <std::uint64_t least = 0>
+  static std::uint64_t readNumber(const char* name, std::string text) {
+    unmark(text);
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error == std::errc() && end == text.data() + text.size() && number >= least) return number;
+    throw CLI::ValidationError(
+        name, quote(text) + " is no number, expected one from " + std::to_string(least) + " to 18446744073709551615");
+  }
   static void addNumber(CLI::App* sub, const char* name, const char* letter, std::uint64_t& number, const char* what) {
-    const auto read = [name, &number](std::string text) {
-      unmark(text);
-      const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-      if (error == std::errc() && end == text.data() + text.size()) return;
-      throw CLI::ValidationError(name, quote(text) + " is no number, expected one from 0 to 18446744073709551615");
-    };
+    const auto read = [name, &number](std::string text) { number = readNumber(name, std::move(text)); };
     sub->add_option_function<std::string>(name, read, what)->type_name(letter);
+  }
+  void addThreads(CLI::App* sub) {
+    const auto read = [this](std::string text) { options_.threads = readNumber<1>("--threads", std::move(text)); };
+    sub->add_option_function<std::string>("--threads", read, "Use as many threads at most (default 2)")->type_name("N");
   }
 
   void addDecode() {
@@ -144,6 +152,7 @@ class CommandLine {
     addJson(sub, "One JSON object for all files together");
     addNumber(sub, "--top", "N", options_.top, "Show the N most used lists and communities (default 10)");
     addMatch(sub);
+    addThreads(sub);
     addText(sub, "--publish", "STORE", options_.publish, "Put the lists into this store, for other processes to read");
     addMvpn(sub);
     addInputs(sub, "FILE", "MRT files, plain, gzip or bzip2; - is standard input")->required();

@@ -29,6 +29,7 @@ struct Options {
   std::optional<std::string> match;
   std::optional<std::string> publish;  // a store
   std::uint64_t top = 10;
+  std::optional<std::uint64_t> threads;  // at most, at least 1
   std::uint64_t paths = 10'000;
   std::uint64_t seed = 1;
 };

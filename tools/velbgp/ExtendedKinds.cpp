@@ -130,13 +130,10 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   static constexpr auto published = &PathLists::extended;
   static constexpr auto stashed = &StashedPath::extended;
 
-  explicit ExtendedTraits(const Agent& agent) : agent_(agent), content_(agent.communities.get()) {}
+  explicit ExtendedTraits(const Agent& agent) : agent_(agent) {}
 
-  List intern(Octets values) {
-    content_.reset();
-    content_.expectedCommunityCountIs(values.size() / octets);
-    for (; !values.empty(); values = values.subspan(octets)) content_.commIs(bigEndian(values.first<octets>()));
-    return ExtCommList::dedupContent(agent_.extended.get(), content_);
+  void intern(std::span<const Octets> values, std::span<List> lists) const {
+    ExtCommList::dedupAttributes(agent_.communities.get(), agent_.extended.get(), values, lists);
   }
 
   static ExtCommRange communities(const List& list) { return list->comms(); }
@@ -176,7 +173,6 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
 
  private:
   const Agent& agent_;
-  ExtCommListContentU64 content_;
 };
 
 // Route policy has no expression over them: nothing matches.
@@ -189,11 +185,8 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
 
   explicit ExtendedIp6Traits(const Agent& agent) : agent_(agent) {}
 
-  List intern(Octets values) const {
-    const ExtCommIp6List::Ptr builder = ExtCommIp6ListIs();
-    builder->expectedCommunityCountIs(values.size() / octets);
-    for (; !values.empty(); values = values.subspan(octets)) builder->commIs(dedup(values));
-    return builder->dedup(agent_.extendedIp6.get());
+  void intern(std::span<const Octets> values, std::span<List> lists) const {
+    ExtCommIp6List::dedupAttributes(agent_.ip6Communities.get(), agent_.extendedIp6.get(), values, lists);
   }
 
   static std::vector<Community> communities(const List& list) {

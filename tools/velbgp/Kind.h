@@ -1,7 +1,8 @@
 // The kinds of community as the tool sees them: one row each that says how a value is typed and where it stands on the
 // wire, and one object each that does with values what an agent does, through the library.
 //
-// All values pass as wire octets; a kind's source alone knows the library's types. Single-threaded.
+// All values pass as wire octets; a kind's source alone knows the library's types. A kind belongs to one thread at a
+// time; different kinds may be used at the same time when the agent is multi-threaded (Agent.h).
 #pragma once
 
 #include <array>
@@ -10,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,8 +48,14 @@ class Kind {
   // Adds what `decode` prints of one value, in order.
   virtual void decode(Octets value, boost::json::object& out) = 0;
 
-  // Interns the values, whole ones back to back, in any order and with repeats, as the list of one more path.
-  virtual std::uint32_t pathIs(Octets values) = 0;
+  // Interns lists, each as that of one more path, and numbers them. The values of each are whole ones back to back, in
+  // any order and with repeats, and not none.
+  virtual void pathsAre(std::span<const Octets> values, std::span<std::uint32_t> numbers) = 0;
+  std::uint32_t pathIs(Octets values) {
+    std::uint32_t number = 0;
+    pathsAre({&values, 1}, {&number, 1});
+    return number;
+  }
   // What `list` prints of a list, in order. Notes get what a reader of it should know.
   virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
   // Nothing for kinds without a text to match. The answer is remembered for a list: ask with one expression only.

@@ -3,7 +3,7 @@
 // ListKind<Traits> is a Kind. The traits of a kind give its library types and texts:
 //   List                       counted pointer to an interned list, null for none
 //   Community                  a community of a held list: equal for equal values
-//   intern(values)             the interned list of values as on the wire
+//   intern(values, lists)      the interned lists of values as on the wire
 //   communities(list)          its communities, ascending;  find(list, value)  the one of these wire octets
 //   octets                     of one value
 //   wire(community)            its octets;  text(community)  as people read it;  hash(community)
@@ -38,12 +38,15 @@ class ListKind : public Kind {
 
   void decode(Octets value, boost::json::object& out) override { traits_.decode(value, out); }
 
-  std::uint32_t pathIs(Octets values) override {
-    const auto list = traits_.intern(values);
-    const std::uint32_t number = numberOf(list);
-    ++paths_[number];
-    if (Traits::communities(list).size() != values.size() / Traits::octets) countRepeats(list, values);
-    return number;
+  void pathsAre(std::span<const Octets> values, std::span<std::uint32_t> numbers) override {
+    interned_.resize(values.size());
+    traits_.intern(values, interned_);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const List& list = interned_[i];
+      ++paths_[numbers[i] = numberOf(list)];
+      if (Traits::communities(list).size() != values[i].size() / Traits::octets) countRepeats(list, values[i]);
+    }
+    interned_.clear();
   }
 
   boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const override {
@@ -162,6 +165,7 @@ class ListKind : public Kind {
   }
 
   Traits traits_;
+  std::vector<List> interned_;                // in one call
   std::vector<List> lists_;                   // held, by number
   std::vector<std::uint64_t> paths_;          // that carried it, by number
   std::vector<std::optional<bool>> answers_;  // to the one expression, by number

@@ -2,15 +2,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <thread>
 
+#include "Tyr/Threading.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
+#include "tools/velbgp/PathBatch.h"
 #include "tools/velbgp/Publication.h"
 
 namespace VelBgpTool {
@@ -39,16 +43,15 @@ struct File {
   std::string problem;  // why it cannot be read, or empty
 };
 
-// Takes in the paths of all files: interns and counts their communities.
+// Takes in the paths of all files: counts their communities and has them interned.
 class Census final : public MrtSink {
  public:
-  Census(Kinds& kinds, const Routing::RouteMap::PosixRegex* match, Publication* publication, Console& console)
-      : kinds_(kinds), match_(match), publication_(publication), console_(console) {
-    lists_.fill(Publication::none);
-  }
+  Census(Interning& interning, Kinds& kinds, Publication* publication, Console& console)
+      : interning_(interning), kinds_(kinds), publication_(publication), console_(console) {}
 
   void fileIs(const File& file);
-  const MrtTotals& totals() const { return totals_; }
+  // Of all, to the end.
+  const MrtTotals& totals();
 
   void recordIs(const MrtRecord& record, std::uint64_t offset) override;
   void faultIs(std::uint64_t offset, const std::string& fault) override {
@@ -57,19 +60,17 @@ class Census final : public MrtSink {
 
  private:
   bool wellFormed(const CommunityAttribute& attribute, std::uint64_t offset);
-  // Counts and interns; the number of the list.
-  std::uint32_t attributeIs(const CommunityAttribute& attribute);
+  void attributeIs(const CommunityAttribute& attribute);
   void pathEnds();
+  void publish();
 
+  Interning& interning_;
   Kinds& kinds_;
-  const Routing::RouteMap::PosixRegex* match_;
   Publication* publication_;
   Console& console_;
   MrtTotals totals_;
   std::string source_;  // the file that is being read
-  // Of the path that is being read.
-  Publication::Numbers lists_;
-  bool matched_ = false;
+  PathBatch batch_;
 };
 
 void Census::fileIs(const File& file) {
@@ -91,17 +92,33 @@ void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
     if (attribute.path != path) pathEnds();
     path = attribute.path;
     if (!wellFormed(attribute, offset)) continue;
-    const std::uint32_t number = lists_[attribute.kind] = attributeIs(attribute);
-    if (match_ != nullptr) matched_ |= kinds_.at(attribute.kind).matches(number, *match_).value_or(false);
+    attributeIs(attribute);
   }
   pathEnds();
 }
 
 void Census::pathEnds() {
-  totals_.matches += matched_;
-  if (publication_ != nullptr) publication_->pathIs(lists_, kinds_);
-  matched_ = false;
-  lists_.fill(Publication::none);
+  batch_.pathEnds();
+  if (publication_ != nullptr) return publish();
+  if (batch_.full()) interning_.batchIs(batch_);
+}
+
+// Path by path: what a store gets, and when, follows the order in which lists come.
+void Census::publish() {
+  for (std::size_t kind = 0; kind < kindCount; ++kind) batch_.intern(kind, kinds_, interning_.match());
+  Publication::Numbers lists;
+  lists.fill(Publication::none);
+  batch_.forEachList([&lists](std::size_t kind, std::uint32_t number) { lists[kind] = number; });
+  publication_->pathIs(lists, kinds_);
+  totals_.matches += batch_.matches();
+  batch_.clear();
+}
+
+const MrtTotals& Census::totals() {
+  interning_.batchIs(batch_);
+  interning_.finish();
+  totals_.matches += interning_.matches();
+  return totals_;
 }
 
 bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offset) {
@@ -114,24 +131,32 @@ bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offse
   return false;
 }
 
-std::uint32_t Census::attributeIs(const CommunityAttribute& attribute) {
+void Census::attributeIs(const CommunityAttribute& attribute) {
   ++totals_.received[attribute.kind].paths;
   totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
-  return kinds_.at(attribute.kind).pathIs(attribute.value);
+  batch_.attributeIs(attribute.kind, attribute.value);
 }
+
+// A second one only where there are two processors.
+unsigned defaultThreads() { return std::min(std::thread::hardware_concurrency(), 2u); }
 
 }  // namespace
 
 void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
+  const auto threads = options.publish ? 1 : options.threads.value_or(std::max(defaultThreads(), 1u));
+  Tyr::agentMultiThreadedIs(threads > 1);
   Agent agent(options.mvpn);
   Kinds kinds(agent);
   std::optional<Publication> publication;
   if (options.publish) publication.emplace(*options.publish, agent, console);
-  Census census(kinds, match, publication ? &*publication : nullptr, console);
+  // One thread reads and unpacks: this one.
+  Interning interning(static_cast<unsigned>(std::min<std::uint64_t>(threads - 1, kindCount)), kinds, match);
+  Census census(interning, kinds, publication ? &*publication : nullptr, console);
   for (const std::string& name : options.inputs) census.fileIs(File(name));
+  const MrtTotals& totals = census.totals();
   if (publication) publication->finish();
-  if (options.json) return printMrtJson(census.totals(), kinds, console);
-  printMrtForPeople(census.totals(), kinds, agent, options.top, console);
+  if (options.json) return printMrtJson(totals, kinds, console);
+  printMrtForPeople(totals, kinds, agent, options.top, console);
 }
 
 }  // namespace VelBgpTool

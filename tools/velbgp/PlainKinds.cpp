@@ -49,7 +49,7 @@ std::optional<std::uint32_t> readAsdot(std::string_view text) {
 // ---- The kinds
 
 // What both do alike; Own gives the rest of what ListKind.h asks for, value() from wire octets, and its table.
-template <typename Own, typename ListType, typename Content>
+template <typename Own, typename ListType>
 class PlainTraits {
  public:
   using List = typename ListType::PtrConst;
@@ -57,11 +57,8 @@ class PlainTraits {
 
   explicit PlainTraits(const Agent& agent) : agent_(agent) {}
 
-  List intern(Octets values) {
-    content_.reset();
-    content_.expectedCommunityCountIs(values.size() / Own::octets);
-    for (; !values.empty(); values = values.subspan(Own::octets)) content_.commIs(Own::value(values));
-    return ListType::dedupContent(Own::table(agent_), content_);
+  void intern(std::span<const Octets> values, std::span<List> lists) const {
+    ListType::dedupAttributes(Own::table(agent_), values, lists);
   }
   static typename ListType::Values communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return *list->comm(Own::value(value)); }
@@ -78,10 +75,9 @@ class PlainTraits {
 
  private:
   const Agent& agent_;
-  Content content_;
 };
 
-struct StandardTraits : PlainTraits<StandardTraits, CommList, CommListContent> {
+struct StandardTraits : PlainTraits<StandardTraits, CommList> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 4;
   static constexpr auto published = &PathLists::standard;
@@ -100,7 +96,7 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList, CommListContent> {
   }
 };
 
-struct LargeTraits : PlainTraits<LargeTraits, LargeCommList, LargeCommListContent> {
+struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 12;
   static constexpr auto published = &PathLists::large;

@@ -7,7 +7,7 @@ _velbgp() {
     return
   fi
   case $previous in
-    --match | --top | --paths | --seed) return ;;
+    --match | --top | --threads | --paths | --seed) return ;;
     --publish)
       compopt -o dirnames
       return
@@ -16,7 +16,7 @@ _velbgp() {
   case ${COMP_WORDS[1]} in
     decode) options='--json --no-mvpn' ;;
     list) options='--json --match --no-mvpn' ;;
-    mrt) options='--json --top --match --publish --no-mvpn' ;;
+    mrt) options='--json --top --match --threads --publish --no-mvpn' ;;
     sample) options='--paths --seed' ;;
     store) options='--json' ;;
     *) return ;;
