@@ -238,7 +238,7 @@ TYPED_TEST(InternedLists, SnapshotsHaveClassificationLists) {
     }
     EXPECT_EQ(comms, 5u);
     const auto target = extCommClassificationRouteTarget;
-    const auto& part = snapshot->classificationList(target)->second;
+    const auto& part = snapshot->classificationList(target)->value;
     const auto other = this->intern({12, 24})->classificationList(target);
     snapshot->classificationListIs(other);
     EXPECT_TRUE(other && part == other);
