@@ -76,6 +76,7 @@ class Snapshot {
   ~Snapshot();
 
   std::uint64_t commit() const noexcept { return commit_; }
+  bool live() const noexcept { return live_; }
   // When it throws, what was shown has ended.
   bool refresh();
   // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.

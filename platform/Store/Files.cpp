@@ -1,5 +1,6 @@
 #include "Store/FilesImpl.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <lmdb.h>
 #include <sys/file.h>
@@ -12,7 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <set>
+#include <memory>
 #include <utility>
 
 #include "Store/LayoutImpl.h"
@@ -110,17 +111,24 @@ std::string startOfMachine() {
   return start;
 }
 
-// A directory with other files in it is not ours to fill.
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+// A directory with other files in it is not ours to fill. Not by the standard library's iterator, which ends the
+// process when it finds no memory.
 void requireNothingElse(const std::string& path) {
-  const std::set<std::string> leftovers = {"writer.lock",   "stamp",        "stamp.new",
-                                           "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
-  std::error_code error;
-  for (std::filesystem::directory_iterator at(path, error), end; !error && at != end; at.increment(error)) {
-    if (leftovers.contains(at->path().filename())) continue;
+  constexpr std::string_view leftovers[] = {".",         "..",            "writer.lock",  "stamp",
+                                            "stamp.new", "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
+  const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
+  errno = directory == nullptr ? errno : 0;
+  while (const dirent* entry = directory == nullptr ? nullptr : ::readdir(directory.get())) {
+    if (std::ranges::find(leftovers, std::string_view(entry->d_name)) != std::end(leftovers)) continue;
+    const std::string other = std::filesystem::path(path) / entry->d_name;
     throw StoreFormatException(
-        problem(path, "not a store: it has no data.mdb but " + at->path().string(), "a store or an empty directory"));
+        problem(path, "not a store: it has no data.mdb but " + other, "a store or an empty directory"));
   }
-  if (error) fail(path, "cannot list the directory", error.value(), "a directory that this user may read");
+  if (errno != 0) fail(path, "cannot list the directory", errno, "a directory that this user may read");
 }
 
 std::string message(int code) { return code > 0 ? std::generic_category().message(code) : ::mdb_strerror(code); }

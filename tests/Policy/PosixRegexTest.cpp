@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 
 namespace Routing::RouteMap {
 namespace {

@@ -14,7 +14,7 @@
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/WordLists.h"
 #include "support/Death.h"
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 
 namespace Routing::Bgp::test {
 namespace {

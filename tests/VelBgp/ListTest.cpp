@@ -18,7 +18,7 @@
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "support/Death.h"
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 
 namespace Routing::Bgp::test {
 namespace {

@@ -8,7 +8,7 @@
 #include "Store/Stores.h"
 #include "Tyr/Trace.h"
 #include "VelBgp/WordLists.h"
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 
 namespace Routing::Bgp::test {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "publish/Publishing.h"
 #include "support/Death.h"
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 #include "support/LeakCheck.h"
 
 namespace Routing::Bgp::test {
