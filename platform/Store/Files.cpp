@@ -76,6 +76,13 @@ void requireSound(const File& data, const Meta& meta, std::size_t pageOctets) {
   failFormat(data, " is damaged: a meta page contradicts itself", wholeFile);
 }
 
+// The engine takes sizes from the page with the greater commit number, the first of equals, and trees from the page that
+// this number belongs to, the one that is checked. So they must be one page.
+void requireInTheirPlaces(const File& data, const Meta& first, const Meta& second) {
+  if (first.page.number == 0 && second.page.number == 1 && first.commit % 2 == 0 && second.commit % 2 == 1) return;
+  failFormat(data, " is damaged: its meta pages contradict each other", wholeFile);
+}
+
 // ---- Other files
 
 template <typename Number>
@@ -305,6 +312,7 @@ void checkData(const std::string& path) {
   const Meta second = readMeta(data, pageOctets);
   requireSound(data, first, pageOctets);
   requireSound(data, second, pageOctets);
+  requireInTheirPlaces(data, first, second);
   const std::uint64_t counted = (std::min(first.lastPage, second.lastPage) + 1) * pageOctets;
   const std::size_t octets = data.octets();
   if (octets >= counted) return;

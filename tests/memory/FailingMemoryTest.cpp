@@ -69,6 +69,10 @@ TEST_P(FailingMemory, Lists) {
   forEachAttribute([&]<typename Attribute>(Attribute) {
     SCOPED_TRACE(Attribute::index);
     const auto intern = [this](const Words& words) { return Attribute::intern(*agent_, words); };
+    {
+      std::vector<typename Attribute::List::PtrConst> all;  // so that every shard has what it keeps
+      for (std::uint32_t word = 0; word < 1000; ++word) all.push_back(intern({word}));
+    }
     whole([&] { return wordsOf<Attribute>(*intern(words)); });
     whole([&] { return wordsOf<Attribute>(*intern(many)); });
     const auto list = intern(many);
