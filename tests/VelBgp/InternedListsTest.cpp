@@ -14,7 +14,6 @@
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/WordLists.h"
 #include "support/Death.h"
-#include "support/FailingMemory.h"
 
 namespace Routing::Bgp::test {
 namespace {
@@ -172,12 +171,6 @@ TYPED_TEST(InternedLists, Attributes) {
     }
   }
   EXPECT_ASSERTION(attributeOf(*this->intern(someWords(most + 1, 3))), "attrSize <= 0xFFFF");
-}
-
-TYPED_TEST(InternedLists, RunningOutOfMemoryLeavesNothingBehind) {
-  const Words words = someWords(700);
-  this->intern(words);  // what is made once for the whole process
-  EXPECT_GT(failAtEachAllocation([&] { this->intern(words); }, [&] { EXPECT_EQ(this->agent.size(), 0u); }), 0);
 }
 
 // ---- Snapshots

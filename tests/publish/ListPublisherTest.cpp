@@ -149,6 +149,13 @@ TEST_F(ListPublisherTest, OutOfMemory) {
   script.stepped(300);
   Contents now = script.contents(), after = now;
   expectSame(published(publishing), now);
+  failAtEachAllocation(
+      [&] {
+        const Agent other;
+        ListPublisher second(*publishing.store);
+        forEachAttribute([&]<typename Attribute>(Attribute) { second.listTableIs((other.*Attribute::table).get()); });
+      },
+      [] {});
   const auto expectAllOrNothing = [&](auto&& change) {
     failAtEachAllocation(change, [&] { expectSame(published(publishing), now); });
     expectSame(published(publishing), now = after);
