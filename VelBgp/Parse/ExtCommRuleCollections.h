@@ -138,7 +138,7 @@ class VELBGP_EXPORT BgpParseExtCommRuleCollections final : public Tyr::PtrInterf
 #define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ruleInstance, handle, instantiate, add, number, salt, ...)   \
   const KeySet<Key, number, salt>::Set& ruleInstance() const noexcept { return ruleInstance##_.keys(); } \
   Key ruleInstance##Is(const Key& key) { return ruleInstance##_.is(key, notifieeList_); }                \
-  bool ruleInstance##Del(const Key& key) noexcept { return ruleInstance##_.del(key, notifieeList_); }             \
+  bool ruleInstance##Del(const Key& key) noexcept { return ruleInstance##_.del(key, notifieeList_); }    \
   void ruleInstance##DelAll() { ruleInstance##_.delAll(notifieeList_); }                                 \
   bool ruleInstance##Has(const Key& key) const { return ruleInstance##_.has(key); }
 #include "VelBgp/Parse/ExtCommFamilies.def"

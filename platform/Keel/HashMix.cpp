@@ -35,7 +35,8 @@ HashKey weakKey() noexcept {
   if (const void* random = reinterpret_cast<const void*>(::getauxval(AT_RANDOM))) {
     std::memcpy(&startOfProcess, random, sizeof startOfProcess);
   }
-  return hashKeyOf(startOfProcess, static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()),
+  return hashKeyOf(startOfProcess,
+                   static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()),
                    reinterpret_cast<std::uintptr_t>(&hashKey));
 }
 

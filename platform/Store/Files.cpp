@@ -125,8 +125,8 @@ struct DirectoryCloser {
 // A directory with other files in it is not ours to fill. Not by the standard library's iterator, which ends the
 // process when it finds no memory.
 void requireNothingElse(const std::string& path) {
-  constexpr std::string_view leftovers[] = {".",         "..",            "writer.lock",  "stamp",
-                                            "stamp.new", "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
+  constexpr std::string_view leftovers[] = {
+      ".", "..", "writer.lock", "stamp", "stamp.new", "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
   const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
   errno = directory == nullptr ? errno : 0;
   while (const dirent* entry = directory == nullptr ? nullptr : ::readdir(directory.get())) {

@@ -168,7 +168,8 @@ TEST_F(StoreTest, ViewsThatStandStill) {
   const auto commits = [&](std::uint64_t count) {
     for (; count > 0; --count) {
       std::string value(2000, static_cast<char>(random()));
-      commit(*writer, [&](WriteBatch& batch) { batch.keyIs(1, octets("key" + std::to_string(count % 50)), octets(value)); });
+      commit(*writer,
+             [&](WriteBatch& batch) { batch.keyIs(1, octets("key" + std::to_string(count % 50)), octets(value)); });
     }
   };
   commits(100);

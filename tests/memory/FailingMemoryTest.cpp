@@ -161,7 +161,8 @@ TEST_P(FailingMemory, Observers) {
     withMemory([&] { came ? known.insert(key->rule()).second : known.erase(key->rule()) == 1; });
   };
   const auto first = collections->notifieeList().attach(follow);
-  const auto greedy = collections->notifieeList().attach([](unsigned, const auto&) { const std::string needed(100, 'x'); });
+  const auto greedy =
+      collections->notifieeList().attach([](unsigned, const auto&) { const std::string needed(100, 'x'); });
   const auto last = collections->notifieeList().attach(follow);
   whole([&] { bgpParseExtendedCommunityRuleFactory(BgpParseExtCommControl(collections)); });
   EXPECT_TRUE(known.empty());
@@ -172,8 +173,9 @@ TEST_P(FailingMemory, ShowTexts) {
   cache->mostTextsIs(3);
   const std::string text(100, 'x');
   for (std::uint64_t value = 0; value < 7; ++value) {
-    failAtEachAllocation([&] { cache->insert(value, text, false); },
-                         [&] { EXPECT_TRUE(cache->lookup(value, false).empty() || cache->lookup(value, false) == text); });
+    failAtEachAllocation(
+        [&] { cache->insert(value, text, false); },
+        [&] { EXPECT_TRUE(cache->lookup(value, false).empty() || cache->lookup(value, false) == text); });
     failAtEachAllocation([&] { return cache->lookup(value, false); }, [] {});
   }
 }

@@ -149,10 +149,11 @@ TEST_F(ListPublisherTest, OutOfMemory) {
   script.stepped(300);
   Contents now = script.contents(), after = now;
   expectSame(published(publishing), now);
+  const auto otherStore = Store::StoreManager::openForWriting(path_ + "2");
   failAtEachAllocation(
       [&] {
         const Agent other;
-        ListPublisher second(*publishing.store);
+        ListPublisher second(*otherStore, {never});
         forEachAttribute([&]<typename Attribute>(Attribute) { second.listTableIs((other.*Attribute::table).get()); });
       },
       [] {});

@@ -42,8 +42,8 @@ bool LineReader::nextPhysical() {
     const std::string_view rest = textOf(window_.peek(searched + 1));
     const std::size_t end = rest.find('\n', searched);
     if (std::min(end, rest.size()) > longestLine) {
-      console_.error({"stdin", ++number_}, "a line of more than " + std::to_string(longestLine) +
-                                               " octets, expected at most so many");
+      console_.error({"stdin", ++number_},
+                     "a line of more than " + std::to_string(longestLine) + " octets, expected at most so many");
       dropLine();
       searched = 0;
       continue;
