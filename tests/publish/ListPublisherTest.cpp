@@ -156,9 +156,14 @@ TEST_F(ListPublisherTest, OutOfMemory) {
         ListPublisher second(*otherStore, {never});
         forEachAttribute([&]<typename Attribute>(Attribute) { second.listTableIs((other.*Attribute::table).get()); });
       },
-      [] {});
-  const auto expectAllOrNothing = [&](auto&& change) {
-    failAtEachAllocation(change, [&] { expectSame(published(publishing), now); });
+      [] {}, Losses::notCounted);
+  const auto expectAllOrNothing = [&](auto&& undo, auto&& change) {
+    const auto again = [&] {
+      withMemory(undo);
+      change();
+    };
+    failAtEachAllocation(
+        again, [&] { expectSame(published(publishing), now); }, Losses::notCounted);
     expectSame(published(publishing), now = after);
   };
   PathLists lists;
@@ -167,14 +172,17 @@ TEST_F(ListPublisherTest, OutOfMemory) {
     path[Attribute::record] = {100, 200, 300};
     after.listIs({Attribute::record, path[Attribute::record]});
     expectAllOrNothing(
+        [&] { (lists.*Attribute::ofPath).reset(); },
         [&] { lists.*Attribute::ofPath = Attribute::intern(*publishing.agent, path[Attribute::record]); });
   });
   ListPublisher& publisher = *publishing.publisher;
   const std::string key = "a long enough new key";
   after.paths[key] = path;
-  expectAllOrNothing([&] { publisher.pathIs(key, lists); });
+  const auto publish = [&] { publisher.pathIs(key, lists); };
+  const auto withdraw = [&] { publisher.pathDel(key); };
+  expectAllOrNothing(withdraw, publish);
   after.paths.erase(key);
-  expectAllOrNothing([&] { publisher.pathDel(key); });
+  expectAllOrNothing(publish, withdraw);
   EXPECT_FALSE(publisher.pathDel(key));
 }
 

@@ -23,9 +23,9 @@ extern thread_local constinit FailingMemory failingMemory;
 // Does it again and again, with the first, the second ... allocation failing, once and for good, until none fails.
 // An exception is no result; failed() is called after it, with memory. What does not throw must give the answer that it
 // gives with memory. All of that is repeated until a round leaves no more memory behind than the one before, as each
-// would that loses some: objects may wait a while to be freed. What others lose who are called is no fault of ours. How
-// many allocations failed in the first round.
-enum class Losses { none, ofOthers };
+// would that loses some: objects may wait a while to be freed. Not so where other libraries lose some, or other threads
+// free it. How many allocations failed in the first round.
+enum class Losses { none, notCounted };
 template <typename Action, typename Failed>
 int failAtEachAllocation(Action&& action, Failed&& failed, Losses losses = Losses::none) {
   constexpr bool answers = !std::is_void_v<decltype(action())>;
@@ -62,7 +62,7 @@ int failAtEachAllocation(Action&& action, Failed&& failed, Losses losses = Losse
   };
   const auto rounds = [&](const auto& expected) {
     const int failures = round(expected);
-    if (losses == Losses::ofOthers) return failures;
+    if (losses == Losses::notCounted) return failures;
     long live, before;
     int more = 8;
     do {
