@@ -2,8 +2,7 @@
 // called: subtypeText(comm) and appendImage(image, comm).
 #pragma once
 
-#include <sstream>
-
+#include "Tyr/TextStream.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/StashImpl.h"
 
@@ -23,9 +22,10 @@ std::ostream& writeDebugText(std::ostream& stream, const Comm* extComm) {
 
 template <typename Traits>
 std::string InternedExtComm<Traits>::toStrep() const {
-  std::ostringstream stream;
+  Tyr::DynamicBuffer<> text;
+  Tyr::TextStream stream(text);
   formatDerivedType(stream);
-  return std::move(stream).str();
+  return text.str();
 }
 
 template <typename Traits>

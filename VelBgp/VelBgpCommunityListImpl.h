@@ -2,11 +2,10 @@
 // their holder. A holder offers commVectorSorted() and comms(); valueOf() gives what an element is sorted by.
 #pragma once
 
-#include <ostream>
 #include <span>
-#include <sstream>
 
 #include "BgpCommon/BgpHashMixImpl.h"
+#include "Tyr/TextStream.h"
 #include "VelBgp/CommVectorImpl.h"
 #include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/VelBgpCommunityList.h"
@@ -79,11 +78,12 @@ void joinCommunities(std::ostream& stream, const Range& comms) {
 template <typename List>
 std::string bracketed(const List* list) {
   if (list == nullptr) return "NULL";
-  std::ostringstream text;
-  text << "[ ";
-  joinCommunities(text, list->comms());
-  text << " ]";
-  return std::move(text).str();
+  Tyr::DynamicBuffer<512> text;
+  text.append("[ ");
+  Tyr::TextStream stream(text);
+  joinCommunities(stream, list->comms());
+  text.append(" ]");
+  return text.str();
 }
 
 // Interned communities of one table are equal exactly when they are one object, so the values are seldom looked at.

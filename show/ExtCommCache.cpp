@@ -1,5 +1,7 @@
 #include "show/ExtCommCache.h"
 
+#include "Tyr/Assert.h"
+
 namespace BgpShowCli {
 namespace {
 
@@ -23,12 +25,28 @@ void ExtCommCache::insert(std::uint64_t value, const std::string& text, bool asd
   extCommToStringIs(value, text);
 }
 
-void ExtCommCache::extCommToStringIs(std::uint64_t value, const std::string& text) { extCommToString_[value] = text; }
+void ExtCommCache::mostTextsIs(std::size_t most) {
+  TYR_ASSERT(most != 0);
+  mostTexts_ = most;
+  for (Texts* texts : {&extCommToString_, &extCommToAsdotString_}) {
+    if (texts->size() > most) texts->clear();
+  }
+}
+
+void ExtCommCache::textIs(Texts& texts, std::uint64_t value, const std::string& text) {
+  std::string copy = text;
+  if (texts.size() >= mostTexts_ && !texts.contains(value)) texts.clear();
+  texts[value].swap(copy);
+}
+
+void ExtCommCache::extCommToStringIs(std::uint64_t value, const std::string& text) {
+  textIs(extCommToString_, value, text);
+}
 std::string ExtCommCache::extCommToStringDel(std::uint64_t value) { return take(extCommToString_, value); }
 void ExtCommCache::extCommToStringDelAll() { extCommToString_.clear(); }
 
 void ExtCommCache::extCommToAsdotStringIs(std::uint64_t value, const std::string& text) {
-  extCommToAsdotString_[value] = text;
+  textIs(extCommToAsdotString_, value, text);
 }
 std::string ExtCommCache::extCommToAsdotStringDel(std::uint64_t value) { return take(extCommToAsdotString_, value); }
 void ExtCommCache::extCommToAsdotStringDelAll() { extCommToAsdotString_.clear(); }

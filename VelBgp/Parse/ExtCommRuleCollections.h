@@ -10,8 +10,9 @@
 // Ownership: none of the rules. A key is a plain pointer, and during the announcement of a removal it names a rule that
 // is being destroyed: it may be given sub-rules then, but no counted pointer may be made of it. Threads: none of its
 // own. Announcements are calls on the thread that changes a set, made before the change returns. Errors: adding what is
-// there and removing what is not do nothing. Reading a key from text that names no pointer throws
-// Tyr::DeserializationException of the attribute "rule".
+// there and removing what is not do nothing. What an observer throws at an insertion undoes it and comes out of it; at
+// a removal, which may be a destructor's, it is dropped, and all others hear of it. Reading a key from text that names
+// no pointer throws Tyr::DeserializationException of the attribute "rule".
 #pragma once
 
 #include <boost/unordered/unordered_flat_set.hpp>
@@ -93,10 +94,10 @@ class KeySet {
     if (inserted) announceInsert(element, notifieeList);
     return element;
   }
-  bool del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) {
+  bool del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept {
     const Key element = key;  // `key` may be the set's own
     if (keys_.erase(element) == 0) return false;
-    notifieeList.notify(number, element);
+    notifieeList.notifyAll(number, element);
     return true;
   }
   void delAll(BgpParseExtCommRuleNotifieeList& notifieeList) {
@@ -105,12 +106,12 @@ class KeySet {
   }
 
  private:
-  // An observer that throws ends the making of the rule, whose key must not stay behind.
+  // An observer that throws ends the making of the rule, whose key must not stay behind, here or with other observers.
   void announceInsert(const Key& element, BgpParseExtCommRuleNotifieeList& notifieeList) {
     try {
       notifieeList.notify(number, element);
     } catch (...) {
-      keys_.erase(element);
+      del(element, notifieeList);
       throw;
     }
   }
@@ -137,7 +138,7 @@ class VELBGP_EXPORT BgpParseExtCommRuleCollections final : public Tyr::PtrInterf
 #define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ruleInstance, handle, instantiate, add, number, salt, ...)   \
   const KeySet<Key, number, salt>::Set& ruleInstance() const noexcept { return ruleInstance##_.keys(); } \
   Key ruleInstance##Is(const Key& key) { return ruleInstance##_.is(key, notifieeList_); }                \
-  bool ruleInstance##Del(const Key& key) { return ruleInstance##_.del(key, notifieeList_); }             \
+  bool ruleInstance##Del(const Key& key) noexcept { return ruleInstance##_.del(key, notifieeList_); }    \
   void ruleInstance##DelAll() { ruleInstance##_.delAll(notifieeList_); }                                 \
   bool ruleInstance##Has(const Key& key) const { return ruleInstance##_.has(key); }
 #include "VelBgp/Parse/ExtCommFamilies.def"

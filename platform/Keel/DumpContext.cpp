@@ -1,6 +1,8 @@
 #include "Keel/DumpContext.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <new>
 #include <vector>
 
 namespace Keel {
@@ -14,6 +16,7 @@ void DumpContext::printf(const char* format, ...) {
   va_start(arguments, format);
   const int needed = std::vsnprintf(onStack, sizeof onStack, format, arguments);
   va_end(arguments);
+  if (needed < 0 && errno == ENOMEM) throw std::bad_alloc();
   if (needed < 0) return;
   const auto octets = static_cast<std::size_t>(needed);
   if (octets < sizeof onStack) return write(onStack, octets);

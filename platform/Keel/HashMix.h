@@ -4,10 +4,18 @@
 // random when the library is loaded, so a peer that chooses the values cannot choose the buckets. Never store or send a
 // result. A HashMix belongs to one thread; the constants are read-only and shared.
 //
+// The constants are a secret. This is no cryptographic hash: who chooses values must not learn the constants, nor any
+// result, nor the order in which a table or set walks its members, nor which values share a bucket, as texts or dumps
+// that come in that order and the time of single lookups would tell; who does can choose values that collide. They are
+// drawn from the kernel. Where it gives nothing yet, or getrandom() is refused (a strict seccomp filter), they are made
+// of what the kernel gave the process at its start (AT_RANDOM), the clock and an address: then whoever can read the
+// process's memory or /proc/PID/auxv knows them, nobody else. A child of fork() has those of its parent.
+//
 // Design: words enter in pairs, each pair one 64x64-to-128-bit multiplication folded to 64 bits, alternating between
 // two lanes so that two multiplications are under way at a time.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -27,6 +35,9 @@ struct HashKey {
   std::uint64_t finish;
 };
 extern VELBGP_EXPORT const HashKey hashKey;
+// The key where the kernel draws none: all words of each depend on all that is given.
+VELBGP_EXPORT HashKey hashKeyOf(const std::array<std::uint64_t, 2>& startOfProcess, std::uint64_t clock,
+                                std::uint64_t address) noexcept;
 
 // The high half of a product depends on all bits of both factors, the low half spreads the low ones.
 inline std::uint64_t fold(std::uint64_t a, std::uint64_t b) noexcept {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -183,6 +184,27 @@ std::uint64_t Environment::newestCommit() const {
 }
 
 bool Environment::sync() const noexcept { return ownProcess() && ::mdb_env_sync(engine_.get(), 1) == 0; }
+
+namespace {
+
+// The engine's line for each of its places: process, thread, and the commit or a dash.
+int lookAtReader(const char* line, void* oldest) noexcept {
+  OldestView view{};
+  unsigned long commit = 0;
+  if (std::sscanf(line, "%d %*s %lu", &view.process, &commit) != 2) return 0;
+  view.commit = commit;
+  auto& least = *static_cast<std::optional<OldestView>*>(oldest);
+  if (!least || view.commit < least->commit) least = view;
+  return 0;
+}
+
+}  // namespace
+
+std::optional<OldestView> Environment::oldestView() const {
+  std::optional<OldestView> oldest;
+  if (ownProcess()) ::mdb_reader_list(engine_.get(), lookAtReader, &oldest);
+  return oldest;
+}
 
 void Environment::checkReaders() const {
   int dead = 0;

@@ -32,6 +32,8 @@ class Environment {
   std::uint64_t newestCommit() const;
   // Waits until all commits are on the disk; false when they are not, or in a child of fork().
   bool sync() const noexcept;
+  // The reader of the oldest commit that is being read, in this process too.
+  std::optional<OldestView> oldestView() const;
   // Gives up the places of dead readers.
   void checkReaders() const;
   // All of them, or none and an exception.
@@ -76,6 +78,7 @@ class Snapshot {
   ~Snapshot();
 
   std::uint64_t commit() const noexcept { return commit_; }
+  bool live() const noexcept { return live_; }
   // When it throws, what was shown has ended.
   bool refresh();
   // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.
@@ -94,13 +97,15 @@ class Snapshot {
  private:
   class Cursor;
   void begin();
+  // Ends a view that is too old.
   void requireLive() const;
   bool isFound(int code) const;
   std::optional<std::string> damage() const;
 
   std::shared_ptr<Environment> environment_;
   MDB_txn* transaction_ = nullptr;
-  bool live_ = false;
+  mutable bool live_ = false;
+  mutable bool tooOld_ = false;  // which is why it does not live
   mutable unsigned loops_ = 0;
   std::uint64_t commit_ = 0;
 };

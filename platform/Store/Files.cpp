@@ -1,5 +1,6 @@
 #include "Store/FilesImpl.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <lmdb.h>
 #include <sys/file.h>
@@ -12,7 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <set>
+#include <memory>
 #include <utility>
 
 #include "Store/LayoutImpl.h"
@@ -75,6 +76,13 @@ void requireSound(const File& data, const Meta& meta, std::size_t pageOctets) {
   failFormat(data, " is damaged: a meta page contradicts itself", wholeFile);
 }
 
+// The engine takes sizes from the page with the greater commit number, the first of equals, and trees from the page that
+// this number belongs to, the one that is checked. So they must be one page.
+void requireInTheirPlaces(const File& data, const Meta& first, const Meta& second) {
+  if (first.page.number == 0 && second.page.number == 1 && first.commit % 2 == 0 && second.commit % 2 == 1) return;
+  failFormat(data, " is damaged: its meta pages contradict each other", wholeFile);
+}
+
 // ---- Other files
 
 template <typename Number>
@@ -110,17 +118,24 @@ std::string startOfMachine() {
   return start;
 }
 
-// A directory with other files in it is not ours to fill.
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+// A directory with other files in it is not ours to fill. Not by the standard library's iterator, which ends the
+// process when it finds no memory.
 void requireNothingElse(const std::string& path) {
-  const std::set<std::string> leftovers = {"writer.lock",   "stamp",        "stamp.new",
-                                           "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
-  std::error_code error;
-  for (std::filesystem::directory_iterator at(path, error), end; !error && at != end; at.increment(error)) {
-    if (leftovers.contains(at->path().filename())) continue;
+  constexpr std::string_view leftovers[] = {
+      ".", "..", "writer.lock", "stamp", "stamp.new", "data.mdb-lock", "data.mdb.new", "data.mdb.new-lock"};
+  const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(path.c_str()));
+  errno = directory == nullptr ? errno : 0;
+  while (const dirent* entry = directory == nullptr ? nullptr : ::readdir(directory.get())) {
+    if (std::ranges::find(leftovers, std::string_view(entry->d_name)) != std::end(leftovers)) continue;
+    const std::string other = std::filesystem::path(path) / entry->d_name;
     throw StoreFormatException(
-        problem(path, "not a store: it has no data.mdb but " + at->path().string(), "a store or an empty directory"));
+        problem(path, "not a store: it has no data.mdb but " + other, "a store or an empty directory"));
   }
-  if (error) fail(path, "cannot list the directory", error.value(), "a directory that this user may read");
+  if (errno != 0) fail(path, "cannot list the directory", errno, "a directory that this user may read");
 }
 
 std::string message(int code) { return code > 0 ? std::generic_category().message(code) : ::mdb_strerror(code); }
@@ -297,6 +312,7 @@ void checkData(const std::string& path) {
   const Meta second = readMeta(data, pageOctets);
   requireSound(data, first, pageOctets);
   requireSound(data, second, pageOctets);
+  requireInTheirPlaces(data, first, second);
   const std::uint64_t counted = (std::min(first.lastPage, second.lastPage) + 1) * pageOctets;
   const std::size_t octets = data.octets();
   if (octets >= counted) return;

@@ -44,7 +44,10 @@ class Snapshot::Cursor {
   }
 
   // Whether there is such an entry.
-  bool moveTo(MDB_cursor_op place) { return snapshot_.isFound(::mdb_cursor_get(cursor_, &key_, &value_, place)); }
+  bool moveTo(MDB_cursor_op place) {
+    snapshot_.requireLive();
+    return snapshot_.isFound(::mdb_cursor_get(cursor_, &key_, &value_, place));
+  }
   bool moveTo(std::string_view least) {
     key_ = engineKey(least);
     return moveTo(MDB_SET_RANGE);
@@ -71,6 +74,7 @@ void Snapshot::begin() {
   const int code = environment_->beginReading(transaction_);
   if (code != 0) environment_->failReading("cannot begin to read", code);
   live_ = true;
+  tooOld_ = false;
   commit_ = ::mdb_txn_id(transaction_);
 }
 
@@ -118,7 +122,18 @@ void Snapshot::checkPages() {
 }
 
 void Snapshot::requireLive() const {
+  if (live_ && environment_->info().me_last_txnid > commit_ + mostCommitsBehind && environment_->ownProcess()) {
+    ::mdb_txn_reset(transaction_);
+    live_ = false;
+    tooOld_ = true;
+  }
   if (live_) return;
+  if (tooOld_) {
+    throw OldViewException(problem(environment_->path(),
+                                   "the view has ended: the writer is more than " + std::to_string(mostCommitsBehind) +
+                                       " commits further than the shown one, " + std::to_string(commit_),
+                                   "a refresh in good time"));
+  }
   throw StoreException(problem(environment_->path(), "the view has ended: its last refresh failed", "a refresh first"));
 }
 

@@ -1,15 +1,20 @@
 // ReadView: one commit of a store, whole and unchanging, whatever the writer does meanwhile.
 //
 // A view is short-lived or refreshed now and then: the octets that it shows are not used again while it shows them, so
-// a view that stays makes the store's file grow with every commit. A store has room for 1,024 views, those of all
+// a view that stays makes the store's file grow with every commit. One that is used when the writer is more than
+// mostCommitsBehind further ends there, also in a loop: its octets go back to the writer, it throws OldViewException,
+// and refresh() begins anew. One that is not used at all, as its thread waits or its process is stopped, cannot end by
+// itself: of that the writer is told (Options::mostCommitsAhead in Store/StoreManager.h). A store has room for 1,024 views, those of all
 // processes together; making one takes a lock for a moment, reading and refreshing take none.
 //
 // Ownership: made by StoreManager, which it may outlive. What translate(), key() and the loops give points into the
-// store's file and is valid until the view, or the one that it was moved to, is refreshed or gone.
+// store's file and is valid until the view, or the one that it was moved to, is refreshed, has ended or is gone.
 // Threads: one view is used by one thread at a time, by any; different views from different threads.
 // Errors: StoreException and its family. After a refresh() that threw, the view has ended: everything but refresh() and
 // destruction throws.
 #pragma once
+
+#include <sys/types.h>
 
 #include <functional>
 #include <memory>
@@ -24,6 +29,14 @@ namespace detail {
 class Environment;
 class Snapshot;
 }  // namespace detail
+
+inline constexpr std::uint64_t mostCommitsBehind = 5'000;
+
+// Who shows the oldest commit of a store that is still shown.
+struct OldestView {
+  pid_t process;
+  std::uint64_t commit;
+};
 
 class VELBGP_EXPORT ReadView {
  public:

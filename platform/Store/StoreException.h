@@ -24,7 +24,8 @@ struct VELBGP_EXPORT StoreFormatException : StoreException {
   using StoreException::StoreException;
 };
 
-// Another writer has the store, or this process reads it already and so cannot begin to write.
+// Another writer has the store, or this process reads it already and so cannot begin to write; or a reader shows so old
+// a commit that the writer may not go on.
 struct VELBGP_EXPORT StoreBusyException : StoreException {
   using StoreException::StoreException;
 };
@@ -38,6 +39,11 @@ struct VELBGP_EXPORT StoreFullException : StoreException {
 // The reference names no record of this view: null, of a removed record (its number may be in use again), of a commit
 // that the view does not show, or of another store.
 struct VELBGP_EXPORT StaleReferenceException : StoreException {
+  using StoreException::StoreException;
+};
+
+// The view was too far behind the writer, and has ended. A refresh begins anew.
+struct VELBGP_EXPORT OldViewException : StoreException {
   using StoreException::StoreException;
 };
 

@@ -61,6 +61,7 @@ std::unique_ptr<StoreManager> StoreManager::openForWriting(const std::string& na
     detail::markDel(manager->writer_->lock);
   }
   manager->environment_->checkReaders();
+  manager->writer_->mostCommitsAhead = options.mostCommitsAhead;
   manager->reserveAnchors();
   manager->refresh();
   manager->writer_->numbers.next = manager->view_.snapshot_->lastNumber() + 1;
@@ -103,6 +104,7 @@ StoreManager::~StoreManager() {
 
 const std::string& StoreManager::path() const noexcept { return environment_->path(); }
 std::uint64_t StoreManager::newestCommit() const { return environment_->newestCommit(); }
+std::optional<OldestView> StoreManager::oldestView() const { return environment_->oldestView(); }
 
 // Stored before any of them is given out. The view stays where it is: this happens in the middle of batches.
 void StoreManager::reserveAnchors() {
@@ -114,16 +116,34 @@ void StoreManager::reserveAnchors() {
   writer_->anchorBound = bound;
 }
 
+// A reader that died is not in the way.
+void StoreManager::requireNotTooFarAhead() {
+  detail::Writer& writer = *writer_;
+  if (!writer.tooFarAhead && writer.commits % detail::commitsBetweenReaderChecks != 0) return;
+  environment_->checkReaders();
+  if (writer.mostCommitsAhead == 0) return;
+  const std::optional<OldestView> oldest = oldestView();
+  const std::uint64_t newest = newestCommit();
+  writer.tooFarAhead = oldest && newest > oldest->commit + writer.mostCommitsAhead;
+  if (!writer.tooFarAhead) return;
+  throw StoreBusyException(detail::problem(
+      path(),
+      "process " + std::to_string(oldest->process) + " still shows commit " + std::to_string(oldest->commit) + " of " +
+          std::to_string(newest),
+      "at most " + std::to_string(writer.mostCommitsAhead) + " in between, that process to go on or to end"));
+}
+
 // The commit stands whatever becomes of the view: one that cannot follow has ended, and says so when it is used.
 void StoreManager::commit(detail::Changes& changes) {
   if (changes.clear) changes.headerIs(identity_, writer_->anchorBound);
+  requireNotTooFarAhead();
   environment_->checkFile();
   environment_->commit(changes);
   try {
     view_.refresh();
   } catch (const std::exception&) {
   }
-  if (++writer_->commits % detail::commitsBetweenReaderChecks == 0) environment_->checkReaders();
+  ++writer_->commits;
 }
 
 }  // namespace Routing::Store

@@ -26,7 +26,9 @@
 // not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
 // Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
-// next one on, as far as no view shows it. Each process maps the file once, over addresses reserved for as large as it
+// next one on, as far as no view shows it. A view that stays behind ends when it is used again (Store/ReadView.h); where
+// one is not used, commit() throws StoreBusyException once the writer is mostCommitsAhead of it, names the process, and
+// goes on when that moved or died. oldestView() tells who it is before. Each process maps the file once, over addresses reserved for as large as it
 // may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
 // read. Where they are limited (`ulimit -v`), a half, a quarter... is reserved, so that as much stays free. A writer
 // whose map is full gets StoreFullException. A reader whose map the store has outgrown gets StoreException from
@@ -85,6 +87,9 @@ struct Options {
   // only while no other manager or view of the process has the store open; a file that is larger already is mapped as
   // it is.
   std::size_t mapOctets = defaultMapOctets;
+  // How far the writer may get ahead of the oldest view, give or take 64 commits; 0: as far as there is room. What
+  // commits free under an old view, the writer cannot use as long as that stays.
+  std::uint64_t mostCommitsAhead = 2 * mostCommitsBehind;
   // Rights of the files when a store is made, less the umask; of the directory too, with search where there is read.
   mode_t mode = 0660;
   PageCheck pageCheck = PageCheck::on;
@@ -117,6 +122,9 @@ class VELBGP_EXPORT StoreManager {
 
   // The number of the store's newest commit, without moving the view on: two system calls, no lock.
   std::uint64_t newestCommit() const;
+  // Who shows the oldest commit, this process counted; nothing when nobody reads. The writer can tell by it who is in
+  // its way.
+  std::optional<OldestView> oldestView() const;
   // Another view, of the newest commit, independent of the manager's.
   ReadView readView() const { return ReadView(environment_); }
 
@@ -137,6 +145,7 @@ class VELBGP_EXPORT StoreManager {
   StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity, PageCheck pageCheck,
                std::unique_ptr<detail::Writer> writer);
   void reserveAnchors();
+  void requireNotTooFarAhead();
   void commit(detail::Changes& changes);
 
   std::unordered_map<std::type_index, const void*> services_;

@@ -34,6 +34,8 @@ struct Writer {
   std::uint64_t nextAnchor = 0;
   std::uint64_t anchorBound = 0;  // the one stored
   std::uint64_t commits = 0;      // of this run
+  std::uint64_t mostCommitsAhead = 0;
+  bool tooFarAhead = false;
   bool batchOpen = false;
 };
 

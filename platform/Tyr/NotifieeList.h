@@ -40,6 +40,8 @@ class NotifieeList {
   // An empty handle, no observer, for an empty function.
   [[nodiscard]] Handle attach(Callback callback);
   void notify(unsigned attribute, const Key& key);
+  // For what cannot be undone: every observer is called, and what one throws goes no further.
+  void notifyAll(unsigned attribute, const Key& key) noexcept;
   // How many are attached. From any thread.
   std::size_t size() const noexcept { return state_->attached.load(std::memory_order_relaxed); }
 
@@ -84,6 +86,9 @@ class NotifieeList {
     Notification& operator=(const Notification&) = delete;
     State& state_;
   };
+
+  template <typename Call>
+  void forEachObserver(Call&& call);
 
   std::shared_ptr<State> state_;
 };
@@ -131,15 +136,31 @@ typename NotifieeList<Key>::Handle NotifieeList<Key>::attach(Callback callback) 
 }
 
 template <typename Key>
-void NotifieeList<Key>::notify(unsigned attribute, const Key& key) {
+template <typename Call>
+void NotifieeList<Key>::forEachObserver(Call&& call) {
   if (state_->observers.empty()) return;
   const std::shared_ptr<State> state = state_;
   const Notification underWay(*state);
   const std::size_t count = state->observers.size();
   for (std::size_t i = 0; i < count; ++i) {
     Observer& observer = *state->observers[i];
-    if (observer.attached) observer.callback(attribute, key);
+    if (observer.attached) call(observer.callback);
   }
+}
+
+template <typename Key>
+void NotifieeList<Key>::notify(unsigned attribute, const Key& key) {
+  forEachObserver([&](const Callback& callback) { callback(attribute, key); });
+}
+
+template <typename Key>
+void NotifieeList<Key>::notifyAll(unsigned attribute, const Key& key) noexcept {
+  forEachObserver([&](const Callback& callback) {
+    try {
+      callback(attribute, key);
+    } catch (...) {
+    }
+  });
 }
 
 }  // namespace Tyr

@@ -12,14 +12,15 @@
 //
 // Threads: all may be called from any thread. A sink is called on the tracing thread, possibly from several at once,
 // and once more after it was replaced if a line was under way. It may trace, but then also its own lines come to it.
+// Errors: a line for which there is no memory is left out, so that tracing changes nothing of what is traced.
 #pragma once
 
 #include <atomic>
 #include <functional>
-#include <sstream>
+#include <new>
 #include <string_view>
 
-#include "Tyr/Export.h"
+#include "Tyr/TextStream.h"
 
 namespace Tyr {
 
@@ -42,11 +43,15 @@ VELBGP_EXPORT void traceSinkIs(TraceSink sink);
 
 }  // namespace Tyr
 
-#define TYR_TRACE(level, ...)                                         \
-  do {                                                                \
-    if (::Tyr::traced(level)) [[unlikely]] {                          \
-      std::ostringstream tyrTraceText;                                \
-      tyrTraceText << __VA_ARGS__;                                    \
-      ::Tyr::detail::traceLine(level, __func__, tyrTraceText.view()); \
-    }                                                                 \
+#define TYR_TRACE(level, ...)                                           \
+  do {                                                                  \
+    if (::Tyr::traced(level)) [[unlikely]] {                            \
+      try {                                                             \
+        ::Tyr::DynamicBuffer<256> tyrTraceText;                         \
+        ::Tyr::TextStream tyrTraceStream(tyrTraceText);                 \
+        tyrTraceStream << __VA_ARGS__;                                  \
+        ::Tyr::detail::traceLine(level, __func__, tyrTraceText.view()); \
+      } catch (const ::std::bad_alloc&) {                               \
+      }                                                                 \
+    }                                                                   \
   } while (false)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <set>
 #include <vector>
 
@@ -42,6 +43,20 @@ TEST(HashMix, SpreadsNeighbours) {
     EXPECT_NEAR(low[i], 64, 48) << i;  // six standard deviations
     EXPECT_NEAR(high[i], 64, 48) << i;
   }
+}
+
+// What the kernel gave the process makes all of the key, where everything else can be guessed.
+TEST(HashMix, KeysWithoutTheKernelsRandomNumbersDifferInEveryWord) {
+  std::set<std::uint64_t> words;
+  constexpr std::uint64_t starts = 100;
+  for (std::uint64_t n = 0; n < starts; ++n) {
+    for (const auto& start : {std::array<std::uint64_t, 2>{n, ~std::uint64_t{0}}, {~std::uint64_t{0}, n}}) {
+      const detail::HashKey key = detail::hashKeyOf(start, 1, 2);
+      words.insert({key.lane0, key.lane1, key.second, key.odd, key.finish});
+      EXPECT_TRUE(key.odd & key.finish & 1);
+    }
+  }
+  EXPECT_EQ(words.size(), starts * 2 * 5);
 }
 
 }  // namespace

@@ -80,6 +80,9 @@ TEST_F(BrokenStoreTest, IsRefusedWithItsReason) {
       {"a meta page contradicts itself", "/data.mdb", 32, std::string(8, '\xff')},  // its map's size
       {"a meta page contradicts itself", "/data.mdb", 4096 + 40, raw({0, 2})},      // its page size
       {"a meta page contradicts itself", "/data.mdb", 128, std::string(7, '\1')},   // its root
+      {"its meta pages contradict each other", "/data.mdb", 0, raw({1})},           // its number
+      {"its meta pages contradict each other", "/data.mdb", 144, raw({5})},         // its commit
+      {"its meta pages contradict each other", "/data.mdb", 4096 + 144, raw({4})},
       {"stamp is empty", "/stamp", 0, ""},
       {"stamp is cut short", "/stamp", 31, ""},
       {"stamp is not a store's stamp", "/stamp", 0, "v"},
@@ -102,6 +105,23 @@ TEST_F(BrokenStoreTest, IsRefusedWithItsReason) {
   std::filesystem::create_directory(data());
   std::filesystem::copy(path_ + "2/stamp", path_);
   expectRefused<StoreFormatException>("data.mdb is no file", path_);
+}
+
+// The engine would take what to read from the one page and how long the file is from the other.
+TEST_F(BrokenStoreTest, MetaPagesOfOneCommit) {
+  for (std::string key = "a"; StoreManager::openForReading(path_)->commits() % 2 == 0; key += 'a') {
+    commit(*StoreManager::openForWriting(path_), [&](WriteBatch& batch) { batch.keyIs(1, octets(key), octets(key)); });
+  }
+  constexpr std::size_t root = 128, lastPage = 136, octetsOfMeta = 152;
+  std::string meta = contents(data()).substr(4096, octetsOfMeta);
+  meta[0] = 0;  // the page's number
+  meta.replace(root, 2, "\x01\x40").replace(lastPage, 2, "\x01\x50");
+  overwrite(data(), 0, meta);
+  inChild([this] {
+    expectRefused<StoreFormatException>("its meta pages contradict each other", path_);
+    EXPECT_THROW(commit(*StoreManager::openForWriting(path_), [](WriteBatch& batch) { batch.clear(); }),
+                 StoreFormatException);
+  });
 }
 
 // The mark of a writer that did not close the store, of this start of the machine and of another.

@@ -160,5 +160,44 @@ TEST_F(StoreTest, LimitsAndMisuse) {
                    "no refresh from inside a loop over the view");
 }
 
+TEST_F(StoreTest, ViewsThatStandStill) {
+  Options options;
+  options.mostCommitsAhead = mostCommitsBehind + 1;
+  const auto writer = StoreManager::openForWriting(path_, options);
+  std::mt19937 random(1);
+  const auto commits = [&](std::uint64_t count) {
+    for (; count > 0; --count) {
+      std::string value(2000, static_cast<char>(random()));
+      commit(*writer,
+             [&](WriteBatch& batch) { batch.keyIs(1, octets("key" + std::to_string(count % 50)), octets(value)); });
+    }
+  };
+  commits(100);
+  const auto reader = StoreManager::openForReading(path_);
+  ReadView old = reader->readView(), used = reader->readView();
+  EXPECT_TRUE(writer->oldestView()->commit == used.commits() && writer->oldestView()->process == getpid());
+  commits(mostCommitsBehind);
+  EXPECT_TRUE(used.key(1, octets("key1")));
+  commits(1);
+  int visited = 0;
+  EXPECT_THAT([&] { used.forEachKey(1, [&](Octets, Octets) { ++visited; }); },
+              failsWith<OldViewException>("more than 5000 commits further than the shown one, "));
+  EXPECT_EQ(visited, 0);
+  EXPECT_THAT([&] { commits(65); },
+              failsWith<StoreBusyException>("process " + std::to_string(getpid()) + " still shows commit " +
+                                            std::to_string(old.commits()) + " of "));
+  EXPECT_THROW(commits(1), StoreBusyException);
+  EXPECT_THROW(old.key(1, octets("key1")), OldViewException);
+  EXPECT_TRUE(reader->refresh() && used.refresh());
+  EXPECT_TRUE(used.key(1, octets("key1")));
+  used.refresh();
+  const auto grown = std::filesystem::file_size(data());
+  for (int i = 0; i < 20; ++i) {
+    commits(100);
+    EXPECT_TRUE(reader->refresh() && used.refresh());
+  }
+  EXPECT_EQ(std::filesystem::file_size(data()), grown);
+}
+
 }  // namespace
 }  // namespace Routing::Store::test

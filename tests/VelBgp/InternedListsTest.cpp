@@ -14,7 +14,7 @@
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/WordLists.h"
 #include "support/Death.h"
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 
 namespace Routing::Bgp::test {
 namespace {
@@ -173,12 +173,6 @@ TYPED_TEST(InternedLists, Attributes) {
     }
   }
   EXPECT_ASSERTION(attributeOf(*this->intern(someWords(most + 1, 3))), "attrSize <= 0xFFFF");
-}
-
-TYPED_TEST(InternedLists, RunningOutOfMemoryLeavesNothingBehind) {
-  const Words words = someWords(700);
-  this->intern(words);  // what is made once for the whole process
-  EXPECT_GT(failAtEachAllocation([&] { this->intern(words); }, [&] { EXPECT_EQ(this->agent.size(), 0u); }), 0);
 }
 
 // ---- Many in one call

@@ -18,7 +18,6 @@
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/NotifyingRouteTargetList.h"
 #include "support/Death.h"
-#include "support/FailingNew.h"
 
 namespace Routing::Bgp::test {
 namespace {
@@ -301,22 +300,6 @@ TEST_F(Ip6ListTest, Texts) {
   stream << std::hex << std::setfill('*') << std::setw(999) << list.get() << *internIp6({})
          << static_cast<const ExtCommIp6List*>(nullptr);
   EXPECT_EQ(stream.str(), text + "[  ]NULL");
-}
-
-// In between it is a builder with what it had.
-TEST_F(Ip6ListTest, RunningOutOfMemoryLeavesABuilder) {
-  Ip6Contents contents;  // of three classifications
-  for (std::uint16_t i = 0; i < 200; ++i) contents.push_back(ip6(i % 3 == 2 ? 0x40 : 0, i % 3 == 1 ? 3 : 2, "::", i));
-  const ExtCommIp6List::Ptr list = ip6Builder(contents);
-  const int failures = failAtEachAllocation([&] { EXPECT_EQ(list->dedup(extendedIp6.get()), list); },
-                                            [&] {
-                                              EXPECT_FALSE(list->everDeduped());
-                                              EXPECT_EQ(list->totalTransitiveCommunities(), 0u);
-                                              EXPECT_EQ(size(), 200u);
-                                            });
-  EXPECT_GT(failures, 9);
-  EXPECT_EQ(list->totalTransitiveCommunities(), 134u);
-  EXPECT_EQ(size(), 200u + 1 + 3);
 }
 
 TEST_F(Ip6ListTest, BrokenPreconditionsStopTheProcess) {

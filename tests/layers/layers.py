@@ -17,7 +17,7 @@ ROWS = {
     **{f"platform/{name}": {"Tyr"} for name in PLATFORM},
     "BgpCommon": {"Tyr", "Keel"},
     "VelBgp": PLATFORM | {"Tyr", "BgpCommon"},
-    "show": {"Tyr", "VelBgp"},
+    "show": {"Keel", "Tyr", "VelBgp"},
     "tools/velbgp": LIBRARY,
     "bench": LIBRARY,
     "examples": LIBRARY,

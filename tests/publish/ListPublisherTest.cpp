@@ -7,7 +7,7 @@
 
 #include "publish/Publishing.h"
 #include "support/Death.h"
-#include "support/FailingNew.h"
+#include "support/FailingMemory.h"
 #include "support/LeakCheck.h"
 
 namespace Routing::Bgp::test {
@@ -149,8 +149,21 @@ TEST_F(ListPublisherTest, OutOfMemory) {
   script.stepped(300);
   Contents now = script.contents(), after = now;
   expectSame(published(publishing), now);
-  const auto expectAllOrNothing = [&](auto&& change) {
-    failAtEachAllocation(change, [&] { expectSame(published(publishing), now); });
+  const auto otherStore = Store::StoreManager::openForWriting(path_ + "2");
+  failAtEachAllocation(
+      [&] {
+        const Agent other;
+        ListPublisher second(*otherStore, {never});
+        forEachAttribute([&]<typename Attribute>(Attribute) { second.listTableIs((other.*Attribute::table).get()); });
+      },
+      [] {}, Losses::notCounted);
+  const auto expectAllOrNothing = [&](auto&& undo, auto&& change) {
+    const auto again = [&] {
+      withMemory(undo);
+      change();
+    };
+    failAtEachAllocation(
+        again, [&] { expectSame(published(publishing), now); }, Losses::notCounted);
     expectSame(published(publishing), now = after);
   };
   PathLists lists;
@@ -159,14 +172,17 @@ TEST_F(ListPublisherTest, OutOfMemory) {
     path[Attribute::record] = {100, 200, 300};
     after.listIs({Attribute::record, path[Attribute::record]});
     expectAllOrNothing(
+        [&] { (lists.*Attribute::ofPath).reset(); },
         [&] { lists.*Attribute::ofPath = Attribute::intern(*publishing.agent, path[Attribute::record]); });
   });
   ListPublisher& publisher = *publishing.publisher;
   const std::string key = "a long enough new key";
   after.paths[key] = path;
-  expectAllOrNothing([&] { publisher.pathIs(key, lists); });
+  const auto publish = [&] { publisher.pathIs(key, lists); };
+  const auto withdraw = [&] { publisher.pathDel(key); };
+  expectAllOrNothing(withdraw, publish);
   after.paths.erase(key);
-  expectAllOrNothing([&] { publisher.pathDel(key); });
+  expectAllOrNothing(publish, withdraw);
   EXPECT_FALSE(publisher.pathDel(key));
 }
 

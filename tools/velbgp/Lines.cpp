@@ -41,6 +41,13 @@ bool LineReader::nextPhysical() {
   for (std::size_t searched = 0;;) {
     const std::string_view rest = textOf(window_.peek(searched + 1));
     const std::size_t end = rest.find('\n', searched);
+    if (std::min(end, rest.size()) > longestLine) {
+      console_.error({"stdin", ++number_},
+                     "a line of more than " + std::to_string(longestLine) + " octets, expected at most so many");
+      dropLine();
+      searched = 0;
+      continue;
+    }
     if (end == std::string_view::npos && rest.size() > searched) {
       searched = rest.size();
       continue;
@@ -50,6 +57,16 @@ bool LineReader::nextPhysical() {
     window_.consume(std::min(line_.size() + 1, rest.size()));
     ++number_;
     return true;
+  }
+}
+
+void LineReader::dropLine() {
+  for (;;) {
+    const std::string_view rest = textOf(window_.peek(1));
+    if (rest.empty()) return;
+    const std::size_t end = rest.find('\n');
+    window_.consume(std::min(end, rest.size() - 1) + 1);
+    if (end != std::string_view::npos) return;
   }
 }
 

@@ -1,6 +1,7 @@
 // Typed input: the lines of a text stream, and the words on one.
 //
-// A line grows with what was read; nothing is assumed about its length, its characters or its end. Single-threaded.
+// Nothing is assumed about a line's length, its characters or its end; one that is too long to be kept is reported and
+// passed over. Single-threaded.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +23,9 @@ std::vector<std::string_view> words(std::string_view text);
 // sees each answer before being asked for the next.
 class LineReader final : private Source {
  public:
+  // More than four times what the longest lists of all attributes take.
+  static constexpr std::size_t longestLine = 4 << 20;
+
   LineReader(int fd, Console& console)
       : file_(fd), console_(console), progress_(console, "stdin", sizeOfFile(fd), true) {}
 
@@ -35,6 +39,8 @@ class LineReader final : private Source {
 
  private:
   bool nextPhysical();
+  // Passes over the rest of a line, its end too.
+  void dropLine();
   std::size_t read(std::uint8_t* to, std::size_t size) override;
 
   FileInput file_;

@@ -24,11 +24,11 @@ bool MrtReader::readRecord() {
 }
 
 bool MrtReader::readBody(const MrtHeader& header) {
-  if (!MrtRecord::reads(header)) return dropBody(header, {});
   if (const std::uint64_t largest = MrtRecord::largestBody(header); header.length > largest) {
     return dropBody(
         header, "a body of " + std::to_string(header.length) + " octets, expected at most " + std::to_string(largest));
   }
+  if (!MrtRecord::reads(header)) return dropBody(header, {});
   Octets body;
   try {
     body = window_.peek(header.length);

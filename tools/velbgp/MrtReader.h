@@ -1,7 +1,7 @@
 // Reads the records of an MRT stream, one after the other, and hands the good ones on.
 //
-// Lengths are claims: memory grows with the octets that came, never with those that were announced, and records that
-// are skipped are not kept at all. Single-threaded.
+// Lengths are claims: memory grows with the octets that came, never with those that were announced, and never beyond
+// the largest body that is read. Records that are skipped are not kept at all. Single-threaded.
 #pragma once
 
 #include <cstdint>

@@ -217,7 +217,8 @@ bool MrtRecord::reads(const MrtHeader& header) {
 std::uint64_t MrtRecord::largestBody(const MrtHeader& header) {
   // Microseconds, two four-octet AS numbers, interface and family, two IPv6 addresses, and the longest BGP message.
   constexpr std::uint64_t largestMessage = 4 + 8 + 4 + 32 + 65535;
-  return header.type == tableDumpV2 ? UINT32_MAX : largestMessage;
+  constexpr std::uint64_t largest = 64 << 20;  // of what is kept whole in memory
+  return header.type == tableDumpV2 || !reads(header) ? largest : largestMessage;
 }
 
 bool MrtRecord::bodyIs(const MrtHeader& header, Octets body) {

@@ -36,7 +36,7 @@ class MrtRecord {
  public:
   // Whether records of this type and subtype are read at all; others are skipped.
   static bool reads(const MrtHeader& header);
-  // The largest body that such a record can have and be well formed.
+  // The largest body that such a record can have and be taken for well formed.
   static std::uint64_t largestBody(const MrtHeader& header);
 
   // Reads a body of a type that is read; false if it is malformed. All below is of the body read last and points into
