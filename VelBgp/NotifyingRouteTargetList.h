@@ -36,7 +36,7 @@ namespace Routing::Bgp {
 class ExtComm;
 class RtExtCommClassificationList;
 
-struct RouteTarget {
+struct VELBGP_EXPORT RouteTarget {
   std::uint64_t value = 0;
 
   // Administrator, ":" and number, as the type octet lays them out; any type but IPv4 address and four-octet AS reads
