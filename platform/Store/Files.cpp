@@ -76,8 +76,8 @@ void requireSound(const File& data, const Meta& meta, std::size_t pageOctets) {
   failFormat(data, " is damaged: a meta page contradicts itself", wholeFile);
 }
 
-// The engine takes sizes from the page with the greater commit number, the first of equals, and trees from the page that
-// this number belongs to, the one that is checked. So they must be one page.
+// The engine takes sizes from the page with the greater commit number, the first of equals, and trees from the page
+// that this number belongs to, the one that is checked. So they must be one page.
 void requireInTheirPlaces(const File& data, const Meta& first, const Meta& second) {
   if (first.page.number == 0 && second.page.number == 1 && first.commit % 2 == 0 && second.commit % 2 == 1) return;
   failFormat(data, " is damaged: its meta pages contradict each other", wholeFile);

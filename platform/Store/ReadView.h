@@ -4,8 +4,10 @@
 // a view that stays makes the store's file grow with every commit. One that is used when the writer is more than
 // mostCommitsBehind further ends there, also in a loop: its octets go back to the writer, it throws OldViewException,
 // and refresh() begins anew. One that is not used at all, as its thread waits or its process is stopped, cannot end by
-// itself: of that the writer is told (Options::mostCommitsAhead in Store/StoreManager.h). A store has room for 1,024 views, those of all
-// processes together; making one takes a lock for a moment, reading and refreshing take none.
+// itself: of that the writer is told (Options::mostCommitsAhead in Store/StoreManager.h).
+//
+// A store has room for 1,024 views, those of all processes together; making one takes a lock for a moment, reading and
+// refreshing take none.
 //
 // Ownership: made by StoreManager, which it may outlive. What translate(), key() and the loops give points into the
 // store's file and is valid until the view, or the one that it was moved to, is refreshed, has ended or is gone.

@@ -1,8 +1,8 @@
 // StoreManager: a store on disk that one process writes and any number of processes read, each at its own pace.
 //
 // A store is a directory; it holds records and keys (Store/Record.h). The writer changes it in batches
-// (Store/WriteBatch.h), a reader sees one commit at a time (Store/ReadView.h). Nobody waits for anybody: readers take
-// no lock to read, and a commit leaves alone what any view still shows.
+// (Store/WriteBatch.h), a reader sees one commit at a time (Store/ReadView.h). Nobody waits for anybody, unless a
+// reader stays far behind (Room): readers take no lock to read, and a commit leaves alone what any view still shows.
 //
 //   Writing   const auto store = StoreManager::openForWriting("/run/bgp/store");
 //             WriteBatch batch(*store);  const Reference list = batch.recordIs(1, octets);  batch.commit();
@@ -26,14 +26,14 @@
 // not name its starts (no /proc), such a store is accepted. Closing one waits for the disk.
 //
 // Room: the file grows as it is written; it never shrinks. What a commit frees is used again from the commit after the
-// next one on, as far as no view shows it. A view that stays behind ends when it is used again (Store/ReadView.h); where
-// one is not used, commit() throws StoreBusyException once the writer is mostCommitsAhead of it, names the process, and
-// goes on when that moved or died. oldestView() tells who it is before. Each process maps the file once, over addresses reserved for as large as it
-// may become (mapOctets), so that what a view shows never moves. Reserved addresses are no memory: resident is what is
-// read. Where they are limited (`ulimit -v`), a half, a quarter... is reserved, so that as much stays free. A writer
-// whose map is full gets StoreFullException. A reader whose map the store has outgrown gets StoreException from
-// refresh(); it can open the store again, once all its managers and views of it are gone. Maps of different sizes may
-// be used side by side.
+// next one on, as far as no view shows it. A view that stays behind ends when it is used again (Store/ReadView.h);
+// where one is not used, commit() throws StoreBusyException once the writer is mostCommitsAhead of it, names the
+// process, and goes on when that moved or died. oldestView() tells who it is before. Each process maps the file once,
+// over addresses reserved for as large as it may become (mapOctets), so that what a view shows never moves. Reserved
+// addresses are no memory: resident is what is read. Where they are limited (`ulimit -v`), a half, a quarter... is
+// reserved, so that as much stays free. A writer whose map is full gets StoreFullException. A reader whose map the
+// store has outgrown gets StoreException from refresh(); it can open the store again, once all its managers and views
+// of it are gone. Maps of different sizes may be used side by side.
 //
 // Rights: a reader must be able to read the directory and all its files, `writer.lock` too, and to write
 // `data.mdb-lock`, where it notes which commit it reads. So readers are trusted not to harm that file; without it, or

@@ -158,7 +158,10 @@ TEST_P(FailingMemory, Observers) {
     const auto* const key = std::get_if<BgpParseExtCommSubTypeTransTwoOctetAsRuleKey>(&any);
     if (key == nullptr) return;
     const bool came = collections->extendedCommSubTypeTransTwoOctetAsRuleInstanceHas(*key);
-    withMemory([&] { came ? known.insert(key->rule()).second : known.erase(key->rule()) == 1; });
+    withMemory([&] {
+      known.erase(key->rule());
+      if (came) known.insert(key->rule());
+    });
   };
   const auto first = collections->notifieeList().attach(follow);
   const auto greedy =
