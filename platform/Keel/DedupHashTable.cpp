@@ -18,10 +18,10 @@ DedupHandleLifeTimeNotifier::~DedupHandleLifeTimeNotifier() = default;
 namespace {
 
 constexpr std::uint32_t firstBuckets = 16;
-constexpr std::uint32_t objectsPerBucket = 5;
-// Of the inserts that find their bucket full, every eighth splits up to sixteen buckets: at the load above one in five
-// inserts does, and each needs a fifth of a bucket.
-constexpr unsigned crowdedPerGrowth = 8;
+constexpr std::uint32_t objectsPerBucket = 7;
+// Of the inserts that find their bucket full, every fourth splits up to sixteen buckets: at the load above about one in
+// ten inserts does, and each insert needs a seventh of a bucket.
+constexpr unsigned crowdedPerGrowth = 4;
 constexpr unsigned splitsPerGrowth = 16;
 
 // Tables by number. An object holds its table's number, two octets, instead of an address.
@@ -190,7 +190,7 @@ void DedupHashTable::forEachIn(Line& bucket, Visit&& visit) const {
 
 // A free entry of the bucket, which gets one more line if need be; no line without memory.
 [[gnu::always_inline]] inline DedupHashTable::Entry DedupHashTable::freeEntry(Line& bucket) noexcept {
-  if (const unsigned free = bucket.holding(0)) [[likely]] {
+  if (const unsigned free = bucket.matching(Line::freeTag)) [[likely]] {
     return {&bucket, static_cast<unsigned>(std::countr_zero(free))};
   }
   return freeEntryBehind(bucket);
@@ -198,7 +198,8 @@ void DedupHashTable::forEachIn(Line& bucket, Visit&& visit) const {
 
 DedupHashTable::Entry DedupHashTable::freeEntryBehind(Line& bucket) noexcept {
   for (Line* line = &bucket;;) {
-    if (const unsigned free = line->holding(0)) return {line, static_cast<unsigned>(std::countr_zero(free))};
+    if (const unsigned free = line->matching(Line::freeTag))
+      return {line, static_cast<unsigned>(std::countr_zero(free))};
     std::uint32_t more = line->more.load(std::memory_order_relaxed);
     if (more == 0) {
       more = newLine();
@@ -223,7 +224,7 @@ void DedupHashTable::freeLines(std::uint32_t first) noexcept {
   const MaybeLock lock(linesMutex_, multiThreaded_);
   while (first != 0) {
     Line& line = more_[first];
-    for (auto& ref : line.refs) ref.store(0, std::memory_order_release);
+    for (unsigned place = 0; place < Line::entries; ++place) line.entryIs(place, Line::freeTag, 0);
     const std::uint32_t next = line.more.load(std::memory_order_relaxed);
     line.more.store(std::exchange(spareLine_, first), std::memory_order_release);
     first = next;
@@ -284,9 +285,9 @@ DedupHandleBase* DedupHashTable::dedupOwned(DedupHandleBase* fresh, std::uint32_
 // to be given back may be the last.
 DedupHandleBase* DedupHashTable::equalIn(Line& bucket, DedupHandleBase* fresh, std::uint32_t hash) const {
   for (Line* line = &bucket;;) {
-    for (unsigned found = line->matching(hash); found != 0; found &= found - 1) {
+    for (unsigned found = line->matching(Line::tagOf(hash)); found != 0; found &= found - 1) {
       const SlabRef ref = line->refs[static_cast<unsigned>(std::countr_zero(found))].load(std::memory_order_relaxed);
-      if (ref == 0 || !handleOf(ref)->compare(fresh)) continue;
+      if (handleOf(ref)->hash_ != hash || !handleOf(ref)->compare(fresh)) continue;
       handleOf(ref)->referenceAdd();
       return handleOf(ref);
     }
@@ -301,9 +302,7 @@ DedupHandleBase* DedupHashTable::equalIn(Line& bucket, DedupHandleBase* fresh, s
   fresh->hash_ = hash;
   // Release: the whole object.
   fresh->owner_.store(number_, std::memory_order_release);
-  // Release: the odd version before them.
-  entry.line->hashes[entry.place].store(hash, std::memory_order_release);
-  entry.line->refs[entry.place].store(handleRef(fresh), std::memory_order_release);
+  entry.line->entryIs(entry.place, Line::tagOf(hash), handleRef(fresh));
   counted(1);
 }
 
@@ -355,11 +354,9 @@ bool DedupHashTable::split() noexcept {
 
 // Moves what belongs into the new bucket there, and closes the gaps.
 bool DedupHashTable::divide(Line& bucket, std::uint32_t to) noexcept {
-  const auto moves = [to](Entry entry) {
-    return bucketOf(entry.line->hashes[entry.place].load(std::memory_order_relaxed), to + 1) == to;
-  };
+  const auto moves = [to](SlabRef ref) { return bucketOf(handleOf(ref)->hash_, to + 1) == to; };
   unsigned moved = 0;
-  forEachIn(bucket, [&](Entry entry, SlabRef) { moved += moves(entry); });
+  forEachIn(bucket, [&](Entry, SlabRef ref) { moved += moves(ref); });
   Line* last = &lines_[to];
   for (unsigned i = Line::entries; i < moved; i += Line::entries) {
     const std::uint32_t more = newLine();
@@ -372,15 +369,12 @@ bool DedupHashTable::divide(Line& bucket, std::uint32_t to) noexcept {
   }
   Entry stays{&bucket, 0};
   Entry goes{&lines_[to], 0};
-  forEachIn(bucket, [&](Entry entry, SlabRef ref) {
-    Entry& place = moves(entry) ? goes : stays;
-    const std::uint32_t hash = entry.line->hashes[entry.place].load(std::memory_order_relaxed);
-    if (place.place == Line::entries) place = {&more_[place.line->more.load(std::memory_order_relaxed)], 0};
-    place.line->hashes[place.place].store(hash, std::memory_order_release);
-    place.line->refs[place.place].store(ref, std::memory_order_release);
-    ++place.place;
+  forEachIn(bucket, [&](Entry, SlabRef ref) {
+    Entry& entry = moves(ref) ? goes : stays;
+    if (entry.place == Line::entries) entry = {&more_[entry.line->more.load(std::memory_order_relaxed)], 0};
+    entry.line->entryIs(entry.place++, Line::tagOf(handleOf(ref)->hash_), ref);
   });
-  for (; stays.place < Line::entries; ++stays.place) stays.line->refs[stays.place].store(0, std::memory_order_release);
+  for (; stays.place < Line::entries; ++stays.place) stays.line->entryIs(stays.place, Line::freeTag, 0);
   freeLines(stays.line->more.exchange(0, std::memory_order_release));
   return true;
 }
@@ -478,11 +472,14 @@ bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
 
 [[gnu::always_inline]] inline void DedupHashTable::remove(Line& bucket, const DedupHandleBase* handle) noexcept {
   const SlabRef self = handleRef(handle);
+  const std::uint8_t tag = Line::tagOf(handle->hash_);
   for (Line* line = &bucket;; line = &more_[line->more.load(std::memory_order_relaxed)]) {
-    const unsigned found = line->holding(self);
-    if (found == 0) continue;
-    line->refs[static_cast<unsigned>(std::countr_zero(found))].store(0, std::memory_order_release);
-    return counted(-1);
+    for (unsigned found = line->matching(tag); found != 0; found &= found - 1) {
+      const auto place = static_cast<unsigned>(std::countr_zero(found));
+      if (line->refs[place].load(std::memory_order_relaxed) != self) continue;
+      line->entryIs(place, Line::freeTag, 0);
+      return counted(-1);
+    }
   }
 }
 
@@ -616,7 +613,7 @@ void DedupHashTable::bar() noexcept {
         handle->referenceAdd();
         handle->next_ = std::exchange(stopped_, ref);
       }
-      entry.line->refs[entry.place].store(0, std::memory_order_release);
+      entry.line->entryIs(entry.place, Line::freeTag, 0);
       isGone(handle);
     });
   });

@@ -16,9 +16,9 @@
 //   multi-threaded   any thread. A lookup that finds its object takes no lock and writes nothing but the object's count
 //                    (and its thread's own pin); inserts and removals lock one bucket.
 //
-// Layout: a bucket is a line of 64 octets, with the hashes and references of seven objects beside each other, so that a
+// Layout: a bucket is a line of 64 octets, with the tags and references of eleven objects beside each other, so that a
 // miss, an insert and a removal look at no other object; a full bucket goes on in further lines. There are as many
-// buckets as objects / 5 (about 15 octets an object). The table grows by splitting one bucket after the other, the n-th
+// buckets as objects / 7 (about 10 octets an object). The table grows by splitting one bucket after the other, the n-th
 // into itself and a new last one, sixteen at most in one insert; no insert ever moves the whole.
 //
 // ---- The counting protocol -----------------------------------------------------------------------------------------
@@ -29,7 +29,7 @@
 //             freed slot keeps a zero there. Nobody steps it up from zero but the maker.
 //   owner     none, then the table's number, then barred, or gone if somebody still holds it. Written under the bucket's
 //             lock.
-//   version   of a bucket: odd while locked; two more after each change. entries: reference (0: free) and hash, written
+//   version   of a bucket: odd while locked; two more after each change. entries: reference and tag (0: free), written
 //             under the lock.
 //   buckets   how many buckets there are; stepped up by whoever grows the table, under the lock of the bucket that is
 //             split.
@@ -40,7 +40,7 @@
 //             object may take and give back a reference meanwhile; it never looks further than the owner.
 //   lookup    takes no lock. Pins its thread (Keel/ThreadRecord.h), so that no chunk of slots changes its size meanwhile.
 //             version: acquire. Each entry: acquire, so that the second look at the version is not done before it. If
-//             the hash fits: count by compare-and-swap from n >= 1 to n + 1, acquire: the slot holds an object, whole at
+//             the tag fits: count by compare-and-swap from n >= 1 to n + 1, acquire: the slot holds an object, whole at
 //             least up to the owner (release in the constructor), and it will stay. Then the owner, acquire: ours, so
 //             the object is whole and in the table, and it was there at the moment of the swap, since who takes it out
 //             steps the count to zero first. Not ours: the slot is another's by now, and the reference goes back as any.
@@ -162,42 +162,43 @@ class VELBGP_EXPORT DedupHandleLifeTimeNotifier : public Tyr::PtrInterface {
 
 namespace detail {
 
-// A line of a bucket.
+// A line of a bucket: entries of a reference and of the eight highest bits of a hash, its tag.
 struct alignas(64) DedupLine {
-  static constexpr unsigned entries = 7;
+  static constexpr unsigned entries = 11;
+  static constexpr std::uint8_t freeTag = 0;
+  // One in 255 other objects has the same.
+  static std::uint8_t tagOf(std::uint32_t hash) noexcept {
+    const auto tag = static_cast<std::uint8_t>(hash >> 24);
+    return tag == freeTag ? std::uint8_t{1} : tag;
+  }
 
-  // Which entries have this hash, as bits; free ones may be among them. And which have this reference, 0: are free.
-  unsigned matching(std::uint32_t hash) const noexcept { return equal(version, hashes, hash); }
-  unsigned holding(SlabRef ref) const noexcept { return equal(more, refs, ref); }
-
-  std::atomic<std::uint32_t> version;  // of the bucket, in its first line
-  std::array<std::atomic<std::uint32_t>, entries> hashes;
-  std::atomic<std::uint32_t> more;  // the number of the bucket's next line, 0: none
-  std::array<std::atomic<SlabRef>, entries> refs;
-
- private:
-  // Acquire: see "lookup". Where the processor has SSE2 it is two loads of 16 octets, of which each word is read whole,
-  // and in their order, as all loads there are; `before` lies before the words.
-  static unsigned equal([[maybe_unused]] const std::atomic<std::uint32_t>& before,
-                        [[maybe_unused]] const std::array<std::atomic<std::uint32_t>, entries>& words,
-                        std::uint32_t sought) noexcept {
+  // Which entries have this tag, as bits. Acquire: see "lookup". Where the processor has SSE2 it is one load of 16 octets,
+  // of which each is read whole: the version before the tags, and one behind them.
+  unsigned matching(std::uint8_t tag) const noexcept {
 #if defined(__SSE2__) && !defined(KEEL_THREAD_SANITIZER)
-    const auto* const all = reinterpret_cast<const __m128i*>(&before);
-    const __m128i value = _mm_set1_epi32(static_cast<int>(sought));
-    const __m128i low = _mm_cmpeq_epi32(_mm_load_si128(all), value);
-    const __m128i high = _mm_cmpeq_epi32(_mm_load_si128(all + 1), value);
+    const __m128i all = _mm_load_si128(reinterpret_cast<const __m128i*>(this));
     std::atomic_signal_fence(std::memory_order_acquire);
-    const int found = _mm_movemask_epi8(_mm_packs_epi16(_mm_packs_epi32(low, high), _mm_setzero_si128()));
-    return static_cast<unsigned>(found) >> 1;
+    const int found = _mm_movemask_epi8(_mm_cmpeq_epi8(all, _mm_set1_epi8(static_cast<char>(tag))));
+    return static_cast<unsigned>(found) >> sizeof version & ((1u << entries) - 1);
 #else
     unsigned found = 0;
-#pragma GCC unroll 7
+#pragma GCC unroll 11
     for (unsigned i = 0; i < entries; ++i) {
-      found |= static_cast<unsigned>(words[i].load(std::memory_order_acquire) == sought) << i;
+      found |= static_cast<unsigned>(tags[i].load(std::memory_order_acquire) == tag) << i;
     }
     return found;
 #endif
   }
+  // Release: the odd version before it, and the object before its reference.
+  void entryIs(unsigned place, std::uint8_t tag, SlabRef ref) noexcept {
+    refs[place].store(ref, std::memory_order_release);
+    tags[place].store(tag, std::memory_order_release);
+  }
+
+  std::atomic<std::uint32_t> version;  // of the bucket, in its first line
+  std::array<std::atomic<std::uint8_t>, entries> tags;
+  std::array<std::atomic<SlabRef>, entries> refs;
+  std::atomic<std::uint32_t> more;  // the number of the bucket's next line, 0: none
 };
 static_assert(sizeof(DedupLine) == 64);
 
@@ -270,7 +271,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   void prefetchBucket(std::uint32_t hash) const noexcept { __builtin_prefetch(&lineOf(hash)); }
   bool prefetchEntry(std::uint32_t hash) const noexcept {
     const detail::DedupLine& line = lineOf(hash);
-    const unsigned found = line.matching(hash);
+    const unsigned found = line.matching(detail::DedupLine::tagOf(hash));
     if (found != 0) __builtin_prefetch(SlabHeap::at(line.refs[static_cast<unsigned>(std::countr_zero(found))]));
     return found != 0;
   }
@@ -346,12 +347,13 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   }
   template <bool shared, typename Matches>
   DedupHandleBase* findIn(const Line& bucket, std::uint32_t hash, Matches& matches) const {
+    const std::uint8_t tag = Line::tagOf(hash);
     for (const Line* line = &bucket;;) {
-      for (unsigned found = line->matching(hash); found != 0; found &= found - 1) {
+      for (unsigned found = line->matching(tag); found != 0; found &= found - 1) {
         const SlabRef ref = line->refs[static_cast<unsigned>(std::countr_zero(found))].load(std::memory_order_acquire);
         if (ref == 0) continue;
         auto* const handle = static_cast<DedupHandleBase*>(SlabHeap::at(ref));
-        if (shared && !isReferenced(handle, hash)) continue;
+        if (shared ? !isReferenced(handle, hash) : handle->hash_ != hash) continue;
         if (matches(static_cast<const DedupHandleBase&>(*handle))) {
           if (!shared) handle->referenceAdd();
           return handle;
