@@ -24,6 +24,7 @@
 #include "Tyr/Export.h"
 #include "Tyr/PtrInterface.h"
 #include "Tyr/Strep.h"
+#include "Tyr/Threading.h"
 #include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/Parse/ExtCommRuleCollections.h"
 #include "VelBgp/VelBgpCommunity.h"
@@ -136,8 +137,13 @@ class RuleMap {
     using Decoded = decltype(std::declval<const Rule&>().inhale(content));
     const auto codePoint = CodePoint(octet);
     if (!bgpIsValidEnumMember(codePoint)) return Decoded();
-    const RulePtr held = rule(codePoint);  // for the call
-    return held == nullptr ? Decoded() : held->inhale(content);
+    const auto found = rules_.find(codePoint);
+    if (found == rules_.end()) return Decoded();
+    const Rule* const rule = found->second.get();
+    // A rule may take itself out. Not where threads decode at a time: then rules stay as they are, and their counts,
+    // which all decoders would share, are better left alone.
+    const RulePtr held(Tyr::agentMultiThreaded() ? nullptr : rule);
+    return rule->inhale(content);
   }
 
  private:

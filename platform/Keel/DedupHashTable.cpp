@@ -164,6 +164,7 @@ DedupHashTable::Line& DedupHashTable::lock(std::uint32_t hash) const noexcept {
   for (detail::Backoff backoff;; backoff.pause()) {
     const std::uint32_t buckets = buckets_.load(std::memory_order_acquire);
     Line& bucket = lines_[bucketOf(hash, buckets)];
+    detail::prefetchToWrite(&bucket);
     if (!lockIfFree(bucket)) continue;
     if (buckets_.load(std::memory_order_relaxed) == buckets || &lineOf(hash) == &bucket) return bucket;
     unlock(bucket);  // it was split meanwhile

@@ -162,6 +162,16 @@ class VELBGP_EXPORT DedupHandleLifeTimeNotifier : public Tyr::PtrInterface {
 
 namespace detail {
 
+// Starts loading a line that is about to be written: another thread's comes over once, not first to be read and then to
+// be written.
+inline void prefetchToWrite(const void* line) noexcept {
+#ifdef __x86_64__
+  asm volatile("prefetchw %0" : : "m"(*static_cast<const char*>(line)));  // a no-operation where it is not known
+#else
+  __builtin_prefetch(line, 1);
+#endif
+}
+
 // A line of a bucket: entries of a reference and of the eight highest bits of a hash, its tag.
 struct alignas(64) DedupLine {
   static constexpr unsigned entries = 11;
@@ -404,6 +414,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Out of line, so that a hit of findOrDedup() pays nothing for the miss.
   template <typename T, typename Make>
   [[gnu::noinline]] Tyr::Ptr<const T> dedupMade(std::uint32_t hash, Make& make, Sought sought) {
+    if (multiThreaded_) detail::prefetchToWrite(sought.bucket);
     Tyr::Ptr<T> fresh = make();
     KEEL_PAUSE_POINT(missed);
     DedupHandleBase* const dedupHandle = dedupOwned(fresh.get(), hash, sought);
