@@ -92,6 +92,8 @@
 // to stop; takes its number out of the directory; and waits until no thread that read the number from an object can still
 // be using it. Objects that outlive their table stay valid and are deleted by their last pointer; while there are any, the
 // agent's threading setting stays as it is (Tyr/Threading.h).
+//
+// A child of fork() may use tables and objects only if no other thread of its parent did (Keel/ThreadRecord.h).
 // ---------------------------------------------------------------------------------------------------------------------
 #pragma once
 

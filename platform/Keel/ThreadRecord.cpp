@@ -79,16 +79,33 @@ ThreadRecord* quiteNew() noexcept {
 }  // namespace
 
 constinit std::atomic<bool> pinByExchange{true};
+
 namespace {
-struct BarrierChoice {
-  BarrierChoice() noexcept { pinByExchange.store(membarrierMissing(), std::memory_order_relaxed); }
+
+constinit bool forkedAmongThreads = false;
+
+void inChild() noexcept {
+  pinByExchange.store(membarrierMissing(), std::memory_order_relaxed);  // a process registers for itself
+  for (const ThreadRecord* record = threadRecords(); record != nullptr; record = record->next) {
+    if (record != threadRecord && record->taken.load(std::memory_order_relaxed)) forkedAmongThreads = true;
+  }
+  if (forkedAmongThreads) threadRecord = nullptr;  // whatever comes next asks for one
+}
+
+struct Process {
+  Process() noexcept {
+    pinByExchange.store(membarrierMissing(), std::memory_order_relaxed);
+    pthread_atfork(nullptr, nullptr, inChild);
+  }
 };
-__attribute__((init_priority(101))) const BarrierChoice barrierChoice;
+__attribute__((init_priority(101))) const Process process;
+
 }  // namespace
 
 ThreadRecord* threadRecords() noexcept { return records.load(std::memory_order_acquire); }
 
 ThreadRecord& newThreadRecord() noexcept {
+  TYR_ASSERT_TEXT(!forkedAmongThreads, "a child of fork() uses interned objects, and its parent had threads that did");
   ThreadRecord* record = usedBefore();
   if (record == nullptr) record = quiteNew();
   threadRecord = record;

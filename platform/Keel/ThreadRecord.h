@@ -10,6 +10,10 @@
 // instruction. So the other side pays: graceStart() has the system interrupt every running thread of the process
 // (membarrier), and a reader needs only to keep the compiler from reordering. Where the system cannot, and under the
 // thread sanitizer, which sees only orders on operations, readers pin by exchange.
+//
+// fork(): a child has one thread, and what other threads of the parent were about to do stays undone for ever. If another
+// one of them had a record, the child's first use of a table, a heap or a last reference stops it, with a sentence; it may
+// exec() or _exit(). A child of a process in which one thread used them goes on as that thread.
 #pragma once
 
 #include <array>

@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <barrier>
 #include <map>
 #include <random>
 #include <set>
@@ -188,6 +190,28 @@ TEST(MultiThreadedTable, HoldsUnderManyThreads) {
     EXPECT_EQ(Word::alive, 0);
   }
   EXPECT_EQ(handleHeap().liveSlots(), 0u);
+  Tyr::agentMultiThreadedIs(false);
+}
+
+// A thread of the parent's may have held anything.
+TEST(MultiThreadedTable, StopsAChildOfFork) {
+  GTEST_FLAG_SET(death_test_style, "fast");
+  Tyr::agentMultiThreadedIs(true);
+  {
+    const auto table = Tyr::make<DedupHashTable>("words");
+    EXPECT_EXIT((Word::intern(*table, 1), _exit(0)), testing::ExitedWithCode(0), "");
+    std::barrier interned(2), over(2);
+    std::thread other([&] {
+      Word::intern(*table, 2);
+      interned.arrive_and_wait();
+      over.arrive_and_wait();
+    });
+    interned.arrive_and_wait();
+    EXPECT_EXIT(_exit(0), testing::ExitedWithCode(0), "");
+    EXPECT_DEATH(Word::intern(*table, 1), testing::HasSubstr("a child of fork() uses interned objects"));
+    over.arrive_and_wait();
+    other.join();
+  }
   Tyr::agentMultiThreadedIs(false);
 }
 
