@@ -139,6 +139,10 @@ class VELBGP_EXPORT DedupHandleBase {
   void lastReferenceRelease() const noexcept;
 
   std::atomic_ref<std::uint32_t> count() const noexcept { return std::atomic_ref<std::uint32_t>(count_); }
+  // The same octets of a slot that may hold an object, or hold none any more.
+  static std::atomic_ref<std::uint32_t> countIn(void* slot) noexcept {
+    return std::atomic_ref<std::uint32_t>(*reinterpret_cast<std::uint32_t*>(static_cast<char*>(slot) + sizeof(void*)));
+  }
   // Relaxed: what they say was written before the object was shared, but for the news bits, which are the table's.
   std::uint16_t bits() const noexcept { return userData_.load(std::memory_order_relaxed); }
   void bitsAre(std::uint16_t mask, std::uint16_t bits) noexcept {

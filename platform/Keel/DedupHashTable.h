@@ -401,7 +401,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Whether the object of an entry with this hash is still there; then with a reference taken.
   bool isReferenced(DedupHandleBase* handle, std::uint32_t hash) const noexcept {
     KEEL_PAUSE_POINT(found);
-    const std::atomic_ref<std::uint32_t> count = handle->count();
+    const std::atomic_ref<std::uint32_t> count = DedupHandleBase::countIn(handle);
     std::uint32_t before = count.load(std::memory_order_relaxed);
     do {
       if (before == 0) return false;

@@ -226,7 +226,8 @@ std::vector<std::vector<Words>> someBatches() {
   for (const std::size_t size : {0, 1, 5, 15, 16, 17, 33, 70, 2, 70}) {
     batches.emplace_back(size);
     for (Words& words : batches.back()) {
-      words.resize(random() % 4 == 0 ? 0 : random() % (random() % 20 == 0 ? 90 : 4));
+      const unsigned most = random() % 20 == 0 ? 90 : 4;
+      words.resize(random() % 4 == 0 ? 0 : random() % most);
       for (std::uint32_t& word : words) word = random() % 5 * 42949;
     }
   }
@@ -253,7 +254,7 @@ TYPED_TEST(InternedLists, ManyInOneCallAreThoseOfOneByOne) {
   const auto oneByOne = runOf([this](const auto& batch, auto lists) {
     for (std::size_t i = 0; i < batch.size(); ++i) lists[i] = this->intern(batch[i]);
   });
-  EXPECT_GT(oneByOne.second.size(), 100u);
+  EXPECT_GT(oneByOne.second.size(), 50u);
   const auto contents = [this](const auto& batch, auto lists) { TypeParam::intern(this->agent, batch, lists); };
   EXPECT_TRUE(runOf(contents) == oneByOne);
 }

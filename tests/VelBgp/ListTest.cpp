@@ -39,7 +39,11 @@ class ListTest : public testing::Test, protected Agent {
     for (const std::uint64_t value : values) found.push_back(internOne(value));
     return found;
   }
-  ExtCommListContent pointers(const Values& values) const { return filled(ExtCommListContent(), objects(values)); }
+  ExtCommListContent pointers(const Values& values) const {
+    ExtCommListContent content;
+    for (const ExtComm::PtrConst& comm : objects(values)) content.commIs(comm);
+    return content;
+  }
 };
 
 TEST_F(ListTest, FormsAgree) {
