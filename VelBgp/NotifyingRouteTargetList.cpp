@@ -42,25 +42,25 @@ struct UnderWay {
 
 }  // namespace
 
-template <typename Key, typename Hash>
-NotifyingCollection<Key, Hash>::~NotifyingCollection() = default;
+template <typename Members>
+NotifyingCollection<Members>::~NotifyingCollection() = default;
 
-template <typename Key, typename Hash>
-void NotifyingCollection<Key, Hash>::tell(const Key& key, bool present) noexcept {
+template <typename Members>
+void NotifyingCollection<Members>::tell(const Key& key, bool present) noexcept {
   const UnderWay<Key> now{this, key, present, UnderWay<Key>::innermost};
   UnderWay<Key>::innermost = &now;
   notifieeList_.notify(attribute, key);
   UnderWay<Key>::innermost = now.outer;
 }
 
-template <typename Key, typename Hash>
-bool NotifyingCollection<Key, Hash>::isEntered(const Key& key) const {
+template <typename Members>
+bool NotifyingCollection<Members>::isEntered(const Key& key) const {
   const std::lock_guard lock(mutex_);
   return entered_.contains(key);
 }
 
-template <typename Key, typename Hash>
-bool NotifyingCollection<Key, Hash>::isMember(const Key& key) const {
+template <typename Members>
+bool NotifyingCollection<Members>::isMember(const Key& key) const {
   for (const UnderWay<Key>* event = UnderWay<Key>::innermost; event != nullptr; event = event->outer) {
     if (event->collection == this && event->key == key) return event->present;
   }
@@ -68,8 +68,8 @@ bool NotifyingCollection<Key, Hash>::isMember(const Key& key) const {
   return (table != nullptr && isWatched(*table, key)) || isEntered(key);
 }
 
-template <typename Key, typename Hash>
-void NotifyingCollection<Key, Hash>::enter(const Key& key) {
+template <typename Members>
+void NotifyingCollection<Members>::enter(const Key& key) {
   if (isMember(key)) return;
   {
     const std::lock_guard lock(mutex_);
@@ -78,8 +78,8 @@ void NotifyingCollection<Key, Hash>::enter(const Key& key) {
   tell(key, true);
 }
 
-template <typename Key, typename Hash>
-bool NotifyingCollection<Key, Hash>::withdraw(const Key& key) {
+template <typename Members>
+bool NotifyingCollection<Members>::withdraw(const Key& key) {
   const Key kept = key;  // for the observers, also when `key` is the member itself
   {
     const std::lock_guard lock(mutex_);
@@ -89,14 +89,14 @@ bool NotifyingCollection<Key, Hash>::withdraw(const Key& key) {
   return true;
 }
 
-template <typename Key, typename Hash>
-void NotifyingCollection<Key, Hash>::withdrawAll() {
+template <typename Members>
+void NotifyingCollection<Members>::withdrawAll() {
   const Set all = members();
   for (const Key& key : all) withdraw(key);
 }
 
-template <typename Key, typename Hash>
-typename NotifyingCollection<Key, Hash>::Set NotifyingCollection<Key, Hash>::members() const {
+template <typename Members>
+typename NotifyingCollection<Members>::Set NotifyingCollection<Members>::members() const {
   Set all;
   if (const Keel::DedupHashTable* const table = watchedTable()) addWatched(*table, all);
   const std::lock_guard lock(mutex_);
@@ -104,8 +104,8 @@ typename NotifyingCollection<Key, Hash>::Set NotifyingCollection<Key, Hash>::mem
   return all;
 }
 
-template class NotifyingCollection<RouteTarget, RouteTargetHash>;
-template class NotifyingCollection<RtExtCommListLifeTimeNotifier::PtrConst, NotifierHash>;
+template class NotifyingCollection<RouteTargetMembers>;
+template class NotifyingCollection<RtExtCommListMembers>;
 
 // ---- Route targets
 

@@ -50,12 +50,12 @@ struct VELBGP_EXPORT RouteTarget {
 // "0x" and 16 lower-case hex digits.
 VELBGP_EXPORT std::string valueToStrep(const RouteTarget& rt);
 
-// What both collections are made of.
-template <typename KeyType, typename HashType>
+// What both collections are made of. `Members` names a key and its hash.
+template <typename Members>
 class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
  public:
-  using Key = KeyType;
-  using Hash = HashType;
+  using Key = typename Members::Key;
+  using Hash = typename Members::Hash;
   using Set = boost::unordered_flat_set<Key, Hash>;
 
   Tyr::NotifieeList<Key>& notifieeList() noexcept { return notifieeList_; }
@@ -98,7 +98,12 @@ struct VELBGP_EXPORT RouteTargetHash {
   std::size_t operator()(const RouteTarget& rt) const noexcept { return Keel::singleAttributeHash(rt.value, 0x10a8ab); }
 };
 
-class VELBGP_EXPORT NotifyingRouteTargetList final : public NotifyingCollection<RouteTarget, RouteTargetHash> {
+struct VELBGP_EXPORT RouteTargetMembers {
+  using Key = RouteTarget;
+  using Hash = RouteTargetHash;
+};
+
+class VELBGP_EXPORT NotifyingRouteTargetList final : public NotifyingCollection<RouteTargetMembers> {
  public:
   using Ptr = Tyr::Ptr<NotifyingRouteTargetList>;
   using PtrConst = Tyr::Ptr<const NotifyingRouteTargetList>;
@@ -152,8 +157,12 @@ struct VELBGP_EXPORT NotifierHash {
   }
 };
 
-class VELBGP_EXPORT NotifyingRtExtCommListCollection final
-    : public NotifyingCollection<RtExtCommListLifeTimeNotifier::PtrConst, NotifierHash> {
+struct VELBGP_EXPORT RtExtCommListMembers {
+  using Key = RtExtCommListLifeTimeNotifier::PtrConst;
+  using Hash = NotifierHash;
+};
+
+class VELBGP_EXPORT NotifyingRtExtCommListCollection final : public NotifyingCollection<RtExtCommListMembers> {
  public:
   using Ptr = Tyr::Ptr<NotifyingRtExtCommListCollection>;
   using PtrConst = Tyr::Ptr<const NotifyingRtExtCommListCollection>;

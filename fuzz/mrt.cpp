@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "fuzz/Fuzz.h"
+#include "tools/velbgp/Console.h"
 #include "tools/velbgp/Kind.h"
 #include "tools/velbgp/MrtReader.h"
 
@@ -54,7 +55,9 @@ std::string protocol(std::string_view file) {
   Unpacker unpacker(opened(file));
   Protocol protocol;
   MrtCounts counts;
-  MrtReader(unpacker, protocol, counts).read();
+  Console console(STDOUT_FILENO, STDERR_FILENO);
+  Progress progress(console, {}, 0, true);
+  MrtReader(unpacker, protocol, counts, progress).read();
   return protocol.text + std::to_string(counts.records) + ' ' + std::to_string(counts.paths);
 }
 
