@@ -202,7 +202,7 @@ void RtExtCommListLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandl
 }
 
 void RtExtCommListLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable* table) {
-  if (collection_->watchedTable() != table) {
+  if (table == nullptr || collection_->watchedTable() != table) {
     const NotifyingRtExtCommListCollection::Set entered = collection_->rtExtCommList();
     for (const auto& notifier : entered) handleRemove(notifier->getDedupedObjectRawPtr());
     return;

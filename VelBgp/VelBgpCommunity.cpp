@@ -189,7 +189,7 @@ void ExtCommLifeTimeNotifiee::handleRemove(Keel::DedupHandleBase* rawHandle) {
 }
 
 void ExtCommLifeTimeNotifiee::handleNotificationStop(Keel::DedupHashTable* table) {
-  if (list_->watchedTable() == table) {
+  if (table != nullptr && list_->watchedTable() == table) {
     list_->watchedTableIs(nullptr);
     table->forEach([this](const Keel::DedupHandleBase* handle) {
       if (const ExtComm* const extComm = routeTargetOf(handle)) list_->goes(RouteTarget{extComm->community()});

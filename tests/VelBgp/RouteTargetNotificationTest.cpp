@@ -203,6 +203,27 @@ TEST_P(RouteTargetNotificationTest, ListsAreTracedOnTheWayInAndOut) {
   EXPECT_THAT(lines, testing::HasSubstr("\nhandleRemove: "));
 }
 
+// Notifiees that were told by hand, of no table.
+TEST(RouteTargetNotifiees, StopWithoutATable) {
+  const Agent agent;
+  const auto rtList = Tyr::make<NotifyingRouteTargetList>();
+  const auto ofComms = Tyr::make<ExtCommLifeTimeNotifiee>(rtList);
+  const auto comm = agent.internOne(target);
+  ofComms->handleInsert(const_cast<ExtComm*>(comm.get()));
+  EXPECT_EQ(rtList->rtCount(), 1u);
+  ofComms->handleNotificationStop(nullptr);
+  EXPECT_EQ(rtList->rtCount(), 0u);
+
+  const auto collection = Tyr::make<NotifyingRtExtCommListCollection>();
+  const auto ofLists = rtExtCommListLifeTimeNotifieeFactory(collection);
+  const auto list = rtExtCommClassificationListFactory(extCommClassificationRouteTarget);
+  ofLists->handleInsert(list.get());
+  EXPECT_EQ(collection->rtExtCommListCount(), 1u);
+  ofLists->handleNotificationStop(nullptr);
+  EXPECT_EQ(collection->rtExtCommListCount(), 0u);
+  EXPECT_EQ(list->lifeTimeNotifier(), nullptr);
+}
+
 // Four threads intern and let go lists of a few route targets while a fifth reads both collections; the observers
 // intern and let go, too. Whenever the threads rest, pictures and collections are what is interned.
 TEST(RouteTargetNotificationThreads, PicturesAreWhatIsInternedAtEveryRest) {
