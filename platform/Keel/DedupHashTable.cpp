@@ -49,16 +49,6 @@ class TableDirectory {
 
 constinit TableDirectory tableDirectory;
 
-class MaybeLock {
- public:
-  MaybeLock(std::mutex& mutex, bool locks) : lock_(mutex, std::defer_lock) {
-    if (locks) lock_.lock();
-  }
-
- private:
-  std::unique_lock<std::mutex> lock_;
-};
-
 DedupHandleBase* handleOf(SlabRef ref) noexcept { return static_cast<DedupHandleBase*>(SlabHeap::at(ref)); }
 
 }  // namespace
@@ -213,7 +203,7 @@ DedupHashTable::Entry DedupHashTable::freeEntryBehind(Line& bucket) noexcept {
 }
 
 std::uint32_t DedupHashTable::newLine() noexcept {
-  const MaybeLock lock(linesMutex_, multiThreaded_);
+  const detail::MaybeLock lock(linesMutex_);
   if (spareLine_ != 0) {
     Line& line = more_[spareLine_];
     return std::exchange(spareLine_, line.more.exchange(0, std::memory_order_relaxed));
@@ -222,7 +212,7 @@ std::uint32_t DedupHashTable::newLine() noexcept {
 }
 
 void DedupHashTable::freeLines(std::uint32_t first) noexcept {
-  const MaybeLock lock(linesMutex_, multiThreaded_);
+  const detail::MaybeLock lock(linesMutex_);
   while (first != 0) {
     Line& line = more_[first];
     for (unsigned place = 0; place < Line::entries; ++place) line.entryIs(place, Line::freeTag, 0);
@@ -491,7 +481,7 @@ bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
 }
 
 void DedupHashTable::enqueue(DedupHandleBase* handle) noexcept {
-  const MaybeLock lock(queueMutex_, multiThreaded_);
+  const detail::MaybeLock lock(queueMutex_);
   if (handle->news() == DedupHandleBase::newsComing && !handle->isDeduped()) {
     return handle->newsIs(DedupHandleBase::newsCameAndWent);  // it is in the queue, or being told of
   }
@@ -502,7 +492,7 @@ void DedupHashTable::enqueue(DedupHandleBase* handle) noexcept {
 }
 
 DedupHandleBase* DedupHashTable::dequeue() noexcept {
-  const MaybeLock lock(queueMutex_, multiThreaded_);
+  const detail::MaybeLock lock(queueMutex_);
   if (queueFirst_ == 0) return nullptr;
   DedupHandleBase* const handle = handleOf(queueFirst_);
   queueFirst_ = std::exchange(handle->next_, 0);
@@ -510,7 +500,7 @@ DedupHandleBase* DedupHashTable::dequeue() noexcept {
 }
 
 bool DedupHashTable::queued() noexcept {
-  const MaybeLock lock(queueMutex_, multiThreaded_);
+  const detail::MaybeLock lock(queueMutex_);
   return queueFirst_ != 0;
 }
 
@@ -561,7 +551,7 @@ bool DedupHashTable::tellComing(DedupHandleBase* handle) noexcept {
     neverCame(handle);
     came = false;
   }
-  const MaybeLock lock(queueMutex_, multiThreaded_);
+  const detail::MaybeLock lock(queueMutex_);
   const bool went = handle->news() == DedupHandleBase::newsCameAndWent;
   handle->newsIs(came ? DedupHandleBase::newsTold : DedupHandleBase::newsNone);
   if (went && !came) handle->referenceRelease();

@@ -74,17 +74,6 @@ bool change(std::atomic<std::uint64_t>& state, std::uint64_t& before, std::uint6
   return true;
 }
 
-// A lock while the agent is multi-threaded.
-class MaybeLock {
- public:
-  explicit MaybeLock(std::mutex& mutex) : lock_(mutex, std::defer_lock) {
-    if (Tyr::agentMultiThreaded()) lock_.lock();
-  }
-
- private:
-  std::unique_lock<std::mutex> lock_;
-};
-
 // All chunks that are no pool's: kept ones, ones whose memory went back, and ones that readers may still look at.
 class ChunkStore {
  public:

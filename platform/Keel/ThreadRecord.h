@@ -20,8 +20,10 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 
 #include "Tyr/Export.h"
+#include "Tyr/Threading.h"
 
 #if defined(__SANITIZE_THREAD__)
 #define KEEL_THREAD_SANITIZER 1
@@ -101,6 +103,17 @@ class Pin {
 
  private:
   ThreadRecord* const record_;
+};
+
+// A lock while the agent is multi-threaded.
+class MaybeLock {
+ public:
+  explicit MaybeLock(std::mutex& mutex) : lock_(mutex, std::defer_lock) {
+    if (Tyr::agentMultiThreaded()) lock_.lock();
+  }
+
+ private:
+  std::unique_lock<std::mutex> lock_;
 };
 
 // Spins, then lets others run: for a lock that is held for a few instructions.
