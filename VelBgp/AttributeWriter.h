@@ -27,12 +27,9 @@
 #include <string>
 
 #include "VelBgp/ExtCommList.h"
+#include "VelBgp/Forward.h"
 
 namespace Routing::Bgp {
-
-class CommList;
-class ExtCommIp6List;
-class LargeCommList;
 
 class VELBGP_EXPORT AttributeWriter {
  public:

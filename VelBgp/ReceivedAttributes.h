@@ -33,11 +33,9 @@
 
 #include "VelBgp/BgpPathAttributeEnums.h"
 #include "VelBgp/CommVectorContent.h"
+#include "VelBgp/Forward.h"
 
 namespace Routing::Bgp {
-
-class CommunityTables;
-struct PathLists;
 
 #define TYR_ENUMERATIONS "VelBgp/AttributeVerdict.def"
 #include "Tyr/EnumerationDeclare.def"
