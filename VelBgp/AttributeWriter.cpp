@@ -33,6 +33,10 @@ std::uint8_t* put(std::uint8_t* at, const ExtCommIp6::PtrConst& comm) noexcept {
   return at + sizeof(std::uint16_t);
 }
 
+std::span<std::uint8_t> octetsOf(std::string& text) noexcept {
+  return {reinterpret_cast<std::uint8_t*>(text.data()), text.size()};
+}
+
 // What a list is sent as. `transitive` is how many of its communities are known to be transitive, maybe too few.
 struct Extended {
   using List = ExtCommList;
@@ -59,15 +63,32 @@ struct Plain {
   static bool passes(const typename Traits::Value&, Filter filter) { return filter.all() || filter.transitive(); }
 };
 
+// The objects of extended communities lie anywhere; unrolled, the loads of several are under way at a time.
+template <typename Visit>
+void forEach(const ExtCommRange& comms, Visit&& visit) {
+  const Keel::SlabRef* const refs = comms.refs();
+  if (refs == nullptr) {
+    for (const ExtComm* comm : comms) visit(comm);
+    return;
+  }
+  const std::uint32_t count = comms.size();
+#pragma GCC unroll 4
+  for (std::uint32_t i = 0; i < count; ++i) visit(Keel::handleAt<ExtComm>(refs[i]));
+}
+template <typename Comms, typename Visit>
+void forEach(const Comms& comms, Visit&& visit) {
+  for (const auto& comm : comms) visit(comm);
+}
+
 template <typename Kind>
 std::uint8_t* putValues(const void* list, Filter filter, std::uint8_t* at) {
   const auto& comms = static_cast<const typename Kind::List*>(list)->comms();
   if (filter.all()) {
-    for (const auto& comm : comms) at = put(at, comm);
+    forEach(comms, [&at](const auto& comm) { at = put(at, comm); });
   } else {
-    for (const auto& comm : comms) {
+    forEach(comms, [&at, filter](const auto& comm) {
       if (Kind::passes(comm, filter)) at = put(at, comm);
-    }
+    });
   }
   return at;
 }
@@ -87,7 +108,7 @@ inline AttributeWriter::AttributeWriter(const typename Kind::List* list, Filter 
   if (filter_.all()) {
     communities_ = total;
   } else {
-    for (const auto& comm : list->comms()) communities_ += Kind::passes(comm, filter) ? 1 : 0;
+    forEach(list->comms(), [&](const auto& comm) { communities_ += Kind::passes(comm, filter) ? 1 : 0; });
   }
 }
 
@@ -122,13 +143,13 @@ bool AttributeWriter::appendTo(std::string& octets) const {
   if (!fits()) return false;
   const std::size_t before = octets.size();
   octets.resize(before + size());
-  if (communities_ != 0) writeTo(reinterpret_cast<std::uint8_t*>(octets.data()) + before);
-  return true;
+  return write(octetsOf(octets).subspan(before));
 }
 
 std::optional<std::string> AttributeWriter::str() const {
-  std::optional<std::string> octets(std::in_place);
-  if (!appendTo(*octets)) octets.reset();
+  if (!fits()) return std::nullopt;
+  std::optional<std::string> octets(std::in_place, size(), '\0');
+  if (communities_ != 0) writeTo(octetsOf(*octets).data());
   return octets;
 }
 
