@@ -112,8 +112,7 @@ inline AttributeWriter::AttributeWriter(const typename Kind::List* list, Filter 
   }
 }
 
-AttributeWriter::AttributeWriter(const ExtCommList* list, Filter filter)
-    : AttributeWriter(list, filter, Extended()) {}
+AttributeWriter::AttributeWriter(const ExtCommList* list, Filter filter) : AttributeWriter(list, filter, Extended()) {}
 AttributeWriter::AttributeWriter(const ExtCommIp6List* list, Filter filter)
     : AttributeWriter(list, filter, ExtendedIp6()) {}
 AttributeWriter::AttributeWriter(const LargeCommList* list, Filter filter)

@@ -105,11 +105,11 @@ bool ReceivedAttributes::treatAsWithdraw() const noexcept {
 }
 
 PathLists dedupAttributes(const CommunityTables& tables, const ReceivedAttributes& attributes) {
-  return {.extended = dedupOne<ExtCommList>(attributes.extended(), tables.extComms(), tables.extCommLists()),
-          .extendedIp6 =
-              dedupOne<ExtCommIp6List>(attributes.extendedIp6(), tables.extCommIp6s(), tables.extCommIp6Lists()),
-          .large = dedupOne<LargeCommList>(attributes.large(), tables.largeCommLists()),
-          .standard = dedupOne<CommList>(attributes.standard(), tables.commLists())};
+  return {
+      .extended = dedupOne<ExtCommList>(attributes.extended(), tables.extComms(), tables.extCommLists()),
+      .extendedIp6 = dedupOne<ExtCommIp6List>(attributes.extendedIp6(), tables.extCommIp6s(), tables.extCommIp6Lists()),
+      .large = dedupOne<LargeCommList>(attributes.large(), tables.largeCommLists()),
+      .standard = dedupOne<CommList>(attributes.standard(), tables.commLists())};
 }
 
 }  // namespace Routing::Bgp
