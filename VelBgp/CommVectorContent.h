@@ -18,6 +18,10 @@ namespace Routing::Bgp {
 
 // The value of a community attribute as it was received, without its header.
 using AttributeOctets = std::span<const std::uint8_t>;
+// Whether there are values in it, and whole ones of so many octets (RFC 7606).
+constexpr bool isWhole(AttributeOctets octets, std::size_t each) noexcept {
+  return !octets.empty() && octets.size() % each == 0;
+}
 
 class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
  public:

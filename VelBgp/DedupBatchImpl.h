@@ -30,11 +30,6 @@ namespace Routing::Bgp {
 inline constexpr std::size_t dedupGroup = 16;
 inline constexpr std::size_t dedupAhead = 8;
 
-// Whether an attribute carries values, and whole ones (RFC 7606).
-inline bool isWhole(AttributeOctets octets, std::size_t each) noexcept {
-  return !octets.empty() && octets.size() % each == 0;
-}
-
 // Null content: there is no list.
 template <typename Content>
 struct DedupStep {

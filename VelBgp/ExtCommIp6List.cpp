@@ -107,6 +107,27 @@ bool ExtCommIp6List::compare(const Keel::DedupHandleBase* other) const {
   return comms_ == static_cast<const ExtCommIp6List*>(other)->comms_;
 }
 
+namespace {
+
+ExtCommIp6Content communityAt(AttributeOctets octets) noexcept {
+  Addr::Ip6Addr::Octets address;
+  std::copy_n(octets.begin() + 2, address.size(), address.begin());
+  return {octets[0], octets[1], Addr::Ip6Addr(address), boost::endian::load_big_u16(&octets[18])};
+}
+
+}  // namespace
+
+void ExtCommIp6List::attributeIs(const ExtCommIp6DedupTable* commTable, AttributeOctets octets) {
+  constexpr std::size_t each = sizeof(ExtCommIp6Content);
+  assertNeverDeduped();
+  comms_.clear();
+  commVectorSorted_ = false;
+  comms_.reserve(octets.size() / each);
+  for (; octets.size() >= each; octets = octets.subspan(each)) {
+    commIs(ExtCommIp6::dedupContent(commTable, communityAt(octets)));
+  }
+}
+
 void ExtCommIp6List::append(const PtrConst& list) {
   assertNeverDeduped();
   if (list == nullptr) throw Tyr::NullArgumentException("list");
@@ -179,20 +200,12 @@ struct ExtCommIp6List::Attributes {
   using PtrConst = ExtCommIp6List::PtrConst;
   static constexpr std::size_t octetsEach = sizeof(ExtCommIp6Content);
 
-  static ExtCommIp6Content community(AttributeOctets octets) noexcept {
-    Addr::Ip6Addr::Octets address;
-    std::copy_n(octets.begin() + 2, address.size(), address.begin());
-    return {octets[0], octets[1], Addr::Ip6Addr(address), boost::endian::load_big_u16(&octets[18])};
-  }
   const Keel::DedupHashTable& table() const noexcept { return commTable->dedupTable(); }
-  static std::uint32_t hash(AttributeOctets octets) noexcept { return community(octets).hash(); }
+  static std::uint32_t hash(AttributeOctets octets) noexcept { return communityAt(octets).hash(); }
   static void expectMiss(AttributeOctets) noexcept {}
   PtrConst intern(AttributeOctets octets, std::uint32_t) const {
     const Ptr builder = extCommIp6ListFactory();
-    builder->expectedCommunityCountIs(octets.size() / octetsEach);
-    for (; !octets.empty(); octets = octets.subspan(octetsEach)) {
-      builder->commIs(ExtCommIp6::dedupContent(commTable, community(octets)));
-    }
+    builder->attributeIs(commTable, octets);
     return builder->dedup(listTable);
   }
 

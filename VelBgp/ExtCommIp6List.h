@@ -126,6 +126,9 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   const Tyr::FwkType& fwkType() const override;
   bool compare(const Keel::DedupHandleBase* other) const override;
 
+  // The communities of an attribute, in place of what was there. Octets behind the last whole value are passed over.
+  // Asserts that the list was never deduped. Throws what interning throws; the list then has those before.
+  void attributeIs(const ExtCommIp6DedupTable* commTable, AttributeOctets octets);
   // Adds all communities of another list. Asserts that this one was never deduped.
   void append(const PtrConst& list);
 

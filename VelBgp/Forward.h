@@ -96,17 +96,23 @@ class RtExtCommListLifeTimeNotifiee;
 class RtExtCommListLifeTimeNotifier;
 struct RouteTarget;
 
-// Path attributes (VelBgpSerialize.h, BgpPathAttributeEnums.h) and the small values of the attribute code.
+// Path attributes (ReceivedAttributes.h, AttributeWriter.h, VelBgpSerialize.h, BgpPathAttributeEnums.h) and the small
+// values of the attribute code.
+class AttributeWriter;
 class BgpDenseU32Attr;
 class BgpExtCommPktSubtype;
 class BgpMaybeU63;
 class BgpUpdateMsgAttributeFlags;
+class PathAttributeWalk;
+class ReceivedAttributes;
 class Serialize;
 class SerializePathAttribute;
 class SerializePathAttributeAutoExtLen;
 class SerializedBgpPrefixSidAttribute;
+enum AttributeVerdict : std::uint16_t;
+struct PathAttribute;
 
-// Lists for other processes (ListPublisher.h).
+// Lists of a path, and for other processes (PathLists.h, ListPublisher.h).
 class ListPublisher;
 struct PathLists;
 struct StashedPath;

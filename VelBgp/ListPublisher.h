@@ -1,7 +1,7 @@
 // Makes the interned lists of an agent readable for other processes, through a store that this agent writes.
 //
 //   ListPublisher   the writing side: mirrors tables of lists into a store, and paths under keys of the caller's
-//   PathLists       the lists of one path
+//   PathLists       the lists of one path (VelBgp/PathLists.h)
 //   StashedPath     the reading side: references to them
 //
 //   agent    ListPublisher publisher(*storeForWriting);
@@ -33,18 +33,10 @@
 #include <memory>
 
 #include "Store/StoreManager.h"
-#include "VelBgp/ExtCommIp6List.h"
+#include "VelBgp/PathLists.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
 namespace Routing::Bgp {
-
-// Members that are not named in an initializer are null.
-struct PathLists {
-  ExtCommList::PtrConst extended = {};
-  ExtCommIp6List::PtrConst extendedIp6 = {};
-  LargeCommList::PtrConst large = {};
-  CommList::PtrConst standard = {};
-};
 
 class VELBGP_EXPORT ListPublisher {
  public:

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Tyr/Threading.h"
+#include "VelBgp/AttributeWriter.h"
 #include "VelBgp/CommunityTables.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommIp6List.h"
@@ -20,6 +21,7 @@
 #include "VelBgp/Parse/ExtCommSourceAs.h"
 #include "VelBgp/Parse/ExtCommTunnelEncap.h"
 #include "VelBgp/Parse/ExtCommVrfRouteImport.h"
+#include "VelBgp/ReceivedAttributes.h"
 #include "VelBgp/RouteTargetPrefix.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "VelBgp/VelBgpSerialize.h"

@@ -19,6 +19,7 @@
 #include <unordered_set>
 
 #include "Tyr/Threading.h"
+#include "VelBgp/AttributeWriter.h"
 #include "report/Contenders.h"
 #include "report/Harness.h"
 #include "report/Workload.h"
@@ -145,6 +146,90 @@ class ListTimes final : public Job {
   }
 
   const std::size_t n_;
+};
+
+// What goes out of a list that is held, as a string. Each sender has
+//   explicit Sender(const VelBgpLists::Handle&)
+//   std::string sent() const
+class BareCopy {
+ public:
+  static constexpr const char* name = "bare copy";
+  explicit BareCopy(const VelBgpLists::Handle& list) : values_(VelBgpLists::values(list)) {}
+  std::string sent() const {
+    std::string octets(values_.size() * sizeof(std::uint64_t), '\0');
+    char* at = octets.data();
+    for (const std::uint64_t value : values_) {
+      const std::uint64_t swapped = __builtin_bswap64(value);
+      std::memcpy(at, &swapped, sizeof swapped);
+      at += sizeof swapped;
+    }
+    return octets;
+  }
+
+ private:
+  const std::vector<std::uint64_t> values_;
+};
+class Serialized {
+ public:
+  static constexpr const char* name = "velbgp, serialize";
+  explicit Serialized(const VelBgpLists::Handle& list) : list_(list) {}
+  std::string sent() const { return list_->serialize(Routing::Bgp::AttributeWriter::all()); }
+
+ private:
+  const VelBgpLists::Handle list_;
+};
+template <bool all>
+class Written {
+ public:
+  static constexpr const char* name = all ? "velbgp, writer" : "velbgp, writer, filter";
+  explicit Written(const VelBgpLists::Handle& list) : list_(list) {}
+  std::string sent() const { return *Routing::Bgp::AttributeWriter(list_, filter()).str(); }
+
+ private:
+  // Takes all values of the workload, but has to look at each of them.
+  static Routing::Bgp::AttributeWriter::Filter filter() {
+    if (all) return Routing::Bgp::AttributeWriter::all();
+    return Routing::Bgp::ExtCommList::serialization(false, true, true);
+  }
+  const VelBgpLists::Handle list_;
+};
+
+// A few lists that stay in the processor's caches, one after the other.
+template <typename Sender>
+class Sending final : public Job {
+ public:
+  Sending(std::size_t n, Target target)
+      : Job({{"extended lists, sent", Sender::name, n, "ns", BareCopy::name, target}}), n_(n) {}
+
+  void prepare() override { workload<std::uint64_t>(n_, scale.lists); }
+  void check() override {
+    for (const VelBgpLists::Handle& list : held()) {
+      expect(Sender(list).sent().ends_with(BareCopy(list).sent()), "something else was sent");
+    }
+  }
+  std::vector<double> measure() override {
+    const auto lists = held();
+    const std::vector<Sender> senders(lists.begin(), lists.end());
+    std::size_t octets = 0;
+    const double time = timePerOperation(128 * count, [&] {
+      for (std::size_t i = 0; i < 128 * count; ++i) octets += senders[i % count].sent().size();
+    });
+    expect(octets >= 128 * count * n_ * sizeof(std::uint64_t), "not all was sent");
+    return {time};
+  }
+
+ private:
+  static constexpr std::size_t count = 8;
+
+  std::vector<VelBgpLists::Handle> held() {
+    std::vector<VelBgpLists::Handle> lists(count);
+    const auto& values = workload<std::uint64_t>(n_, scale.lists);
+    for (std::size_t i = 0; i < count; ++i) lists[i] = contender_.intern(values.list(i), n_);
+    return lists;
+  }
+
+  const std::size_t n_;
+  VelBgpLists contender_;
 };
 
 std::size_t residentOctets() {
@@ -418,6 +503,16 @@ void addWorstInsert(Jobs& jobs, const std::string& kind, typename Contender::Val
   jobs.push_back(std::make_unique<WorstInsert<Contender>>(question, value));
 }
 
+void addSending(Jobs& jobs) {
+  const std::pair<std::size_t, double> rows[] = {{4, 2}, {16, 1.5}, {64, 1.2}};
+  for (const auto& [n, limit] : rows) {
+    jobs.push_back(std::make_unique<Sending<BareCopy>>(n, Target()));
+    jobs.push_back(std::make_unique<Sending<Serialized>>(n, Target()));
+    jobs.push_back(std::make_unique<Sending<Written<true>>>(n, Target{Target::ratioAtMost, limit}));
+    jobs.push_back(std::make_unique<Sending<Written<false>>>(n, Target()));
+  }
+}
+
 template <typename Work>
 void addThreadTimes(Jobs& jobs, const std::string& what, Target throughput, Target time) {
   const std::string variants = "variants, " + what, threads = "throughput, " + what;
@@ -446,6 +541,8 @@ Jobs allJobs() {
   addListTimes<Floor<Acl::CommunityValue>>(jobs, "large lists");
   addListTimes<VelBgpLargeLists>(jobs, "large lists", &hits, &valueMisses);
   addListTimes<Batches<VelBgpLargeLists>>(jobs, "large lists", &batchHits);
+
+  addSending(jobs);
 
   addListOctets<Floor<std::uint64_t>>(jobs, "extended lists");
   addListOctets<Flyweight>(jobs, "extended lists");

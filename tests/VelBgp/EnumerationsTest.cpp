@@ -9,6 +9,7 @@
 #include "VelBgp/BgpPathAttributeEnums.h"
 #include "VelBgp/CommList.h"
 #include "VelBgp/ExtCommIp6.h"
+#include "VelBgp/ReceivedAttributes.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "VelBgp/VelBgpCommunityPacketTypes.h"
 
@@ -42,6 +43,7 @@ TEST(Enumerations, Members) {
 #define TYR_ENUM_OTHER(...)
 #define TYR_ENUM_OTHER_TEXT(...)
 #define TYR_ENUM_END(...)
+#include "VelBgp/AttributeVerdict.def"
 #include "VelBgp/BgpCommunityValue.def"
 #include "VelBgp/BgpPathAttributeEnums.def"
 #include "VelBgp/ExtCommClassification.def"

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Tyr/Exception.h"
+#include "VelBgp/AttributeWriter.h"
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/WordLists.h"
 #include "support/Death.h"
@@ -151,7 +152,7 @@ std::string attributeOf(const List& list) {
   return list.serialize();
 }
 
-// Each word shows in the octets of its value, and these come in order. A value takes as much room here as on the wire.
+// Each word shows in the octets of its value, and these come in order, however it is written. A value takes as much room here as on the wire.
 TYPED_TEST(InternedLists, Attributes) {
   constexpr unsigned each = sizeof(TypeParam::value(0)), shortest = 255 / each, most = 65535 / each;
   const char code = "\x10\x19\x20\x08"[TypeParam::index];
@@ -163,6 +164,7 @@ TYPED_TEST(InternedLists, Attributes) {
     if (octets > 255) header = {'\xd0', code, static_cast<char>(octets >> 8), static_cast<char>(octets)};
     const std::string attribute = attributeOf(*list);
     ASSERT_EQ(attribute.size(), header.size() + octets);
+    EXPECT_EQ(AttributeWriter(list).str(), attribute);
     EXPECT_EQ(attribute.substr(0, header.size()), header);
     std::size_t at = header.size();
     for (const auto& value : valuesOf<TypeParam>(*list)) {
@@ -172,7 +174,12 @@ TYPED_TEST(InternedLists, Attributes) {
       at += each;
     }
   }
-  EXPECT_ASSERTION(attributeOf(*this->intern(someWords(most + 1, 3))), "attrSize <= 0xFFFF");
+  const auto tooMany = this->intern(someWords(most + 1, 3));
+  EXPECT_ASSERTION(attributeOf(*tooMany), "attrSize <= 0xFFFF");
+  const AttributeWriter refusing(tooMany);
+  std::string none;
+  std::vector<std::uint8_t> room(70000);
+  EXPECT_FALSE(refusing.fits() || refusing.str() || refusing.appendTo(none) || refusing.write(room) || !none.empty());
 }
 
 // ---- Many in one call

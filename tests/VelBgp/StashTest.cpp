@@ -7,6 +7,7 @@
 
 #include "Store/Stores.h"
 #include "Tyr/Trace.h"
+#include "VelBgp/AttributeWriter.h"
 #include "VelBgp/WordLists.h"
 
 namespace Routing::Bgp::test {
@@ -75,6 +76,10 @@ TEST_F(StashTest, ListsComeBackAsPrivateOnes) {
       EXPECT_TRUE(ours != from && !ours->isDeduped() && ours->notificationActive());
     };
     expectPrivate(list, original);
+    for (unsigned bits = 0; bits < 16; ++bits) {
+      const AttributeWriter::Filter filter(bits);
+      EXPECT_EQ(AttributeWriter(list, filter).str(), AttributeWriter(original, filter).str()) << bits;
+    }
     EXPECT_EQ(list->dedupState(), Keel::dedupHandleStateNotInTable());
     EXPECT_EQ(agent.size(), interned);
     EXPECT_EQ(destashed<typename Attribute::List>({}), nullptr);

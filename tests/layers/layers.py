@@ -35,7 +35,7 @@ ORDER = (
     "Stash", "InternedExtComm",
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
-    "CommunityTables", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
+    "PathLists", "CommunityTables", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
     "EditList", "CommListSnapshot", "ListPublisher", "VelBgp",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.

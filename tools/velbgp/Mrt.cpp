@@ -59,8 +59,8 @@ class Census final : public MrtSink {
   }
 
  private:
-  bool wellFormed(const CommunityAttribute& attribute, std::uint64_t offset);
   void attributeIs(const CommunityAttribute& attribute);
+  void attributeFault(const CommunityAttribute& attribute, std::uint64_t offset);
   void pathEnds();
   void publish();
 
@@ -91,8 +91,7 @@ void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
   for (const CommunityAttribute& attribute : record.attributes()) {
     if (attribute.path != path) pathEnds();
     path = attribute.path;
-    if (!wellFormed(attribute, offset)) continue;
-    attributeIs(attribute);
+    attribute.wellFormed ? attributeIs(attribute) : attributeFault(attribute, offset);
   }
   pathEnds();
 }
@@ -121,20 +120,18 @@ const MrtTotals& Census::totals() {
   return totals_;
 }
 
-bool Census::wellFormed(const CommunityAttribute& attribute, std::uint64_t offset) {
-  const KindRow& row = kindRows[attribute.kind];
-  if (!attribute.value.empty() && attribute.value.size() % row.octets == 0) return true;
-  ++totals_.counts.malformed;
-  faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
-                      " of the record has " + std::to_string(attribute.value.size()) +
-                      " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
-  return false;
-}
-
 void Census::attributeIs(const CommunityAttribute& attribute) {
   ++totals_.received[attribute.kind].paths;
   totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
   batch_.attributeIs(attribute.kind, attribute.value);
+}
+
+void Census::attributeFault(const CommunityAttribute& attribute, std::uint64_t offset) {
+  const KindRow& row = kindRows[attribute.kind];
+  ++totals_.counts.malformed;
+  faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
+                      " of the record has " + std::to_string(attribute.value.size()) +
+                      " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
 }
 
 // A second one only where there are two processors.

@@ -1,10 +1,14 @@
 #include "tools/velbgp/MrtRecord.h"
 
+#include <algorithm>
 #include <array>
 
+#include "VelBgp/ReceivedAttributes.h"
 #include "tools/velbgp/Kind.h"
 
 namespace VelBgpTool {
+
+using namespace Routing::Bgp;
 
 // Reads forward and never past the end: each step says whether there was enough, and moves only if there was.
 class Cursor {
@@ -94,13 +98,11 @@ constexpr std::size_t leastUpdate = 23;
 
 constexpr std::size_t octetsOfBits(std::uint32_t bits) { return (bits + 7) / 8; }
 
-// The row of kindRows for each path attribute code, or kindCount.
-const std::array<std::uint8_t, 256> kindOfCode = [] {
-  std::array<std::uint8_t, 256> kinds;
-  kinds.fill(kindCount);
-  for (std::uint8_t kind = 0; kind < kindCount; ++kind) kinds[kindRows[kind].attribute] = kind;
-  return kinds;
-}();
+// The row of kindRows that a community attribute belongs to.
+std::uint32_t kindOf(const PathAttribute& attribute) {
+  const auto row = std::ranges::find(kindRows, attribute.code, [](const KindRow& kind) { return kind.attribute; });
+  return static_cast<std::uint32_t>(row - kindRows.begin());
+}
 
 // Steps over one NLRI that is a length in bits and a prefix.
 bool skipPrefix(Cursor& body, std::uint32_t& bits) { return body.octet(bits) && body.skip(octetsOfBits(bits)); }
@@ -323,19 +325,16 @@ void MrtRecord::bgpMessage(Cursor& body) {
 }
 
 void MrtRecord::attributesOf(Octets block) {
-  constexpr std::uint8_t extendedLength = 0x10;
-  unsigned seen = 0;
-  while (!block.empty()) {
-    const std::size_t header = (block[0] & extendedLength) != 0 ? 4 : 3;
-    need(block.size() >= header, "a path attribute's header");
-    const std::uint8_t code = block[1];
-    const std::size_t length = header == 4 ? std::size_t{block[2]} << 8 | block[3] : block[2];
-    need(length <= block.size() - header, "a path attribute");
-    if (const unsigned kind = kindOfCode[code]; kind < kindCount && (seen >> kind & 1) == 0) {
-      seen |= 1U << kind;
-      attributes_.push_back({paths_, kind, block.subspan(header, length)});
-    }
-    block = block.subspan(header + length);
+  const ReceivedAttributes received(block);
+  for (std::uint32_t kind = 0; kind < kindCount; ++kind) {
+    const Octets values = received.value(BgpPathAttrType(kindRows[kind].attribute));
+    if (!values.empty()) attributes_.push_back({paths_, kind, true, values});
+  }
+  for (const ReceivedAttributes::Fault& fault : received.faults()) {
+    need(fault.verdict != attributeVerdictHeaderCut, "a path attribute's header");
+    need(fault.verdict != attributeVerdictValueCut, "a path attribute");
+    if (fault.verdict == attributeVerdictRepeated) continue;
+    attributes_.push_back({paths_, kindOf(fault.attribute), false, fault.attribute.value});
   }
 }
 

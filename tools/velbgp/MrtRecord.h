@@ -13,10 +13,11 @@
 
 namespace VelBgpTool {
 
-// A community attribute as it stands in the record, whatever its length; of a repeated attribute the first.
+// A community attribute as it stands in the record; of a repeated attribute the first.
 struct CommunityAttribute {
   std::uint32_t path;  // among the record's paths, from 0
   std::uint32_t kind;  // row of kindRows
+  bool wellFormed;     // whole values, at least one
   Octets value;
 };
 
@@ -44,7 +45,7 @@ class MrtRecord {
   bool bodyIs(const MrtHeader& header, Octets body);
 
   std::uint32_t paths() const { return paths_; }
-  // Path by path, each path's in the order in which they stand.
+  // Path by path, each path's well-formed ones by kind, then the others in the order in which they stand.
   const std::vector<CommunityAttribute>& attributes() const { return attributes_; }
   // What is wrong with a malformed record.
   const std::string& fault() const { return fault_; }
