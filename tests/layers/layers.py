@@ -35,7 +35,7 @@ ORDER = (
     "Stash", "InternedExtComm",
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
-    "CommListSnapshot", "ListPublisher",
+    "MakeValue", "TypedComm", "ValueText", "CommListSnapshot", "ListPublisher",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.
 PARTS = {
