@@ -23,7 +23,7 @@ std::string problemOf(std::string_view text, const Routing::Bgp::ValueTextError&
   const std::string message = error.message();
   // The text stands once where the words are about all of it.
   if (!text.empty() && message.starts_with(text)) return quote(text) + message.substr(text.size());
-  return quote(text) + ": " + message;
+  return quote(text) + " is no community: " + message;
 }
 
 }  // namespace VelBgpTool
