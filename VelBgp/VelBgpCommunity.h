@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <compare>
-#include <functional>
 #include <string_view>
 
 #include "Store/Forward.h"

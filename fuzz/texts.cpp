@@ -82,7 +82,8 @@ void addressReadable(const std::string& text, int family) {
 void errorSound(std::string_view text, const ValueTextError& error) {
   TYR_ASSERT(error.offset <= text.size() && error.length <= text.size() - error.offset);
   const std::string message = error.message();
-  TYR_ASSERT(message.size() < 1000 && std::ranges::all_of(message, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); }));
+  TYR_ASSERT(message.size() < 1000 &&
+             std::ranges::all_of(message, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); }));
   for (const std::string& reading : error.readings) TYR_ASSERT(valueFromText(reading));
 }
 

@@ -153,7 +153,8 @@ TEST(ValueText, ReadsWhatIsTypedAndNamesWhatIsNot) {
     EXPECT_TRUE(value ? got == row.expected : got.find(row.expected) != got.npos) << row.text << " gave " << got;
   }
   const std::string megabyte(1 << 20, '1');
-  for (const char* const front : {"rt 1:", "", "lbw 0:1e", "0x", "<", "color ", "tunnelTypeUnknown(", "1:2:", "rt [::"}) {
+  for (const char* const front :
+       {"rt 1:", "", "lbw 0:1e", "0x", "<", "color ", "tunnelTypeUnknown(", "1:2:", "rt [::"}) {
     EXPECT_LT(read(front + megabyte).size(), 400u) << front;
   }
   EXPECT_EQ(read("rt 1:" + std::string(1 << 20, '0') + "7"), "0x0002000100000007");
@@ -174,19 +175,18 @@ TEST(ValueText, AnErrorTellsItsPlace) {
 }
 
 TEST(ValueText, ALineHoldsSeveralValues) {
-  const Row lines[] = {
-      {"1:2,3:4 \t rt:1:2", "1:2=0x00010002|3:4=0x00030004|rt:1:2=0x0002000100000002|"},
-      {"\"rt 1:2\" \" 1:2 \"", "rt 1:2=0x0002000100000002| 1:2 =0x00010002|"},
-      {"rt 65000:100 1:2", "rt 65000:100!|1:2=0x00010002|"},
-      {"\"rt\" 65000:100 1:2", "rt\" 65000:100!|1:2=0x00010002|"},
-      {"RT: , 65000:100", "RT: , 65000:100!|"},
-      {"rt", "rt!|"},
-      {"1:2 \"rt 1:2", "1:2=0x00010002|\"rt 1:2!|"},
-      {"\"1:2\"3 1:2", "\"1:2\"3!|1:2=0x00010002|"},
-      {"default-gateway 1:2 x", "default-gateway=0x030d000000000000|1:2=0x00010002|x!|"},
-      {"\"\" , ,", "!|"},
-      {" \r,", ""},
-      {"1\"2\" 1:2", "1\"2\"!|1:2=0x00010002|"}};
+  const Row lines[] = {{"1:2,3:4 \t rt:1:2", "1:2=0x00010002|3:4=0x00030004|rt:1:2=0x0002000100000002|"},
+                       {"\"rt 1:2\" \" 1:2 \"", "rt 1:2=0x0002000100000002| 1:2 =0x00010002|"},
+                       {"rt 65000:100 1:2", "rt 65000:100!|1:2=0x00010002|"},
+                       {"\"rt\" 65000:100 1:2", "rt\" 65000:100!|1:2=0x00010002|"},
+                       {"RT: , 65000:100", "RT: , 65000:100!|"},
+                       {"rt", "rt!|"},
+                       {"1:2 \"rt 1:2", "1:2=0x00010002|\"rt 1:2!|"},
+                       {"\"1:2\"3 1:2", "\"1:2\"3!|1:2=0x00010002|"},
+                       {"default-gateway 1:2 x", "default-gateway=0x030d000000000000|1:2=0x00010002|x!|"},
+                       {"\"\" , ,", "!|"},
+                       {" \r,", ""},
+                       {"1\"2\" 1:2", "1\"2\"!|1:2=0x00010002|"}};
   for (const Row& line : lines) {
     std::string got;
     for (ValueTexts texts(line.text); const auto typed = texts.next();) {
