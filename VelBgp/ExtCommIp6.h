@@ -151,3 +151,8 @@ VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* e
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6& extComm);
 
 }  // namespace Routing::Bgp
+
+template <>
+struct std::hash<Routing::Bgp::ExtCommIp6Content> {
+  std::size_t operator()(const Routing::Bgp::ExtCommIp6Content& content) const noexcept { return content.hash(); }
+};

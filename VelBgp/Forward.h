@@ -88,6 +88,13 @@ class ExtCommIp6ListSnapshot;
 class ExtCommListSnapshot;
 class LargeCommListSnapshot;
 
+// Values by name, and as texts (MakeValue.h, ValueText.h).
+class ValueTexts;
+enum class OriginValidation : std::uint8_t;
+struct ValueTextError;
+template <typename Value>
+class ValueTextResult;
+
 // Route targets (NotifyingRouteTargetList.h, RouteTargetPrefix.h).
 class NotifyingRouteTargetList;
 class NotifyingRtExtCommListCollection;

@@ -85,3 +85,10 @@ VELBGP_EXPORT LargeCommListDedupTable::Ptr largeCommListDedupTableFactory();
 VELBGP_EXPORT LargeCommListDedupTable::Ptr LargeCommListDedupTableIs();
 
 }  // namespace Routing::Bgp
+
+template <>
+struct std::hash<Acl::CommunityValue> {
+  std::size_t operator()(const Acl::CommunityValue& value) const {
+    return Routing::Bgp::LargeCommListTraits::hash({&value, 1});
+  }
+};

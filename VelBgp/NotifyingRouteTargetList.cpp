@@ -25,6 +25,12 @@ std::string RouteTarget::toStrep(bool asDot) const {
 
 std::string valueToStrep(const RouteTarget& rt) { return valueToStrep(ExtCommContent(rt.value)); }
 
+void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, RouteTarget* rt) {
+  rt->value = Tyr::readHex64(it, end);
+}
+
+RouteTarget RouteTarget::strepToValue(std::string_view text) { return {Tyr::readWhole(text, Tyr::readHex64)}; }
+
 // ---- What both collections are made of
 
 namespace {

@@ -19,10 +19,12 @@
 #pragma once
 
 #include <atomic>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 
 #include "Keel/DedupHashTable.h"
@@ -30,6 +32,7 @@
 #include "Tyr/Export.h"
 #include "Tyr/NotifieeList.h"
 #include "Tyr/PtrInterface.h"
+#include "Tyr/Strep.h"
 
 namespace Routing::Bgp {
 
@@ -43,12 +46,16 @@ struct VELBGP_EXPORT RouteTarget {
   // as a two-octet AS.
   VELBGP_EXPORT std::string toStrep(bool asDot) const;
 
-  friend constexpr bool operator==(const RouteTarget&, const RouteTarget&) noexcept = default;
-  friend constexpr bool operator<(const RouteTarget& a, const RouteTarget& b) noexcept { return a.value < b.value; }
+  // Reads a whole text of the form below.
+  VELBGP_EXPORT static RouteTarget strepToValue(std::string_view text);
+
+  friend constexpr auto operator<=>(const RouteTarget&, const RouteTarget&) noexcept = default;
 };
 
 // "0x" and 16 lower-case hex digits.
 VELBGP_EXPORT std::string valueToStrep(const RouteTarget& rt);
+// Takes that text from the front of the range; throws Tyr::ParseException, and nothing is changed, if there is none.
+VELBGP_EXPORT void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, RouteTarget* rt);
 
 // What both collections are made of. `Members` names a key and its hash.
 template <typename Members>
@@ -209,3 +216,10 @@ VELBGP_EXPORT RtExtCommListLifeTimeNotifiee::Ptr rtExtCommListLifeTimeNotifieeFa
     NotifyingRtExtCommListCollection::Ptr collection);
 
 }  // namespace Routing::Bgp
+
+template <>
+struct std::hash<Routing::Bgp::RouteTarget> {
+  std::size_t operator()(const Routing::Bgp::RouteTarget& rt) const noexcept {
+    return Keel::singleAttributeHash(rt.value, 0);
+  }
+};

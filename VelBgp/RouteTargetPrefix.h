@@ -46,11 +46,8 @@ class VELBGP_EXPORT RouteTargetPrefix {
   // "65000:100/48"; the route target's text, "/" and the length. With neither bits nor length "0/0".
   std::string toStrep(bool asDot) const;
 
-  friend bool operator==(const RouteTargetPrefix&, const RouteTargetPrefix&) noexcept = default;
   // By value, then by length.
-  friend bool operator<(const RouteTargetPrefix& a, const RouteTargetPrefix& b) noexcept {
-    return a.prefix_ == b.prefix_ ? a.length_ < b.length_ : a.prefix_ < b.prefix_;
-  }
+  friend auto operator<=>(const RouteTargetPrefix&, const RouteTargetPrefix&) noexcept = default;
 
  private:
   static constexpr std::uint64_t topBit = 0x8000000000000000;

@@ -23,6 +23,14 @@ std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content) {
   return stream;
 }
 
+void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, ExtCommContent* content) {
+  *content = ExtCommContent(Tyr::readHex64(it, end));
+}
+
+ExtCommContent ExtCommContent::strepToValue(std::string_view text) {
+  return ExtCommContent(Tyr::readWhole(text, Tyr::readHex64));
+}
+
 // ---- The object
 
 std::uint32_t ExtCommTraits::hashOf(const Content& content) noexcept { return singleAttributeHash(content.value(), 0); }

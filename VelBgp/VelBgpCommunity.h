@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <compare>
 #include <string_view>
 
 #include "Store/Forward.h"
@@ -41,10 +42,10 @@ class ExtCommContent {
   static constexpr std::uint64_t transitiveFlag = 0x4000000000000000;
   constexpr bool transitive() const noexcept { return (value_ & transitiveFlag) == 0; }
 
-  friend constexpr bool operator==(const ExtCommContent&, const ExtCommContent&) noexcept = default;
-  friend constexpr bool operator<(const ExtCommContent& a, const ExtCommContent& b) noexcept {
-    return a.value_ < b.value_;
-  }
+  // Reads a whole text of the form below.
+  VELBGP_EXPORT static ExtCommContent strepToValue(std::string_view text);
+
+  friend constexpr auto operator<=>(const ExtCommContent&, const ExtCommContent&) noexcept = default;
 
  private:
   std::uint64_t value_ = 0;
@@ -53,6 +54,8 @@ class ExtCommContent {
 // "0x" and 16 lower-case hex digits; the stream's formatting flags neither matter nor change.
 VELBGP_EXPORT std::string valueToStrep(const ExtCommContent& content);
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content);
+// Takes that text from the front of the range; throws Tyr::ParseException, and nothing is changed, if there is none.
+VELBGP_EXPORT void strepToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, ExtCommContent* content);
 
 // What objects of one content are looked up by.
 template <typename Traits>
@@ -317,3 +320,10 @@ VELBGP_EXPORT ExtCommDedupTable::Ptr extCommDedupTableFactory(Tyr::Ptr<const Bgp
 VELBGP_EXPORT ExtCommDedupTable::Ptr ExtCommDedupTableIs(Tyr::Ptr<const BgpParseExtendedCommunityRule> rule);
 
 }  // namespace Routing::Bgp
+
+template <>
+struct std::hash<Routing::Bgp::ExtCommContent> {
+  std::size_t operator()(const Routing::Bgp::ExtCommContent& content) const noexcept {
+    return Routing::Bgp::ExtComm::hashOf(content);
+  }
+};

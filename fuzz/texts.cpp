@@ -2,6 +2,7 @@
 // reader that takes nothing leaves its place as it was.
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "Addr/Ip4Addr.h"
@@ -9,9 +10,9 @@
 #include "VelBgp/Parse/ExtCommRuleCollections.h"
 #include "VelBgp/Parse/ExtCommTunnelEncap.h"
 #include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/ValueText.h"
 #include "VelBgp/VelBgpMiscTypes.h"
 #include "fuzz/Agent.h"
-#include "tools/velbgp/Kind.h"
 
 namespace VelBgpFuzz {
 namespace {
@@ -77,21 +78,38 @@ void addressReadable(const std::string& text, int family) {
   TYR_ASSERT(taken == expected);
 }
 
-std::string printed(const VelBgpTool::TypedValue& value) {
-  Input wire(value.wire());
-  if (value.wire().size() == 4) return CommList::getStringValue(takeValue<std::uint32_t>(wire));
-  if (value.wire().size() == 12) return LargeCommList::getStringValue(takeValue<CommunityValue>(wire));
-  return VelBgpTool::hexValue(value.wire());
+// An error names a place in the text, in printable words, and only readings that are some.
+void errorSound(std::string_view text, const ValueTextError& error) {
+  TYR_ASSERT(error.offset <= text.size() && error.length <= text.size() - error.offset);
+  const std::string message = error.message();
+  TYR_ASSERT(message.size() < 1000 &&
+             std::ranges::all_of(message, [](char c) { return c == '\t' || (c >= ' ' && c <= '~'); }));
+  for (const std::string& reading : error.readings) TYR_ASSERT(valueFromText(reading));
 }
 
+// A value that was typed has a text that gives it again, and is of one kind alone.
 void typedReadable(std::string_view text) {
-  std::string problem;
-  const auto value = VelBgpTool::parseValue(text, problem);
-  TYR_ASSERT(value.has_value() == problem.empty());
-  if (!value) return;
-  for (const std::string& again : {printed(*value), VelBgpTool::hexValue(value->wire())}) {
-    const auto same = VelBgpTool::parseValue(again, problem);
-    TYR_ASSERT(same && same->kind == value->kind && same->octets == value->octets);
+  const auto value = valueFromText(text);
+  if (!value) return errorSound(text, value.error());
+  const auto again = valueFromText(textOf(*value));
+  TYR_ASSERT(again && *again == *value);
+  const int kinds = bool{extCommFromText(text)} + bool{extCommIp6FromText(text)} + bool{largeCommFromText(text)} +
+                    bool{commFromText(text)};
+  TYR_ASSERT(kinds == 1);
+}
+
+// The words of a line come in its order, and each is read as it is alone.
+void lineReadable(std::string_view line) {
+  std::size_t behind = 0;
+  for (ValueTexts texts(line); const auto typed = texts.next();) {
+    TYR_ASSERT(typed->offset >= behind && typed->offset + typed->length <= line.size());
+    behind = typed->offset + typed->length;
+    if (!typed->value) {
+      errorSound(line, typed->value.error());
+      continue;
+    }
+    const auto alone = valueFromText(line.substr(typed->offset, typed->length));
+    TYR_ASSERT(alone && *alone == *typed->value);
   }
 }
 
@@ -114,6 +132,7 @@ void oneInput(Input input) {
   addressReadable<Routing::Addr::Ip4Addr>(std::string(text), AF_INET);
   addressReadable<Routing::Addr::Ip6Addr>(std::string(text), AF_INET6);
   typedReadable(text);
+  lineReadable(text);
 }
 
 }  // namespace VelBgpFuzz

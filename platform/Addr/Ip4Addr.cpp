@@ -21,13 +21,20 @@ const char* readOctet(const char* it, const char* end, std::uint32_t& value) {
 
 }  // namespace
 
-Ip4Addr::Ip4Addr(std::string_view text) {
+std::optional<Ip4Addr> Ip4Addr::read(std::string_view text) noexcept {
+  std::uint32_t value = 0;
   const char* const end = text.data() + text.size();
-  const char* it = readOctet(text.data(), end, value_);
+  const char* it = readOctet(text.data(), end, value);
   for (int more = 3; it != nullptr && more > 0; --more) {
-    it = it != end && *it == '.' ? readOctet(it + 1, end, value_) : nullptr;
+    it = it != end && *it == '.' ? readOctet(it + 1, end, value) : nullptr;
   }
-  if (it != end || it == nullptr) throw Tyr::ParseException("not an IPv4 address in dotted-quad form");
+  return it != end || it == nullptr ? std::nullopt : std::optional(Ip4Addr(value));
+}
+
+Ip4Addr::Ip4Addr(std::string_view text) {
+  const auto address = read(text);
+  if (!address) throw Tyr::ParseException("not an IPv4 address in dotted-quad form");
+  *this = *address;
 }
 
 std::string Ip4Addr::toStrep() const {

@@ -8,6 +8,7 @@
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,8 @@ class Ip4Addr {
   // Exactly four decimal numbers up to 255 with dots between them. Leading zeros are refused: to some programs they
   // mean octal numbers.
   VELBGP_EXPORT explicit Ip4Addr(std::string_view text);
+  // The same; nothing in place of the exception.
+  VELBGP_EXPORT static std::optional<Ip4Addr> read(std::string_view text) noexcept;
 
   constexpr std::uint32_t value() const noexcept { return value_; }
 

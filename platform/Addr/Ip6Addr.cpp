@@ -10,11 +10,18 @@
 
 namespace Routing::Addr {
 
-Ip6Addr::Ip6Addr(std::string_view text) {
+std::optional<Ip6Addr> Ip6Addr::read(std::string_view text) noexcept {
   char terminated[INET6_ADDRSTRLEN] = {};
-  const bool mayBe = text.size() < sizeof(terminated) && text.find('\0') == text.npos;
-  if (mayBe) std::copy(text.begin(), text.end(), terminated);
-  if (!mayBe || inet_pton(AF_INET6, terminated, octets_.data()) != 1) throw Tyr::ParseException("not an IPv6 address");
+  if (text.size() >= sizeof(terminated) || text.find('\0') != text.npos) return std::nullopt;
+  std::copy(text.begin(), text.end(), terminated);
+  Octets octets;
+  return inet_pton(AF_INET6, terminated, octets.data()) == 1 ? std::optional(Ip6Addr(octets)) : std::nullopt;
+}
+
+Ip6Addr::Ip6Addr(std::string_view text) {
+  const auto address = read(text);
+  if (!address) throw Tyr::ParseException("not an IPv6 address");
+  *this = *address;
 }
 
 std::string Ip6Addr::toStrep() const {

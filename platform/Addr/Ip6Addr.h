@@ -9,6 +9,7 @@
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,8 @@ class Ip6Addr {
   constexpr explicit Ip6Addr(const Octets& octets) noexcept : octets_(octets) {}
   // Every form that inet_pton takes, and no other.
   VELBGP_EXPORT explicit Ip6Addr(std::string_view text);
+  // The same; nothing in place of the exception.
+  VELBGP_EXPORT static std::optional<Ip6Addr> read(std::string_view text) noexcept;
 
   constexpr const Octets& octets() const noexcept { return octets_; }
   // Octets 4 * index to 4 * index + 3, the first most significant; index 0 to 3.

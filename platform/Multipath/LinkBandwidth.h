@@ -12,10 +12,16 @@
 // plain texts agree may differ here: "1 Gbps (weight 125000000)". A bandwidth that is not valid takes no part in the
 // balancing: "0 bps (no weight)".
 //
-// A value type: owns nothing, no errors, as safe between threads as a float.
+// These texts are read back, and what people type: a decimal number, perhaps with a fraction and an exponent, blanks, and
+// one of the units (as above, or all in small letters); octets per second without a unit. What is read is the nearest
+// float, a tie to the even one. A weight behind it decides, and has to agree with the number: the number as it is shown
+// for the weight, or a number that reads as the same float. The plain texts round, the weighted ones give the float again.
+//
+// A value type: owns nothing, no exceptions, as safe between threads as a float.
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "Tyr/Export.h"
 
@@ -24,6 +30,8 @@ class DynamicBufferInterface;
 }
 
 namespace Routing::Ucmp {
+
+struct LinkBandwidthReading;
 
 class LinkBandwidth {
  public:
@@ -38,8 +46,20 @@ class LinkBandwidth {
   // Appends the same text.
   VELBGP_EXPORT void appendTo(Tyr::DynamicBufferInterface& buffer, bool weighted) const;
 
+  // Reads a whole text without outer blanks; never negative, infinite or NaN.
+  VELBGP_EXPORT static LinkBandwidthReading read(std::string_view text) noexcept;
+
  private:
   float octetsPerSecond_;
+};
+
+// A bandwidth or, with a problem, which part of the text has it and what was expected there. The words follow on that
+// part: "is no unit".
+struct LinkBandwidthReading {
+  LinkBandwidth bandwidth{0};
+  std::string_view place;
+  const char* problem = nullptr;
+  const char* expected = nullptr;
 };
 
 }  // namespace Routing::Ucmp

@@ -22,7 +22,7 @@
 //   std::ostream& operator<<(std::ostream&, const E&)
 //                                          the same name; for a number without one, the number: a log must not throw
 //   E EInstance(unsigned long)             the enumerator with this number; Tyr::RangeException if there is none
-//   E EInstance(const std::string&)        the enumerator with this name; Tyr::BadNameException if there is none
+//   E EInstance(std::string_view)          the enumerator with this name; Tyr::BadNameException if there is none
 //   void sequenceToValue(Tyr::StrepIterator& it, const Tyr::StrepIterator& end, E*)
 //                                          takes a name from the front of the range; Tyr::BadNameException if there is
 //                                          none, and nothing is changed

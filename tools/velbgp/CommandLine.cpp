@@ -138,7 +138,8 @@ class CommandLine {
     addJson(sub, "One JSON object a value");
     addMvpn(sub);
     addInputs(sub, "VALUE",
-              "A:B, A:B:C, a name like no-export, or 0x and hex digits; without any, one a line of standard input");
+              "A:B, A:B:C, rt 65000:100, a name like no-export, or 0x and hex digits; without any, one a line of "
+              "standard input");
   }
   void addList() {
     CLI::App* sub = subcommand(listCommand, "list", "Intern the communities of a path as lists");

@@ -18,10 +18,9 @@ class Decoder {
 
   // One line of input or one argument.
   void inputIs(const Place& place, std::string_view text) {
-    std::string problem;
-    if (const auto value = parseValue(trimmed(text), problem)) return print(*value);
-    console_.error(place,
-                   words(text).size() > 1 ? quote(trimmed(text)) + " is more than one value, expected one" : problem);
+    const auto value = Routing::Bgp::valueFromText(text);
+    if (value) return print(typedValue(*value));
+    console_.error(place, problemOf(trimmed(text), value.error()));
   }
 
  private:

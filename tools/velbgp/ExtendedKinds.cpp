@@ -138,7 +138,7 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
 
   static ExtCommRange communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return list->comm(bigEndian(value)).get(); }
-  static std::string wire(Community community) { return Wire().u64(community->community()).str(); }
+  static std::string wire(Community community) { return wireOf(community->getContent()); }
   static std::string text(Community community) { return community->toStrepForUI(false, false, false); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
@@ -194,13 +194,8 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     return found;
   }
   static Community find(const List& list, Octets value) { return list->comm(content(value)).get(); }
-  static std::string wire(const auto& community) {  // a community, however it is held
-    const ExtCommIp6Content& content = community->getContent();
-    Wire out;
-    out.u8(content.type()).u8(content.subtype());
-    for (const std::uint8_t octet : content.addr().octets()) out.u8(octet);
-    return out.u16(content.localAdmin()).str();
-  }
+  // Of a community, however it is held.
+  static std::string wire(const auto& community) { return wireOf(community->getContent()); }
   static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
 
   void decode(Octets value, boost::json::object& out) const {

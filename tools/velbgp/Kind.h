@@ -1,4 +1,4 @@
-// The kinds of community as the tool sees them: one row each that says how a value is typed and where it stands on the
+// The kinds of community as the tool sees them: one row each that says what they are called and where they stand on the
 // wire, and one object each that does with values what an agent does, through the library.
 //
 // All values pass as wire octets; a kind's source alone knows the library's types. A kind belongs to one thread at a
@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "VelBgp/ValueText.h"
 #include "tools/velbgp/Text.h"
 
 namespace Routing::RouteMap {
@@ -80,22 +81,15 @@ class Kind {
 using MakeKind = std::unique_ptr<Kind>(Agent& agent);
 MakeKind makeExtendedKind, makeExtendedIp6Kind, makeLargeKind, makeStandardKind;
 
-// The wire octets of a value as people type it; nothing for all other text, and for numbers out of range.
-using ReadValue = std::optional<std::string>(std::string_view text);
-ReadValue readLarge, readStandard;
-
 struct KindRow {
   const char* name;
   const char* attributeName;
   std::uint8_t attribute;  // path attribute code
   std::uint8_t octets;     // of one value on the wire
-  // The form in which people type a value, beside hex digits, and what reads it; null: there is none.
-  const char* form;
-  ReadValue* read;
   MakeKind* make;
 };
 
-// In the order in which output names them.
+// In the order in which output names them, which is that of the library's AnyCommValue.
 inline constexpr std::size_t kindCount = 4;
 extern const std::array<KindRow, kindCount> kindRows;
 
@@ -108,8 +102,9 @@ struct TypedValue {
   Octets wire() const { return octetsOf(octets); }
 };
 
-// Reads one value as people type it; else `problem` says what is wrong and what was expected.
-std::optional<TypedValue> parseValue(std::string_view text, std::string& problem);
+TypedValue typedValue(const Routing::Bgp::AnyCommValue& value);
+// What is said about a text that is no value.
+std::string problemOf(std::string_view text, const Routing::Bgp::ValueTextError& error);
 
 // The kinds of one run, made when first needed.
 class Kinds {

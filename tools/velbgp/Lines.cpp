@@ -19,16 +19,6 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-std::vector<std::string_view> words(std::string_view text) {
-  std::vector<std::string_view> found;
-  for (text = trimmed(text); !text.empty(); text = trimmed(text)) {
-    const std::size_t length = std::min(text.find_first_of(blanks), text.size());
-    found.push_back(text.substr(0, length));
-    text.remove_prefix(length);
-  }
-  return found;
-}
-
 bool LineReader::next() {
   while (nextPhysical()) {
     const std::string_view content = trimmed(line_);

@@ -1,4 +1,4 @@
-// Typed input: the lines of a text stream, and the words on one.
+// Typed input: the lines of a text stream.
 //
 // Nothing is assumed about a line's length, its characters or its end; one that is too long to be kept is reported and
 // passed over. Single-threaded.
@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "tools/velbgp/Input.h"
 #include "tools/velbgp/Progress.h"
@@ -15,16 +14,15 @@ namespace VelBgpTool {
 
 class Console;
 
-// Spaces, tabs and carriage returns; nothing else parts words.
+// Without outer spaces, tabs and carriage returns.
 std::string_view trimmed(std::string_view text);
-std::vector<std::string_view> words(std::string_view text);
 
 // Reads standard input line by line. Before it waits for more, it flushes the console: whoever feeds us line by line
 // sees each answer before being asked for the next.
 class LineReader final : private Source {
  public:
-  // More than four times what the longest lists of all attributes take.
-  static constexpr std::size_t longestLine = 4 << 20;
+  // Far more than what the longest lists of all attributes take, in any of their texts.
+  static constexpr std::size_t longestLine = 16 << 20;
 
   LineReader(int fd, Console& console)
       : file_(fd), console_(console), progress_(console, "stdin", sizeOfFile(fd), true) {}

@@ -11,25 +11,21 @@
 
 namespace VelBgpTool {
 
+using namespace Routing::Bgp;
+
 namespace {
 
-// Takes the values among the words; bad ones are reported.
-void wordsAre(const Place& place, const std::vector<std::string_view>& found, Lister& lister, Console& console) {
-  for (const std::string_view word : found) {
-    std::string problem;
-    if (const auto value = parseValue(word, problem)) {
-      lister.valuesAre(value->kind, value->wire());
-    } else {
-      console.error(place, problem);
-    }
-  }
+// Takes a value, or reports what is none.
+void valueIs(const Place& place, std::string_view text, const ValueTextResult<AnyCommValue>& value, Lister& lister,
+             Console& console) {
+  if (!value) return console.error(place, problemOf(text, value.error()));
+  const TypedValue typed = typedValue(*value);
+  lister.valuesAre(typed.kind, typed.wire());
 }
 
 void listArguments(const std::vector<std::string>& arguments, Lister& lister, Console& console) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    std::vector<std::string_view> found = words(arguments[i]);
-    if (found.empty()) found.emplace_back();
-    wordsAre({"argument", i + 1}, found, lister, console);
+    valueIs({"argument", i + 1}, trimmed(arguments[i]), valueFromText(arguments[i]), lister, console);
   }
   lister.pathEnds({"argument", 1});
 }
@@ -41,7 +37,9 @@ void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* ma
   if (!options.inputs.empty()) return listArguments(options.inputs, lister, console);
   for (LineReader reader(STDIN_FILENO, console); reader.next();) {
     const Place place{"stdin", reader.number()};
-    wordsAre(place, words(reader.line()), lister, console);
+    for (ValueTexts texts(reader.line()); const auto typed = texts.next();) {
+      valueIs(place, reader.line().substr(typed->offset, typed->length), typed->value, lister, console);
+    }
     lister.pathEnds(place);
   }
 }

@@ -1,5 +1,4 @@
 // The kinds "standard" and "large": communities that are plain numbers and have no classification.
-#include <charconv>
 #include <optional>
 
 #include "Keel/HashMix.h"
@@ -17,37 +16,6 @@ namespace {
 
 std::uint32_t read32(Octets octets) { return static_cast<std::uint32_t>(bigEndian(octets.first<4>())); }
 
-// ---- Typed values
-
-// Decimal digits and nothing else, up to `most`.
-std::optional<std::uint32_t> readNumber(std::string_view text, std::uint32_t most) {
-  std::uint32_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || value > most) return std::nullopt;
-  return value;
-}
-
-// What stands before the first separator; the text goes on behind it. Without one all of it.
-std::string_view takeGroup(std::string_view& text, char separator = ':') {
-  const std::string_view group = text.substr(0, text.find(separator));
-  text.remove_prefix(std::min(group.size() + 1, text.size()));
-  return group;
-}
-
-// Two numbers of 16 bits.
-std::optional<std::uint32_t> readHalves(std::string_view text, char separator) {
-  const auto high = readNumber(takeGroup(text, separator), 0xffff);
-  const auto low = readNumber(text, 0xffff);
-  if (!high || !low) return std::nullopt;
-  return *high << 16 | *low;
-}
-
-std::optional<std::uint32_t> readAsdot(std::string_view text) {
-  return text.find('.') == text.npos ? readNumber(text, UINT32_MAX) : readHalves(text, '.');
-}
-
-// ---- The kinds
-
 // What both do alike; Own gives the rest of what ListKind.h asks for, value() from wire octets, and its table.
 template <typename Own, typename ListType>
 class PlainTraits {
@@ -62,6 +30,7 @@ class PlainTraits {
   }
   static typename ListType::Values communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return *list->comm(Own::value(value)); }
+  static std::string wire(const Community& community) { return wireOf(community); }
   static std::string text(const Community& community) { return ListType::getStringValue(community); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
@@ -85,7 +54,6 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
 
   static const CommListDedupTable* table(const Agent& agent) { return agent.commLists(); }
   static std::uint32_t value(Octets octets) { return read32(octets); }
-  static std::string wire(std::uint32_t community) { return Wire().u32(community).str(); }
   static std::size_t hash(std::uint32_t community) { return Keel::singleAttributeHash(community, 0); }
 
   static void decode(Octets octets, boost::json::object& out) {
@@ -93,6 +61,8 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
     CommunityFormatter<false>::format(numbers, value(octets));
     out["text"] = CommList::getStringValue(value(octets));
     out["numeric"] = numbers.str();
+    const std::string_view meaning = commMeaning(value(octets));
+    if (!meaning.empty()) out["meaning"] = meaning;
   }
 };
 
@@ -105,9 +75,6 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeCommLists(); }
   static CommunityValue value(Octets octets) {
     return {read32(octets), read32(octets.subspan(4)), read32(octets.subspan(8))};
-  }
-  static std::string wire(const CommunityValue& community) {
-    return Wire().u32(community.globalAdmin()).u32(community.localData1()).u32(community.localData2()).str();
   }
   static std::size_t hash(const CommunityValue& community) {
     return LargeCommListTraits::hash(std::span(&community, 1));
@@ -123,19 +90,5 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
 
 std::unique_ptr<Kind> makeStandardKind(Agent& agent) { return std::make_unique<ListKind<StandardTraits>>(agent); }
 std::unique_ptr<Kind> makeLargeKind(Agent& agent) { return std::make_unique<ListKind<LargeTraits>>(agent); }
-
-std::optional<std::string> readStandard(std::string_view text) {
-  const auto named = CommList::wellKnownValue(text);
-  const auto value = named ? named : readHalves(text, ':');
-  return value ? std::optional(StandardTraits::wire(*value)) : std::nullopt;
-}
-
-std::optional<std::string> readLarge(std::string_view text) {
-  const auto globalAdmin = readAsdot(takeGroup(text));
-  const auto localData1 = readNumber(takeGroup(text), UINT32_MAX);
-  const auto localData2 = readNumber(text, UINT32_MAX);
-  if (!globalAdmin || !localData1 || !localData2) return std::nullopt;
-  return LargeTraits::wire({*globalAdmin, *localData1, *localData2});
-}
 
 }  // namespace VelBgpTool

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "VelBgp/ValueText.h"
+
 namespace VelBgpTool {
 
 class Wire {
@@ -29,5 +31,18 @@ class Wire {
  private:
   std::string octets_;
 };
+
+// A value of each kind as it stands in an attribute.
+inline std::string wireOf(const Routing::Bgp::ExtCommContent& content) { return Wire().u64(content.value()).str(); }
+inline std::string wireOf(const Routing::Bgp::ExtCommIp6Content& content) {
+  Wire out;
+  out.u8(content.type()).u8(content.subtype());
+  for (const std::uint8_t octet : content.addr().octets()) out.u8(octet);
+  return out.u16(content.localAdmin()).str();
+}
+inline std::string wireOf(const Routing::Bgp::CommunityValue& value) {
+  return Wire().u32(value.globalAdmin()).u32(value.localData1()).u32(value.localData2()).str();
+}
+inline std::string wireOf(std::uint32_t value) { return Wire().u32(value).str(); }
 
 }  // namespace VelBgpTool

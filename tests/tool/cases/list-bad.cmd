@@ -8,6 +8,8 @@
   for count in 5461 5462; do yes 1:2:3 | head -n $count | tr '\n' ' '; echo; done
   for count in 3276 3277; do yes 0x000220010db80000000000000000000000010064 | head -n $count | tr '\n' ' '; echo; done
   echo 3:4:5 1:2:3
+  # Quotes, and a label that stands alone.
+  echo '"rt 65000:100",1:2:3 rt 65000:101 "1:2'
 } | velbgp list --json >out
 status=$?
 cut -c 1-60 out
