@@ -19,7 +19,7 @@ namespace Routing::Bgp {
 // The value of a community attribute as it was received, without its header.
 using AttributeOctets = std::span<const std::uint8_t>;
 
-class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
+class CommVectorState {
  public:
   bool commVectorSorted() const noexcept { return commVectorSorted_; }
 
@@ -27,7 +27,9 @@ class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
   mutable bool commVectorSorted_ = false;
 };
 
-// Base is CommContentBase or an heir of it.
+class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle, public CommVectorState {};
+
+// Base is CommVectorState or an heir of it.
 template <typename Element, typename Base>
 class VELBGP_EXPORT CommVectorContent : public Base {
  public:

@@ -54,6 +54,9 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   static void operator delete(void* list, std::uint32_t) noexcept { DedupHandleBase::operator delete(list); }
 
   const Tyr::FwkType& fwkType() const override;
+  std::size_t memoryOctets() const noexcept override {
+    return DedupHandleBase::memoryOctets() + comms_.blockOctets() + classificationLists_.array_.blockOctets();
+  }
 
   // `content` is an ExtCommListContentBase.
   bool compareByContent(const Keel::DedupContentHandle& content) const override;

@@ -72,6 +72,10 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
 
   const Tyr::FwkType& fwkType() const override { return Traits::fwkType; }
 
+  std::size_t memoryOctets() const noexcept override {
+    return DedupHandleBase::memoryOctets() + (fitsInside(count_) ? 0 : comms().size_bytes());
+  }
+
   std::uint32_t hash() const override { return Traits::hash(comms()); }
   bool compare(const Keel::DedupHandleBase* other) const override {
     return std::ranges::equal(comms(), static_cast<const ValueCommList*>(other)->comms());

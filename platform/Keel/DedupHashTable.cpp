@@ -139,9 +139,7 @@ DedupHandleBase* DedupHashTable::lookupByContent(const DedupContentHandle& conte
   return find(hash, [&content](const DedupHandleBase& object) { return object.compareByContent(content); });
 }
 
-bool DedupHashTable::isAlive(const DedupHashTable* table, std::uint16_t number) noexcept {
-  return tableDirectory.at(number) == table;
-}
+bool DedupHashTable::isAlive(std::uint16_t number) noexcept { return tableDirectory.at(number) != nullptr; }
 
 // The record says it for nearly all; at its very end a thread may get another one.
 void DedupHashTable::checkThreadItself() const {

@@ -354,8 +354,8 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
 
   // The table's number among those that are alive; it is given out again when 65,533 further tables were made.
   std::uint16_t number() const noexcept { return number_; }
-  // Whether the table that was there at this address, with this number, is there still. Does not look at it.
-  static bool isAlive(const DedupHashTable* table, std::uint16_t number) noexcept;
+  // Whether there is a table of this number.
+  static bool isAlive(std::uint16_t number) noexcept;
 
   // One line: name, variant, objects, buckets, and the most objects in one bucket.
   void dump(DumpContext& context, std::uint32_t indent) const;
