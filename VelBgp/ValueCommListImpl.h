@@ -168,9 +168,9 @@ std::string ValueCommList<Traits>::toStrep() const {
 }
 
 template <typename Traits>
-bool ValueCommList<Traits>::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
-  return detail::matchJoined<Traits>(comms(), Traits::formatNumbers, *regex) ||
-         (Traits::hasNames && detail::matchJoined<Traits>(comms(), Traits::format, *regex));
+bool ValueCommList<Traits>::matchValues(Values values, const RouteMap::PosixRegex& regex) {
+  return detail::matchJoined<Traits>(values, Traits::formatNumbers, regex) ||
+         (Traits::hasNames && detail::matchJoined<Traits>(values, Traits::format, regex));
 }
 
 // "NULL" for a null list.
