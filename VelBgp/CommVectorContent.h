@@ -23,7 +23,7 @@ constexpr bool isWhole(AttributeOctets octets, std::size_t each) noexcept {
   return !octets.empty() && octets.size() % each == 0;
 }
 
-class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
+class CommVectorState {
  public:
   bool commVectorSorted() const noexcept { return commVectorSorted_; }
 
@@ -31,7 +31,9 @@ class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle {
   mutable bool commVectorSorted_ = false;
 };
 
-// Base is CommContentBase or an heir of it.
+class VELBGP_EXPORT CommContentBase : public Keel::DedupContentHandle, public CommVectorState {};
+
+// Base is CommVectorState or an heir of it.
 template <typename Element, typename Base>
 class VELBGP_EXPORT CommVectorContent : public Base {
  public:

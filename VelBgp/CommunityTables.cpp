@@ -43,6 +43,9 @@ ExtCommIp6::PtrConst CommunityTables::dedupContent(const ExtCommIp6Content& cont
 ExtCommList::PtrConst CommunityTables::dedupContent(const ExtCommListContentBase& content) const {
   return ExtCommList::dedupContent(extCommLists(), content);
 }
+ExtCommIp6List::PtrConst CommunityTables::dedupContent(const ExtCommIp6ListContent& content) const {
+  return ExtCommIp6List::dedupContent(extCommIp6Lists(), content);
+}
 CommList::PtrConst CommunityTables::dedupContent(const CommListContent& content) const {
   return CommList::dedupContent(commLists(), content);
 }

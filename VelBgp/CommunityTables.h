@@ -45,6 +45,7 @@ class VELBGP_EXPORT CommunityTables {
   Tyr::Ptr<const ExtComm> dedupContent(const ExtCommContent& content) const;
   Tyr::Ptr<const ExtCommIp6> dedupContent(const ExtCommIp6Content& content) const;
   Tyr::Ptr<const ExtCommList> dedupContent(const ExtCommListContentBase& content) const;
+  Tyr::Ptr<const ExtCommIp6List> dedupContent(const ExtCommIp6ListContent& content) const;
   Tyr::Ptr<const CommList> dedupContent(const CommListContent& content) const;
   Tyr::Ptr<const LargeCommList> dedupContent(const LargeCommListContent& content) const;
 

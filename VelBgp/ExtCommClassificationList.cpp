@@ -42,10 +42,11 @@ void ExtCommClassificationList::hasPrunableValuesIs(bool has) {
 
 ExtCommClassificationList::PtrConst ExtCommClassificationList::dedupContent(
     const ExtCommListDedupTable* table, const ExtCommClassificationListContent& content) {
+  const ExtCommListDedupTable& lists = Keel::tableAt(table);
   const std::uint32_t hash = content.sortAndHash();
   const auto comms = referenced(content.comms());
   CommReferences references(comms);
-  return dedupSorted(*table, content.classification(), references, hash);
+  return dedupSorted(lists, content.classification(), references, hash);
 }
 
 Keel::DedupHashTable& ExtCommClassificationList::tableOf(const ExtCommListDedupTable& table,

@@ -84,6 +84,8 @@ class VELBGP_EXPORT ExtCommClassificationList : public ExtCommListBase<ExtCommCl
   ~ExtCommClassificationList() override = default;
 
  public:
+  std::size_t memoryOctets() const noexcept override { return DedupHandleBase::memoryOctets() + comms_.blockOctets(); }
+
   // `content` is an ExtCommClassificationListContent.
   bool compareByContent(const Keel::DedupContentHandle& content) const override;
 

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "Policy/PosixRegex.h"
 #include "Tyr/Exception.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/InternedExtCommImpl.h"
@@ -172,6 +173,12 @@ std::string ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
   }
   appendAdmins(buffer, getContent(), ":");
   return buffer.str();
+}
+
+bool matchExtCommIp6(const ExtCommIp6* comm, const RouteMap::PosixRegex* regex) {
+  ExtCommIp6::StrepFormat format;
+  format.strepFormatClassificationIs(true);
+  return regex->execute(comm->toStrepForPolicy(format)) == 0;
 }
 
 std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm) { return writeDebugText(stream, extComm); }

@@ -10,6 +10,10 @@
 #include "Addr/Ip6Addr.h"
 #include "VelBgp/VelBgpCommunity.h"
 
+namespace Routing::RouteMap {
+class PosixRegex;
+}
+
 namespace Routing::Bgp {
 
 class ExtCommIp6;
@@ -145,6 +149,9 @@ VELBGP_EXPORT ExtCommIp6::PtrConst extCommIp6Factory(ExtCommClassification class
 VELBGP_EXPORT ExtCommIp6::PtrConst ExtCommIp6Is(ExtCommClassification classification, const ExtCommIp6Content& content);
 VELBGP_EXPORT ExtCommIp6::PtrConst ExtCommIp6SubtypedIs(ExtCommClassification classification,
                                                         const ExtCommIp6Content& content);
+
+// Whether the expression matches the community's policy text.
+VELBGP_EXPORT bool matchExtCommIp6(const ExtCommIp6* comm, const RouteMap::PosixRegex* regex);
 
 // The debugging form; "NULL" for a null pointer.
 VELBGP_EXPORT std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm);

@@ -36,15 +36,21 @@ ExtCommIp6::PtrConst ExtCommIp6ListBase::comm(const ExtCommIp6Content& content) 
   return lookupByValue(commVectorSorted_, comms_, content);
 }
 
-std::uint32_t ExtCommIp6ListBase::hash() const {
-  if (isDeduped()) return storedHash();
+namespace {
+
+template <typename Comms>
+std::uint32_t hashOfIdentities(const Comms& comms) {
   Keel::HashMix mix;
-  for (const ExtCommIp6::PtrConst& p : comms_) {
+  for (const ExtCommIp6::PtrConst& p : comms) {
     TYR_ASSERT_TEXT(p->everDeduped(), "__null == ( p ) || ( p )->dedupState() != Keel::dedupHandleStateNeverDeduped()");
     mix.mixBytes8(reinterpret_cast<std::uintptr_t>(p.get()));
   }
   return mix.value();
 }
+
+}  // namespace
+
+std::uint32_t ExtCommIp6ListBase::hash() const { return isDeduped() ? storedHash() : hashOfIdentities(comms_); }
 
 bool ExtCommIp6ListBase::compareByContent(const Keel::DedupContentHandle& content) const {
   return compare(&static_cast<const ExtCommIp6ListDedupContent&>(content).list());
@@ -96,7 +102,7 @@ ExtCommIp6ClassificationList::PtrConst ExtCommIp6ClassificationList::dedup(const
     list->comms_ = comms_;
     list->commVectorSorted_ = true;
   }
-  return findOrDedup(table->extCommClassificationListDedupTable(), list.get(), [] {});
+  return findOrDedup(Keel::tableAt(table).extCommClassificationListDedupTable(), list.get(), [] {});
 }
 
 // ---- Lists
@@ -105,27 +111,6 @@ TYR_FWK_TYPE(ExtCommIp6List, "Routing::Bgp::ExtCommIp6List")
 
 bool ExtCommIp6List::compare(const Keel::DedupHandleBase* other) const {
   return comms_ == static_cast<const ExtCommIp6List*>(other)->comms_;
-}
-
-namespace {
-
-ExtCommIp6Content communityAt(AttributeOctets octets) noexcept {
-  Addr::Ip6Addr::Octets address;
-  std::copy_n(octets.begin() + 2, address.size(), address.begin());
-  return {octets[0], octets[1], Addr::Ip6Addr(address), boost::endian::load_big_u16(&octets[18])};
-}
-
-}  // namespace
-
-void ExtCommIp6List::attributeIs(const ExtCommIp6DedupTable* commTable, AttributeOctets octets) {
-  constexpr std::size_t each = sizeof(ExtCommIp6Content);
-  assertNeverDeduped();
-  comms_.clear();
-  commVectorSorted_ = false;
-  comms_.reserve(octets.size() / each);
-  for (; octets.size() >= each; octets = octets.subspan(each)) {
-    commIs(ExtCommIp6::dedupContent(commTable, communityAt(octets)));
-  }
 }
 
 void ExtCommIp6List::append(const PtrConst& list) {
@@ -164,18 +149,66 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup(const ExtCommIp6ListDedupTable* t
   if (everDeduped()) return std::as_const(*this).dedup(table);
   const OpenAgain unlessInterned(this);
   sortAndUniqueOnce(commVectorSorted_, comms_, ExtCommLessThan());
-  return findOrDedup(table->extCommListDedupTable(), this, [this, table] { split(table); });
+  return findOrDedup(Keel::tableAt(table).extCommListDedupTable(), this, [this, table] { split(table); });
 }
 
 ExtCommIp6List::PtrConst ExtCommIp6List::dedup(const ExtCommIp6ListDedupTable* table) const {
   return copy()->dedup(table);
 }
 
+// ---- Contents
+
+ExtCommIp6ListContent::ExtCommIp6ListContent(const ExtCommIp6DedupTable* table) noexcept : table_(table) {}
+
+namespace {
+
+ExtCommIp6Content readIp6Content(const std::uint8_t* octets) noexcept {
+  Addr::Ip6Addr::Octets address;
+  std::copy_n(octets + 2, address.size(), address.begin());
+  return {octets[0], octets[1], Addr::Ip6Addr(address), boost::endian::load_big_u16(octets + 18)};
+}
+
+}  // namespace
+
+void ExtCommIp6ListContent::attributeIs(AttributeOctets octets) {
+  readAll(octets, sizeof(ExtCommIp6Content), readIp6Content);
+}
+
+void ExtCommIp6ListContent::append(const ExtCommIp6ListBase* list) {
+  if (list == nullptr) throw Tyr::NullArgumentException("list");
+  for (const ExtCommIp6::PtrConst& comm : list->comms()) add(comm->getContent());
+}
+
+void ExtCommIp6ListContent::sortAndUnique() const { sortAndUniqueOnce(commVectorSorted_, comms_); }
+
+ExtCommIp6List::PtrConst ExtCommIp6List::dedupContent(const ExtCommIp6ListDedupTable* table,
+                                                      const ExtCommIp6ListContent& content) {
+  content.sortAndUnique();
+  boost::container::small_vector<ExtCommIp6::PtrConst, 64> comms;
+  comms.reserve(content.comms().size());
+  for (const ExtCommIp6Content& value : content.comms()) {
+    comms.push_back(ExtCommIp6::dedupContent(content.table_.get(), value));
+  }
+  const auto equal = [&comms](const ExtCommIp6List& list) {
+    return std::equal(comms.begin(), comms.end(), list.comms_.begin(), list.comms_.end());
+  };
+  const auto make = [&] {
+    Ptr list = extCommIp6ListFactory();
+    list->comms_.assign(comms.begin(), comms.end());
+    list->commVectorSorted_ = true;
+    list->split(table);
+    return list;
+  };
+  return Keel::tableAt(table).extCommListDedupTable().findOrDedup<ExtCommIp6List>(hashOfIdentities(comms), equal, make);
+}
+
+// ---- Many at once
+
 struct ExtCommIp6List::Builders {
   using Content = ExtCommIp6List;
   using PtrConst = ExtCommIp6List::PtrConst;
 
-  const Keel::DedupHashTable& table() const noexcept { return listTable->extCommListDedupTable(); }
+  const Keel::DedupHashTable& table() const noexcept { return Keel::tableAt(listTable).extCommListDedupTable(); }
   static std::uint32_t hash(ExtCommIp6List& builder) {
     if (!builder.everDeduped()) sortAndUniqueOnce(builder.commVectorSorted_, builder.comms_, ExtCommLessThan());
     return builder.hash();
@@ -200,13 +233,13 @@ struct ExtCommIp6List::Attributes {
   using PtrConst = ExtCommIp6List::PtrConst;
   static constexpr std::size_t octetsEach = sizeof(ExtCommIp6Content);
 
-  const Keel::DedupHashTable& table() const noexcept { return commTable->dedupTable(); }
-  static std::uint32_t hash(AttributeOctets octets) noexcept { return communityAt(octets).hash(); }
+  const Keel::DedupHashTable& table() const noexcept { return Keel::tableAt(commTable).dedupTable(); }
+  static std::uint32_t hash(AttributeOctets octets) noexcept { return readIp6Content(octets.data()).hash(); }
   static void expectMiss(AttributeOctets) noexcept {}
   PtrConst intern(AttributeOctets octets, std::uint32_t) const {
-    const Ptr builder = extCommIp6ListFactory();
-    builder->attributeIs(commTable, octets);
-    return builder->dedup(listTable);
+    ExtCommIp6ListContent content(commTable);
+    content.attributeIs(octets);
+    return dedupContent(listTable, content);
   }
 
   const ExtCommIp6DedupTable* commTable;

@@ -4,6 +4,13 @@
 //   ExtCommIp6ClassificationList   its communities of one classification, shared between lists
 //   ExtCommIp6ListBase             what both are: a vector of communities that is built, then sorted and interned
 //   ExtCommIp6ListDedupTable       interns both, one object per distinct sequence of communities
+//   ExtCommIp6ListContent          raw values to intern a list from, as the lists of the other attributes are
+//
+//   ExtCommIp6ListContent content(communityTable);
+//   content.commIs(value);                                                // any order, repeats allowed
+//   const ExtCommIp6List::PtrConst list = ExtCommIp6List::dedupContent(listTable, content);
+//
+// or, from communities that are interned already,
 //
 //   const auto builder = ExtCommIp6ListIs();
 //   builder->commIs(ExtCommIp6::dedupContent(communityTable, content));   // any order, repeats allowed
@@ -66,6 +73,10 @@ class VELBGP_EXPORT ExtCommIp6ListBase : public Keel::DedupHandleBase {
   // "[ ", the communities with a blank between, " ]".
   std::string toStrep() const;
 
+  std::size_t memoryOctets() const noexcept override {
+    return DedupHandleBase::memoryOctets() + comms_.capacity() * sizeof(comms_[0]);
+  }
+
   // Of the communities' identities, in order.
   std::uint32_t hash() const override;
   // `content` is an ExtCommIp6ListDedupContent of a list of the same class.
@@ -116,6 +127,28 @@ class VELBGP_EXPORT ExtCommIp6ClassificationList final : public ExtCommIp6ListBa
   const ExtCommClassification classification_;
 };
 
+// Its values are interned in `table` when a list is looked up. No DedupContentHandle: a list's hash is of its communities'
+// identities. Ownership, threads and errors: as for every content (VelBgp/CommVectorContent.h).
+class VELBGP_EXPORT ExtCommIp6ListContent final : public CommVectorContent<ExtCommIp6Content, CommVectorState> {
+ public:
+  // The table must outlive the content; where a list is to be looked up and it did not, the process stops.
+  explicit ExtCommIp6ListContent(const ExtCommIp6DedupTable* table) noexcept;
+
+  void commIs(const ExtCommIp6Content& value) { add(value); }
+  // The communities of an IPV6 ADDRESS SPECIFIC EXTENDED COMMUNITIES attribute, in place of what was there. Octets behind
+  // the last whole value are passed over.
+  void attributeIs(AttributeOctets octets);
+  // All values of a list. Throws Tyr::NullArgumentException for null.
+  void append(const ExtCommIp6ListBase* list);
+
+  void sortAndUnique() const;
+
+ private:
+  friend class ExtCommIp6List;
+
+  TableAddress<ExtCommIp6DedupTable> table_;
+};
+
 class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
  public:
   using Ptr = Tyr::Ptr<ExtCommIp6List>;
@@ -126,9 +159,13 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   const Tyr::FwkType& fwkType() const override;
   bool compare(const Keel::DedupHandleBase* other) const override;
 
-  // The communities of an attribute, in place of what was there. Octets behind the last whole value are passed over.
-  // Asserts that the list was never deduped. Throws what interning throws; the list then has those before.
-  void attributeIs(const ExtCommIp6DedupTable* commTable, AttributeOctets octets);
+  std::size_t memoryOctets() const noexcept override {
+    return ExtCommIp6ListBase::memoryOctets() + classificationLists_.capacity() * sizeof(classificationLists_[0]);
+  }
+
+  // The interned list with this content, made on a miss. Sorts the content. Never null.
+  static PtrConst dedupContent(const ExtCommIp6ListDedupTable* table, const ExtCommIp6ListContent& content);
+
   // Adds all communities of another list. Asserts that this one was never deduped.
   void append(const PtrConst& list);
 

@@ -64,8 +64,8 @@ bool ExtCommList::compareByContent(const Keel::DedupContentHandle& content) cons
 template <typename Equal>
 ExtCommList::PtrConst ExtCommList::findOrMake(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,
                                               std::uint32_t hash, Equal&& equal) {
-  return table->extCommListDedupTable().findOrDedup<ExtCommList>(hash, equal,
-                                                                 [&] { return make(table, content, hash); });
+  return Keel::tableAt(table).extCommListDedupTable().findOrDedup<ExtCommList>(
+      hash, equal, [&] { return make(table, content, hash); });
 }
 
 ExtCommList::PtrConst ExtCommList::dedupContent(const ExtCommListDedupTable* table,
@@ -91,7 +91,7 @@ struct ExtCommList::Batch {
   static constexpr std::size_t octetsEach = sizeof(std::uint64_t);
 
   void addContent(auto& buffers) const { buffers.emplace_back(commTable); }
-  const Keel::DedupHashTable& table() const noexcept { return listTable->extCommListDedupTable(); }
+  const Keel::DedupHashTable& table() const noexcept { return Keel::tableAt(listTable).extCommListDedupTable(); }
   std::uint32_t hash(Content& content) const { return content.sortAndHashInLine(); }
   void expectMiss(Content& content) const noexcept { content.prefetchCommunities(); }
   PtrConst intern(Content& content, std::uint32_t hash) const { return dedupHashed(listTable, content, hash); }
@@ -107,7 +107,7 @@ void ExtCommList::dedupContents(const ExtCommListDedupTable* table, std::span<co
 
 void ExtCommList::dedupAttributes(const ExtCommDedupTable* commTable, const ExtCommListDedupTable* table,
                                   std::span<const AttributeOctets> attributes, std::span<PtrConst> lists) {
-  dedupAllAttributes(Batch{table, commTable}, attributes, lists);
+  dedupAllAttributes(Batch{table, &Keel::tableAt(commTable)}, attributes, lists);
 }
 
 ExtCommList::Ptr ExtCommList::make(const ExtCommListDedupTable* table, const ExtCommListContentBase& content,

@@ -54,6 +54,9 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   static void operator delete(void* list, std::uint32_t) noexcept { DedupHandleBase::operator delete(list); }
 
   const Tyr::FwkType& fwkType() const override;
+  std::size_t memoryOctets() const noexcept override {
+    return DedupHandleBase::memoryOctets() + comms_.blockOctets() + classificationLists_.array_.blockOctets();
+  }
 
   // `content` is an ExtCommListContentBase.
   bool compareByContent(const Keel::DedupContentHandle& content) const override;
@@ -173,6 +176,9 @@ static_assert(sizeof(ExtCommList) == 48);
 enum class MatchMode : std::uint8_t { strepDefault, strepClassification, ui };
 
 VELBGP_EXPORT bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex);
+
+// Whether the expression matches a list of this community alone, in any of the modes that it has a text for.
+VELBGP_EXPORT bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex);
 
 // The elements, a blank between them.
 VELBGP_EXPORT std::ostream& join(std::ostream& stream, const ExtCommRange& vector);

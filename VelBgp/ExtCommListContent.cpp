@@ -42,6 +42,35 @@ void ExtCommPtrContent<Base>::commIs(ExtComm::PtrConst comm) {
   this->commVectorSorted_ = false;
 }
 
+namespace {
+
+// Calls add(community) for each of a list.
+template <typename List, typename Add>
+void appendTo(const List* list, Add&& add) {
+  if (list == nullptr) throw Tyr::NullArgumentException("list");
+  for (const ExtComm* comm : list->comms()) add(comm);
+}
+
+}  // namespace
+
+template <typename Base>
+void ExtCommPtrContent<Base>::append(const ExtCommList* list) {
+  appendTo(list, [this](const ExtComm* comm) { this->commIs(comm); });
+}
+
+template <typename Base>
+void ExtCommPtrContent<Base>::append(const ExtCommClassificationList* list) {
+  appendTo(list, [this](const ExtComm* comm) { this->commIs(comm); });
+}
+
+void ExtCommListContentU64::append(const ExtCommList* list) {
+  appendTo(list, [this](const ExtComm* comm) { add(comm->community()); });
+}
+
+void ExtCommListContentU64::append(const ExtCommClassificationList* list) {
+  appendTo(list, [this](const ExtComm* comm) { add(comm->community()); });
+}
+
 template <typename Base>
 std::uint32_t ExtCommPtrContent<Base>::sortAndHash() const {
   sortAndUniqueOnce(this->commVectorSorted_, this->comms_, ExtCommLessThan());
@@ -69,7 +98,7 @@ std::uint32_t ExtCommListContentU64::sortAndHash() const { return sortAndHashInL
 void ExtCommListContentU64::populateExtCommList(ExtCommList* list) const {
   const auto count = static_cast<std::uint32_t>(comms_.size());
   list->commCountIs(count);
-  ExtComm::dedupContents(table_, comms_.data(), count,
+  ExtComm::dedupContents(table_.get(), comms_.data(), count,
                          [list](std::uint32_t i, ExtComm::PtrConst comm) { list->commIs(i, std::move(comm)); });
 }
 

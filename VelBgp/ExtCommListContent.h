@@ -50,6 +50,9 @@ class VELBGP_EXPORT ExtCommPtrContent : public CommVectorContent<ExtComm::PtrCon
  public:
   // Asserts that `comm` is interned. Throws Tyr::NullArgumentException for null.
   void commIs(ExtComm::PtrConst comm);
+  // All communities of a list. Throws Tyr::NullArgumentException for null.
+  void append(const ExtCommList* list);
+  void append(const ExtCommClassificationList* list);
   std::uint32_t sortAndHash() const override;
 };
 
@@ -82,11 +85,14 @@ class VELBGP_EXPORT ExtCommListContent final : public ExtCommPtrContent<ExtCommL
 // Its values are interned in `table` when a list is made.
 class VELBGP_EXPORT ExtCommListContentU64 final : public CommVectorContent<std::uint64_t, ExtCommListContentBase> {
  public:
-  // The table must outlive the content.
+  // The table must outlive the content; where a list is to be made and it did not, the process stops.
   explicit ExtCommListContentU64(const ExtCommDedupTable* table) noexcept : table_(table) {}
 
   void commIs(std::uint64_t value) { add(value); }
   void commIs(const ExtCommContent& content) { add(content.value()); }
+  // All values of a list. Throws Tyr::NullArgumentException for null.
+  void append(const ExtCommList* list);
+  void append(const ExtCommClassificationList* list);
   // The communities of an EXTENDED COMMUNITIES attribute, in place of what was there. Octets behind the last whole value
   // are passed over.
   void attributeIs(AttributeOctets octets);
@@ -106,7 +112,7 @@ class VELBGP_EXPORT ExtCommListContentU64 final : public CommVectorContent<std::
   // For a list that is probably to be made.
   void prefetchCommunities() const noexcept;
 
-  const ExtCommDedupTable* table_;
+  TableAddress<ExtCommDedupTable> table_;
 };
 
 class VELBGP_EXPORT ExtCommClassificationListContent final : public ExtCommPtrContent<ExtCommContentBase> {

@@ -1,20 +1,31 @@
+#include <algorithm>
+#include <array>
+
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
 namespace {
 
-std::string matchText(const ExtCommList& list, MatchMode matchMode) {
+bool hasMatchText(const ExtComm& comm, MatchMode matchMode) {
+  return matchMode != MatchMode::ui || comm.policyMatchStrepUI();
+}
+
+std::string matchText(const ExtComm& comm, MatchMode matchMode) {
+  if (matchMode == MatchMode::ui) return comm.toStrepForUI(false, false, false);
   ExtComm::StrepFormat format;
   format.strepFormatDefaultIs(matchMode == MatchMode::strepDefault);
   format.strepFormatClassificationIs(matchMode == MatchMode::strepClassification);
-  const bool ui = matchMode == MatchMode::ui;
+  return comm.toStrepForPolicy(format);
+}
+
+std::string matchText(const ExtCommList& list, MatchMode matchMode) {
   std::string text;
   bool first = true;
   for (const ExtComm* comm : list.comms()) {
-    if (ui && !comm->policyMatchStrepUI()) continue;
+    if (!hasMatchText(*comm, matchMode)) continue;
     if (!first) text += ' ';
-    text += ui ? comm->toStrepForUI(false, false, false) : comm->toStrepForPolicy(format);
+    text += matchText(*comm, matchMode);
     first = false;
   }
   return text;
@@ -27,6 +38,13 @@ bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteM
   const std::string strVal = matchText(*list, matchMode);
   TYR_ASSERT(!strVal.empty() || matchMode != MatchMode::ui);
   return regex->execute(strVal.c_str()) == 0;
+}
+
+bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex) {
+  constexpr std::array modes = {MatchMode::strepDefault, MatchMode::strepClassification, MatchMode::ui};
+  return std::any_of(modes.begin(), modes.end(), [&](MatchMode mode) {
+    return hasMatchText(*comm, mode) && regex->execute(matchText(*comm, mode).c_str()) == 0;
+  });
 }
 
 bool ExtCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {

@@ -66,6 +66,7 @@ class ExtCommClassificationListContent;
 class ExtCommClassificationLists;
 class ExtCommIp6ClassificationList;
 class ExtCommIp6List;
+class ExtCommIp6ListContent;
 class ExtCommIp6ListDedupContent;
 class ExtCommIp6ListDedupTable;
 class ExtCommList;
@@ -79,6 +80,8 @@ class LargeCommListDedupTable;
 class LinkBandwidthExtCommClassificationList;
 class RtExtCommClassificationList;
 enum class MatchMode : std::uint8_t;
+template <typename List>
+class EditList;
 
 // Their communities as maps (CommListSnapshot.h).
 class CommListSnapshot;

@@ -37,7 +37,7 @@ template <typename Traits>
 inline typename InternedExtComm<Traits>::PtrConst InternedExtComm<Traits>::dedupHashed(
     const typename Traits::Table* table, const Content& content, std::uint32_t hash) {
   using Comm = typename Traits::Comm;
-  return table->dedupTable().template findOrDedup<Comm>(
+  return Keel::tableAt(table).dedupTable().template findOrDedup<Comm>(
       hash, [&content](const InternedExtComm& extComm) { return extComm.content_ == content; },
       // Nobody else knows a new object before it is in the table.
       [&] { return boost::const_pointer_cast<Comm>(Traits::decode(*table->parseExtCommRule(), content)); });

@@ -18,7 +18,7 @@
 //   }
 //   received.endIs(walk);
 //
-// A single value without a walk goes into a content (attributeIs of the contents and of ExtCommIp6List), many at a time
+// A single value without a walk goes into a content (attributeIs of the contents), many at a time
 // through dedupAttributes of each list.
 //
 // Nothing is copied: values are spans into the block, which must outlive their use. Nothing is allocated before lists

@@ -34,6 +34,8 @@ class VELBGP_EXPORT RouteTargetPrefix {
   void bitlenIs(std::size_t bitlen);
   // Ones above the prefix's own length. Deliberate: the argument takes no part.
   std::uint64_t mask(std::size_t n) const noexcept;
+  // Whether its first bits are the prefix's.
+  bool covers(const RouteTarget& rt) const noexcept { return ((rt.value ^ prefix_.value) & mask(length_)) == 0; }
   // Index 0 to 63; there are no bits behind.
   bool extractBit(std::size_t index) const noexcept {
     return index < maxLength && (prefix_.value & (topBit >> index)) != 0;

@@ -72,6 +72,10 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
 
   const Tyr::FwkType& fwkType() const override { return Traits::fwkType; }
 
+  std::size_t memoryOctets() const noexcept override {
+    return DedupHandleBase::memoryOctets() + (fitsInside(count_) ? 0 : comms().size_bytes());
+  }
+
   std::uint32_t hash() const override { return Traits::hash(comms()); }
   bool compare(const Keel::DedupHandleBase* other) const override {
     return std::ranges::equal(comms(), static_cast<const ValueCommList*>(other)->comms());
@@ -107,7 +111,11 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   std::string toStrep() const;
   // Whether the expression matches the text with numbers alone or, if not, the one with names. Asserts that there is an
   // expression.
-  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const { return matchValues(comms(), regex); }
+  // The same of a list of this value alone.
+  static bool matchCommunityRegex(const Value& value, const RouteMap::PosixRegex* regex) {
+    return matchValues({&value, 1}, regex);
+  }
 
   // The path attribute, header included; of an empty list the bare header with length 0, which a caller does not send.
   // Asserts that the value fits in 65,535 octets.
@@ -136,6 +144,7 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   }
 
   struct Batch;
+  static bool matchValues(Values values, const RouteMap::PosixRegex* regex);
   // Of sorted values.
   static PtrConst dedupHashed(const Table* table, Values values, std::uint32_t hash);
   // A new list of these sorted values, never deduped.

@@ -93,7 +93,8 @@ inline typename ValueCommList<Traits>::PtrConst ValueCommList<Traits>::dedupHash
     const Values theirs = list.comms();
     return theirs.size() == values.size() && std::equal(theirs.begin(), theirs.end(), values.begin());
   };
-  return table->dedupTable().template findOrDedup<List>(hash, equal, [values] { return allocate(values); });
+  return Keel::tableAt(table).dedupTable().template findOrDedup<List>(hash, equal,
+                                                                      [values] { return allocate(values); });
 }
 
 template <typename Traits>
@@ -110,7 +111,7 @@ struct ValueCommList<Traits>::Batch {
   static constexpr std::size_t octetsEach = Traits::octetsEach;
 
   static void addContent(auto& buffers) { buffers.emplace_back(); }
-  const Keel::DedupHashTable& table() const noexcept { return listTable->dedupTable(); }
+  const Keel::DedupHashTable& table() const noexcept { return Keel::tableAt(listTable).dedupTable(); }
   std::uint32_t hash(Content& content) const {
     content.sortAndUnique();
     return Traits::tableHash(content.comms());
@@ -167,10 +168,10 @@ std::string ValueCommList<Traits>::toStrep() const {
 }
 
 template <typename Traits>
-bool ValueCommList<Traits>::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
+bool ValueCommList<Traits>::matchValues(Values values, const RouteMap::PosixRegex* regex) {
   TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
-  return detail::matchJoined<Traits>(comms(), Traits::formatNumbers, *regex) ||
-         (Traits::hasNames && detail::matchJoined<Traits>(comms(), Traits::format, *regex));
+  return detail::matchJoined<Traits>(values, Traits::formatNumbers, *regex) ||
+         (Traits::hasNames && detail::matchJoined<Traits>(values, Traits::format, *regex));
 }
 
 // "NULL" for a null list.

@@ -9,6 +9,7 @@
 #include "Tyr/Threading.h"
 #include "VelBgp/AttributeWriter.h"
 #include "VelBgp/CommunityTables.h"
+#include "VelBgp/EditList.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommIp6List.h"
 #include "VelBgp/ListPublisher.h"

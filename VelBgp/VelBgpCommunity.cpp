@@ -214,6 +214,7 @@ ExtCommDedupTableBase::ExtCommDedupTableBase(const char* name, BgpParseExtendedC
     : parseExtCommRule_(std::move(parseExtCommRule)) {
   if (parseExtCommRule_ == nullptr) throw Tyr::NullArgumentException("parseExtCommRule");
   dedupTable_ = Tyr::make<Keel::DedupHashTable>(name);
+  number_ = dedupTable_->number();
 }
 
 ExtCommDedupTableBase::~ExtCommDedupTableBase() = default;

@@ -263,6 +263,8 @@ class VELBGP_EXPORT ExtCommDedupTableBase : public Tyr::PtrInterface {
   const BgpParseExtendedCommunityRule* parseExtCommRule() const noexcept { return parseExtCommRule_.get(); }
   // Distinct communities that are interned now.
   std::size_t size() const { return dedupTable_->size(); }
+  // The hash table's.
+  std::uint16_t number() const noexcept { return number_; }
 
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
 
@@ -274,7 +276,29 @@ class VELBGP_EXPORT ExtCommDedupTableBase : public Tyr::PtrInterface {
   Tyr::Ptr<Keel::DedupHashTable> dedupTable_;
 
  private:
+  std::uint16_t number_ = 0;
   const Tyr::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
+};
+
+// What a content keeps of the table that its values are to be interned in. Counting itself on the table would cost more
+// than a lookup that hits; so it keeps the table's number, and a table that is null or gone stops the process when it is
+// needed.
+template <typename Table>
+class TableAddress {
+ public:
+  explicit TableAddress(const Table* table) noexcept
+      : table_(table), number_(table == nullptr ? std::uint16_t{0} : table->number()) {}
+  const Table* get() const noexcept {
+    Keel::tableAt(table_);
+    TYR_ASSERT_TEXT(Keel::DedupHashTable::isAlive(number_),
+                    "a content is used after its table of communities is gone: keep the table as long as the content");
+    return table_;
+  }
+  const Table* operator->() const noexcept { return get(); }
+
+ private:
+  const Table* table_;
+  std::uint16_t number_;
 };
 
 class VELBGP_EXPORT ExtCommDedupTable final : public ExtCommDedupTableBase {
@@ -300,7 +324,7 @@ void ExtComm::dedupContents(const ExtCommDedupTable* table, const std::uint64_t*
   // Three passes over a block, so that the memory of all its lookups is under way before the first one waits for it.
   constexpr std::uint32_t block = 64;
   std::array<std::uint32_t, block> hashes;
-  const Keel::DedupHashTable& dedupTable = table->dedupTable();
+  const Keel::DedupHashTable& dedupTable = Keel::tableAt(table).dedupTable();
   for (std::uint32_t first = 0; first < n; first += block) {
     const std::uint32_t count = std::min(block, n - first);
     for (std::uint32_t i = 0; i < count; ++i) {

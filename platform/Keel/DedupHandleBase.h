@@ -56,6 +56,9 @@ class VELBGP_EXPORT DedupHandleBase {
   virtual ~DedupHandleBase();
 
  public:
+  // The octets that it takes, with what it alone owns, but for the notifiers that may be made for it later.
+  virtual std::size_t memoryOctets() const noexcept { return SlabHeap::octetsOf(this); }
+
   // Held by a table now; held by one at some time (or barred from all).
   virtual bool isDeduped() const;
   virtual bool everDeduped() const;

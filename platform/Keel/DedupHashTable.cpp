@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <boost/container/small_vector.hpp>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -99,10 +100,11 @@ DedupHashTable::DedupHashTable(std::string name)
     : name_(std::move(name)),
       multiThreaded_(Tyr::agentMultiThreaded()),
 #ifdef NDEBUG
-      checksThread_(false),
+      watched_(0),
 #else
-      checksThread_(!multiThreaded_),
+      watched_(multiThreaded_ ? 0 : watchedThread),
 #endif
+      ownerRecord_(multiThreaded_ ? nullptr : &detail::thisThread()),
       ownerThread_(std::this_thread::get_id()),
       stripes_(std::make_unique<Stripe[]>(multiThreaded_ ? detail::stripes : 1)) {
   if (!lines_.reach(0)) throw std::bad_alloc();
@@ -135,6 +137,16 @@ DedupHashTable::~DedupHashTable() {
 
 DedupHandleBase* DedupHashTable::lookupByContent(const DedupContentHandle& content, std::uint32_t hash) const {
   return find(hash, [&content](const DedupHandleBase& object) { return object.compareByContent(content); });
+}
+
+bool DedupHashTable::isAlive(std::uint16_t number) noexcept { return tableDirectory.at(number) != nullptr; }
+
+// The record says it for nearly all; at its very end a thread may get another one.
+void DedupHashTable::checkThreadItself() const {
+  TYR_ASSERT_TEXT(
+      ownerThread_ == std::this_thread::get_id(),
+      "a second thread uses an interning table, or an object of one, and the agent is single-threaded: call "
+      "Tyr::agentMultiThreadedIs(true) before the first table is made");
 }
 
 // ---- Buckets
@@ -294,29 +306,39 @@ DedupHandleBase* DedupHashTable::equalIn(Line& bucket, DedupHandleBase* fresh, s
   // Release: the whole object.
   fresh->owner_.store(number_, std::memory_order_release);
   entry.line->entryIs(entry.place, Line::tagOf(hash), handleRef(fresh));
-  counted(1);
+  count(&Stripe::entered);
 }
 
-[[gnu::always_inline]] inline void DedupHashTable::counted(std::int64_t change) noexcept {
-  if (!multiThreaded_) {
-    stripes_[0].objects.store(stripes_[0].objects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
-    return;
-  }
-  const unsigned stripe = detail::thisThread().stripe;
-  std::atomic<std::int64_t>& objects = stripes_[stripe].objects;
-  if (stripe + 1 == detail::stripes) {
-    objects.fetch_add(change, std::memory_order_relaxed);  // several threads'
+[[gnu::always_inline]] inline void DedupHashTable::count(Counter counter) const noexcept {
+  const unsigned stripe = multiThreaded_ ? detail::thisThread().stripe : 0;
+  std::atomic<std::uint64_t>& counted = stripes_[stripe].*counter;
+  if (multiThreaded_ && stripe + 1 == detail::stripes) {
+    counted.fetch_add(1, std::memory_order_relaxed);  // several threads'
   } else {
-    objects.store(objects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+    counted.store(counted.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   }
+}
+
+std::uint64_t DedupHashTable::counted(Counter counter) const noexcept {
+  std::uint64_t all = 0;
+  for (unsigned i = 0; i < (multiThreaded_ ? detail::stripes : 1); ++i) {
+    all += (stripes_[i].*counter).load(std::memory_order_relaxed);
+  }
+  return all;
+}
+
+void DedupHashTable::hit() const noexcept {
+  if (countsHits()) count(&Stripe::hits);
+}
+
+void DedupHashTable::countsHitsIs(bool counts) noexcept {
+  counts ? watched_.fetch_or(watchedHits, std::memory_order_relaxed)
+         : watched_.fetch_and(static_cast<std::uint8_t>(~watchedHits), std::memory_order_relaxed);
 }
 
 std::size_t DedupHashTable::size() const noexcept {
-  std::int64_t size = 0;
-  for (unsigned i = 0; i < (multiThreaded_ ? detail::stripes : 1); ++i) {
-    size += stripes_[i].objects.load(std::memory_order_relaxed);
-  }
-  return static_cast<std::size_t>(std::max<std::int64_t>(size, 0));
+  const std::uint64_t left = counted(&Stripe::left);
+  return std::max(counted(&Stripe::entered), left) - left;
 }
 
 // ---- Growing
@@ -469,7 +491,7 @@ bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
       const auto place = static_cast<unsigned>(std::countr_zero(found));
       if (line->refs[place].load(std::memory_order_relaxed) != self) continue;
       line->entryIs(place, Line::freeTag, 0);
-      return counted(-1);
+      return count(&Stripe::left);
     }
   }
 }
@@ -610,17 +632,93 @@ void DedupHashTable::bar() noexcept {
   });
 }
 
-void DedupHashTable::dump(DumpContext& context, std::uint32_t indent) const {
+// Calls visit(handle) for each object under its bucket's lock; gives the most objects in one bucket.
+template <typename Visit>
+std::size_t DedupHashTable::longestChain(Visit&& visit) const {
   std::size_t longest = 0;
   forEachBucket([&](Line& bucket) {
     std::size_t objects = 0;
-    forEachIn(bucket, [&objects](Entry, SlabRef) { ++objects; });
+    forEachIn(bucket, [&](Entry, SlabRef ref) {
+      ++objects;
+      visit(*handleOf(ref));
+    });
     longest = std::max(longest, objects);
   });
+  return longest;
+}
+
+void DedupHashTable::dump(DumpContext& context, std::uint32_t indent) const {
+  const std::size_t longest = longestChain([](const DedupHandleBase&) {});
   context.line(indent, "DedupHashTable " + name_ + (multiThreaded_ ? " multi-threaded" : " single-threaded") +
                            " objects #" + std::to_string(size()) + " buckets #" +
                            std::to_string(buckets_.load(std::memory_order_relaxed)) + " longest chain " +
                            std::to_string(longest));
+}
+
+DedupMetrics DedupHashTable::metrics() const {
+  DedupMetrics metrics{};
+  metrics.longestChain = longestChain([&](const DedupHandleBase& handle) {
+    ++metrics.objects;
+    metrics.objectOctets += handle.memoryOctets();
+  });
+  metrics.misses = counted(&Stripe::entered);
+  if (countsHits()) metrics.hits = counted(&Stripe::hits);
+  const detail::MaybeLock lock(linesMutex_);
+  const std::uint64_t lines = std::uint64_t{buckets_.load(std::memory_order_relaxed)} + usedLines_ - 1;
+  metrics.tableOctets = lines * sizeof(Line);
+  return metrics;
+}
+
+// ---- Walking
+//
+// A bucket takes the hashes that end in certain bits, more of them the later it was split. Read from the last bit to the
+// first, the hashes of a bucket lie beside each other, and a split halves that range; so a walk in this order is neither
+// misled by what was split before its place nor by what is split behind it.
+
+namespace {
+
+std::uint32_t reversed(std::uint32_t bits) noexcept {
+  bits = (bits >> 1 & 0x55555555u) | (bits & 0x55555555u) << 1;
+  bits = (bits >> 2 & 0x33333333u) | (bits & 0x33333333u) << 2;
+  bits = (bits >> 4 & 0x0f0f0f0fu) | (bits & 0x0f0f0f0fu) << 4;
+  return __builtin_bswap32(bits);
+}
+
+// How many reversed hashes a bucket takes; its first is its own number, reversed.
+std::uint32_t rangeOf(std::uint32_t bucket, std::uint32_t buckets) noexcept {
+  const std::uint32_t half = std::bit_floor(buckets);
+  const bool split = (bucket & (half - 1)) < buckets - half;
+  return 0x80000000u / half << 1 >> (split ? 1 : 0);
+}
+
+}  // namespace
+
+// Takes a reference on each object of the bucket that begins at this place, and gives where the next one begins.
+template <typename Held>
+std::uint32_t DedupHashTable::holdBucket(std::uint32_t place, Held& held) const {
+  Line& bucket = lock(reversed(place));
+  const auto free = [this](Line* line) { unlock(*line); };
+  const std::unique_ptr<Line, decltype(free)> locked(&bucket, free);
+  forEachIn(bucket, [&held](Entry, SlabRef ref) {
+    if (handleOf(ref)->news() != DedupHandleBase::newsComing) held.emplace_back(handleOf(ref));
+  });
+  const std::uint32_t buckets = buckets_.load(std::memory_order_relaxed);  // this one is not split meanwhile
+  return place + rangeOf(bucketOf(reversed(place), buckets), buckets);
+}
+
+void DedupHashTable::forEachHeldHandle(void (*visit)(void*, DedupHandleBase*), void* call) const {
+  checkThread();
+  boost::container::small_vector<Tyr::Ptr<DedupHandleBase>, 2 * Line::entries> held;
+  std::uint32_t place = 0;
+  do {
+    place = holdBucket(place, held);
+    KEEL_PAUSE_POINT(walking);
+    for (Tyr::Ptr<DedupHandleBase>& handle : held) {
+      visit(call, handle.get());
+      handle.reset();
+    }
+    held.clear();
+  } while (place != 0);
 }
 
 }  // namespace Keel

@@ -11,8 +11,9 @@
 // One class, two variants, chosen from the agent-wide setting (Tyr/Threading.h) when the table is made:
 //
 //   single-threaded  no lock and no atomic read-modify-write. Every operation, and every copy and release of a pointer
-//                    to an object of the table, is to come from the thread that made the table. Builds of the library
-//                    without NDEBUG assert it of every lookup, insert and last release.
+//                    to an object of the table, is to come from the thread that made the table. A miss, an insert or a
+//                    last release on another thread stops the process with a sentence, in every build; a hit does so in
+//                    builds of the library without NDEBUG alone.
 //   multi-threaded   any thread. A lookup that finds its object takes no lock and writes nothing but the object's count
 //                    (and its thread's own pin); inserts and removals lock one bucket.
 //
@@ -104,6 +105,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -242,6 +244,23 @@ class VELBGP_EXPORT DedupLines {
 
 }  // namespace detail
 
+// What a caller was handed as its table's address. A null one stops the process.
+template <typename Table>
+const Table& tableAt(const Table* table) {
+  TYR_ASSERT_TEXT(table != nullptr, "a table is null: make it before anything is interned in it, and pass its address");
+  return *table;
+}
+
+// How a table is doing.
+struct DedupMetrics {
+  std::uint64_t objects;              // that are there now
+  std::uint64_t misses;               // objects that were made and entered, since there is the table
+  std::optional<std::uint64_t> hits;  // lookups that found their object, while they were counted (countsHitsIs)
+  std::uint64_t objectOctets;         // of the objects that are there, with what they own (memoryOctets)
+  std::uint64_t tableOctets;          // of the lines in use
+  std::size_t longestChain;           // the most objects in one bucket
+};
+
 class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
  public:
   // `name` shows in dumps. Throws std::length_error when 65,533 tables are alive.
@@ -310,11 +329,33 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     forEachHandle([](void* call, DedupHandleBase* handle) { (*static_cast<Reference*>(call))(handle); },
                   const_cast<void*>(static_cast<const void*>(&visit)));
   }
+  // The same without a lock: the table holds a reference on the object during visit(), which may intern, look up and let
+  // go in any table, be slow, or throw, which ends the walk. An object that is there during the whole walk is visited
+  // once, whatever others intern and however the table grows meanwhile; one whose coming is not told yet is passed over.
+  // The table is to outlive the walk.
+  template <typename Visit>
+  void forEachHeld(Visit&& visit) const {
+    using Reference = std::remove_reference_t<Visit>;
+    forEachHeldHandle([](void* call, DedupHandleBase* handle) { (*static_cast<Reference*>(call))(handle); },
+                      const_cast<void*>(static_cast<const void*>(&visit)));
+  }
 
   // Objects in the table now; while other threads intern, about now.
   std::size_t size() const noexcept;
+  // Looks at all objects, bucket by bucket under the bucket's lock: some ten nanoseconds for each. While other threads
+  // intern, the numbers are about now.
+  DedupMetrics metrics() const;
+  // Whether lookups that find their object are counted, in a line of memory of their thread's own. By default they are
+  // not: a hit then writes no counter. May be switched at any time.
+  void countsHitsIs(bool counts) noexcept;
+  bool countsHits() const noexcept { return (watched_.load(std::memory_order_relaxed) & watchedHits) != 0; }
   bool multiThreaded() const noexcept { return multiThreaded_; }
   const std::string& name() const noexcept { return name_; }
+
+  // The table's number among those that are alive; it is given out again when 65,533 further tables were made.
+  std::uint16_t number() const noexcept { return number_; }
+  // Whether there is a table of this number.
+  static bool isAlive(std::uint16_t number) noexcept;
 
   // One line: name, variant, objects, buckets, and the most objects in one bucket.
   void dump(DumpContext& context, std::uint32_t indent) const;
@@ -351,7 +392,19 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
 
   template <typename Matches>
   DedupHandleBase* find(std::uint32_t hash, Matches& matches, Sought& sought) const {
+    if (watched_.load(std::memory_order_relaxed) != 0) [[unlikely]]
+      return findWatched(hash, matches, sought);
+    return findUnwatched(hash, matches, sought);
+  }
+  template <typename Matches>
+  [[gnu::noinline]] DedupHandleBase* findWatched(std::uint32_t hash, Matches& matches, Sought& sought) const {
     checkThread();
+    DedupHandleBase* const found = findUnwatched(hash, matches, sought);
+    if (found != nullptr) hit();
+    return found;
+  }
+  template <typename Matches>
+  DedupHandleBase* findUnwatched(std::uint32_t hash, Matches& matches, Sought& sought) const {
     if (multiThreaded_) return findShared(hash, matches, sought);
     Line& bucket = lineOf(hash);
     sought = {&bucket, bucket.version.load(std::memory_order_relaxed)};
@@ -416,7 +469,8 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   // Out of line, so that a hit of findOrDedup() pays nothing for the miss.
   template <typename T, typename Make>
   [[gnu::noinline]] Tyr::Ptr<const T> dedupMade(std::uint32_t hash, Make& make, Sought sought) {
-    if (multiThreaded_) detail::prefetchToWrite(sought.bucket);
+    // Before anything is made: the heap that it is made in would be another thread's too.
+    multiThreaded_ ? detail::prefetchToWrite(sought.bucket) : checkThread();
     Tyr::Ptr<T> fresh = make();
     KEEL_PAUSE_POINT(missed);
     DedupHandleBase* const dedupHandle = dedupOwned(fresh.get(), hash, sought);
@@ -447,7 +501,16 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   Left leaveLocked(Line& bucket, DedupHandleBase* handle) noexcept;
   static bool stepDownToZero(const DedupHandleBase* handle) noexcept;
   void remove(Line& bucket, const DedupHandleBase* handle) noexcept;
-  void counted(std::int64_t change) noexcept;
+  // What one thread counts; the sum over all counts for the table.
+  struct alignas(64) Stripe {
+    std::atomic<std::uint64_t> entered{0};
+    std::atomic<std::uint64_t> left{0};
+    std::atomic<std::uint64_t> hits{0};
+  };
+  using Counter = std::atomic<std::uint64_t> Stripe::*;
+  void count(Counter counter) const noexcept;
+  std::uint64_t counted(Counter counter) const noexcept;
+  void hit() const noexcept;
   void grow() noexcept;
   bool split() noexcept;
   bool divide(Line& bucket, std::uint32_t to) noexcept;
@@ -455,7 +518,12 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   void forEachIn(Line& bucket, Visit&& visit) const;
   template <typename Visit>
   void forEachBucket(Visit&& visit) const;
+  template <typename Visit>
+  std::size_t longestChain(Visit&& visit) const;
   void forEachHandle(void (*visit)(void*, DedupHandleBase*), void* call) const;
+  void forEachHeldHandle(void (*visit)(void*, DedupHandleBase*), void* call) const;
+  template <typename Held>
+  std::uint32_t holdBucket(std::uint32_t place, Held& held) const;
   void bar() noexcept;
 
   bool wanted(DedupHandleBase* handle) noexcept;
@@ -467,23 +535,21 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   bool tellComing(DedupHandleBase* handle) noexcept;
   void neverCame(DedupHandleBase* handle) noexcept;
 
-  // The library decides, not the user's build.
   void checkThread() const {
-    if (checksThread_) [[unlikely]] {
-      TYR_ASSERT(ownerThread_ == std::this_thread::get_id());
-    }
+    if (!multiThreaded_ && detail::threadRecord != ownerRecord_) [[unlikely]]
+      checkThreadItself();
   }
-
-  // What one thread adds and takes off; the sum over all is the size.
-  struct alignas(64) Stripe {
-    std::atomic<std::int64_t> objects{0};
-  };
+  void checkThreadItself() const;
 
   const std::string name_;
   const Tyr::AgentThreadingUse threadingUse_;
   const bool multiThreaded_;
-  const bool checksThread_;
+  // What a lookup does besides; the library decides about the thread, not the user's build.
+  static constexpr std::uint8_t watchedThread = 1;
+  static constexpr std::uint8_t watchedHits = 2;
+  std::atomic<std::uint8_t> watched_;
   std::uint16_t number_ = 0;
+  const detail::ThreadRecord* const ownerRecord_;  // of a single-threaded table's thread
   const std::thread::id ownerThread_;
   std::atomic<std::uint32_t> buckets_{0};
   detail::DedupLines lines_;  // the buckets' first lines
@@ -492,7 +558,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   Tyr::Ptr<DedupLifeTimeNotifiee> lifeTimeNotifiee_;
 
   mutable std::atomic<bool> growing_{false};  // or being walked through
-  std::mutex linesMutex_;
+  mutable std::mutex linesMutex_;
   std::uint32_t spareLine_ = 0;  // lines that no bucket uses, linked; under the mutex
   std::uint32_t usedLines_ = 1;  // line 0 is "none"
 

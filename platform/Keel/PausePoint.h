@@ -13,6 +13,7 @@ enum class PausePoint {
   unlinked,      // an object has left, which was not told yet
   inserted,      // an object has come, which was not told yet
   told,          // an observer was told, and the next event was not looked at yet
+  walking,       // a walk holds what was in a bucket, and has not yet visited it
   tableEmptied,  // a table that is being destroyed holds nothing any more, and can still be found by its number
 };
 void pausePoint(PausePoint point) noexcept;  // the test program's own

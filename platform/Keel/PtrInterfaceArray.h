@@ -150,6 +150,11 @@ class PtrInterfaceArray {
     word_ = emptyWord;
   }
 
+  // What it takes besides its word and its owner's room.
+  std::size_t blockOctets() const noexcept {
+    return isBlock() && (word_ & ownersBit) == 0 ? detail::refBlockOctets(block()->count) : 0;
+  }
+
   bool empty() const noexcept { return word_ == emptyWord; }
   std::uint32_t size() const noexcept { return isBlock() ? block()->count : (empty() ? 0 : 1); }
   const T* operator[](std::uint32_t index) const noexcept { return range()[index]; }

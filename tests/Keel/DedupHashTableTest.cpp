@@ -155,13 +155,65 @@ TEST_P(BothVariants, AnObjectEntersATableOnce) {
   EXPECT_DEATH(Tyr::agentMultiThreadedIs(!GetParam()), testing::HasSubstr("!inUse"));
 }
 
-#ifndef NDEBUG
+// A walk that makes the table grow, shrink and be asked: what is there all the time is met once, and held meanwhile.
+TEST_P(BothVariants, WalksMeetEachObjectOnceWhileTheTableGrows) {
+  std::vector<Word::PtrConst> stay, come;
+  for (std::uint64_t value = 0; value < 300; ++value) stay.push_back(Word::intern(*table, value));
+  Word::PtrConst goes = Word::intern(*table, 300);
+  std::map<std::uint64_t, int> met;
+  table->forEachHeld([&](DedupHandleBase* handle) {
+    const auto& word = static_cast<const Word&>(*handle);
+    ++met[word.value];
+    goes.reset();
+    EXPECT_EQ(word.referenceCount(), word.value == 300 ? 1u : 2u);
+    EXPECT_EQ(word.memoryOctets(), sizeof(Word));
+    for (int i = 0; i < 40 && come.size() < 6000; ++i) come.push_back(Word::intern(*table, 1000 + come.size()));
+  });
+  for (const Word::PtrConst& word : stay) EXPECT_EQ(met[word->value], 1) << word->value;
+  EXPECT_TRUE(std::all_of(met.begin(), met.end(), [](const auto& one) { return one.second == 1; }));
+  EXPECT_EQ(come.size(), 6000u);
+  EXPECT_THROW(table->forEachHeld([](DedupHandleBase*) { throw 1; }), int);
+  stay.clear();
+  come.clear();
+  EXPECT_EQ(table->size(), 0u);
+}
+
+TEST_P(BothVariants, MetricsSayWhatIsThere) {
+  const Word::PtrConst a = Word::intern(*table, 1);
+  Word::intern(*table, 98);  // the same hash
+  const auto metrics = [this] {
+    const DedupMetrics now = table->metrics();
+    return std::vector<std::uint64_t>{now.objects,      now.misses,      now.hits.value_or(99),
+                                      now.objectOctets, now.tableOctets, now.longestChain};
+  };
+  Word::intern(*table, 1);
+  EXPECT_EQ(metrics(), (std::vector<std::uint64_t>{1, 2, 99, sizeof(Word), 16 * 64, 1}));
+  table->countsHitsIs(true);
+  const Word::PtrConst b = Word::intern(*table, 98), c = Word::intern(*table, 195);
+  for (int i = 0; i < 5; ++i) Word::intern(*table, 1);
+  EXPECT_EQ(metrics(), (std::vector<std::uint64_t>{3, 4, 5, 3 * sizeof(Word), 16 * 64, 3}));
+  table->countsHitsIs(false);
+  EXPECT_FALSE(table->metrics().hits);
+}
+
+// A miss, a lost last reference, an insert by hand: in every build. A table's thread may be any.
 TEST(SingleThreadedTable, CatchesASecondThread) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto table = Tyr::make<DedupHashTable>("words");
-  EXPECT_DEATH(std::thread([&] { Word::intern(*table, 1); }).join(), testing::HasSubstr("ownerThread_"));
+  Word::PtrConst word = Word::intern(*table, 2);
+  const auto sentence = testing::HasSubstr("call Tyr::agentMultiThreadedIs(true) before the first table is made\n");
+  const auto other = [](auto&& work) { std::thread(work).join(); };
+  EXPECT_DEATH(other([&] { Word::intern(*table, 1); }), sentence);
+  EXPECT_DEATH(other([&] { word.reset(); }), sentence);
+  EXPECT_DEATH(other([&] { table->forEachHeld([](DedupHandleBase*) {}); }), sentence);
+  EXPECT_DEATH(other([&] {
+                 table->findOrDedup<Word>(
+                     0, [](const Word&) { return false; }, [] { return Tyr::Ptr<Word>(new Word(1)); });
+               }),
+               sentence);
+  other([] { Word::intern(*Tyr::make<DedupHashTable>("its own"), 1); });
+  EXPECT_DEATH(tableAt(static_cast<const DedupHashTable*>(nullptr)), testing::HasSubstr("a table is null: "));
 }
-#endif
 
 // Four threads intern, copy and drop the same few values; every object they get is the right one and alive.
 TEST(MultiThreadedTable, HoldsUnderManyThreads) {

@@ -209,6 +209,45 @@ TEST_P(Races, ScriptHoldsWhateverWaits) {
   }
 }
 
+// Threads run the script and make the tables grow, while others walk: each walk meets what stays once, and nothing that
+// is not held.
+TEST_P(Races, WalksMeetWhatStaysOnce) {
+  const unsigned count = std::max(GetParam(), 1u);
+  for (int point = -1; point < points; ++point) {
+    detail::widened = point;
+    House house;
+    constexpr std::uint64_t first = 1 << 20, stays = 300;
+    std::vector<Held> held(count + 1);
+    for (std::uint64_t i = 0; i < stays; ++i) held[count].emplace_back(0, intern(*house.tables[0], first + i));
+    std::atomic<int> wrong{0}, working{static_cast<int>(count)};
+    const auto walk = [&] {
+      std::map<std::uint64_t, int> met;
+      house.tables[0]->forEachHeld([&](DedupHandleBase* handle) {
+        wrong += handle->referenceCount() == 0 || !handle->isDeduped();
+        ++met[static_cast<Word*>(handle)->value];
+      });
+      for (std::uint64_t i = 0; i < stays; ++i) wrong += met[first + i] != 1;
+      house.tables[0]->metrics();
+    };
+    const auto work = [&](unsigned i) {
+      if (i < count) {
+        wrong += script(house, 7 * i + static_cast<unsigned>(point + 1), static_cast<int>(8000 / count), 4000, held[i]);
+        --working;
+      } else {
+        do walk();
+        while (working != 0);
+      }
+    };
+    if (GetParam() != 0) {
+      inThreads(count + 2, work);
+    } else {
+      for (const unsigned i : {0u, 1u}) work(i);
+    }
+    EXPECT_EQ(wrong, 0) << point;
+    expectPictures(house, held);
+  }
+}
+
 }  // namespace
 }  // namespace test
 }  // namespace Keel
