@@ -7,17 +7,15 @@
 // A hit is intern and release of that reference over a Zipf stream of lists that are held; a miss is intern of lists that
 // are all new plus the release of all. On several threads a miss is intern and release of values of the thread's own.
 // Everybody interns the same lists and is checked before anybody is timed.
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <thread>
 #include <unordered_set>
 
+#include "Resident.h"
 #include "Tyr/Threading.h"
 #include "report/Contenders.h"
 #include "report/Harness.h"
@@ -146,13 +144,6 @@ class ListTimes final : public Job {
 
   const std::size_t n_;
 };
-
-std::size_t residentOctets() {
-  std::ifstream statm("/proc/self/statm");
-  std::size_t pages = 0;
-  statm >> pages >> pages;
-  return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
 
 template <typename Contender>
 class ListOctets final : public Job {
