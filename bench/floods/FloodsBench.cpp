@@ -27,12 +27,11 @@
 #include <unordered_set>
 #include <vector>
 
-#include "Store/StoreManager.h"
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommIp6List.h"
-#include "VelBgp/ListPublisher.h"
 #include "report/Contenders.h"
 #include "report/Harness.h"
+#include "report/Published.h"
 #include "show/ExtCommCache.h"
 
 namespace bench {
@@ -203,44 +202,28 @@ class ShowTexts {
 
 // Lists that are published, each with a path.
 template <typename Lists, auto member>
-class Published : public Lists {
- public:
+struct PublishedPaths : Published<Lists> {
   static constexpr const char* question =
       std::is_base_of_v<StandardLists<>, Lists> ? "published standard lists" : "published lists";
   using Handle = std::size_t;
 
-  Published() { publisher_->listTableIs(this->table_.get()); }
-  ~Published() {
-    publisher_.reset();
-    store_.reset();
-    std::filesystem::remove_all(path_);
-  }
   Handle enter(const typename Lists::Input& input) {
     PathLists lists;
     lists.*member = Lists::enter(input);
-    publisher_->pathIs(std::to_string(next_), std::move(lists));
+    this->publisher().pathIs(std::to_string(next_), std::move(lists));
     return next_++;
   }
   void release(Handle path) {
-    expect(publisher_->pathDel(std::to_string(path)), "a path is missing");
-    if (path == 0) publisher_->flush();
+    expect(this->publisher().pathDel(std::to_string(path)), "a path is missing");
+    if (path == 0) finish();
   }
-  void finish() { publisher_->flush(); }
+  void finish() { this->publisher().flush(); }
 
  private:
-  static std::string newFolder() {
-    std::string path = std::filesystem::temp_directory_path() / "bench_floodsXXXXXX";
-    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no folder for a store");
-    return path;
-  }
-
-  const std::string path_ = newFolder();
-  std::unique_ptr<Store::StoreManager> store_ = Store::StoreManager::openForWriting(path_ + "/store");
-  std::optional<ListPublisher> publisher_{std::in_place, *store_, ListPublisher::Options{std::chrono::hours(1)}};
   std::size_t next_ = 0;
 };
-using PublishedStandardLists = Published<StandardLists<>, &PathLists::standard>;
-using PublishedExtendedLists = Published<ExtendedLists<>, &PathLists::extended>;
+using PublishedStandardLists = PublishedPaths<StandardLists<>, &PathLists::standard>;
+using PublishedExtendedLists = PublishedPaths<ExtendedLists<>, &PathLists::extended>;
 
 // ---- Floods
 

@@ -19,6 +19,7 @@
 #include "Tyr/Threading.h"
 #include "report/Contenders.h"
 #include "report/Harness.h"
+#include "report/Published.h"
 #include "report/Workload.h"
 
 namespace bench {
@@ -407,6 +408,7 @@ void addWorstInsert(Jobs& jobs, const std::string& kind, typename Contender::Val
   const std::string question = kind + ", worst of a million inserts";
   jobs.push_back(std::make_unique<FullRehash<typename Contender::Value>>(question, value));
   jobs.push_back(std::make_unique<WorstInsert<Contender>>(question, value));
+  jobs.push_back(std::make_unique<WorstInsert<Published<Contender>>>(question, value));
 }
 
 template <typename Work>
