@@ -288,8 +288,8 @@ class VELBGP_EXPORT ExtCommDedupTable final : public ExtCommDedupTableBase {
  private:
   ~ExtCommDedupTable() override;
 
-  const NotifyingRouteTargetList::Ptr producerRtList_ = Tyr::make<NotifyingRouteTargetList>();
-  const Tyr::Ptr<ExtCommLifeTimeNotifiee> lifeTimeNotifiee_ = Tyr::make<ExtCommLifeTimeNotifiee>(producerRtList_);
+  const NotifyingRouteTargetList::Ptr producerRtList_;
+  const Tyr::Ptr<ExtCommLifeTimeNotifiee> lifeTimeNotifiee_;
 };
 
 template <typename Sink>

@@ -18,15 +18,10 @@
 #include <utility>
 
 #include "Tyr/Export.h"
+#include "Tyr/Forward.h"
 #include "Tyr/Threading.h"
 
 namespace Tyr {
-
-// A one-word counted pointer. Ptr<const X> is what every class calls PtrConst.
-template <typename T>
-using Ptr = boost::intrusive_ptr<T>;
-template <typename T>
-using PtrConst = boost::intrusive_ptr<const T>;
 
 class VELBGP_EXPORT PtrInterface {
  public:

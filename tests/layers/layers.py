@@ -30,12 +30,13 @@ OWN_ROOTS = {"tests": ("tests/",), "fuzz": ("fuzz/", "tests/"), "bench": ("bench
 OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 # Units of VelBgp/, lowest first. Units that match one pattern are side by side and do not include each other.
 ORDER = (
-    "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
+    "Forward", "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
     "Stash", "InternedExtComm",
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
-    "CommListSnapshot", "ListPublisher",
+    "CommunityTables", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
+    "EditList", "CommListSnapshot", "ListPublisher", "VelBgp",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.
 PARTS = {

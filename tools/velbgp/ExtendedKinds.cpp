@@ -133,7 +133,7 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   explicit ExtendedTraits(const Agent& agent) : agent_(agent) {}
 
   void intern(std::span<const Octets> values, std::span<List> lists) const {
-    ExtCommList::dedupAttributes(agent_.communities.get(), agent_.extended.get(), values, lists);
+    ExtCommList::dedupAttributes(agent_.extComms(), agent_.extCommLists(), values, lists);
   }
 
   static ExtCommRange communities(const List& list) { return list->comms(); }
@@ -145,8 +145,7 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   }
 
   void decode(Octets value, boost::json::object& out) const {
-    const ExtComm::PtrConst community =
-        ExtComm::dedupContent(agent_.communities.get(), ExtCommContent(bigEndian(value)));
+    const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
     decodeType(*community, out);
     out["valid"] = community->isValid();
     out["debug"] = community->toStrep();
@@ -163,13 +162,13 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     out["transitiveCount"] = list->transitiveCount();
     out["classifications"] = classified<ExtendedTraits>(*list);
     out["serialize"] = serialized(*list, notes);
-    const List pruned = list->prune(agent_.extended.get());
+    const List pruned = list->prune(agent_.extCommLists());
     out["prune"] = nullptr;
     if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
   }
 
-  std::size_t distinctLists() const { return agent_.extended->size(); }
-  std::size_t distinctCommunities() const { return agent_.communities->size(); }
+  std::size_t distinctLists() const { return agent_.extCommLists()->size(); }
+  std::size_t distinctCommunities() const { return agent_.extComms()->size(); }
 
  private:
   const Agent& agent_;
@@ -186,7 +185,7 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   explicit ExtendedIp6Traits(const Agent& agent) : agent_(agent) {}
 
   void intern(std::span<const Octets> values, std::span<List> lists) const {
-    ExtCommIp6List::dedupAttributes(agent_.ip6Communities.get(), agent_.extendedIp6.get(), values, lists);
+    ExtCommIp6List::dedupAttributes(agent_.extCommIp6s(), agent_.extCommIp6Lists(), values, lists);
   }
 
   static std::vector<Community> communities(const List& list) {
@@ -222,8 +221,8 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
   }
 
-  std::size_t distinctLists() const { return agent_.extendedIp6->size(); }
-  std::size_t distinctCommunities() const { return agent_.ip6Communities->size(); }
+  std::size_t distinctLists() const { return agent_.extCommIp6Lists()->size(); }
+  std::size_t distinctCommunities() const { return agent_.extCommIp6s()->size(); }
 
  private:
   static ExtCommIp6Content content(Octets value) {
@@ -233,7 +232,7 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
             static_cast<std::uint16_t>(bigEndian(value.subspan<18, 2>()))};
   }
   ExtCommIp6::PtrConst dedup(Octets value) const {
-    return ExtCommIp6::dedupContent(agent_.ip6Communities.get(), content(value));
+    return ExtCommIp6::dedupContent(agent_.extCommIp6s(), content(value));
   }
 
   const Agent& agent_;

@@ -100,7 +100,7 @@ void printMrtForPeople(const MrtTotals& totals, Kinds& kinds, const Agent& agent
   printKinds(totals, kinds, console);
   printClassifications(kinds, console);
   console.line("");
-  console.line("Route targets in use: " + std::to_string(agent.communities->producerRtList()->rtCount()));
+  console.line("Route targets in use: " + std::to_string(agent.extComms()->producerRtList()->rtCount()));
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     const std::string name = kindRows[kind].name;
     const auto most = static_cast<std::size_t>(top);

@@ -83,7 +83,7 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
   static constexpr auto published = &PathLists::standard;
   static constexpr auto stashed = &StashedPath::standard;
 
-  static const CommListDedupTable* table(const Agent& agent) { return agent.standard.get(); }
+  static const CommListDedupTable* table(const Agent& agent) { return agent.commLists(); }
   static std::uint32_t value(Octets octets) { return read32(octets); }
   static std::string wire(std::uint32_t community) { return Wire().u32(community).str(); }
   static std::size_t hash(std::uint32_t community) { return Keel::singleAttributeHash(community, 0); }
@@ -102,7 +102,7 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   static constexpr auto published = &PathLists::large;
   static constexpr auto stashed = &StashedPath::large;
 
-  static const LargeCommListDedupTable* table(const Agent& agent) { return agent.large.get(); }
+  static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeCommLists(); }
   static CommunityValue value(Octets octets) {
     return {read32(octets), read32(octets.subspan(4)), read32(octets.subspan(8))};
   }

@@ -39,10 +39,10 @@ void Publication::begin() {
   } catch (const std::system_error& error) {  // no thread to be had
     return failed(error);
   }
-  publisher_->listTableIs(agent_.extended.get());
-  publisher_->listTableIs(agent_.extendedIp6.get());
-  publisher_->listTableIs(agent_.large.get());
-  publisher_->listTableIs(agent_.standard.get());
+  publisher_->listTableIs(agent_.extCommLists());
+  publisher_->listTableIs(agent_.extCommIp6Lists());
+  publisher_->listTableIs(agent_.largeCommLists());
+  publisher_->listTableIs(agent_.commLists());
 }
 
 void Publication::failed(const std::exception& error) const {

@@ -30,7 +30,7 @@ void storeCommand(const Options& options, const Routing::RouteMap::PosixRegex*, 
   Lister lister(options.json, true, nullptr, console);
   try {
     const auto store = Routing::Store::StoreManager::openForReading(name);
-    store->serviceIs(lister.agent().communities.get());
+    store->serviceIs(lister.agent().extComms());
     std::uint64_t number = 0;
     const auto print = [&](std::string_view, const Routing::Bgp::StashedPath& path) {
       printPath({name, ++number}, path, *store, lister, console);
