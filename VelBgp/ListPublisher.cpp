@@ -35,8 +35,8 @@ class ListPublisher::State {
     const std::lock_guard lock(mutex_);
     closed_ = true;
     held.swap(held_);  // goes after the lock: lists that go are noted
-    notes_ = Notes();
-    taken_ = Notes();
+    *notes_ = Notes();
+    *taken_ = Notes();
     unwritten_ = Notes();
     records_.reset();
   }
@@ -53,23 +53,24 @@ class ListPublisher::State {
   void listComes(std::size_t attribute, Slot slot, Image image) {
     const std::lock_guard lock(mutex_);
     if (closed_) return;
-    notes_.lists[attribute].come.insert_or_assign(slot, std::move(image));
+    notes_->lists[attribute].come.put(slot, std::move(image));
     ++noted_;
   }
   void listGoes(std::size_t attribute, Slot slot) noexcept {
     const std::lock_guard lock(mutex_);
     if (closed_) return;
-    AttributeNotes& notes = notes_.lists[attribute];
+    AttributeNotes& notes = notes_->lists[attribute];
     ++noted_;
-    if (notes.come.erase(slot) != 0) return;
+    if (notes.come.erase(slot)) return;
     TYR_ASSERT(notes.gone.size() < notes.gone.capacity());
     notes.gone.push_back(slot);
   }
   void allGo(std::size_t attribute) noexcept {
+    BySlotInParts<Image> came;  // goes after the lock, which other tables' threads need
     const std::lock_guard lock(mutex_);
     if (closed_) return;
-    AttributeNotes& notes = notes_.lists[attribute];
-    notes.come.clear();
+    AttributeNotes& notes = notes_->lists[attribute];
+    std::swap(came, notes.come);
     notes.gone.clear();
     notes.allGone = true;
     known_[attribute] = 0;
@@ -86,7 +87,7 @@ class ListPublisher::State {
     slots = slotsOf(lists);
     PathLists& held = held_[note.begin()->first];  // the last thing that may throw
     before = std::exchange(held, std::move(lists));
-    append(notes_.paths, note);
+    append(notes_->paths, note);
     ++noted_;
   }
   bool pathDel(std::string_view key) {
@@ -98,7 +99,7 @@ class ListPublisher::State {
     if (held == held_.end()) return false;
     before = std::move(held->second);
     held_.erase(held);
-    append(notes_.paths, note);
+    append(notes_->paths, note);
     ++noted_;
     return true;
   }
@@ -151,9 +152,9 @@ class ListPublisher::State {
   // Why not, or empty.
   std::string tryToWrite() noexcept {
     try {
-      if (!taken_.empty()) append(unwritten_, taken_);  // memory ran out right here the last time
+      if (!taken_->empty()) append(unwritten_, *taken_);  // memory ran out right here the last time
       takeNotes();
-      append(unwritten_, taken_);
+      append(unwritten_, *taken_);
       if (!unwritten_.empty() || !begun_) records_->commit(unwritten_);
       begun_ = true;
       unwritten_ = Notes();
@@ -172,25 +173,25 @@ class ListPublisher::State {
 
   void takeNotes() {
     for (bool taken = false; !taken;) {
-      taken_.reserve(mayGo());
+      taken_->reserve(mayGo());
       const std::lock_guard lock(mutex_);
-      const ByAttribute<std::size_t> now = notes_.remaining(known_);
-      taken = taken_.hasRoomFor(now);
+      const ByAttribute<std::size_t> now = notes_->remaining(known_);
+      taken = taken_->hasRoomFor(now);
       if (!taken) continue;
       known_ = now;
       takenUpTo_ = noted_;
-      std::swap(taken_, notes_);
+      taken_.swap(notes_);
     }
   }
   // How many lists of each attribute may go before the next notes are taken: those that are known then.
   ByAttribute<std::size_t> mayGo() const {
     const std::lock_guard lock(mutex_);
-    return notes_.remaining(known_);
+    return notes_->remaining(known_);
   }
 
   // Of the thread alone.
   std::optional<Records> records_;
-  Notes taken_;  // empty but when memory ran out right then
+  std::unique_ptr<Notes> taken_ = std::make_unique<Notes>();  // empty but when memory ran out right then
   Notes unwritten_;
   std::uint64_t takenUpTo_ = 0;  // how many changes are in them or in the store
   bool begun_ = false;
@@ -202,7 +203,7 @@ class ListPublisher::State {
   std::condition_variable wake_;
   std::condition_variable done_;
   // Under the mutex.
-  Notes notes_;
+  std::unique_ptr<Notes> notes_ = std::make_unique<Notes>();
   ByAttribute<std::size_t> known_ = {};
   std::map<std::string, PathLists, std::less<>> held_;
   ByAttribute<const Keel::DedupHashTable*> tables_ = {};

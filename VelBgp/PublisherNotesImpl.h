@@ -2,7 +2,9 @@
 #pragma once
 
 #include <boost/unordered/unordered_flat_map.hpp>
+#include <functional>
 #include <map>
+#include <numeric>
 
 #include "VelBgp/PublishedAttributesImpl.h"
 
@@ -19,12 +21,47 @@ struct SlotHash {
 template <typename Value>
 using BySlot = boost::unordered_flat_map<Slot, Value, SlotHash>;
 
+// Such a map in parts, each of which grows by itself: whoever puts something into it waits for the growth of a part at
+// most. No part needs memory for what is put there after reserveFor().
+template <typename Value>
+class BySlotInParts {
+ public:
+  using Part = BySlot<Value>;
+
+  void put(Slot slot, Value value) { partOf(slot).insert_or_assign(slot, std::move(value)); }
+  // Whether it was there.
+  bool erase(Slot slot) noexcept { return partOf(slot).erase(slot) != 0; }
+  void clear() noexcept { parts_ = {}; }
+
+  const auto& parts() const noexcept { return parts_; }
+  std::size_t size() const noexcept {
+    return std::transform_reduce(parts_.begin(), parts_.end(), std::size_t{0}, std::plus(), std::mem_fn(&Part::size));
+  }
+  bool empty() const noexcept { return std::all_of(parts_.begin(), parts_.end(), std::mem_fn(&Part::empty)); }
+
+  void reserveFor(const BySlotInParts& other) {
+    for (std::size_t i = 0; i < parts_.size(); ++i) parts_[i].reserve(parts_[i].size() + other.parts_[i].size());
+  }
+  // Takes what the other has.
+  void append(BySlotInParts& other) noexcept {
+    for (Part& part : other.parts_) {
+      for (auto& [slot, value] : part) put(slot, std::move(value));
+    }
+    other.clear();
+  }
+
+ private:
+  Part& partOf(Slot slot) noexcept { return parts_[SlotHash()(slot) >> 26]; }
+
+  std::array<Part, 64> parts_;
+};
+
 // Of the lists of one attribute, since the notes were last taken: first all that went, then what came and is still
 // there.
 struct AttributeNotes {
   bool allGone = false;  // all that was there before, that is
   std::vector<Slot> gone;
-  BySlot<Image> come;
+  BySlotInParts<Image> come;
 
   bool empty() const noexcept { return !allGone && gone.empty() && come.empty(); }
 };
@@ -77,15 +114,15 @@ inline void append(AttributeNotes& notes, AttributeNotes& later) noexcept {
     notes.come.clear();
   }
   for (const Slot slot : later.gone) {
-    if (notes.come.erase(slot) == 0) notes.gone.push_back(slot);
+    if (!notes.come.erase(slot)) notes.gone.push_back(slot);
   }
-  for (auto& [slot, image] : later.come) notes.come.emplace(slot, std::move(image));
+  notes.come.append(later.come);
 }
 // Does all or, when it throws, nothing.
 inline void append(Notes& notes, Notes& later) {
   for (std::size_t attribute = 0; attribute < notes.lists.size(); ++attribute) {
     notes.lists[attribute].gone.reserve(notes.lists[attribute].gone.size() + later.lists[attribute].gone.size());
-    notes.lists[attribute].come.reserve(notes.lists[attribute].come.size() + later.lists[attribute].come.size());
+    notes.lists[attribute].come.reserveFor(later.lists[attribute].come);
   }
   // From here on nothing needs memory.
   for (std::size_t attribute = 0; attribute < notes.lists.size(); ++attribute)

@@ -41,7 +41,9 @@ class AttributeChange {
       for (const auto& [slot, reference] : records_.lists) listGoes(slot, reference);
     }
     for (const Slot slot : notes.gone) listGoes(slot, records_.lists.at(slot));
-    for (const auto& [slot, image] : notes.come) come_.emplace(slot, listComes(image));
+    for (const auto& part : notes.come.parts()) {
+      for (const auto& [slot, image] : part) come_.emplace(slot, listComes(image));
+    }
     dropUnused();
     // Places for what is to come, so that settling needs no memory.
     records_.lists.reserve(records_.lists.size() + come_.size());

@@ -129,6 +129,7 @@ void oneInput(Input input) {
   valueReadable<BgpParseExtCommSubTypeTransOpaqueRuleKey>(text);
   sequenceReadable<BgpExtCommPktSubtype>(text);
   sequenceReadable<BgpUpdateMsgAttributeFlags>(text);
+  sequenceReadable<BgpMaybeU63>(text);
   addressReadable<Routing::Addr::Ip4Addr>(std::string(text), AF_INET);
   addressReadable<Routing::Addr::Ip6Addr>(std::string(text), AF_INET6);
   typedReadable(text);

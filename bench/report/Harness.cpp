@@ -1,5 +1,6 @@
 #include "report/Harness.h"
 
+#include <errno.h>
 #include <malloc.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -19,14 +20,14 @@ namespace bench {
 namespace {
 
 constexpr const char* usage =
-    "usage: bench_report [--repetitions=N] [--only SUBSTRING] [--json] [--quick]\n"
+    " [--repetitions=N] [--only SUBSTRING] [--json] [--quick]\n"
     "  --repetitions=N   rounds over all questions, 11 unless said otherwise\n"
     "  --only SUBSTRING  only questions that contain it, \"extended lists, hit, n=4\"\n"
     "  --json            JSON with all samples in place of the table\n"
     "  --quick           few operations and one round: a sign of life, no numbers\n";
 
 [[noreturn]] void end(int code, const std::string& text) {
-  std::fputs(text.c_str(), code == 0 ? stdout : stderr);
+  std::fputs((program_invocation_short_name + text).c_str(), code == 0 ? stdout : stderr);
   std::exit(code);
 }
 
@@ -56,7 +57,7 @@ std::optional<std::vector<double>> inChild(Job& job, const std::function<std::ve
 
 std::vector<double> visit(Job& job, const std::function<std::vector<double>()>& run) {
   auto values = inChild(job, run);
-  if (!values) end(1, "bench_report: " + job.rows()[0].name() + ": " + job.rows()[0].contender + " failed\n");
+  if (!values) end(1, ": " + job.rows()[0].name() + ": " + job.rows()[0].contender + " failed\n");
   return std::move(*values);
 }
 
@@ -114,6 +115,8 @@ struct Line {
   }
   bool met() const {
     switch (row.target.kind) {
+      case Target::none:
+        return true;
       case Target::ratioAtLeast:
         return *ratio >= row.target.limit;
       case Target::medianAtMost:
@@ -182,14 +185,13 @@ void printJson(const std::vector<Line>& lines) {
 
 Options Options::fromArguments(int argc, char** argv) {
   Options options;
-  bool quick = false;
   char rest;
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument == "--json") {
       options.json = true;
     } else if (argument == "--quick") {
-      quick = true;
+      options.quick = true;
     } else if (argument == "--only" && i + 1 < argc) {
       options.only = argv[++i];
     } else if (std::sscanf(argv[i], "--repetitions=%d%c", &options.repetitions, &rest) != 1 ||
@@ -197,18 +199,18 @@ Options Options::fromArguments(int argc, char** argv) {
       end(argument == "--help" ? 0 : 2, usage);
     }
   }
-  if (quick) {
+  if (options.quick) {
     scale = Scale::quick();
     options.repetitions = 1;
   }
   return options;
 }
 
-int report(const Options& options, Jobs jobs) {
+int report(const Options& options, Jobs jobs, Targets targets) {
   std::erase_if(jobs, [&](const auto& job) {
     return std::ranges::none_of(job->rows(), [&](const Row& row) { return asked(row, options.only); });
   });
-  if (jobs.empty()) end(2, "bench_report: no question contains \"" + options.only + "\"\n");
+  if (jobs.empty()) end(2, ": no question contains \"" + options.only + "\"\n");
   for (const auto& job : jobs) job->prepare();
   malloc_trim(0);  // what preparing left behind is nobody's to reuse
   for (const auto& job : jobs) {
@@ -229,7 +231,8 @@ int report(const Options& options, Jobs jobs) {
   std::vector<Line> lines;
   for (const Row& row : rows) lines.emplace_back(row, rows);
   options.json ? printJson(lines) : printTable(lines);
-  return 0;
+  const bool bound = targets == Targets::binding && !options.quick;
+  return bound && !std::ranges::all_of(lines, &Line::met) ? 1 : 0;
 }
 
 }  // namespace bench

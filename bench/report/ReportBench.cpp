@@ -7,21 +7,20 @@
 // A hit is intern and release of that reference over a Zipf stream of lists that are held; a miss is intern of lists that
 // are all new plus the release of all. On several threads a miss is intern and release of values of the thread's own.
 // Everybody interns the same lists and is checked before anybody is timed.
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <thread>
 #include <unordered_set>
 
+#include "Resident.h"
 #include "Tyr/Threading.h"
 #include "VelBgp/AttributeWriter.h"
 #include "report/Contenders.h"
 #include "report/Harness.h"
+#include "report/Published.h"
 #include "report/Workload.h"
 
 namespace bench {
@@ -231,13 +230,6 @@ class Sending final : public Job {
   const std::size_t n_;
   VelBgpLists contender_;
 };
-
-std::size_t residentOctets() {
-  std::ifstream statm("/proc/self/statm");
-  std::size_t pages = 0;
-  statm >> pages >> pages;
-  return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
 
 template <typename Contender>
 class ListOctets final : public Job {
@@ -501,6 +493,7 @@ void addWorstInsert(Jobs& jobs, const std::string& kind, typename Contender::Val
   const std::string question = kind + ", worst of a million inserts";
   jobs.push_back(std::make_unique<FullRehash<typename Contender::Value>>(question, value));
   jobs.push_back(std::make_unique<WorstInsert<Contender>>(question, value));
+  jobs.push_back(std::make_unique<WorstInsert<Published<Contender>>>(question, value));
 }
 
 void addSending(Jobs& jobs) {

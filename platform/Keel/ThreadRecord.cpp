@@ -68,11 +68,11 @@ ThreadRecord* quiteNew() noexcept {
   void* const memory = mmap(nullptr, sizeof(ThreadRecord), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   TYR_ASSERT(memory != MAP_FAILED);
   auto* record = new (memory) ThreadRecord;
-  record->next = records.load(std::memory_order_relaxed);
+  record->next = threadRecords();
   do {
     record->stripe = record->next == nullptr ? 0 : std::min(record->next->stripe + 1, stripes - 1);
-    // Release: the record, to whoever walks the list.
-  } while (!records.compare_exchange_weak(record->next, record, std::memory_order_release, std::memory_order_relaxed));
+    // Release: the record, to whoever walks the list. Acquire: the one that another thread put there meanwhile.
+  } while (!records.compare_exchange_weak(record->next, record, std::memory_order_release, std::memory_order_acquire));
   return record;
 }
 

@@ -7,9 +7,12 @@
 #include "Keel/DumpContext.h"
 #include "Multipath/LinkBandwidth.h"
 #include "Store/Stores.h"
+#include "Toggle/Toggle.h"
 #include "Tyr/Trace.h"
+#include "VelBgp/BgpPathAttributeEnums.h"
 #include "VelBgp/CommListSnapshot.h"
 #include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/VelBgpMiscTypes.h"
 #include "VelBgp/WordLists.h"
 #include "show/ExtCommCache.h"
 #include "support/LeakCheck.h"
@@ -53,11 +56,14 @@ TEST_P(FailingMemory, Communities) {
     whole([&] { return agent_->internOne(value)->getContent(); });
     const ExtComm::PtrConst comm = agent_->internOne(value);
     whole([&] { return comm->toStrep(); });
+    whole([&] { return comm->toStrepForPolicy(ExtComm::StrepFormat(63)); });
     for (const bool set : {false, true}) {
       failAtEachAllocation([&] { return comm->toStrepForUI(set, set, set); }, [] {});
     }
   }
-  whole([&] { return agent_->internOne(ip6(0, 2, "2001:db8::1", 7))->toStrep(); });
+  const auto ip6Comm = [this] { return agent_->internOne(ip6(0, 2, "2001:db8::1", 7)); };
+  whole([&] { return ip6Comm()->toStrep(); });
+  whole([&] { return ip6Comm()->toStrepForPolicy(ExtCommIp6::StrepFormat(7)); });
 }
 
 TEST_P(FailingMemory, Lists) {
@@ -132,9 +138,33 @@ TEST_P(FailingMemory, ValuesAndTheirTexts) {
   };
   reads(valueToStrep(RouteTargetPrefix({0x0002fde800000064}, 48)),
         [](auto& it, auto& end) { return RouteTargetPrefix(it, end); });
-  reads(valueToStrep(ip6(0, 2, "2001:db8:1234:5678:9abc:def0:1234:5678", 65535)),
-        [](auto& it, auto& end) { return ExtCommIp6Content(it, end); });
-  reads(valueToStrep(ExtComm::StrepFormat(63)), [](auto& it, auto& end) { return ExtComm::StrepFormat(it, end); });
+  const auto readsAs = [&]<typename Value>(Value, const std::string& text) {
+    reads(text, [](auto& it, auto& end) { return Value(it, end); });
+  };
+  const auto readsSequence = [&]<typename Value>(Value value) {
+    reads(valueToStrep(value), [](auto& it, auto& end) {
+      Value read{};
+      sequenceToValue(it, end, &read);
+      return read;
+    });
+  };
+  readsAs(ExtCommIp6Content(), valueToStrep(ip6(0, 2, "2001:db8:1234:5678:9abc:def0:1234:5678", 65535)));
+  readsAs(ExtComm::StrepFormat(), valueToStrep(ExtComm::StrepFormat(63)));
+  readsAs(ExtCommIp6::StrepFormat(), valueToStrep(ExtCommIp6::StrepFormat(7)));
+  readsAs(ExtCommList::Serialization(), valueToStrep(ExtCommList::serialization(true, true, true)));
+  readsAs(ExtCommList::CommVectorAttrs(), valueToStrep(ExtCommList::CommVectorAttrs()));
+  readsAs(BgpDenseU32Attr(), valueToStrep(BgpDenseU32Attr(0xfedcba98)));
+  readsAs(BgpParseExtCommControl(), valueToStrep(BgpParseExtCommControl()));
+  readsAs(BgpParseExtCommSubTypeTransOpaqueRuleKey(nullptr),
+          valueToStrep(BgpParseExtCommSubTypeTransOpaqueRuleKey(nullptr)));
+  readsSequence(BgpMaybeU63());
+  readsSequence(BgpExtCommPktSubtype(3));
+  readsSequence(BgpUpdateMsgAttributeFlags());
+  readsSequence(extCommClassificationOriginValidationState);
+  failAtEachAllocation([] { return ExtCommClassificationInstance("extCommClassificationOriginValidationState"); },
+                       [] {});
+  failAtEachAllocation([] { return valueToStrep(ExtCommContent(0x0002fde800000064)); }, [] {});
+  failAtEachAllocation([] { return Addr::Ip4Addr(std::string_view("255.255.255.255")).toStrep(); }, [] {});
   failAtEachAllocation([] { return RouteTargetPrefix({0x0202000100010064}, 64).toStrep(true); }, [] {});
   failAtEachAllocation([] { return Addr::Ip6Addr(std::string_view("2001:db8:1234:5678:9abc:def0:1:2")).toStrep(); },
                        [] {});
@@ -209,6 +239,14 @@ TEST_F(FailingMemoryStore, IsMadeOrNot) {
   EXPECT_GT(failures, 100);
 }
 
+// What a file says is never taken for the default.
+TEST_F(FailingMemoryStore, TogglesToo) {
+  std::ofstream(folder_ / "toggles.json") << R"({"feature": false})";
+  setenv("FEATURE_TOGGLE_DIR", folder_.c_str(), 1);
+  EXPECT_GT(failAtEachAllocation([] { return Toggle::getToggleState("feature", "toggles.json", true); }, [] {}), 2);
+  unsetenv("FEATURE_TOGGLE_DIR");
+}
+
 TEST_F(FailingMemoryStore, IsOpenedOrNot) {
   Store::StoreManager::openForWriting(path_);
   const auto sound = [this] { EXPECT_FALSE(Store::StoreManager::openForReading(path_)->writable()); };
@@ -243,6 +281,7 @@ TEST_F(FailingMemoryStore, IsWrittenAndReadOrNot) {
   const auto read = [&](const auto& action) { failAtEachAllocation(action, [&] { EXPECT_TRUE(isWritten(large)); }); };
   read([&] { return reader->refresh(); });
   read([&] { return reader->newestCommit(); });
+  read([&] { return writer->oldestView()->process; });
   read([&] { return reader->readView().commits(); });
   read([&] { return reader->translate(written).payload.size(); });
   read([&] { return reader->key(1, octets("key"))->size(); });

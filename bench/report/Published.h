@@ -1,0 +1,44 @@
+// Lists of a contender whose table has a publisher, which commits when it is told to.
+#pragma once
+
+#include <stdlib.h>
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "Store/StoreManager.h"
+#include "VelBgp/ListPublisher.h"
+
+namespace bench {
+
+template <typename Lists>
+class Published : public Lists {
+ public:
+  static constexpr const char* name = "velbgp, published";
+
+  Published() { publisher_->listTableIs(this->table_.get()); }
+  ~Published() {
+    publisher_.reset();
+    store_.reset();
+    std::filesystem::remove_all(path_);
+  }
+  Routing::Bgp::ListPublisher& publisher() { return *publisher_; }
+
+ private:
+  static std::string newFolder() {
+    std::string path = std::filesystem::temp_directory_path() / "bench_publishedXXXXXX";
+    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no folder for a store");
+    return path;
+  }
+
+  const std::string path_ = newFolder();
+  std::unique_ptr<Routing::Store::StoreManager> store_ = Routing::Store::StoreManager::openForWriting(path_ + "/store");
+  std::optional<Routing::Bgp::ListPublisher> publisher_{std::in_place, *store_,
+                                                        Routing::Bgp::ListPublisher::Options{std::chrono::hours(24)}};
+};
+
+}  // namespace bench
