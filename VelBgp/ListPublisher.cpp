@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "VelBgp/CommunityTables.h"
 #include "VelBgp/PublisherRecordsImpl.h"
 
 namespace Routing::Bgp {
@@ -254,16 +255,22 @@ ListPublisher::ListPublisher(Store::StoreManager& store, Options options)
 ListPublisher::~ListPublisher() { state_->close(); }
 
 void ListPublisher::listTableIs(const ExtCommListDedupTable* table) {
-  State::attach(state_, extendedLists, table->extCommListDedupTable());
+  State::attach(state_, extendedLists, Keel::tableAt(table).extCommListDedupTable());
 }
 void ListPublisher::listTableIs(const ExtCommIp6ListDedupTable* table) {
-  State::attach(state_, extendedIp6Lists, table->extCommListDedupTable());
+  State::attach(state_, extendedIp6Lists, Keel::tableAt(table).extCommListDedupTable());
 }
 void ListPublisher::listTableIs(const LargeCommListDedupTable* table) {
-  State::attach(state_, largeLists, table->dedupTable());
+  State::attach(state_, largeLists, Keel::tableAt(table).dedupTable());
 }
 void ListPublisher::listTableIs(const CommListDedupTable* table) {
-  State::attach(state_, standardLists, table->dedupTable());
+  State::attach(state_, standardLists, Keel::tableAt(table).dedupTable());
+}
+void ListPublisher::tablesAre(const CommunityTables& tables) {
+  listTableIs(tables.extCommLists());
+  listTableIs(tables.extCommIp6Lists());
+  listTableIs(tables.largeCommLists());
+  listTableIs(tables.commLists());
 }
 
 void ListPublisher::pathIs(std::string_view key, PathLists lists) { state_->pathIs(key, std::move(lists)); }

@@ -33,6 +33,7 @@
 #include <memory>
 
 #include "Store/StoreManager.h"
+#include "VelBgp/Forward.h"
 #include "VelBgp/PathLists.h"
 #include "VelBgp/VelBgpCommunityList.h"
 
@@ -60,6 +61,8 @@ class VELBGP_EXPORT ListPublisher {
   void listTableIs(const ExtCommIp6ListDedupTable* table);
   void listTableIs(const LargeCommListDedupTable* table);
   void listTableIs(const CommListDedupTable* table);
+  // All four of them.
+  void tablesAre(const CommunityTables& tables);
 
   // Publishes a path under a key of up to 255 octets, in place of what was there, also one without any list. Asserts
   // that its lists are in attached tables. Throws std::length_error for a longer key.
