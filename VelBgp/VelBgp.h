@@ -22,5 +22,6 @@
 #include "VelBgp/Parse/ExtCommTunnelEncap.h"
 #include "VelBgp/Parse/ExtCommVrfRouteImport.h"
 #include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/TableView.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "VelBgp/VelBgpSerialize.h"
