@@ -17,6 +17,7 @@ class DedupHashTable;
 class DedupHandleLifeTimeNotifier;
 class DedupLifeTimeNotifiee;
 class DumpContext;
+struct DedupMetrics;
 }  // namespace Keel
 
 namespace Acl {
@@ -82,6 +83,8 @@ class RtExtCommClassificationList;
 enum class MatchMode : std::uint8_t;
 template <typename List>
 class EditList;
+template <typename T>
+struct Interned;
 
 // Their communities as maps (CommListSnapshot.h).
 class CommListSnapshot;

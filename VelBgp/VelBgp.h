@@ -25,6 +25,7 @@
 #include "VelBgp/Parse/ExtCommVrfRouteImport.h"
 #include "VelBgp/ReceivedAttributes.h"
 #include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/TableView.h"
 #include "VelBgp/TypedComm.h"
 #include "VelBgp/ValueText.h"
 #include "VelBgp/VelBgpCommunityList.h"

@@ -100,8 +100,8 @@ void readUpdate(Octets message, std::string_view peer, AdjRibIn& rib) {
   while (walk.next()) {
     const PathAttribute& attribute = walk.attribute();
     if (received.attributeIs(attribute)) continue;
-    if (attribute.code == mpReachNlri) reached = unicast(attribute.value, true, family);
-    if (attribute.code == mpUnreachNlri) {
+    if (attribute.code == static_cast<int>(BgpPathAttrType::mpReachNlri)) reached = unicast(attribute.value, true, family);
+    if (attribute.code == static_cast<int>(BgpPathAttrType::mpUnreachNlri)) {
       char lost = 4;
       const Octets field = unicast(attribute.value, false, lost);
       forEachPrefix(field, peer, lost, gone);

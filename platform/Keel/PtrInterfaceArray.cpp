@@ -24,6 +24,11 @@ void deleteRefBlock(RefBlock* block) noexcept {
   std::free(block);
 }
 
+std::size_t memoryOctetsOf(const RefBlock& block) noexcept {
+  const std::size_t octets = refBlockOctets(block.count);
+  return octets <= SlabHeap::maxOctets ? SlabHeap::octetsOf(&block) : octets;
+}
+
 // An object that goes takes its own memory and its place in its table: both are on their way here some objects before.
 void releaseRefs(const SlabRef* refs, std::uint32_t count) noexcept {
   constexpr std::uint32_t ahead = 4;

@@ -32,6 +32,8 @@ constexpr std::size_t refBlockOctets(std::uint32_t count) noexcept {
   return sizeof(std::uint32_t) + count * sizeof(SlabRef);
 }
 VELBGP_EXPORT RefBlock* newRefBlock(std::uint32_t count);
+// What such a block takes.
+VELBGP_EXPORT std::size_t memoryOctetsOf(const RefBlock& block) noexcept;
 // All references 0, so that a half-filled array can be destroyed.
 VELBGP_EXPORT void clearRefBlock(RefBlock* block, std::uint32_t count) noexcept;
 VELBGP_EXPORT void deleteRefBlock(RefBlock* block) noexcept;
@@ -152,7 +154,7 @@ class PtrInterfaceArray {
 
   // What it takes besides its word and its owner's room.
   std::size_t blockOctets() const noexcept {
-    return isBlock() && (word_ & ownersBit) == 0 ? detail::refBlockOctets(block()->count) : 0;
+    return isBlock() && (word_ & ownersBit) == 0 ? detail::memoryOctetsOf(*block()) : 0;
   }
 
   bool empty() const noexcept { return word_ == emptyWord; }

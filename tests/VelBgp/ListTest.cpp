@@ -186,6 +186,32 @@ TEST_F(ListTest, Contents) {
   EXPECT_EQ(testing::PrintToString(content), "[ 0x030b000000000064 0x0002fde800000064 ]");
 }
 
+// Of either form, and of IPv6 communities; a classification list's alone too.
+TEST_F(ListTest, ContentsTakeWholeLists) {
+  const auto list = intern({target, color}), more = intern({color, valid});
+  const auto targets = list->classificationList(extCommClassificationRouteTarget);
+  ExtCommListContent objects;
+  ExtCommListContentU64 values(comms.get());
+  ExtCommClassificationListContent part(extCommClassificationRouteTarget);
+  const auto append = [&](const auto* appended) {
+    objects.append(appended);
+    values.append(appended);
+  };
+  append(more.get());
+  append(targets.get());
+  EXPECT_EQ(ExtCommList::dedupContent(extended.get(), objects), intern({target, color, valid}));
+  EXPECT_EQ(ExtCommList::dedupContent(extended.get(), values), intern({target, color, valid}));
+  part.append(targets.get());
+  EXPECT_EQ(ExtCommClassificationList::dedupContent(extended.get(), part), targets);
+  const auto ofIp6 = internIp6({ip6(0x00, 0x02, "::1", 1), ip6(0x40, 0x03, "::2", 2)});
+  ExtCommIp6ListContent contents(ip6Comms.get());
+  contents.commIs(ip6(0x00, 0x02, "::1", 1));
+  contents.append(ofIp6.get());
+  EXPECT_EQ(ExtCommIp6List::dedupContent(extendedIp6.get(), contents), ofIp6);
+  EXPECT_THROW(append(static_cast<const ExtCommList*>(nullptr)), Tyr::NullArgumentException);
+  EXPECT_THROW(contents.append(nullptr), Tyr::NullArgumentException);
+}
+
 // Whatever the caller set on the stream neither shows in the texts nor changes.
 TEST_F(ListTest, ListsPrintWhole) {
   const ExtCommList::PtrConst list = intern({target});
