@@ -101,13 +101,12 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   static bool serializable(const ExtComm::PtrConst& comm, Serialization s) { return serializable(*comm, s); }
   // Deliberate: link bandwidth and origin validation state count once each, however many the list holds.
   std::uint32_t serializableCommunities(Serialization s) const;
-  // For who needs the announced length as it always was; what an agent sends is written by AttributeWriter
-  // (VelBgp/AttributeWriter.h), whose length is that of what it carries and which refuses what is too long.
   // An EXTENDED COMMUNITIES attribute (RFC 4360), header included; empty when there is nothing to send. Deliberate: the
   // announced length comes from serializableCommunities(), while every serializable community is written, so under a
   // filter the two disagree for a list with two link bandwidths or validation states. Of link bandwidths prune() leaves
   // one; it keeps all validation states, which only `all`, or one of them a list, announces right. Asserts that the
-  // value fits in 65,535 octets.
+  // value fits in 65,535 octets. What an agent sends is written by AttributeWriter (VelBgp/AttributeWriter.h), which
+  // announces what it carries and refuses what is too long.
   std::string serialize(Serialization s) const;
 
   // The interned list without its prunable communities: this one if there are none, null if nothing is left.
