@@ -2,8 +2,8 @@
 //
 //   const AttributeWriter attribute(list, ExtCommList::serialization(false, true, false));
 //   if (!attribute.fits()) ...                          // more than 65,535 octets of communities: say so, or send less
-//   if (attribute.size() > room.size()) ...             // the next UPDATE
-//   attribute.write(room);                              // or attribute.appendTo(string), or *attribute.str()
+//   if (attribute.size() > room.size()) ...             // it goes into the next UPDATE
+//   if (!attribute.write(room)) ...                     // or attribute.appendTo(string), or attribute.str()
 //
 // Header and length always are those of the communities that follow, ascending by value, and where no community is to be
 // sent there is no attribute: size 0. Also of lists that were read from a store, and of IPv6 lists that were never
@@ -16,8 +16,8 @@
 // and validation states are among extended communities alone.
 //
 // Costs: one allocation where a string is made, a look at each community to write it and, under a filter that does not
-// take all of them, one more to count. Ownership: a writer points at its list, which must outlive it. Threads: as for
-// the list. Sizes are in octets.
+// take all of them, one more to count. Ownership: a writer points at its list, which must outlive it and, if it is an
+// IPv6 list that was never interned, not change meanwhile. Threads: as for the list. Sizes are in octets.
 #pragma once
 
 #include <cstddef>

@@ -193,7 +193,8 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   const ClassificationLists& classificationLists() const noexcept { return classificationLists_; }
 
   // An IPV6 ADDRESS SPECIFIC EXTENDED COMMUNITIES attribute, header included; empty when there is nothing to send.
-  // Asserts that the value fits in 65,535 octets.
+  // Asserts that the value fits in 65,535 octets. What an agent sends is written by AttributeWriter
+  // (VelBgp/AttributeWriter.h), which refuses what is too long, and counts the transitive ones of any list.
   std::string serialize(bool sendNonTransExtComms) const;
   // The communities' policy texts, a blank behind each.
   std::string commsStringForm() const;

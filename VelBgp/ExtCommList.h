@@ -108,7 +108,8 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   // announced length comes from serializableCommunities(), while every serializable community is written, so under a
   // filter the two disagree for a list with two link bandwidths or validation states. Of link bandwidths prune() leaves
   // one; it keeps all validation states, which only `all`, or one of them a list, announces right. Asserts that the
-  // value fits in 65,535 octets.
+  // value fits in 65,535 octets. What an agent sends is written by AttributeWriter (VelBgp/AttributeWriter.h), which
+  // announces what it carries and refuses what is too long.
   std::string serialize(Serialization s) const;
 
   // The interned list without its prunable communities: this one if there are none, null if nothing is left.

@@ -118,7 +118,8 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   }
 
   // The path attribute, header included; of an empty list the bare header with length 0, which a caller does not send.
-  // Asserts that the value fits in 65,535 octets.
+  // Asserts that the value fits in 65,535 octets. What an agent sends is written by AttributeWriter
+  // (VelBgp/AttributeWriter.h), which gives nothing for an empty list and refuses what is too long.
   std::string serialize() const;
 
   // Writes the list as a record.

@@ -1,4 +1,5 @@
-// Writing path attributes: an octet buffer, and the header in front of a value.
+// Writing path attributes of any kind: an octet buffer, and the header in front of a value. The attributes of lists of
+// communities are written by VelBgp/AttributeWriter.h.
 //
 //   SerializePathAttribute attribute(BgpPathAttrType::extCommunity, BgpPathAttrFlag::optionalTransitive, 8 * n);
 //   for (...) attribute.addU64hton(value);

@@ -1,6 +1,7 @@
 // Any octets as a block of path attributes: walked to their end, judged, interned, and what is written of the lists
 // under every filter is walked again.
 #include "VelBgp/AttributeWriter.h"
+#include "VelBgp/CommunityTables.h"
 #include "VelBgp/PathLists.h"
 #include "VelBgp/ReceivedAttributes.h"
 #include "fuzz/Agent.h"
