@@ -71,10 +71,16 @@ struct Exactly {
   operator const Same&() const noexcept;
 };
 
+template <typename Cases, typename... Classes>
+constexpr bool takesEach(std::type_identity<std::tuple<Classes...>>) {
+  return (std::is_invocable_v<Cases&, Exactly<Classes>> && ...);
+}
+template <typename... Cases>
+concept CasesOfAllClasses = takesEach<Overloads<std::decay_t<Cases>...>>(std::type_identity<ExtCommClasses>());
+
 template <std::size_t place, typename Cases>
 decltype(auto) visitFrom(const ExtComm& comm, Cases& cases) {
   using Class = std::tuple_element_t<place, ExtCommClasses>;
-  static_assert(std::is_invocable_v<Cases&, Exactly<Class>>, "visit() lacks the case of a class: see Exactly<Class>");
   if constexpr (place + 1 == std::tuple_size_v<ExtCommClasses>) {
     return cases(comm);
   } else {
@@ -89,6 +95,7 @@ decltype(auto) visitFrom(const ExtComm& comm, Cases& cases) {
 // ExtCommClasses, each taking that class by reference to const, and all give the same type; a class of others comes as
 // the nearest of its bases.
 template <typename... Cases>
+requires visiting::CasesOfAllClasses<Cases...>
 decltype(auto) visit(const ExtComm& comm, Cases&&... cases) {
   visiting::Overloads overloads{std::forward<Cases>(cases)...};
   return visiting::visitFrom<0>(comm, overloads);

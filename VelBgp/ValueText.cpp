@@ -111,7 +111,7 @@ constexpr std::string_view bare(std::string_view label) { return label.substr(0,
 constexpr std::uint8_t target = extCommPktSubtypeTransTwoOctetAsRouteTarget;
 constexpr std::uint8_t origin = extCommPktSubtypeTransTwoOctetAsRouteOrigin;
 constexpr std::uint8_t source = extCommPktSubtypeTransTwoOctetAsSourceAs;
-constexpr std::uint8_t import = extCommPktSubtypeTransIpv4AddressVrfRouteImport;
+constexpr std::uint8_t vrfImport = extCommPktSubtypeTransIpv4AddressVrfRouteImport;
 
 constexpr Label labels[] = {
     {"rt", Form::administrator, target, any},
@@ -139,11 +139,11 @@ constexpr Label labels[] = {
     {bare(ExtCommSourceAs::labels.twoOctetAs.ui), Form::administrator, source, as2},
     {bare(ExtCommSourceAs::labels.fourOctetAs.ui), Form::administrator, source, as4},
     {"source-as2", Form::administrator, source, as2},
-    {bare(ExtCommVrfRouteImportIpv4Address::labels.classificationOnly), Form::administrator, import, anyAddress},
-    {bare(ExtCommVrfRouteImportIpv4Address::labels.ipv4Address.ui), Form::administrator, import, anyAddress},
-    {"rt-import", Form::administrator, import, anyAddress},
-    {"vrf-route-import-ipv4", Form::administrator, import, ip4},
-    {"vrf-route-import-ipv6", Form::administrator, import, ip6},
+    {bare(ExtCommVrfRouteImportIpv4Address::labels.classificationOnly), Form::administrator, vrfImport, anyAddress},
+    {bare(ExtCommVrfRouteImportIpv4Address::labels.ipv4Address.ui), Form::administrator, vrfImport, anyAddress},
+    {"rt-import", Form::administrator, vrfImport, anyAddress},
+    {"vrf-route-import-ipv4", Form::administrator, vrfImport, ip4},
+    {"vrf-route-import-ipv6", Form::administrator, vrfImport, ip6},
     {"color", Form::color},
     {"encap", Form::tunnel},
     {"tunnel-encap", Form::tunnel},

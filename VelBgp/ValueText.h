@@ -8,36 +8,37 @@
 // What is read. Blanks are spaces and tabs; outer ones, also a carriage return, fall away. Anything else outside
 // printable ASCII is an error. Numbers are digits, leading zeros are fine, there is no sign.
 //
-//   Hex         "0x" and 8, 16, 24 or 40 hex digits of either case: standard, extended, large, extendedIp6.
-//   Standard    A:B, two 16-bit numbers; the well-known names, the seven that are printed and IANA's, in any case.
-//   Large       A:B:C, three 32-bit numbers; A also as asdot (H.L).
-//   Labels      in any case, "-" and "_" alike, then ":" or blanks, then a value without blanks inside:
-//                 rt, route-target, target         ADMINISTRATOR:NUMBER
-//                 soo, ro, origin, route-origin, site-of-origin
-//                 sas, src-as                      AS:NUMBER
-//                 vri, vrf-route-import, rt-import ADDRESS:NUMBER
-//                 color                            N, or CO:N with CO two binary digits, also CO(01):N
-//                 encap                            a TunnelType with or without "tunnelType", or a number
-//                 ovs                              valid, not-found, invalid
-//                 lbw, lb, bandwidth, link-bandwidth    AS:BANDWIDTH (Multipath/LinkBandwidth.h), blanks before the unit
-//                                                  and before the weight
-//                 default-gateway                  and nothing behind it
-//               and the labels that are printed (Route-Target-AS4:), or that draft-marenamat-idr-bgp-attribute-formatting
-//               names (route-target-as2, -as4, -ipv4, -ipv6 and so on): these say the encoding and refuse any other.
-//   Administrators   an AS up to 65535 in decimal is the two-octet form, with a number up to 4294967295; a larger one, H.L
-//               (0.100 too) and 65000L the four-octet form, with a number up to 65535; a dotted quad without leading zeros
-//               the IPv4 form, with the same; [IPv6]:N, or IPv6 with ":N" behind its last colon, an
-//               IPv6-address-specific community.
-//   Printed     type prefixes (0008-AS:1:2, 0300:0x00 ..., ...-IP6:, "(NT)" for the 0x40 bit), "DefaultGateway",
-//               "tunnelType..."; debugging forms exactly as printed.
+//   Hex       "0x" and 8, 16, 24 or 40 hex digits of either case: standard, extended, large, extendedIp6.
+//   Standard  A:B, two 16-bit numbers; the well-known names, the seven that are printed and IANA's, in any case.
+//   Large     A:B:C, three 32-bit numbers; A also as asdot (H.L).
+//   Labels    in any case, "-" and "_" alike, then ":" or blanks, then a value without blanks inside:
+//               rt, route-target, target                       ADMINISTRATOR:NUMBER
+//               soo, ro, origin, route-origin, site-of-origin  ADMINISTRATOR:NUMBER
+//               sas, src-as                                    AS:NUMBER
+//               vri, vrf-route-import, rt-import               ADDRESS:NUMBER
+//               color                                          N; CO:N or CO(01):N with two binary digits
+//               encap                                          a TunnelType, "tunnelType" left out or not; a number
+//               ovs                                            valid, not-found, invalid
+//               lbw, lb, bandwidth, link-bandwidth             AS:BANDWIDTH (Multipath/LinkBandwidth.h), with blanks
+//                                                              before its unit and its weight
+//               default-gateway                                nothing
+//             and the labels that are printed (Route-Target-AS4:) or that draft-marenamat-idr-bgp-attribute-formatting
+//             names (route-target-as2, -as4, -ipv4, -ipv6 and so on): these say the encoding and refuse any other.
+//   Administrators   an AS up to 65535 in decimal is the two-octet form, with a number up to 4294967295; a larger one,
+//             H.L (0.100 too) and 65000L the four-octet form, with a number up to 65535; a dotted quad without leading
+//             zeros the IPv4 form, with the same; [IPv6]:N, or IPv6 with ":N" behind its last colon, an
+//             IPv6-address-specific community.
+//   Printed   type prefixes (0008-AS:1:2, 0300:0x00 ..., ...-IP6:, "(NT)" for the 0x40 bit), "DefaultGateway",
+//             "tunnelType..."; debugging forms exactly as printed.
 //
 // Without a label nothing else is read: "192.0.2.1:5" is an error that names its readings. Bits that a text does not
 // show are zero; a text that drops a number that counts ("Origin-Validation-State:unknown") is an error. No text gives
-// another value in silence: what is read prints again, in the same form, as what was read.
+// another value in silence: where a printed one drops bits, the value that is read prints the same.
 //
-// What gives its value again: hex, debugging forms, the show commands' forms (of bandwidths the weighted one), the texts of
-// policy that have a label, and those of standard and large communities; but for the bits that a text does not show, and
-// but for an AS up to 65535 in the four-octet form behind "RT:", "SoO:" and "SAS:", which reads as the two-octet form.
+// What gives its value again: hex, debugging forms, the show commands' forms (of bandwidths the weighted one), the
+// texts of policy that have a label, and those of standard and large communities; but for the bits that a text does not
+// show, and for an AS up to 65535 in the four-octet form behind "RT:", "SoO:" and "SAS:", which reads as the two-octet
+// form.
 //
 // Errors are results, never exceptions, and take time linear in the text. Reading allocates only for errors, for
 // debugging forms and for results of several values. No locale takes part. Ownership: results are plain values; a

@@ -12,10 +12,10 @@
 // plain texts agree may differ here: "1 Gbps (weight 125000000)". A bandwidth that is not valid takes no part in the
 // balancing: "0 bps (no weight)".
 //
-// These texts are read back, and what people type: a decimal number, perhaps with a fraction and an exponent, blanks, and
-// one of the units (as above, or all in small letters); octets per second without a unit. What is read is the nearest
-// float, a tie to the even one. A weight behind it decides, and has to agree with the number: the number as it is shown
-// for the weight, or a number that reads as the same float. The plain texts round, the weighted ones give the float again.
+// These texts are read back, and what people type: a decimal number, perhaps with a fraction and an exponent, blanks,
+// and one of the units (as above, or all in small letters); octets per second without a unit. What is read is the
+// nearest float, a tie to the even one. A weight behind it decides, and has to agree with the number: the number as it
+// is shown for the weight, or one that reads as the same float. Plain texts round, weighted ones give the float again.
 //
 // A value type: owns nothing, no exceptions, as safe between threads as a float.
 #pragma once

@@ -386,15 +386,24 @@ TEST(MakeValue, GivesWhatTheTextSays) {
 }
 
 // Each class has a case of its own: what they give is compared with the object's own name.
-std::string classOf(const ExtComm& comm) {
 #define CASE(Class) [](const Class&) { return std::string("Routing::Bgp::" #Class); }
-  return visit(comm, CASE(ExtCommRouteTargetAs), CASE(ExtCommRouteTargetIpv4Address), CASE(ExtCommRouteOriginAs),
-               CASE(ExtCommRouteOriginIpv4Address), CASE(ExtCommSourceAs), CASE(ExtCommVrfRouteImportIpv4Address),
-               CASE(ExtCommLinkBandwidth), CASE(ExtCommColor), CASE(ExtCommTunnelEncap), CASE(ExtCommDefaultGateway),
-               CASE(ExtCommOriginValidationState), CASE(ExtCommAsNumber), CASE(ExtCommIpv4Address),
-               CASE(ExtCommSubtyped), CASE(ExtComm));
-#undef CASE
+#define CASES_BUT_OF_ORIGINS                                                                     \
+  CASE(ExtCommRouteTargetAs), CASE(ExtCommRouteTargetIpv4Address), CASE(ExtCommSourceAs),        \
+      CASE(ExtCommVrfRouteImportIpv4Address), CASE(ExtCommLinkBandwidth), CASE(ExtCommColor),    \
+      CASE(ExtCommTunnelEncap), CASE(ExtCommDefaultGateway), CASE(ExtCommOriginValidationState), \
+      CASE(ExtCommAsNumber), CASE(ExtCommIpv4Address), CASE(ExtCommSubtyped), CASE(ExtComm)
+std::string classOf(const ExtComm& comm) {
+  return visit(comm, CASES_BUT_OF_ORIGINS, CASE(ExtCommRouteOriginAs), CASE(ExtCommRouteOriginIpv4Address));
 }
+// One class without a case, whose bases have theirs.
+template <typename... Cases>
+constexpr bool visits(const Cases&...) {
+  return visiting::CasesOfAllClasses<Cases...>;
+}
+static_assert(visits(CASES_BUT_OF_ORIGINS, CASE(ExtCommRouteOriginAs), CASE(ExtCommRouteOriginIpv4Address)));
+static_assert(!visits(CASES_BUT_OF_ORIGINS, CASE(ExtCommRouteOriginAs)));
+#undef CASES_BUT_OF_ORIGINS
+#undef CASE
 
 TEST(TypedComm, EveryCommunityComesAsItsClass) {
   const Agent agent;
