@@ -19,13 +19,13 @@ ROWS = {
     "VelBgp": PLATFORM | {"Tyr", "BgpCommon"},
     "show": {"Keel", "Tyr", "VelBgp"},
     "tools/velbgp": LIBRARY,
-    "bench": LIBRARY,
+    "bench": LIBRARY | {"examples"},
     "examples": LIBRARY,
     "tests": LIBRARY | {"tools", "bench", "fuzz"},
     "fuzz": LIBRARY | {"tools", "tests"},
 }
 # Programs that are never installed may write their own includes from their own folder.
-OWN_ROOTS = {"tests": ("tests/",), "fuzz": ("fuzz/", "tests/"), "bench": ("bench/",)}
+OWN_ROOTS = {"examples": ("examples/",), "tests": ("tests/",), "fuzz": ("fuzz/", "tests/"), "bench": ("bench/",)}
 # Folders that see what users see: no XImpl.h.
 OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 # Units of VelBgp/, lowest first. Units that match one pattern are side by side and do not include each other.
