@@ -41,6 +41,9 @@ class VELBGP_EXPORT ExtCommListBase : public Keel::DedupHandleBase {
     return ExtCommVectorLookup(commVectorSorted(), comms_.range(), value);
   }
 
+  // "[ ", the communities with a blank between, " ]".
+  std::string toStrep() const { return stringify(static_cast<const List*>(this)); }
+
   // A stored octet above the flags is thrown as the flag set's range error.
   // A template, so that programs instantiate it themselves: GCC hides the library's instance.
   template <typename Owner = List>

@@ -182,7 +182,7 @@ VELBGP_EXPORT bool matchExtCommList(const ExtCommList* list, MatchMode matchMode
 VELBGP_EXPORT bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex);
 
 // The elements, a blank between them.
-VELBGP_EXPORT std::ostream& join(std::ostream& stream, const ExtCommRange& vector);
+VELBGP_EXPORT std::ostream& join(std::ostream& stream, const ExtCommRange& vector);  // others: VelBgp/ListText.h
 
 // "[ ", the communities, " ]"; "NULL" for a null list. The stream's formatting state is left as it was.
 VELBGP_EXPORT std::ostream& formatCommList(std::ostream& stream, const ExtCommList* list);

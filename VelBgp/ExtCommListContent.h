@@ -36,6 +36,8 @@ class VELBGP_EXPORT ExtCommContentBase : public CommContentBase {
  public:
   // Sorts, drops repeats (both once only) and returns the hash.
   virtual std::uint32_t sortAndHash() const = 0;
+  // The same by the name that it has in all contents.
+  void sortAndUnique() const { sortAndHash(); }
   // As sortAndHash() left it.
   std::uint32_t hash() const override { return hash_; }
 

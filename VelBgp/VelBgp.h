@@ -13,6 +13,7 @@
 #include "VelBgp/ExtCommIp6DedupTable.h"
 #include "VelBgp/ExtCommIp6List.h"
 #include "VelBgp/ListPublisher.h"
+#include "VelBgp/ListText.h"
 #include "VelBgp/MakeValue.h"
 #include "VelBgp/Parse/ExtCommColor.h"
 #include "VelBgp/Parse/ExtCommDefaultGateway.h"
@@ -30,3 +31,4 @@
 #include "VelBgp/ValueText.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "VelBgp/VelBgpSerialize.h"
+#include "VelBgp/Version.h"

@@ -14,8 +14,13 @@
 
 #include <atomic>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <boost/version.hpp>
 #include <cstdint>
 #include <utility>
+
+#if BOOST_VERSION < 108100
+#error "VelBgp needs the headers of Boost 1.81 or later (Debian: libboost1.81-dev), and older ones were found first"
+#endif
 
 #include "Tyr/Export.h"
 #include "Tyr/Forward.h"

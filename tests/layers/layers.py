@@ -30,12 +30,12 @@ OWN_ROOTS = {"examples": ("examples/",), "tests": ("tests/",), "fuzz": ("fuzz/",
 OUTSIDE = ("show", "tools/velbgp", "bench", "examples")
 # Units of VelBgp/, lowest first. Units that match one pattern are side by side and do not include each other.
 ORDER = (
-    "Forward", "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
+    "Version", "Forward", "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
     "Stash", "InternedExtComm",
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
-    "PathLists", "CommunityTables", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
+    "PathLists", "CommunityTables", "ListText", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
     "EditList", "CommListSnapshot", "ListPublisher", "VelBgp",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.

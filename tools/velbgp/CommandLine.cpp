@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 
+#include "VelBgp/Version.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Text.h"
