@@ -24,6 +24,15 @@ struct SlotHash {
 template <typename Value>
 using BySlot = boost::unordered_flat_map<Slot, Value, SlotHash>;
 
+// Makes room for as many more, so that putting them there needs no memory. A table that lost entries may have less room
+// than its size says, and only grows when it is asked for another size.
+template <typename Table>
+void roomFor(Table& table, std::size_t more) {
+  if (table.size() + more <= table.max_load()) return;
+  table.reserve(table.size() + more);
+  if (table.size() + more > table.max_load()) table.rehash(table.bucket_count() + 1);
+}
+
 // Such a map in parts, each of which grows by itself: whoever puts something into it waits for the growth of a part at
 // most. No part needs memory for what is put there after reserveFor().
 template <typename Value>
@@ -43,7 +52,7 @@ class BySlotInParts {
   bool empty() const noexcept { return std::all_of(parts_.begin(), parts_.end(), std::mem_fn(&Part::empty)); }
 
   void reserveFor(const BySlotInParts& other) {
-    for (std::size_t i = 0; i < parts_.size(); ++i) parts_[i].reserve(parts_[i].size() + other.parts_[i].size());
+    for (std::size_t i = 0; i < parts_.size(); ++i) roomFor(parts_[i], other.parts_[i].size());
   }
   // Takes what the other has.
   void append(BySlotInParts& other) noexcept {
@@ -189,9 +198,6 @@ class ByKeyInParts {
 
   static std::size_t numberOf(std::string_view key) noexcept { return TextHash()(key) >> 24; }
   const Part& partOf(std::string_view key) const noexcept { return parts_[numberOf(key)]; }
-  static void roomFor(Part& part, std::size_t more) {
-    if (part.size() + more > part.max_load()) part.reserve(std::max(part.size() + more, 2 * part.size()));
-  }
 
   Parts parts_;
 };
