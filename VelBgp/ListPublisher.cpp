@@ -32,10 +32,10 @@ class ListPublisher::State {
     }
     wake_.notify_all();
     thread_.join();
-    std::map<std::string, PathLists, std::less<>> held;
+    ByKeyInParts<PathLists> held;
     const std::lock_guard lock(mutex_);
     closed_ = true;
-    held.swap(held_);  // goes after the lock: lists that go are noted
+    std::swap(held, held_);  // goes after the lock: lists that go are noted
     *notes_ = Notes();
     *taken_ = Notes();
     unwritten_ = Notes();
@@ -81,26 +81,25 @@ class ListPublisher::State {
 
   void pathIs(std::string_view key, PathLists lists) {
     if (key.size() > Store::maxKeyOctets) throw std::length_error("a path's key has at most 255 octets");
-    NotesOfPaths note;
-    std::optional<SlotsOfPath>& slots = note[std::string(key)];
-    PathLists before;  // goes after the lock, as lists that go are noted
+    auto note = Keyed<PathNote>::make(key);
+    auto path = Keyed<PathLists>::make(key, std::move(lists));  // goes after the lock, as lists that go are noted
     const std::lock_guard lock(mutex_);
-    slots = slotsOf(lists);
-    PathLists& held = held_[note.begin()->first];  // the last thing that may throw
-    before = std::exchange(held, std::move(lists));
-    append(notes_->paths, note);
+    note->value().slots = slotsOf(path->value());
+    notes_->paths.reserveFor(key);
+    held_.reserveFor(key);  // the last thing that may throw
+    path = held_.put(std::move(path));
+    notes_->paths.put(std::move(note));
     ++noted_;
   }
   bool pathDel(std::string_view key) {
-    NotesOfPaths note;
-    note[std::string(key)] = std::nullopt;
-    PathLists before;
+    if (key.size() > Store::maxKeyOctets) return false;
+    auto note = Keyed<PathNote>::make(key, {.gone = true});
+    Keyed<PathLists>::Ptr path;  // as above
     const std::lock_guard lock(mutex_);
-    const auto held = held_.find(key);
-    if (held == held_.end()) return false;
-    before = std::move(held->second);
-    held_.erase(held);
-    append(notes_->paths, note);
+    if (!held_.contains(key)) return false;
+    notes_->paths.reserveFor(key);
+    path = held_.take(key);
+    notes_->paths.put(std::move(note));
     ++noted_;
     return true;
   }
@@ -206,7 +205,7 @@ class ListPublisher::State {
   // Under the mutex.
   std::unique_ptr<Notes> notes_ = std::make_unique<Notes>();
   ByAttribute<std::size_t> known_ = {};
-  std::map<std::string, PathLists, std::less<>> held_;
+  ByKeyInParts<PathLists> held_;
   ByAttribute<const Keel::DedupHashTable*> tables_ = {};
   std::uint64_t noted_ = 1;      // changes so far; the first is that the store becomes ours
   std::uint64_t committed_ = 0;  // how many of them are in the store

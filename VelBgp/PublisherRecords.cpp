@@ -138,12 +138,12 @@ class AttributeChange {
 
 using References = ByAttribute<Store::Reference>;
 
-void changePath(Store::WriteBatch& batch, const std::string& key, const std::optional<SlotsOfPath>& slots,
+void changePath(Store::WriteBatch& batch, std::string_view key, const PathNote& note,
                 const std::deque<AttributeChange>& changes) {
-  if (!slots) return batch.keyDel(stashedPathSpace, octetsOf(key));
+  if (note.gone) return batch.keyDel(stashedPathSpace, octetsOf(key));
   References references;
   for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
-    references[attribute] = changes[attribute].reference((*slots)[attribute]);
+    references[attribute] = changes[attribute].reference(note.slots[attribute]);
   }
   batch.keyIs(stashedPathSpace, octetsOf(key), plainImage(references));
 }
@@ -160,7 +160,7 @@ void Records::commit(const Notes& notes) {
         .apply(notes.lists[attribute]);
   }
   if (cleared_) pathsLoseLists(batch, notes);
-  for (const auto& [key, slots] : notes.paths) changePath(batch, key, slots, changes);
+  notes.paths.forEach([&](const Keyed<PathNote>& path) { changePath(batch, path.key(), path.value(), changes); });
   batch.commit();
   cleared_ = true;
   for (AttributeChange& change : changes) change.settle();

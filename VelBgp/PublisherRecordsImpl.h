@@ -5,20 +5,12 @@
 
 namespace Routing::Bgp::detail {
 
-struct ImageHash {
-  std::size_t operator()(const std::string& image) const noexcept {
-    Keel::HashMix mix;
-    for (const char c : image) mix.mixBytes1(static_cast<std::uint8_t>(c));
-    return mix.value();
-  }
-};
-
 // The record of a community, and how many lists refer to it.
 struct SharedRecord {
   Store::Reference reference;
   std::uint64_t users = 0;
 };
-using Communities = boost::unordered_flat_map<std::string, SharedRecord, ImageHash>;
+using Communities = boost::unordered_flat_map<std::string, SharedRecord, TextHash>;
 
 // The records of one attribute, as of the last commit.
 struct AttributeRecords {

@@ -22,9 +22,10 @@ struct Scale {
   std::size_t operations = 200000;  // of each thread
   std::size_t window = 1000;        // lists that a thread has before it lets them go
   std::size_t million = 1000000;
+  std::size_t paths = 600000;
   double leastTime = 20e6;  // ns
 
-  static constexpr Scale quick() { return {2000, 4000, 4096, 4000, 100, 20000, 0}; }
+  static constexpr Scale quick() { return {2000, 4000, 4096, 4000, 100, 20000, 6000, 0}; }
 };
 inline Scale scale;
 

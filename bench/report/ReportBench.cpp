@@ -7,11 +7,14 @@
 // A hit is intern and release of that reference over a Zipf stream of lists that are held; a miss is intern of lists that
 // are all new plus the release of all. On several threads a miss is intern and release of values of the thread's own.
 // Everybody interns the same lists and is checked before anybody is timed.
+#include <malloc.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <functional>
 #include <map>
+#include <random>
 #include <thread>
 #include <unordered_set>
 
@@ -333,6 +336,65 @@ class FullRehash final : public Job {
   Value (*const value_)(std::uint32_t);
 };
 
+// Paths of a RIB, in the order of their keys or in another, noted before one flush or with one after each 10,000.
+class PublishPaths final : public Job {
+ public:
+  PublishPaths(const char* name, bool sorted, std::size_t flushEach)
+      : Job({{"publishing 600,000 paths", name, 0, "ms", "sorted", {Target::ratioAtMost, 1.2}},
+             {"heap of a published path, at rest", name, 0, "octets", "", {Target::medianAtMost, 100}},
+             {"heap of a published path, most", name, 0, "octets", "", {Target::medianAtMost, 200}}}),
+        sorted_(sorted),
+        flushEach_(flushEach) {}
+
+  bool takesPart(int round) const override { return round <= 5; }
+  void prepare() override {
+    keys_.resize(scale.paths);
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+      const std::size_t prefix = i / 2;
+      keys_[i] = std::to_string(1 + prefix / 65536 % 223) + "." + std::to_string(prefix / 256 % 256) + "." +
+                 std::to_string(prefix % 256) + ".0/24 from 192.0.2." + std::to_string(i % 2);
+    }
+    std::sort(keys_.begin(), keys_.end());
+    if (!sorted_) std::shuffle(keys_.begin(), keys_.end(), std::mt19937(17));
+    workload<std::uint32_t>(n, scale.lists);
+  }
+  std::vector<double> measure() override {
+    const auto& lists = workload<std::uint32_t>(n, scale.lists);
+    Published<VelBgpStandardLists> published;
+    Handles<VelBgpStandardLists> handles(lists.count());
+    internAll(published, lists, handles);
+    published.publisher().flush();
+    malloc_trim(0);
+    const std::size_t heap = heapOctets();
+    const std::size_t anonymous = anonymousOctets();
+    std::optional<AnonymousPeak> peak(std::in_place);
+    const double begin = processTime();
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+      published.publisher().pathIs(keys_[i], {.standard = handles[i * 7919 % handles.size()]});
+      if ((i + 1) % flushEach_ == 0) published.publisher().flush();
+    }
+    published.publisher().flush();
+    const double spent = processTime() - begin;
+    const std::size_t most = peak->octets();
+    peak.reset();
+    const auto each = [this](std::size_t octets) {
+      return static_cast<double>(octets) / static_cast<double>(keys_.size());
+    };
+    const std::size_t rest = heapOctets() - heap;
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+      expect(published.publisher().pathDel(keys_[i]), "a path is missing");
+    }
+    releaseAll(published, handles);
+    return {spent / 1e6, each(rest), each(most - anonymous)};
+  }
+
+ private:
+  static constexpr std::size_t n = 4;
+  const bool sorted_;
+  const std::size_t flushEach_;
+  std::vector<std::string> keys_;
+};
+
 // What threads do at the same time, an object for each measurement:
 //   static void prepare()         before the first
 //   void run(unsigned thread)     scale.operations of it
@@ -553,6 +615,12 @@ Jobs allJobs() {
 
   addWorstInsert<VelBgpStandardLists>(jobs, "standard lists", standard);
   addWorstInsert<VelBgpLists>(jobs, "extended lists", routeTarget);
+  const auto addPublishing = [&jobs](const char* name, bool sorted, std::size_t flushEach) {
+    jobs.push_back(std::make_unique<PublishPaths>(name, sorted, flushEach));
+  };
+  addPublishing("sorted", true, scale.paths);
+  addPublishing("RIB order", false, scale.paths);
+  addPublishing("RIB order, parts", false, 10000);
   return jobs;
 }
 

@@ -107,7 +107,7 @@ void Environment::writingIs(const Options& options) {
   ::mdb_env_set_flags(engine_.get(), MDB_NOSYNC, options.durability == Durability::processCrash);
 }
 
-void Environment::make(const std::string& path, const Changes& first, const Options& options) {
+void Environment::make(const std::string& path, Changes& first, const Options& options) {
   const std::string unfinished = dataFile(path) + ".new";
   const std::string readers = readersFile(unfinished);
   ::unlink(unfinished.c_str());
@@ -220,18 +220,17 @@ int Environment::lengthen() const {
 }
 
 int Environment::write(MDB_txn* transaction, const Changes& changes) const {
-  int code = changes.clear ? ::mdb_drop(transaction, tree_, 0) : 0;
-  for (auto at = changes.entries.begin(); code == 0 && at != changes.entries.end(); ++at) {
-    MDB_val key = engineValue(octetsOf(at->first));
-    if (at->second) {
-      MDB_val value = engineValue(*at->second);
-      code = ::mdb_put(transaction, tree_, &key, &value, 0);
-    } else {
-      code = ::mdb_del(transaction, tree_, &key, nullptr);
-      if (code == MDB_NOTFOUND) code = 0;
+  const int code = changes.clear() ? ::mdb_drop(transaction, tree_, 0) : 0;
+  if (code != 0) return code;
+  return changes.forEach([&](Octets name, const std::optional<Octets>& octets) {
+    MDB_val key = engineValue(name);
+    if (!octets) {
+      const int removed = ::mdb_del(transaction, tree_, &key, nullptr);
+      return removed == MDB_NOTFOUND ? 0 : removed;
     }
-  }
-  return code;
+    MDB_val value = engineValue(*octets);
+    return ::mdb_put(transaction, tree_, &key, &value, 0);
+  });
 }
 
 // The engine calls a write that the system cut short an input/output error.
@@ -249,7 +248,8 @@ int Environment::write(const Changes& changes) const {
 }
 
 // Where there is no room, a reader that died may hold some.
-void Environment::commit(const Changes& changes) const {
+void Environment::commit(Changes& changes) const {
+  changes.sort();
   int code = write(changes);
   if (isNoRoom(code)) {
     checkReaders();

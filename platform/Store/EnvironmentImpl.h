@@ -9,8 +9,8 @@
 
 #include <atomic>
 
+#include "Store/ChangesImpl.h"
 #include "Store/FilesImpl.h"
-#include "Store/LayoutImpl.h"
 
 namespace Routing::Store::detail {
 
@@ -19,7 +19,7 @@ class Environment {
   // That of this process, or a new one, which looks at the store's files first.
   static std::shared_ptr<Environment> open(const std::string& path, const Options& options, bool writing);
   // A new store's file.
-  static void make(const std::string& path, const Changes& first, const Options& options);
+  static void make(const std::string& path, Changes& first, const Options& options);
 
   Environment(std::string path, const std::string& file, const Options& options, bool writing);
 
@@ -37,7 +37,7 @@ class Environment {
   // Gives up the places of dead readers.
   void checkReaders() const;
   // All of them, or none and an exception.
-  void commit(const Changes& changes) const;
+  void commit(Changes& changes) const;
 
  private:
   friend class Snapshot;

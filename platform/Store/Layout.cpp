@@ -40,14 +40,6 @@ std::string withNumber(std::string key, Number number) {
   return key;
 }
 
-Bytes joined(Octets head, Octets rest) {
-  Bytes bytes;
-  bytes.reserve(head.size() + rest.size());
-  bytes.assign(head.begin(), head.end());
-  bytes.insert(bytes.end(), rest.begin(), rest.end());
-  return bytes;
-}
-
 }  // namespace
 
 std::string spaceKey(std::uint32_t space) { return withNumber("k", space); }
@@ -64,14 +56,18 @@ std::uint64_t numberOf(Octets recordKey) {
   return number;
 }
 
-Bytes keyValue(const std::string& key, Octets value) {
-  return joined(octetsOf(checksumOf(octetsOf(key), value)), value);
+Header headerOf(std::uint64_t identity, std::uint64_t anchorBound) {
+  Header header{identity, anchorBound, 0};
+  header.checksum = checksumOf(header);
+  return header;
 }
 
-Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload) {
+std::uint64_t keyHead(Octets key, Octets value) { return checksumOf(key, value); }
+
+RecordHead recordHead(std::uint32_t type, std::uint64_t anchor, Octets payload) {
   RecordHead head{anchor, 0, type, static_cast<std::uint32_t>(payload.size())};
   head.checksum = checksumOf(head, payload);
-  return joined(octetsOf(head), payload);
+  return head;
 }
 
 std::optional<Header> readHeader(Octets stored) {
@@ -99,12 +95,6 @@ std::optional<Record> readRecord(Octets stored) {
   const Octets payload = stored.subspan(sizeof(RecordHead));
   if (head->octets != payload.size() || head->checksum != checksumOf(*head, payload)) return std::nullopt;
   return Record{head->type, payload};
-}
-
-void Changes::headerIs(std::uint64_t identity, std::uint64_t anchorBound) {
-  Header header{identity, anchorBound, 0};
-  header.checksum = checksumOf(header);
-  entries[headerKey] = joined(octetsOf(header), {});
 }
 
 }  // namespace Routing::Store::detail

@@ -29,7 +29,6 @@
 
 #include <array>
 #include <cstring>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -68,8 +67,6 @@ struct RecordHead {
 };
 static_assert(sizeof(RecordHead) == 24);
 
-using Bytes = std::vector<std::uint8_t>;
-
 inline Octets octetsOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
@@ -94,20 +91,15 @@ inline const std::string recordPrefix = "r";
 std::string recordKey(std::uint64_t number);
 std::uint64_t numberOf(Octets recordKey);
 
-Bytes keyValue(const std::string& key, Octets value);
-Bytes recordValue(std::uint32_t type, std::uint64_t anchor, Octets payload);
+Header headerOf(std::uint64_t identity, std::uint64_t anchorBound);
+// What stands before the value of a key, and before the payload of a record.
+std::uint64_t keyHead(Octets key, Octets value);
+RecordHead recordHead(std::uint32_t type, std::uint64_t anchor, Octets payload);
 
 // What the stored octets hold; nothing if they are damaged.
 std::optional<Header> readHeader(Octets stored);
 std::optional<Octets> readKeyValue(Octets key, Octets stored);
 std::optional<RecordHead> readRecordHead(Octets stored);
 std::optional<Record> readRecord(Octets stored);
-
-// The changes of a batch: by entry, the new octets or that it goes, after all else has been dropped if `clear`.
-struct Changes {
-  bool clear = false;
-  std::map<std::string, std::optional<Bytes>> entries;
-  void headerIs(std::uint64_t identity, std::uint64_t anchorBound);
-};
 
 }  // namespace Routing::Store::detail

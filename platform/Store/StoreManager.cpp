@@ -135,7 +135,7 @@ void StoreManager::requireNotTooFarAhead() {
 
 // The commit stands whatever becomes of the view: one that cannot follow has ended, and says so when it is used.
 void StoreManager::commit(detail::Changes& changes) {
-  if (changes.clear) changes.headerIs(identity_, writer_->anchorBound);
+  if (changes.clear()) changes.headerIs(identity_, writer_->anchorBound);
   requireNotTooFarAhead();
   environment_->checkFile();
   environment_->commit(changes);

@@ -69,7 +69,7 @@
 namespace Routing::Store {
 
 namespace detail {
-struct Changes;
+class Changes;
 struct Numbers;
 struct Writer;
 }  // namespace detail

@@ -44,20 +44,16 @@ Reference WriteBatch::recordIs(std::uint32_t type, Octets payload) {
   detail::Writer& writer = *manager_.writer_;
   if (writer.nextAnchor == writer.anchorBound) manager_.reserveAnchors();
   const std::uint64_t anchor = writer.nextAnchor++;
-  detail::Bytes value = detail::recordValue(type, anchor, payload);
   const std::uint64_t number = takeNumber();
-  changes_->entries[detail::recordKey(number)] = std::move(value);
+  changes_->recordIs(number, type, anchor, payload);
   return {number, anchor};
 }
 
 // What the batch has for the number decides, then, unless all that was there before goes, the last commit. A damaged
 // record there counts: nobody can tell whose it is, or read it.
 bool WriteBatch::names(Reference reference) const {
-  const auto found = changes_->entries.find(detail::recordKey(reference.number));
-  if (found != changes_->entries.end()) {
-    return found->second && detail::readRecordHead(*found->second)->anchor == reference.anchor;
-  }
-  if (changes_->clear) return false;
+  if (const auto* const anchor = changes_->record(reference.number)) return *anchor == reference.anchor;
+  if (changes_->clear()) return false;
   try {
     manager_.view_.snapshot_->find(reference);
   } catch (const DamagedRecordException&) {
@@ -73,34 +69,37 @@ void WriteBatch::recordDel(Reference reference) {
                         "a record that was not removed"));
   }
   freed_.push_back(reference.number);
-  changes_->entries[detail::recordKey(reference.number)] = std::nullopt;
+  try {
+    changes_->recordDel(reference.number);
+  } catch (...) {
+    freed_.pop_back();  // the record is there, and keeps its number
+    throw;
+  }
 }
 
 void WriteBatch::keyIs(std::uint32_t space, Octets key, Octets value) {
   TYR_ASSERT(changes_ != nullptr);
   requireFits(manager_, "a key", key.size(), maxKeyOctets);
   requireFits(manager_, "a value", value.size(), maxRecordOctets);
-  const std::string name = detail::keyKey(space, key);
-  changes_->entries[name] = detail::keyValue(name, value);
+  changes_->keyIs(space, key, value);
 }
 
 void WriteBatch::keyDel(std::uint32_t space, Octets key) {
   TYR_ASSERT(changes_ != nullptr);
-  if (key.size() <= maxKeyOctets) changes_->entries[detail::keyKey(space, key)] = std::nullopt;
+  if (key.size() <= maxKeyOctets) changes_->keyDel(space, key);
 }
 
 void WriteBatch::clear() {
   TYR_ASSERT(changes_ != nullptr);
   fresh_ = std::make_unique<detail::Numbers>();
   freed_.clear();
-  changes_->entries.clear();
-  changes_->clear = true;
+  changes_->clearAll();
 }
 
 void WriteBatch::commit() {
   TYR_ASSERT(changes_ != nullptr);
   try {
-    if (changes_->clear || !changes_->entries.empty()) manager_.commit(*changes_);
+    if (!changes_->empty()) manager_.commit(*changes_);
   } catch (...) {
     end(taken_);
     throw;
