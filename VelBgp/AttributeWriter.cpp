@@ -6,6 +6,7 @@
 #include "VelBgp/CommList.h"
 #include "VelBgp/ExtCommIp6List.h"
 #include "VelBgp/LargeCommList.h"
+#include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
 namespace {
@@ -43,7 +44,7 @@ struct Extended {
   static constexpr BgpPathAttrType attribute = BgpPathAttrType::extCommunity;
   static constexpr std::uint8_t octetsEach = sizeof(std::uint64_t);
   static std::uint32_t transitive(const List& list) noexcept { return list.transitiveCount(); }
-  static bool passes(const ExtComm* comm, Filter filter) { return List::serializable(*comm, filter); }
+  static bool passes(const ExtComm* comm, Filter filter) { return passesFilter(*comm, filter); }
 };
 struct ExtendedIp6 {
   using List = ExtCommIp6List;

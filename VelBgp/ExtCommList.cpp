@@ -279,11 +279,7 @@ ExtCommList::Serialization ExtCommList::serialization(bool includeNonTransitive,
   return s;
 }
 
-bool ExtCommList::serializable(const ExtComm& comm, Serialization s) {
-  return s.all() || (s.transitive() && comm.getContent().transitive()) ||
-         (s.linkBandwidth() && comm.classification() == extCommClassificationLinkBandwidth) ||
-         (s.originAsValidity() && comm.classification() == extCommClassificationOriginValidationState);
-}
+bool ExtCommList::serializable(const ExtComm& comm, Serialization s) { return passesFilter(comm, s); }
 
 std::uint32_t ExtCommList::serializableCommunities(Serialization s) const {
   if (s.all()) return totalCommunities();
@@ -298,7 +294,7 @@ std::string ExtCommList::serialize(Serialization s) const {
   if (n == 0) return {};
   return serializeCommunities(BgpPathAttrType::extCommunity, sizeof(std::uint64_t), n, comms(),
                               [s](SerializePathAttribute& attribute, const ExtComm* comm) {
-                                if (serializable(*comm, s)) attribute.addU64hton(comm->community());
+                                if (passesFilter(*comm, s)) attribute.addU64hton(comm->community());
                               });
 }
 

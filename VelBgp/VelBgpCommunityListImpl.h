@@ -184,6 +184,13 @@ ExtCommRange ExtCommListBase<List, attrsOctet>::comms() const {
   return comms_.range();
 }
 
+// What ExtCommList::serializable() answers, in line.
+inline bool passesFilter(const ExtComm& comm, ExtCommList::Serialization s) noexcept {
+  return s.all() || (s.transitive() && comm.getContent().transitive()) ||
+         (s.linkBandwidth() && comm.classification() == extCommClassificationLinkBandwidth) ||
+         (s.originAsValidity() && comm.classification() == extCommClassificationOriginValidationState);
+}
+
 inline void checkClassification(ExtCommClassification classification) {
   TYR_ASSERT_TEXT(classification < Tyr::Range<ExtCommClassification>::size(),
                   "classification < Tyr::Range< ExtCommClassification >::size()");

@@ -180,19 +180,13 @@ class Serialized {
  private:
   const VelBgpLists::Handle list_;
 };
-template <bool all>
 class Written {
  public:
-  static constexpr const char* name = all ? "velbgp, writer" : "velbgp, writer, filter";
+  static constexpr const char* name = "velbgp, writer";
   explicit Written(const VelBgpLists::Handle& list) : list_(list) {}
-  std::string sent() const { return *Routing::Bgp::AttributeWriter(list_, filter()).str(); }
+  std::string sent() const { return *Routing::Bgp::AttributeWriter(list_).str(); }
 
  private:
-  // Takes all values of the workload, but has to look at each of them.
-  static Routing::Bgp::AttributeWriter::Filter filter() {
-    if (all) return Routing::Bgp::AttributeWriter::all();
-    return Routing::Bgp::ExtCommList::serialization(false, true, true);
-  }
   const VelBgpLists::Handle list_;
 };
 
@@ -563,8 +557,7 @@ void addSending(Jobs& jobs) {
   for (const auto& [n, limit] : rows) {
     jobs.push_back(std::make_unique<Sending<BareCopy>>(n, Target()));
     jobs.push_back(std::make_unique<Sending<Serialized>>(n, Target()));
-    jobs.push_back(std::make_unique<Sending<Written<true>>>(n, Target{Target::ratioAtMost, limit}));
-    jobs.push_back(std::make_unique<Sending<Written<false>>>(n, Target()));
+    jobs.push_back(std::make_unique<Sending<Written>>(n, Target{Target::ratioAtMost, limit}));
   }
 }
 
