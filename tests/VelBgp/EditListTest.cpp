@@ -183,14 +183,8 @@ TEST_F(EditTextsTest, ExpressionsTakeCommunitiesByTheirOwnTexts) {
   for (const auto& [letter, value] : values) content.commIs(value);
   const auto list = tables.dedupContent(content);
   const std::map<const char*, std::string> taken = {
-      {"^65000:100 ?$", "T"},
-      {"^RT:65000:100 ?$", "T"},
-      {"Route-Target-AS:", ""},
-      {"Origin-Validation-State", "S"},
-      {"^$", "SG"},
-      {"65000:100 .*:", ""},
-      {".*", "TCSG"},
-      {"not-found", "S"},
+      {"^65000:100 ?$", "T"}, {"^RT:65000:100 ?$", "T"}, {"Route-Target-AS:", ""}, {"Origin-Validation-State", "S"},
+      {"^$", "SG"},           {"65000:100 .*:", ""},     {".*", "TCSG"},           {"not-found", "S"},
   };
   for (const auto& [pattern, which] : taken) {
     EditList edit(list, tables);

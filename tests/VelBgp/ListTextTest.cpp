@@ -28,7 +28,8 @@ class ListText : public testing::Test {
 
 TEST_F(ListText, ofListsByTheirPointers) {
   const auto list = agent.intern({0x0002fde800000064, 0x030b000000000007});
-  EXPECT_EQ(stringify(list), "[ <RouteTarget2ByteASN 65000:100 0x0002fde800000064> <Color CO(00):7 0x030b000000000007> ]");
+  EXPECT_EQ(stringify(list),
+            "[ <RouteTarget2ByteASN 65000:100 0x0002fde800000064> <Color CO(00):7 0x030b000000000007> ]");
   EXPECT_EQ(list->toStrep(), stringify(list.get()));
   EXPECT_EQ(list->classificationList(extCommClassificationColor)->toStrep(), "[ <Color CO(00):7 0x030b000000000007> ]");
   EXPECT_EQ(stringify(agent.internStandard({0xffffff01})), "no-export");
@@ -62,11 +63,8 @@ TEST_F(ListText, misuseEndsWithASentence) {
   const RouteMap::PosixRegex other(std::move(moved));
   expectAdvice([&] { list->matchCommunitiesRegex(&moved); }, "match with the one that it was moved to");
   expectAdvice([] { Tyr::agentMultiThreadedIs(true); }, "before the first table is made");
-  expectAdvice(
-      [] {
-        SerializePathAttribute(BgpPathAttrType::community, BgpPathAttrFlag(0xc0), 70000);
-      },
-      "VelBgp/AttributeWriter.h");
+  expectAdvice([] { SerializePathAttribute(BgpPathAttrType::community, BgpPathAttrFlag(0xc0), 70000); },
+               "VelBgp/AttributeWriter.h");
 }
 
 }  // namespace
