@@ -185,7 +185,7 @@ class EditList {
     return *this;
   }
   EditList& minusMatching(const RouteMap::PosixRegex* regex) {
-    TYR_ASSERT_TEXT(regex != nullptr, "an expression is null: make a PosixRegex of the pattern, and pass its address");
+    TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
     dropComms([regex](const auto& comm) { return Kind::matches(comm, regex); });
     return *this;
   }

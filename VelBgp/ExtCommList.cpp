@@ -343,7 +343,11 @@ ExtCommList::PtrConst ExtCommList::destash(const void* stashed, Store::StoreMana
   return list;
 }
 
-ExtCommListDedupTable::ExtCommListDedupTable() {
+ExtCommListDedupTable::ExtCommListDedupTable()
+    : extCommListDedupTable_(Tyr::make<Keel::DedupHashTable>("extCommList")),
+      extCommClassificationListDedupTable_(Tyr::make<Keel::DedupHashTable>("extCommClassificationList")),
+      rtExtCommClassificationListDedupTable_(Tyr::make<Keel::DedupHashTable>("rtExtCommClassificationList")),
+      notifyingRtExtCommListCollection_(Tyr::make<NotifyingRtExtCommListCollection>()) {
   rtExtCommListLifeTimeNotifieeIs(notifyingRtExtCommListCollection_);
   rtExtCommClassificationListDedupTable_->lifeTimeNotifieeIs(rtExtCommListLifeTimeNotifiee_);
   notifyingRtExtCommListCollection_->watchedTableIs(rtExtCommClassificationListDedupTable_.get());

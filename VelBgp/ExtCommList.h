@@ -115,7 +115,7 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   PtrConst prune(const ExtCommListDedupTable* table) const;
 
   // Whether the expression matches the list's text in any of the modes below, tried in their order, `ui` only on lists
-  // that have communities for it.
+  // that have communities for it. Asserts that there is an expression.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
 
   // Its communities and classification lists as maps (VelBgp/CommListSnapshot.h).
@@ -177,7 +177,8 @@ enum class MatchMode : std::uint8_t { strepDefault, strepClassification, ui };
 
 VELBGP_EXPORT bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex);
 
-// Whether the expression matches a list of this community alone, in any of the modes that it has a text for.
+// Whether the expression matches a list of this community alone, in any of the modes that it has a text for. Asserts that
+// there is an expression.
 VELBGP_EXPORT bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex);
 
 // The elements, a blank between them.

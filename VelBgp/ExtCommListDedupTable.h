@@ -44,13 +44,10 @@ class VELBGP_EXPORT ExtCommListDedupTable final : public Tyr::PtrInterface {
  private:
   ~ExtCommListDedupTable() override = default;
 
-  const Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_ = Tyr::make<Keel::DedupHashTable>("extCommList");
-  const Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_ =
-      Tyr::make<Keel::DedupHashTable>("extCommClassificationList");
-  const Tyr::Ptr<Keel::DedupHashTable> rtExtCommClassificationListDedupTable_ =
-      Tyr::make<Keel::DedupHashTable>("rtExtCommClassificationList");
-  const NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollection_ =
-      Tyr::make<NotifyingRtExtCommListCollection>();
+  const Tyr::Ptr<Keel::DedupHashTable> extCommListDedupTable_;
+  const Tyr::Ptr<Keel::DedupHashTable> extCommClassificationListDedupTable_;
+  const Tyr::Ptr<Keel::DedupHashTable> rtExtCommClassificationListDedupTable_;
+  const NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollection_;
   RtExtCommListLifeTimeNotifiee::Ptr rtExtCommListLifeTimeNotifiee_;
 };
 

@@ -19,11 +19,11 @@
 #pragma once
 
 #include <atomic>
-#include <boost/unordered/unordered_flat_set.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <unordered_set>
 
 #include "Keel/DedupHashTable.h"
 #include "Keel/HashMix.h"
@@ -56,7 +56,7 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
  public:
   using Key = typename Members::Key;
   using Hash = typename Members::Hash;
-  using Set = boost::unordered_flat_set<Key, Hash>;
+  using Set = std::unordered_set<Key, Hash>;
 
   Tyr::NotifieeList<Key>& notifieeList() noexcept { return notifieeList_; }
   bool isObserved() const noexcept { return notifieeList_.size() != 0; }

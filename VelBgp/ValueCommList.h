@@ -109,11 +109,12 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
 
   // All values, a blank between them, with names where the attribute has some.
   std::string toStrep() const;
-  // Whether the expression matches the text with numbers alone or, if not, the one with names.
-  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const { return matchValues(comms(), *regex); }
+  // Whether the expression matches the text with numbers alone or, if not, the one with names. Asserts that there is an
+  // expression.
+  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const { return matchValues(comms(), regex); }
   // The same of a list of this value alone.
   static bool matchCommunityRegex(const Value& value, const RouteMap::PosixRegex* regex) {
-    return matchValues({&value, 1}, *regex);
+    return matchValues({&value, 1}, regex);
   }
 
   // The path attribute, header included; of an empty list the bare header with length 0, which a caller does not send.
@@ -143,7 +144,7 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   }
 
   struct Batch;
-  static bool matchValues(Values values, const RouteMap::PosixRegex& regex);
+  static bool matchValues(Values values, const RouteMap::PosixRegex* regex);
   // Of sorted values.
   static PtrConst dedupHashed(const Table* table, Values values, std::uint32_t hash);
   // A new list of these sorted values, never deduped.

@@ -168,9 +168,10 @@ std::string ValueCommList<Traits>::toStrep() const {
 }
 
 template <typename Traits>
-bool ValueCommList<Traits>::matchValues(Values values, const RouteMap::PosixRegex& regex) {
-  return detail::matchJoined<Traits>(values, Traits::formatNumbers, regex) ||
-         (Traits::hasNames && detail::matchJoined<Traits>(values, Traits::format, regex));
+bool ValueCommList<Traits>::matchValues(Values values, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  return detail::matchJoined<Traits>(values, Traits::formatNumbers, *regex) ||
+         (Traits::hasNames && detail::matchJoined<Traits>(values, Traits::format, *regex));
 }
 
 // "NULL" for a null list.

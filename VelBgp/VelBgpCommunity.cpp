@@ -216,7 +216,9 @@ void ExtCommDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t 
 }
 
 ExtCommDedupTable::ExtCommDedupTable(BgpParseExtendedCommunityRule::PtrConst parseExtCommRule)
-    : ExtCommDedupTableBase("ExtCommDedupTable", std::move(parseExtCommRule)) {
+    : ExtCommDedupTableBase("ExtCommDedupTable", std::move(parseExtCommRule)),
+      producerRtList_(Tyr::make<NotifyingRouteTargetList>()),
+      lifeTimeNotifiee_(Tyr::make<ExtCommLifeTimeNotifiee>(producerRtList_)) {
   dedupTable_->lifeTimeNotifieeIs(lifeTimeNotifiee_);
   producerRtList_->watchedTableIs(dedupTable_.get());
 }

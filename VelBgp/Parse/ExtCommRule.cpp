@@ -22,6 +22,21 @@ BgpParseExtCommRuleBase::~BgpParseExtCommRuleBase() = default;
 BgpParseExtendedCommunityTypeRuleBase::~BgpParseExtendedCommunityTypeRuleBase() = default;
 BgpParseExtendedCommunityIp6TypeRuleBase::~BgpParseExtendedCommunityIp6TypeRuleBase() = default;
 
+const BgpParseExtCommRuleBase* AnyRuleMap::anyRule(unsigned number) const {
+  const auto found = rules_.find(number);
+  return found == rules_.end() ? nullptr : found->second.get();
+}
+
+void AnyRuleMap::anyRuleIs(unsigned number, AnyRulePtr rule) { rules_[number].swap(rule); }
+
+AnyRuleMap::AnyRulePtr AnyRuleMap::anyRuleDel(unsigned number) {
+  const auto found = rules_.find(number);
+  if (found == rules_.end()) return nullptr;
+  AnyRulePtr removed = std::move(found->second);
+  rules_.erase(found);
+  return removed;
+}
+
 ExtComm::PtrConst ExtCommTwoOctetAsForm::fallback(const ExtCommContent& content) {
   return ExtCommAsNumberIs(extCommClassificationUnSpecified, content, false);
 }

@@ -13,11 +13,11 @@
 // a null rule is refused with Tyr::NullArgumentException.
 #pragma once
 
-#include <boost/unordered/unordered_flat_map.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include "Tyr/Exception.h"
@@ -107,28 +107,35 @@ class VELBGP_EXPORT BgpParseExtendedCommunityIp6TypeRuleBase : public BgpParseEx
   const BgpExtCommIp6PktType pktType_;
 };
 
-// Rules by code point.
+// Rules by number.
+class VELBGP_EXPORT AnyRuleMap {
+ public:
+  std::size_t size() const noexcept { return rules_.size(); }
+  // Rules that go announce it, and plugins answer with new ones: they meet an empty map.
+  void ruleDelAll() { std::exchange(rules_, {}).clear(); }
+
+ protected:
+  using AnyRulePtr = Tyr::Ptr<const BgpParseExtCommRuleBase>;
+
+  // Null when there is none.
+  const BgpParseExtCommRuleBase* anyRule(unsigned number) const;
+  void anyRuleIs(unsigned number, AnyRulePtr rule);
+  AnyRulePtr anyRuleDel(unsigned number);
+
+ private:
+  std::unordered_map<unsigned, AnyRulePtr> rules_;
+};
+
+// Rules of one class by code point.
 template <typename CodePoint, typename Rule>
-class RuleMap {
+class RuleMap : public AnyRuleMap {
  public:
   using RulePtr = Tyr::Ptr<const Rule>;
 
-  std::size_t size() const noexcept { return rules_.size(); }
   // Null when there is none.
-  RulePtr rule(CodePoint codePoint) const {
-    const auto it = rules_.find(codePoint);
-    return it == rules_.end() ? RulePtr() : it->second;
-  }
-  void ruleIs(CodePoint codePoint, RulePtr rule) { rules_[codePoint].swap(rule); }
-  RulePtr ruleDel(CodePoint codePoint) {
-    const auto it = rules_.find(codePoint);
-    if (it == rules_.end()) return RulePtr();
-    RulePtr removed = std::move(it->second);
-    rules_.erase(it);
-    return removed;
-  }
-  // Rules that go announce it, and plugins answer with new ones: they meet an empty map.
-  void ruleDelAll() { std::exchange(rules_, {}).clear(); }
+  RulePtr rule(CodePoint codePoint) const { return find(codePoint); }
+  void ruleIs(CodePoint codePoint, RulePtr rule) { anyRuleIs(codePoint, std::move(rule)); }
+  RulePtr ruleDel(CodePoint codePoint) { return boost::static_pointer_cast<const Rule>(anyRuleDel(codePoint)); }
 
   // What the rule for this octet makes of the content: null when the octet is no code point, when there is no rule for
   // it, or when the rule declines.
@@ -136,10 +143,8 @@ class RuleMap {
   auto inhale(std::uint8_t octet, const Content& content) const {
     using Decoded = decltype(std::declval<const Rule&>().inhale(content));
     const auto codePoint = CodePoint(octet);
-    if (!bgpIsValidEnumMember(codePoint)) return Decoded();
-    const auto found = rules_.find(codePoint);
-    if (found == rules_.end()) return Decoded();
-    const Rule* const rule = found->second.get();
+    const Rule* const rule = bgpIsValidEnumMember(codePoint) ? find(codePoint) : nullptr;
+    if (rule == nullptr) return Decoded();
     // A rule may take itself out. Not where threads decode at a time: then rules stay as they are, and their counts,
     // which all decoders would share, are better left alone.
     const RulePtr held(Tyr::agentMultiThreaded() ? nullptr : rule);
@@ -147,7 +152,7 @@ class RuleMap {
   }
 
  private:
-  boost::unordered_flat_map<CodePoint, RulePtr> rules_;
+  const Rule* find(CodePoint codePoint) const { return static_cast<const Rule*>(anyRule(codePoint)); }
 };
 
 // What a family of communities decodes from and to, and the object that it makes of a value when no sub-rule does.

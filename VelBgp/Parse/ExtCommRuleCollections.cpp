@@ -36,6 +36,48 @@ std::size_t hashRuleAddress(const void* rule, std::uint32_t salt) noexcept {
   return singleAttributeHash(reinterpret_cast<std::uintptr_t>(rule), salt);
 }
 
+template <typename Key, unsigned number, std::uint32_t salt>
+bool KeySet<Key, number, salt>::has(const Key& key) const {
+  return keys_.contains(key);
+}
+
+template <typename Key, unsigned number, std::uint32_t salt>
+Key KeySet<Key, number, salt>::is(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) {
+  const auto [place, inserted] = keys_.insert(key);
+  const Key element = *place;  // observers may change the set
+  if (inserted) announceInsert(element, notifieeList);
+  return element;
+}
+
+template <typename Key, unsigned number, std::uint32_t salt>
+bool KeySet<Key, number, salt>::del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept {
+  const Key element = key;  // `key` may be the set's own
+  if (keys_.erase(element) == 0) return false;
+  notifieeList.notifyAll(number, element);
+  return true;
+}
+
+template <typename Key, unsigned number, std::uint32_t salt>
+void KeySet<Key, number, salt>::delAll(BgpParseExtCommRuleNotifieeList& notifieeList) {
+  const Set walked = keys_;
+  for (const Key& key : walked) del(key, notifieeList);
+}
+
+// An observer that throws ends the making of the rule, whose key must not stay behind, here or with other observers.
+template <typename Key, unsigned number, std::uint32_t salt>
+void KeySet<Key, number, salt>::announceInsert(const Key& element, BgpParseExtCommRuleNotifieeList& notifieeList) {
+  try {
+    notifieeList.notify(number, element);
+  } catch (...) {
+    del(element, notifieeList);
+    throw;
+  }
+}
+
+#define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ruleInstance, handle, instantiate, add, number, salt, ...) \
+  template class KeySet<Key, number, salt>;
+#include "VelBgp/Parse/ExtCommFamilies.def"
+
 BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollections() = default;
 BgpParseExtCommRuleCollections::~BgpParseExtCommRuleCollections() = default;
 

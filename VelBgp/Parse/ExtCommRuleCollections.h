@@ -15,12 +15,12 @@
 // no pointer throws Tyr::DeserializationException of the attribute "rule".
 #pragma once
 
-#include <boost/unordered/unordered_flat_set.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <ostream>
 #include <string>
+#include <unordered_set>
 #include <variant>
 
 #include "Tyr/Exception.h"
@@ -77,44 +77,21 @@ VELBGP_EXPORT std::size_t hashRuleAddress(const void* rule, std::uint32_t salt) 
 
 // One set of the collections, announced under `number`.
 template <typename Key, unsigned number, std::uint32_t salt>
-class KeySet {
+class VELBGP_EXPORT KeySet {
  public:
   struct Hash {
-    using is_avalanching = void;
     std::size_t operator()(const Key& key) const noexcept { return hashRuleAddress(key.rule(), salt); }
   };
-  using Set = boost::unordered_flat_set<Key, Hash>;
+  using Set = std::unordered_set<Key, Hash>;
 
   const Set& keys() const noexcept { return keys_; }
-  bool has(const Key& key) const { return keys_.contains(key); }
-
-  Key is(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) {
-    const auto [place, inserted] = keys_.insert(key);
-    const Key element = *place;  // observers may change the set
-    if (inserted) announceInsert(element, notifieeList);
-    return element;
-  }
-  bool del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept {
-    const Key element = key;  // `key` may be the set's own
-    if (keys_.erase(element) == 0) return false;
-    notifieeList.notifyAll(number, element);
-    return true;
-  }
-  void delAll(BgpParseExtCommRuleNotifieeList& notifieeList) {
-    const Set walked = keys_;
-    for (const Key& key : walked) del(key, notifieeList);
-  }
+  bool has(const Key& key) const;
+  Key is(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList);
+  bool del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept;
+  void delAll(BgpParseExtCommRuleNotifieeList& notifieeList);
 
  private:
-  // An observer that throws ends the making of the rule, whose key must not stay behind, here or with other observers.
-  void announceInsert(const Key& element, BgpParseExtCommRuleNotifieeList& notifieeList) {
-    try {
-      notifieeList.notify(number, element);
-    } catch (...) {
-      del(element, notifieeList);
-      throw;
-    }
-  }
+  void announceInsert(const Key& element, BgpParseExtCommRuleNotifieeList& notifieeList);
 
   Set keys_;
 };
