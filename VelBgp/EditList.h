@@ -21,7 +21,8 @@
 //
 // Ownership: the edit keeps its list alive; tables are to outlive it. Threads: an edit belongs to one thread; interning
 // follows the tables' variant (Keel/DedupHashTable.h). Errors: a null table or expression stops the process;
-// std::bad_alloc. Cost: an edit that changes nothing is the search for what it would change, without an allocation.
+// std::bad_alloc. Cost: an edit that changes nothing is the search for what it would change, and up to 64 communities
+// nothing is allocated on the way.
 #pragma once
 
 #include <algorithm>
@@ -185,7 +186,7 @@ class EditList {
     return *this;
   }
   EditList& minusMatching(const RouteMap::PosixRegex* regex) {
-    TYR_ASSERT_TEXT(regex != nullptr, "an expression is null: make a PosixRegex of the pattern, and pass its address");
+    TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
     dropComms([regex](const auto& comm) { return Kind::matches(comm, regex); });
     return *this;
   }

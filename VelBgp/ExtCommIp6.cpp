@@ -176,6 +176,7 @@ std::string ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
 }
 
 bool matchExtCommIp6(const ExtCommIp6* comm, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
   ExtCommIp6::StrepFormat format;
   format.strepFormatClassificationIs(true);
   return regex->execute(comm->toStrepForPolicy(format)) == 0;

@@ -150,7 +150,7 @@ VELBGP_EXPORT ExtCommIp6::PtrConst ExtCommIp6Is(ExtCommClassification classifica
 VELBGP_EXPORT ExtCommIp6::PtrConst ExtCommIp6SubtypedIs(ExtCommClassification classification,
                                                         const ExtCommIp6Content& content);
 
-// Whether the expression matches the community's policy text.
+// Whether the expression matches the community's policy text. Asserts that there is an expression.
 VELBGP_EXPORT bool matchExtCommIp6(const ExtCommIp6* comm, const RouteMap::PosixRegex* regex);
 
 // The debugging form; "NULL" for a null pointer.

@@ -178,7 +178,8 @@ enum class MatchMode : std::uint8_t { strepDefault, strepClassification, ui };
 
 VELBGP_EXPORT bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex);
 
-// Whether the expression matches a list of this community alone, in any of the modes that it has a text for.
+// Whether the expression matches a list of this community alone, in any of the modes that it has a text for. Asserts that
+// there is an expression.
 VELBGP_EXPORT bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex);
 
 // The elements, a blank between them.

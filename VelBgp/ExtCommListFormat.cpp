@@ -41,6 +41,7 @@ bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteM
 }
 
 bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
   constexpr std::array modes = {MatchMode::strepDefault, MatchMode::strepClassification, MatchMode::ui};
   return std::any_of(modes.begin(), modes.end(), [&](MatchMode mode) {
     return hasMatchText(*comm, mode) && regex->execute(matchText(*comm, mode).c_str()) == 0;

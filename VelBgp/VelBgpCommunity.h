@@ -290,8 +290,9 @@ class TableAddress {
       : table_(table), number_(table == nullptr ? std::uint16_t{0} : table->number()) {}
   const Table* get() const noexcept {
     Keel::tableAt(table_);
-    TYR_ASSERT_TEXT(Keel::DedupHashTable::isAlive(number_),
-                    "a content is used after its table of communities is gone: keep the table as long as the content");
+    TYR_ASSERT_ADVICE(
+        Keel::DedupHashTable::isAlive(number_),
+        "a content is used after its table of communities is gone: keep the table as long as the content");
     return table_;
   }
   const Table* operator->() const noexcept { return get(); }

@@ -143,7 +143,7 @@ bool DedupHashTable::isAlive(std::uint16_t number) noexcept { return tableDirect
 
 // The record says it for nearly all; at its very end a thread may get another one.
 void DedupHashTable::checkThreadItself() const {
-  TYR_ASSERT_TEXT(
+  TYR_ASSERT_ADVICE(
       ownerThread_ == std::this_thread::get_id(),
       "a second thread uses an interning table, or an object of one, and the agent is single-threaded: call "
       "Tyr::agentMultiThreadedIs(true) before the first table is made");

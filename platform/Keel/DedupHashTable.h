@@ -247,7 +247,8 @@ class VELBGP_EXPORT DedupLines {
 // What a caller was handed as its table's address. A null one stops the process.
 template <typename Table>
 const Table& tableAt(const Table* table) {
-  TYR_ASSERT_TEXT(table != nullptr, "a table is null: make it before anything is interned in it, and pass its address");
+  TYR_ASSERT_ADVICE(table != nullptr,
+                    "a table is null: make it before anything is interned in it, and pass its address");
   return *table;
 }
 

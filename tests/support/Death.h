@@ -11,3 +11,6 @@
 #define EXPECT_ASSERTION(statement, text)                  \
   EXPECT_EXIT(statement, testing::KilledBySignal(SIGABRT), \
               testing::HasSubstr(std::string(": assertion failed: ") + (text) + "\n"))
+// By one with this advice behind it.
+#define EXPECT_ADVICE(statement, advice) \
+  EXPECT_EXIT(statement, testing::KilledBySignal(SIGABRT), testing::HasSubstr(std::string(": ") + (advice) + "\n"))
