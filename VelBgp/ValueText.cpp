@@ -253,6 +253,7 @@ AnyRead Reading::trimmedRead(std::string_view text) {
   if (text.starts_with("0x")) return hex(text);
   if (text.starts_with('<')) return debugging(text);
   if (const auto prefix = typePrefix(text)) return prefixed(*prefix);
+  if (text.empty() || isDigit(text.front())) return plain(text);  // no label and no name begins so
   const std::string_view word = labelAtFront(text);
   if (word.size() == text.size()) {
     if (const auto value = namedValue(text)) return *value;
