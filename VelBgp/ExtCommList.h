@@ -112,7 +112,7 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   PtrConst prune(const ExtCommListDedupTable* table) const;
 
   // Whether the expression matches the list's text in any of the modes below, tried in their order, `ui` only on lists
-  // that have communities for it.
+  // that have communities for it. Asserts that there is an expression.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
 
   // Its communities and classification lists as maps (VelBgp/CommListSnapshot.h).

@@ -23,6 +23,7 @@ std::string matchText(const ExtCommList& list, MatchMode matchMode) {
 }  // namespace
 
 bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
   const std::string strVal = matchText(*list, matchMode);
   TYR_ASSERT(!strVal.empty() || matchMode != MatchMode::ui);
   return regex->execute(strVal.c_str()) == 0;

@@ -105,7 +105,8 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
 
   // All values, a blank between them, with names where the attribute has some.
   std::string toStrep() const;
-  // Whether the expression matches the text with numbers alone or, if not, the one with names.
+  // Whether the expression matches the text with numbers alone or, if not, the one with names. Asserts that there is an
+  // expression.
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
 
   // The path attribute, header included; of an empty list the bare header with length 0, which a caller does not send.

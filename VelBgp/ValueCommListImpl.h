@@ -168,6 +168,7 @@ std::string ValueCommList<Traits>::toStrep() const {
 
 template <typename Traits>
 bool ValueCommList<Traits>::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
+  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
   return detail::matchJoined<Traits>(comms(), Traits::formatNumbers, *regex) ||
          (Traits::hasNames && detail::matchJoined<Traits>(comms(), Traits::format, *regex));
 }

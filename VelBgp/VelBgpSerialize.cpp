@@ -69,7 +69,8 @@ void SerializePathAttribute::reInitHdr(BgpPathAttrType type, BgpPathAttrFlag att
   addU8(static_cast<std::uint8_t>(attrType));
   attributeSize_ = attrSize;
   if (flags.extendedLength()) {
-    TYR_ASSERT(attrSize <= 0xFFFF);
+    TYR_ASSERT_ADVICE(attrSize <= 0xFFFF,
+                      "no attribute carries that much: VelBgp/AttributeWriter.h tells a list's size and refuses");
     addU16hton(static_cast<std::uint16_t>(attrSize));
     headerLength_ = longHeader;
   } else {

@@ -367,7 +367,7 @@ int PosixRegex::execute(const char* text) const {
 }
 
 int PosixRegex::execute(std::string_view text) const {
-  TYR_ASSERT(matcher_ != nullptr);
+  TYR_ASSERT_ADVICE(matcher_ != nullptr, "this expression was moved away: match with the one that it was moved to");
   return matcher_->matches(text) ? 0 : REG_NOMATCH;
 }
 

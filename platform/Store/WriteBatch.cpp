@@ -16,7 +16,7 @@ void requireFits(const StoreManager& manager, const char* what, std::size_t octe
 }  // namespace
 
 WriteBatch::WriteBatch(StoreManager& manager) : manager_(manager), changes_(std::make_unique<detail::Changes>()) {
-  TYR_ASSERT(manager.writable());
+  TYR_ASSERT_ADVICE(manager.writable(), "a store that is to be written is opened by StoreManager::openForWriting()");
   TYR_ASSERT_TEXT(!manager.writer_->batchOpen, "one batch at a time");
   if (!manager.view_.snapshot_->live()) manager.refresh();  // it could not follow the last commit
   manager.writer_->batchOpen = true;
