@@ -8,13 +8,13 @@
 #include "VelBgp/LargeCommList.h"
 #include "VelBgp/MakeValue.h"
 #include "VelBgp/Parse/ExtCommContainer.h"
-#include "VelBgp/Parse/ExtCommRouteOrigin.h"
-#include "VelBgp/Parse/ExtCommRouteTarget.h"
-#include "VelBgp/Parse/ExtCommSourceAs.h"
 #include "VelBgp/Parse/ExtCommTunnelEncap.h"
-#include "VelBgp/Parse/ExtCommVrfRouteImport.h"
+#include "VelBgp/ValueTextTablesImpl.h"
 
 namespace Routing::Bgp {
+
+using namespace typing;
+
 namespace {
 
 // ---- Characters and pieces
@@ -62,27 +62,6 @@ std::string shown(std::string_view piece) {
 
 // ---- Well-known names
 
-struct Name {
-  std::string_view text;
-  std::uint32_t value;
-};
-
-// IANA's, beside the seven that are printed; of several for a value, its meaning is the first.
-constexpr Name names[] = {
-    {"graceful-shutdown", 0xffff0000},
-    {"accept-own", 0xffff0001},
-    {"route-filter-translated-v4", 0xffff0002},
-    {"route-filter-v4", 0xffff0003},
-    {"route-filter-translated-v6", 0xffff0004},
-    {"route-filter-v6", 0xffff0005},
-    {"accept-own-nexthop", 0xffff0008},
-    {"standby-pe", 0xffff0009},
-    {"blackhole", 0xffff029a},
-    {"no-export-subconfed", 0xffffff03},
-    {"nopeer", 0xffffff04},
-    {"no-peer", 0xffffff04},
-};
-
 std::optional<std::uint32_t> namedValue(std::string_view text) noexcept {
   for (const Tyr::EnumRow& row : tyrEnumTable(BgpCommunityValue{}).rows) {
     if (alike(text, row.text)) return row.number;
@@ -92,71 +71,6 @@ std::optional<std::uint32_t> namedValue(std::string_view text) noexcept {
 }
 
 // ---- Labels
-
-// How the administrator of a community is encoded.
-enum Encoding : unsigned { as2 = 1, as4 = 2, ip4 = 4, ip6 = 8, anyAs = as2 | as4, anyAddress = ip4 | ip6, any = 15 };
-
-enum class Form : std::uint8_t { administrator, color, tunnel, validation, bandwidth, gateway };
-
-struct Label {
-  std::string_view text;
-  Form form;
-  std::uint8_t subtype = 0;  // and encodings: of those with an administrator
-  unsigned encodings = 0;
-};
-
-// A printed label without what parts it from its value.
-constexpr std::string_view bare(std::string_view label) { return label.substr(0, label.find_last_not_of(": ") + 1); }
-
-constexpr std::uint8_t target = extCommPktSubtypeTransTwoOctetAsRouteTarget;
-constexpr std::uint8_t origin = extCommPktSubtypeTransTwoOctetAsRouteOrigin;
-constexpr std::uint8_t source = extCommPktSubtypeTransTwoOctetAsSourceAs;
-constexpr std::uint8_t vrfImport = extCommPktSubtypeTransIpv4AddressVrfRouteImport;
-
-constexpr Label labels[] = {
-    {"rt", Form::administrator, target, any},
-    {"route-target", Form::administrator, target, any},
-    {"target", Form::administrator, target, any},
-    {bare(ExtCommRouteTargetAs::labels.twoOctetAs.ui), Form::administrator, target, as2},
-    {bare(ExtCommRouteTargetAs::labels.fourOctetAs.ui), Form::administrator, target, as4},
-    {bare(ExtCommRouteTargetIpv4Address::labels.ipv4Address.ui), Form::administrator, target, ip4},
-    {"route-target-as2", Form::administrator, target, as2},
-    {"route-target-ipv4", Form::administrator, target, ip4},
-    {"route-target-ipv6", Form::administrator, target, ip6},
-    {bare(ExtCommRouteOriginAs::labels.classificationOnly), Form::administrator, origin, any},
-    {"ro", Form::administrator, origin, any},
-    {"origin", Form::administrator, origin, any},
-    {"route-origin", Form::administrator, origin, any},
-    {"site-of-origin", Form::administrator, origin, any},
-    {bare(ExtCommRouteOriginAs::labels.twoOctetAs.ui), Form::administrator, origin, as2},
-    {bare(ExtCommRouteOriginAs::labels.fourOctetAs.ui), Form::administrator, origin, as4},
-    {bare(ExtCommRouteOriginIpv4Address::labels.ipv4Address.ui), Form::administrator, origin, ip4},
-    {"route-origin-as2", Form::administrator, origin, as2},
-    {"route-origin-ipv4", Form::administrator, origin, ip4},
-    {"route-origin-ipv6", Form::administrator, origin, ip6},
-    {bare(ExtCommSourceAs::labels.classificationOnly), Form::administrator, source, anyAs},
-    {"src-as", Form::administrator, source, anyAs},
-    {bare(ExtCommSourceAs::labels.twoOctetAs.ui), Form::administrator, source, as2},
-    {bare(ExtCommSourceAs::labels.fourOctetAs.ui), Form::administrator, source, as4},
-    {"source-as2", Form::administrator, source, as2},
-    {bare(ExtCommVrfRouteImportIpv4Address::labels.classificationOnly), Form::administrator, vrfImport, anyAddress},
-    {bare(ExtCommVrfRouteImportIpv4Address::labels.ipv4Address.ui), Form::administrator, vrfImport, anyAddress},
-    {"rt-import", Form::administrator, vrfImport, anyAddress},
-    {"vrf-route-import-ipv4", Form::administrator, vrfImport, ip4},
-    {"vrf-route-import-ipv6", Form::administrator, vrfImport, ip6},
-    {"color", Form::color},
-    {"encap", Form::tunnel},
-    {"tunnel-encap", Form::tunnel},
-    {"ovs", Form::validation},
-    {"origin-validation-state", Form::validation},
-    {"lbw", Form::bandwidth},
-    {"lb", Form::bandwidth},
-    {"bandwidth", Form::bandwidth},
-    {"link-bandwidth", Form::bandwidth},
-    {"link-bandwidth-as", Form::bandwidth},
-    {"default-gateway", Form::gateway},
-    {"defaultgateway", Form::gateway},
-};
 
 // Null for all other text.
 const Label* labelOf(std::string_view text) noexcept {
@@ -204,7 +118,6 @@ class Reading {
   AnyRead standard(std::string_view text, std::size_t colon);
   AnyRead large(std::string_view text, std::size_t first, std::size_t second);
   std::nullopt_t unlabelled(std::string_view text);
-  std::vector<std::string> readingsOf(std::string_view text);
 
   AnyRead labelled(const Label& label, std::string_view text, std::string_view value);
   AnyRead administrated(const Label& label, std::string_view value);
@@ -224,6 +137,19 @@ class Reading {
   std::string_view text_;
   ValueTextError error_;
 };
+
+// What the text may mean: behind the labels that take any administrator, if that gives a value which is wanted.
+std::vector<std::string> readingsOf(std::string_view text, bool (*wanted)(const AnyCommValue& value)) {
+  std::vector<std::string> readings;
+  for (const char* const label : {"rt ", "soo "}) {
+    std::string labelledText = label + std::string(text.substr(0, 64));
+    const AnyRead value = text.size() <= 64 ? Reading(labelledText).anyRead() : std::nullopt;
+    if (value && wanted(*value)) readings.push_back(std::move(labelledText));
+  }
+  return readings;
+}
+
+bool anything(const AnyCommValue&) { return true; }
 
 std::nullopt_t Reading::fail(std::string_view place, std::string problem, std::string expected) {
   error_.offset = static_cast<std::size_t>(place.data() - text_.data());
@@ -253,6 +179,7 @@ AnyRead Reading::trimmedRead(std::string_view text) {
   if (text.starts_with("0x")) return hex(text);
   if (text.starts_with('<')) return debugging(text);
   if (const auto prefix = typePrefix(text)) return prefixed(*prefix);
+  if (text.empty() || isDigit(text.front())) return plain(text);  // no label and no name begins so
   const std::string_view word = labelAtFront(text);
   if (word.size() == text.size()) {
     if (const auto value = namedValue(text)) return *value;
@@ -330,7 +257,7 @@ AnyRead Reading::standard(std::string_view text, std::size_t colon) {
   const auto value =
       as ? number(text.substr(colon + 1), most16, "a standard community's number", instead) : std::nullopt;
   if (value) return *as << 16 | *value;
-  error_.readings = readingsOf(text);
+  error_.readings = readingsOf(text, anything);
   return std::nullopt;
 }
 
@@ -345,18 +272,8 @@ AnyRead Reading::large(std::string_view text, std::size_t first, std::size_t sec
   return std::nullopt;
 }
 
-// Behind these labels, if a value can be so.
-std::vector<std::string> Reading::readingsOf(std::string_view text) {
-  std::vector<std::string> readings;
-  for (const char* const label : {"rt ", "soo "}) {
-    std::string labelledText = label + std::string(text);
-    if (text.size() <= 64 && Reading(labelledText).anyRead()) readings.push_back(std::move(labelledText));
-  }
-  return readings;
-}
-
 std::nullopt_t Reading::unlabelled(std::string_view text) {
-  std::vector<std::string> readings = readingsOf(text);
+  std::vector<std::string> readings = readingsOf(text, anything);
   if (readings.empty()) return noCommunity(text);
   fail(text, shown(text) + " does not say what it is", "");
   error_.readings = std::move(readings);
@@ -674,18 +591,6 @@ ValueTextError errorAt(std::string_view text, std::string_view place, std::strin
       static_cast<std::size_t>(place.data() - text.data()), place.size(), std::move(problem), std::move(expected), {}};
 }
 
-// What the text may mean in the kind that was asked for.
-template <typename Value>
-std::vector<std::string> readingsOf(std::string_view text) {
-  std::vector<std::string> readings;
-  for (const char* const label : {"rt ", "soo "}) {
-    std::string labelledText = label + std::string(text);
-    const AnyRead value = text.size() <= 64 ? Reading(labelledText).anyRead() : std::nullopt;
-    if (value && std::holds_alternative<Value>(*value)) readings.push_back(std::move(labelledText));
-  }
-  return readings;
-}
-
 template <typename Value>
 ValueTextResult<Value> kindFromText(std::string_view text) {
   ValueTextResult<AnyCommValue> any = valueFromText(text);
@@ -694,7 +599,7 @@ ValueTextResult<Value> kindFromText(std::string_view text) {
   const std::string_view place = trimmed(text, outerBlanks);
   ValueTextError error =
       errorAt(text, place, shown(place) + " is " + kindNames[any->index()], kindNames[AnyCommValue(Value()).index()]);
-  error.readings = readingsOf<Value>(place);
+  error.readings = readingsOf(place, [](const AnyCommValue& value) { return std::holds_alternative<Value>(value); });
   return error;
 }
 

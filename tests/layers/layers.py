@@ -44,6 +44,7 @@ PARTS = {
     **{f"Ext{part}": "VelBgpCommunityList"
        for part in ("CommList", "CommListContent", "CommListDedupTable", "CommListFormat", "CommClassificationList")},
     **{part: "ListPublisher" for part in ("PublishedAttributes", "PublisherNotes", "PublisherRecords", "StashedPath")},
+    "ValueTextTables": "ValueText",
 }  # fmt: skip
 # Interning needs decoding, decoding makes interned types: only these sources may look upward.
 UPWARD = (
