@@ -49,7 +49,11 @@ struct UnderWay {
 }  // namespace
 
 template <typename Members>
-NotifyingCollection<Members>::~NotifyingCollection() = default;
+NotifyingCollection<Members>::NotifyingCollection() : entered_(new Set) {}
+template <typename Members>
+NotifyingCollection<Members>::~NotifyingCollection() {
+  delete entered_;
+}
 
 template <typename Members>
 void NotifyingCollection<Members>::tell(const Key& key, bool present) noexcept {
@@ -62,7 +66,7 @@ void NotifyingCollection<Members>::tell(const Key& key, bool present) noexcept {
 template <typename Members>
 bool NotifyingCollection<Members>::isEntered(const Key& key) const {
   const std::lock_guard lock(mutex_);
-  return entered_.contains(key);
+  return entered_->contains(key);
 }
 
 template <typename Members>
@@ -79,7 +83,7 @@ void NotifyingCollection<Members>::enter(const Key& key) {
   if (isMember(key)) return;
   {
     const std::lock_guard lock(mutex_);
-    if (!entered_.insert(key).second) return;
+    if (!entered_->insert(key).second) return;
   }
   tell(key, true);
 }
@@ -89,7 +93,7 @@ bool NotifyingCollection<Members>::withdraw(const Key& key) {
   const Key kept = key;  // for the observers, also when `key` is the member itself
   {
     const std::lock_guard lock(mutex_);
-    if (entered_.erase(kept) == 0) return false;
+    if (entered_->erase(kept) == 0) return false;
   }
   tell(kept, false);
   return true;
@@ -106,7 +110,7 @@ typename NotifyingCollection<Members>::Set NotifyingCollection<Members>::members
   Set all;
   if (const Keel::DedupHashTable* const table = watchedTable()) addWatched(*table, all);
   const std::lock_guard lock(mutex_);
-  all.insert(entered_.begin(), entered_.end());
+  all.insert(entered_->begin(), entered_->end());
   return all;
 }
 
@@ -116,6 +120,9 @@ template class NotifyingCollection<RtExtCommListMembers>;
 // ---- Route targets
 
 NotifyingRouteTargetList::~NotifyingRouteTargetList() = default;
+
+NotifyingRouteTargetList::Set NotifyingRouteTargetList::rt() const { return members(); }
+std::size_t NotifyingRouteTargetList::rtCount() const { return members().size(); }
 
 bool NotifyingRouteTargetList::isWatched(const Keel::DedupHashTable& table, const RouteTarget& rt) const {
   const auto same = [&rt](const Keel::DedupHandleBase& handle) {
@@ -156,6 +163,9 @@ ExtComm::PtrConst RtExtCommListLifeTimeNotifier::comm(std::uint64_t index) const
 std::string RtExtCommListLifeTimeNotifier::toStrep() const { return stringify(rtExtCommListRawPtr()); }
 
 NotifyingRtExtCommListCollection::~NotifyingRtExtCommListCollection() = default;
+
+NotifyingRtExtCommListCollection::Set NotifyingRtExtCommListCollection::rtExtCommList() const { return members(); }
+std::size_t NotifyingRtExtCommListCollection::rtExtCommListCount() const { return members().size(); }
 
 bool NotifyingRtExtCommListCollection::isWatched(const Keel::DedupHashTable& table, const Key& notifier) const {
   Set set;

@@ -76,6 +76,7 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
   void goes(const Key& key) noexcept { tell(key, false); }
 
  protected:
+  NotifyingCollection();
   ~NotifyingCollection() override;
 
   // The attribute under which all changes are announced.
@@ -97,7 +98,7 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
 
   std::atomic<const Keel::DedupHashTable*> watched_{nullptr};
   mutable std::mutex mutex_;
-  Set entered_;  // by hand; under the mutex
+  Set* const entered_;  // by hand; under the mutex
   Tyr::NotifieeList<Key> notifieeList_;
 };
 
@@ -125,11 +126,11 @@ class VELBGP_EXPORT NotifyingRouteTargetList final : public NotifyingCollection<
   void rtDelAll() { withdrawAll(); }
 
   // All members.
-  Set rt() const { return members(); }
+  Set rt() const;
   // `&key` if it is a member, or null.
   const RouteTarget* rt(const RouteTarget& key) const { return isMember(key) ? &key : nullptr; }
   // Walks through the table.
-  std::size_t rtCount() const { return members().size(); }
+  std::size_t rtCount() const;
 
   // A header with the member count, then a line per member, ascending.
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;
@@ -181,8 +182,8 @@ class VELBGP_EXPORT NotifyingRtExtCommListCollection final : public NotifyingCol
   void rtExtCommListDelAll() { withdrawAll(); }
 
   // All members.
-  Set rtExtCommList() const { return members(); }
-  std::size_t rtExtCommListCount() const { return members().size(); }
+  Set rtExtCommList() const;
+  std::size_t rtExtCommListCount() const;
 
   // A header with the member count, then a line per member.
   void dumpState(Keel::DumpContext& context, std::uint32_t indent) const;

@@ -37,13 +37,20 @@ std::size_t hashRuleAddress(const void* rule, std::uint32_t salt) noexcept {
 }
 
 template <typename Key, unsigned number, std::uint32_t salt>
+KeySet<Key, number, salt>::KeySet() : keys_(new Set) {}
+template <typename Key, unsigned number, std::uint32_t salt>
+KeySet<Key, number, salt>::~KeySet() {
+  delete keys_;
+}
+
+template <typename Key, unsigned number, std::uint32_t salt>
 bool KeySet<Key, number, salt>::has(const Key& key) const {
-  return keys_.contains(key);
+  return keys_->contains(key);
 }
 
 template <typename Key, unsigned number, std::uint32_t salt>
 Key KeySet<Key, number, salt>::is(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) {
-  const auto [place, inserted] = keys_.insert(key);
+  const auto [place, inserted] = keys_->insert(key);
   const Key element = *place;  // observers may change the set
   if (inserted) announceInsert(element, notifieeList);
   return element;
@@ -52,14 +59,14 @@ Key KeySet<Key, number, salt>::is(const Key& key, BgpParseExtCommRuleNotifieeLis
 template <typename Key, unsigned number, std::uint32_t salt>
 bool KeySet<Key, number, salt>::del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept {
   const Key element = key;  // `key` may be the set's own
-  if (keys_.erase(element) == 0) return false;
+  if (keys_->erase(element) == 0) return false;
   notifieeList.notifyAll(number, element);
   return true;
 }
 
 template <typename Key, unsigned number, std::uint32_t salt>
 void KeySet<Key, number, salt>::delAll(BgpParseExtCommRuleNotifieeList& notifieeList) {
-  const Set walked = keys_;
+  const Set walked = *keys_;
   for (const Key& key : walked) del(key, notifieeList);
 }
 

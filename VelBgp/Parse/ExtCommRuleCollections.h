@@ -84,7 +84,9 @@ class VELBGP_EXPORT KeySet {
   };
   using Set = std::unordered_set<Key, Hash>;
 
-  const Set& keys() const noexcept { return keys_; }
+  KeySet();
+  ~KeySet();
+  const Set& keys() const noexcept { return *keys_; }
   bool has(const Key& key) const;
   Key is(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList);
   bool del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept;
@@ -93,7 +95,10 @@ class VELBGP_EXPORT KeySet {
  private:
   void announceInsert(const Key& element, BgpParseExtCommRuleNotifieeList& notifieeList);
 
-  Set keys_;
+  KeySet(const KeySet&) = delete;
+  KeySet& operator=(const KeySet&) = delete;
+
+  Set* const keys_;  // elsewhere, so that only who looks into it pays for compiling it
 };
 
 // For each set X, by the names in ExtCommFamilies.def:

@@ -105,7 +105,7 @@ DedupHashTable::DedupHashTable(std::string name)
       watched_(multiThreaded_ ? 0 : watchedThread),
 #endif
       ownerRecord_(multiThreaded_ ? nullptr : &detail::thisThread()),
-      ownerThread_(std::this_thread::get_id()),
+      ownerThread_(pthread_self()),
       stripes_(std::make_unique<Stripe[]>(multiThreaded_ ? detail::stripes : 1)) {
   if (!lines_.reach(0)) throw std::bad_alloc();
   buckets_.store(firstBuckets, std::memory_order_release);
@@ -144,7 +144,7 @@ bool DedupHashTable::isAlive(std::uint16_t number) noexcept { return tableDirect
 // The record says it for nearly all; at its very end a thread may get another one.
 void DedupHashTable::checkThreadItself() const {
   TYR_ASSERT_ADVICE(
-      ownerThread_ == std::this_thread::get_id(),
+      pthread_equal(ownerThread_, pthread_self()),
       "a second thread uses an interning table, or an object of one, and the agent is single-threaded: call "
       "Tyr::agentMultiThreadedIs(true) before the first table is made");
 }

@@ -107,11 +107,11 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <utility>
 #ifdef __SSE2__
 #include <emmintrin.h>
+#include <sys/types.h>
 #endif
 
 #include "Keel/DedupHandleBase.h"
@@ -551,7 +551,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   std::atomic<std::uint8_t> watched_;
   std::uint16_t number_ = 0;
   const detail::ThreadRecord* const ownerRecord_;  // of a single-threaded table's thread
-  const std::thread::id ownerThread_;
+  const pthread_t ownerThread_;
   std::atomic<std::uint32_t> buckets_{0};
   detail::DedupLines lines_;  // the buckets' first lines
   detail::DedupLines more_;   // and what they go on in

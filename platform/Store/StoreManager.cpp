@@ -102,6 +102,23 @@ StoreManager::~StoreManager() {
   if (writer_ != nullptr && environment_ != nullptr && environment_->sync()) detail::markDel(writer_->lock);
 }
 
+void StoreManager::anyServiceIs(const std::type_info& type, const void* service) {
+  for (auto& [known, its] : services_) {
+    if (*known == type) {
+      its = service;
+      return;
+    }
+  }
+  services_.emplace_back(&type, service);
+}
+
+const void* StoreManager::anyService(const std::type_info& type) const noexcept {
+  for (const auto& [known, its] : services_) {
+    if (*known == type) return its;
+  }
+  return nullptr;
+}
+
 const std::string& StoreManager::path() const noexcept { return environment_->path(); }
 std::uint64_t StoreManager::newestCommit() const { return environment_->newestCommit(); }
 std::optional<OldestView> StoreManager::oldestView() const { return environment_->oldestView(); }

@@ -61,8 +61,9 @@
 #include <sys/types.h>
 
 #include <string>
-#include <typeindex>
-#include <unordered_map>
+#include <typeinfo>
+#include <utility>
+#include <vector>
 
 #include "Store/ReadView.h"
 
@@ -132,24 +133,25 @@ class VELBGP_EXPORT StoreManager {
   // it goes. service() is null when there is none.
   template <typename T>
   void serviceIs(const T* service) {
-    services_[typeid(T)] = service;
+    anyServiceIs(typeid(T), service);
   }
   template <typename T>
   const T* service() const noexcept {
-    const auto found = services_.find(typeid(T));
-    return found == services_.end() ? nullptr : static_cast<const T*>(found->second);
+    return static_cast<const T*>(anyService(typeid(T)));
   }
 
  private:
   friend class WriteBatch;
   StoreManager(std::shared_ptr<detail::Environment> environment, std::uint64_t stampedIdentity, PageCheck pageCheck,
                std::unique_ptr<detail::Writer> writer);
+  void anyServiceIs(const std::type_info& type, const void* service);
+  const void* anyService(const std::type_info& type) const noexcept;
   void reserveAnchors();
   void requireNotTooFarAhead();
   void commit(detail::Changes& changes);
 
-  std::unordered_map<std::type_index, const void*> services_;
-  std::unique_ptr<detail::Writer> writer_;  // null in a reader
+  std::vector<std::pair<const std::type_info*, const void*>> services_;  // one or two
+  std::unique_ptr<detail::Writer> writer_;                               // null in a reader
   std::shared_ptr<detail::Environment> environment_;
   ReadView view_;
   std::uint64_t identity_ = 0;

@@ -105,11 +105,13 @@ constexpr EnumIndex enumIndexOf(std::span<const EnumRow> rows) {
   return index;
 }
 
-constexpr bool enumRowsSound(std::span<const EnumRow> rows) {
+// No number twice, and no member that looks like an octet. That no name is there twice is the enumeration's own affair.
+constexpr bool enumRowsSound(std::span<const EnumRow> rows, const EnumIndex& index) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (!rows[i].wire && rows[i].number <= 0xff) return false;
-    for (std::size_t k = 0; k < i; ++k) {
-      if (rows[k].number == rows[i].number || std::string_view(rows[k].name) == rows[i].name) return false;
+    const bool isOctet = rows[i].number <= 0xff;
+    if (isOctet && (!rows[i].wire || index[rows[i].number] != i + 1)) return false;
+    for (std::size_t k = 0; k < i && !isOctet; ++k) {
+      if (rows[k].number == rows[i].number) return false;
     }
   }
   return rows.size() <= 0xff;

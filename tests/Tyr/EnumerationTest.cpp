@@ -22,9 +22,10 @@ static_assert(Tyr::Range<House::Digit>::size() == 2);
 static_assert(!Tyr::enumRowsDense(tyrEnumTable(Signal::stop).rows));
 
 constexpr Tyr::EnumRow sameNumber[] = {{1, "a", nullptr, true}, {1, "b", nullptr, true}};
-constexpr Tyr::EnumRow sameName[] = {{1, "a", nullptr, true}, {2, "a", nullptr, true}};
 constexpr Tyr::EnumRow lookalike[] = {{1, "a", nullptr, true}, {255, "b", nullptr, false}};
-static_assert(!Tyr::enumRowsSound(sameNumber) && !Tyr::enumRowsSound(sameName) && !Tyr::enumRowsSound(lookalike));
+constexpr Tyr::EnumRow sameLargeNumber[] = {{300, "a", nullptr, false}, {300, "b", nullptr, false}};
+constexpr bool isSound(std::span<const Tyr::EnumRow> rows) { return Tyr::enumRowsSound(rows, Tyr::enumIndexOf(rows)); }
+static_assert(!isSound(sameNumber) && !isSound(sameLargeNumber) && !isSound(lookalike));
 
 static_assert(bgpIsValidEnumMember(Signal::wellKnown) && bgpIsValidEnumMember(Signal::stop));
 static_assert(!bgpIsValidEnumMember(Signal::unknown) && bgpIsValidEnumMember(Signal(1)));

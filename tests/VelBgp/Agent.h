@@ -18,8 +18,13 @@ using Values = std::vector<std::uint64_t>;
 using Ip6Contents = std::vector<ExtCommIp6Content>;
 
 template <typename Content, typename Elements>
-Content filled(Content content, const Elements& elements) {
+Content& fill(Content& content, const Elements& elements) {
   for (const auto& element : elements) content.commIs(element);
+  return content;
+}
+template <typename Content, typename Elements>
+Content filled(Content content, const Elements& elements) {
+  fill(content, elements);
   return content;
 }
 
@@ -84,10 +89,12 @@ class Agent {
     return ExtCommList::dedupContent(extended.get(), raw(values));
   }
   CommList::PtrConst internStandard(const std::vector<std::uint32_t>& values) const {
-    return CommList::dedupContent(standard.get(), filled(CommListContent(), values));
+    CommListContent content;
+    return CommList::dedupContent(standard.get(), fill(content, values));
   }
   LargeCommList::PtrConst internLarge(const std::vector<CommunityValue>& values) const {
-    return LargeCommList::dedupContent(large.get(), filled(LargeCommListContent(), values));
+    LargeCommListContent content;
+    return LargeCommList::dedupContent(large.get(), fill(content, values));
   }
   ExtCommIp6List::Ptr ip6Builder(const Ip6Contents& contents) const {
     ExtCommIp6List::Ptr list = ExtCommIp6ListIs();
