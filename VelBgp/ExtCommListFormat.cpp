@@ -55,7 +55,7 @@ bool ExtCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const
 }
 
 std::ostream& join(std::ostream& stream, const ExtCommRange& vector) {
-  joinCommunities(stream, vector);
+  writeAppended(stream, [&vector](auto& text) { appendCommunities(text, vector); });
   return stream;
 }
 

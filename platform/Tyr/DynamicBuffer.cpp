@@ -1,6 +1,7 @@
 #include "Tyr/DynamicBuffer.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 #include <functional>
@@ -9,6 +10,18 @@
 #include <stdexcept>
 
 namespace Tyr {
+namespace {
+
+// The two digits of each octet.
+constexpr auto hexPairs = [] {
+  std::array<std::array<char, 2>, 256> pairs{};
+  for (unsigned octet = 0; octet < 256; ++octet) {
+    pairs[octet] = {"0123456789abcdef"[octet >> 4], "0123456789abcdef"[octet & 0xf]};
+  }
+  return pairs;
+}();
+
+}  // namespace
 
 void DynamicBufferInterface::grow(std::size_t needed) {
   if (needed > std::numeric_limits<std::size_t>::max() / 2 - used_) throw std::length_error("Tyr::DynamicBuffer");
@@ -46,8 +59,11 @@ void DynamicBufferInterface::appendLongHex(std::uint64_t value, unsigned digits)
   for (; digits > 16; --digits) append('0');
   const unsigned count = std::max(digits, (static_cast<unsigned>(std::bit_width(value)) + 3) / 4);
   char text[16];
-  for (unsigned i = count; i-- > 0; value >>= 4) text[i] = "0123456789abcdef"[value & 0xf];
-  append(std::string_view(text, count));
+  for (std::size_t i = sizeof text; i > 0; value >>= 8) {
+    i -= 2;
+    std::memcpy(text + i, hexPairs[value & 0xff].data(), 2);
+  }
+  append(std::string_view(text + sizeof text - count, count));
 }
 
 void DynamicBufferInterface::appendDottedQuad(std::uint32_t address) {
