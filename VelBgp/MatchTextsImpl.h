@@ -58,7 +58,7 @@ class MatchTexts {
 // make(mode) gives a text.
 template <typename Make, typename Ask>
 bool anyTextOf(const Keel::DedupHandleBase& list, unsigned modes, Make&& make, Ask&& ask) {
-  std::string before;
+  std::string before;  // a copy: making the next one may move the texts
   for (unsigned mode = 0; mode < modes; ++mode) {
     const std::string& text = MatchTexts::text(list, mode, [&] { return make(mode); });
     if ((mode == 0 || text != before) && ask(text)) return true;
