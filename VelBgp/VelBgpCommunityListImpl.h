@@ -79,7 +79,7 @@ void appendCommunities(Tyr::DynamicBufferInterface& text, const Range& comms) {
 template <typename List>
 std::string bracketed(const List* list) {
   if (list == nullptr) return "NULL";
-  Tyr::DynamicBuffer<512> text;
+  Tyr::DynamicBuffer<1024> text;
   text.append("[ ");
   appendCommunities(text, list->comms());
   text.append(" ]");
