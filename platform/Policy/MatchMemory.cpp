@@ -1,5 +1,6 @@
 #include <bitset>
 #include <mutex>
+#include <type_traits>
 
 #include "Policy/MatchMemoryImpl.h"
 
@@ -30,18 +31,36 @@ std::atomic_ref<Word> wordOf(std::uint32_t object, unsigned number) noexcept {
 constexpr Word bitsOf(unsigned number, unsigned bits) noexcept { return Word{bits} << number % answersOfWord * 2; }
 constexpr unsigned known = 1, matching = 2;
 
+std::atomic<unsigned> parts = 1;  // of the numbers that were ever given
+
 // Numbers that were given back stay dirty until there are no others; then the answers of all of them are cleared in one
 // walk.
 struct Numbers {
   std::mutex mutex;
   std::bitset<MatchMemory::expressions> taken;
   std::bitset<MatchMemory::expressions> dirty;
+  static inline std::atomic<bool> full = false;  // so that those without a number need not wait to hear so
 
   static Numbers& all() {
     static Numbers numbers;
     return numbers;
   }
 
+  // None when all are taken.
+  unsigned take() noexcept {
+    unsigned number = firstFree();
+    if (number == MatchMemory::Number::none && dirty.any()) {
+      clean();
+      number = firstFree();
+    }
+    if (number == MatchMemory::Number::none) {
+      full.store(true, std::memory_order_relaxed);
+      return number;
+    }
+    taken.set(number);
+    if (number >= answersOfLine) parts.store(2, std::memory_order_relaxed);
+    return number;
+  }
   unsigned firstFree() const noexcept {
     unsigned number = 0;
     while (number < MatchMemory::expressions && (taken[number] || dirty[number])) ++number;
@@ -64,33 +83,31 @@ struct Numbers {
   }
 };
 
-std::atomic<unsigned> parts = 1;  // of the numbers that were ever given
+static_assert(std::is_trivially_destructible_v<Numbers>);  // expressions may go at the end of the process
 
 }  // namespace
 
-MatchMemory::Number::Number() {
+unsigned MatchMemory::Number::taken() {
+  if (value() != none || Numbers::full.load(std::memory_order_relaxed)) return value();
   Numbers& numbers = Numbers::all();
   const std::lock_guard lock(numbers.mutex);
-  value_ = numbers.firstFree();
-  if (value_ == none && numbers.dirty.any()) {
-    numbers.clean();
-    value_ = numbers.firstFree();
-  }
-  if (value_ == none) return;
-  numbers.taken.set(value_);
-  if (value_ >= answersOfLine) parts.store(2, std::memory_order_relaxed);
+  if (value() != none) return value();
+  const unsigned number = numbers.take();
+  value_.store(number, std::memory_order_release);
+  return number;
 }
 
 MatchMemory::Number::~Number() {
-  if (value_ == none) return;
+  if (value() == none) return;
   Numbers& numbers = Numbers::all();
   const std::lock_guard lock(numbers.mutex);
-  numbers.taken.reset(value_);
-  numbers.dirty.set(value_);
+  numbers.taken.reset(value());
+  numbers.dirty.set(value());
+  Numbers::full.store(false, std::memory_order_relaxed);
 }
 
 std::optional<bool> MatchMemory::answer(std::uint32_t object, const PosixRegex& regex) {
-  const unsigned number = numberOf(regex);
+  const unsigned number = numberOf(regex).value();
   if (number == Number::none) return std::nullopt;
   const Word word = wordOf(object, number).load(std::memory_order_relaxed);
   if (objectOf(word) != object || (word & bitsOf(number, known)) == 0) return std::nullopt;
@@ -98,7 +115,7 @@ std::optional<bool> MatchMemory::answer(std::uint32_t object, const PosixRegex& 
 }
 
 void MatchMemory::answerIs(std::uint32_t object, const PosixRegex& regex, bool matches) {
-  const unsigned number = numberOf(regex);
+  const unsigned number = numberOf(regex).taken();
   if (number == Number::none) return;
   inUse_.store(true, std::memory_order_relaxed);
   const std::atomic_ref<Word> word = wordOf(object, number);

@@ -7,10 +7,10 @@
 // An object is known by a number of its own that is not zero, as long as it lives, whatever its kind: forget() at the
 // latest before another object gets the number.
 //
-// Memory: one table for the process, of 2^17 lines of 64 octets: 8 MiB at most, taken by the page as lines are written.
+// Memory: one table for the process, of 2^17 lines of 64 octets: 8 MiB at most, taken by the page as lines are touched.
 // A line holds the answers of 128 expressions for one object; of two objects (or of an object's second 128 expressions)
-// that fall on one line, the later answers replace the earlier ones. The first 256 expressions that exist at a time take
-// part, further ones are always asked.
+// that fall on one line, the later answers replace the earlier ones. At most 256 expressions at a time take part, those
+// that lists asked first; further ones are always asked.
 //
 // Cost: an answer is one load from one line; a new one is a compare-and-swap there. Once anything was remembered, each
 // object that goes looks at one line more, or two when there are more than 128 expressions.
@@ -53,24 +53,26 @@ class MatchMemory {
     return stay(object);
   }
 
-  // The number of an expression, for as long as it lives.
+  // The number of an expression, from its first answer that is remembered for as long as it lives.
   class Number {
    public:
     static constexpr unsigned none = expressions;
 
-    Number();
+    Number() noexcept = default;
     Number(const Number&) = delete;
     Number& operator=(const Number&) = delete;
     ~Number();
 
-    unsigned value() const noexcept { return value_; }
+    // None as well before it was taken. Acquire: what another had under this number was cleared before it was taken.
+    unsigned value() const noexcept { return value_.load(std::memory_order_acquire); }
+    unsigned taken();
 
    private:
-    unsigned value_;
+    std::atomic<unsigned> value_ = none;
   };
 
  private:
-  static unsigned numberOf(const PosixRegex& regex);
+  static Number& numberOf(const PosixRegex& regex);
   static void forgetNow(std::uint32_t object) noexcept;
 
   static inline std::atomic<bool> inUse_ = false;

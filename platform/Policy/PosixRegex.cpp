@@ -392,16 +392,20 @@ class PosixRegex::Matcher {
   }
   // RE2 never gives up on a text: where its automaton has no room it walks the program. So false is an answer.
   bool matches(std::string_view text) const {
-    if (memmem(text.data(), text.size(), required_.data(), required_.size()) == nullptr && !required_.empty())
-      return false;
-    return re2_.Match({text.data(), text.size()}, 0, text.size(), re2::RE2::UNANCHORED, nullptr, 0);
+    return mayMatch(text) && re2_.Match({text.data(), text.size()}, 0, text.size(), re2::RE2::UNANCHORED, nullptr, 0);
   }
 
   const std::string& translatedPattern() const noexcept { return re2_.pattern(); }
-  unsigned number() const noexcept { return number_.value(); }
+  MatchMemory::Number& number() const noexcept { return number_; }
 
  private:
-  const MatchMemory::Number number_;
+  // Whether a match is possible, without the engine.
+  bool mayMatch(std::string_view text) const noexcept {
+    return required_.empty() || (text.size() >= required_.size() &&
+                                 memmem(text.data(), text.size(), required_.data(), required_.size()) != nullptr);
+  }
+
+  mutable MatchMemory::Number number_;
   const std::string required_;
   const re2::RE2 re2_;
 };
@@ -423,7 +427,7 @@ const PosixRegex::Matcher& PosixRegex::matcher() const {
   return *matcher_;
 }
 
-unsigned MatchMemory::numberOf(const PosixRegex& regex) { return regex.matcher().number(); }
+MatchMemory::Number& MatchMemory::numberOf(const PosixRegex& regex) { return regex.matcher().number(); }
 
 class PosixRegexSet::Matcher {
  public:

@@ -13,7 +13,7 @@
 // the text of 8,000 communities, takes seconds; who lets strangers write patterns should refuse such.
 //
 // Answers: a list that is interned asks an expression once and remembers what it said as long as it lives (see
-// matchCommunitiesRegex() of the lists): in 8 MiB for the process, for the first 256 expressions that exist at a time.
+// matchCommunitiesRegex() of the lists): in 8 MiB for the process, for 256 expressions at a time.
 //
 // Limits on a pattern: 4,096 octets, 200 levels of parentheses, 1,000 repetitions (of nested ones, the product), and
 // 10,000 instructions of RE2 once they are written out: about one for an octet or a set, two for parentheses.
