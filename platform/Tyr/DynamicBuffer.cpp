@@ -21,6 +21,13 @@ constexpr auto hexPairs = [] {
   return pairs;
 }();
 
+void writeHex16(char* text, std::uint64_t value) noexcept {
+  for (std::size_t i = 16; i > 0; value >>= 8) {
+    i -= 2;
+    std::memcpy(text + i, hexPairs[value & 0xff].data(), 2);
+  }
+}
+
 }  // namespace
 
 void DynamicBufferInterface::grow(std::size_t needed) {
@@ -56,13 +63,15 @@ void DynamicBufferInterface::appendDecimalTightly(std::uint64_t value) {
 }
 
 void DynamicBufferInterface::appendLongHex(std::uint64_t value, unsigned digits) {
+  if (digits == 16 && capacity_ - used_ >= 16) {
+    writeHex16(data_ + used_, value);  // in place: every debugging form of a community ends so
+    used_ += 16;
+    return;
+  }
   for (; digits > 16; --digits) append('0');
   const unsigned count = std::max(digits, (static_cast<unsigned>(std::bit_width(value)) + 3) / 4);
   char text[16];
-  for (std::size_t i = sizeof text; i > 0; value >>= 8) {
-    i -= 2;
-    std::memcpy(text + i, hexPairs[value & 0xff].data(), 2);
-  }
+  writeHex16(text, value);
   append(std::string_view(text + sizeof text - count, count));
 }
 
