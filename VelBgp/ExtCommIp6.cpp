@@ -88,7 +88,7 @@ std::string valueToStrep(const ExtCommIp6Content& content) {
 std::ostream& operator<<(std::ostream& stream, const ExtCommIp6Content& content) {
   Tyr::DynamicBuffer<> buffer;
   appendContent(buffer, content);
-  writeText(stream, buffer);
+  writeText(stream, buffer.view());
   return stream;
 }
 
@@ -156,12 +156,12 @@ static std::string subtypeText(const ExtCommIp6& extComm) {
 // ---- Text forms
 
 void ExtCommIp6::formatDerivedType(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendTypeAndSubtype(buffer, *this);
-  buffer.append(" addr=");
-  appendAdmins(buffer, getContent(), " localAdmin=");
-  buffer.append('>');
-  writeText(stream, buffer);
+  writeAppended(stream, [this](auto& buffer) {
+    appendTypeAndSubtype(buffer, *this);
+    buffer.append(" addr=");
+    appendAdmins(buffer, getContent(), " localAdmin=");
+    buffer.append('>');
+  });
 }
 
 std::string ExtCommIp6::toStrepForPolicy(StrepFormat format) const {

@@ -319,9 +319,12 @@ std::string ExtCommIp6List::serialize(bool sendNonTransExtComms) const {
 std::string ExtCommIp6List::commsStringForm() const {
   ExtCommIp6::StrepFormat format;
   format.strepFormatClassificationIs(true);
-  std::string text;
-  for (const ExtCommIp6::PtrConst& comm : comms_) (text += comm->toStrepForPolicy(format)) += ' ';
-  return text;
+  Tyr::DynamicBuffer<512> text;
+  for (const ExtCommIp6::PtrConst& comm : comms_) {
+    text.append(comm->toStrepForPolicy(format));
+    text.append(' ');
+  }
+  return text.str();
 }
 
 Store::Reference ExtCommIp6List::stash(Store::WriteBatch* batch) const {

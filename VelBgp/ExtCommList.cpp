@@ -1,6 +1,7 @@
 #include <bit>
 
 #include "VelBgp/DedupBatchImpl.h"
+#include "VelBgp/MatchTextsImpl.h"
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
@@ -16,6 +17,7 @@ constexpr std::uint32_t bitOf(ExtCommClassification classification) noexcept {
 template class ExtCommListBase<ExtCommList, 0>;
 
 ExtCommList::~ExtCommList() {
+  RouteMap::MatchMemory::forget(matchNumberOf(*this));
   // The classification lists hold the references, unless the list's making was broken off.
   if ((userData() & splitBit) == 0) return;
   if (dedupState() != Keel::dedupHandleStateNeverDeduped()) prefetchParts();

@@ -12,12 +12,14 @@
 #pragma once
 
 #include <span>
+#include <vector>
 
 #include "VelBgp/ExtCommClassificationList.h"
 
 namespace Routing::RouteMap {
 class PosixRegex;
-}
+class PosixRegexSet;
+}  // namespace Routing::RouteMap
 
 namespace Routing::Bgp {
 
@@ -117,7 +119,10 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
 
   // Whether the expression matches the list's text in any of the modes below, tried in their order, `ui` only on lists
   // that have communities for it. Asserts that there is an expression.
+  // An interned list asks an expression once; the answer is remembered while the list lives (Policy/PosixRegex.h).
   bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+  // What that gives for each expression, in one pass.
+  std::vector<bool> matchCommunitiesRegexSet(const RouteMap::PosixRegexSet& set) const;
 
   // Its communities and classification lists as maps (VelBgp/CommListSnapshot.h).
   Tyr::Ptr<ExtCommListSnapshot> commSnapshot() const;

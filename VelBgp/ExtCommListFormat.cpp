@@ -2,6 +2,7 @@
 #include <array>
 
 #include "VelBgp/ExtCommTextImpl.h"
+#include "VelBgp/MatchTextsImpl.h"
 #include "VelBgp/VelBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
@@ -31,13 +32,25 @@ std::string matchText(const ExtCommList& list, MatchMode matchMode) {
   return text;
 }
 
+// The modes in their order.
+unsigned modesOf(const ExtCommList& list) { return list.hasPolicyMatchStrepUICommunities() ? 3 : 2; }
+
+auto matchTextsOf(const ExtCommList& list) {
+  return [&list](unsigned mode) {
+    std::string strVal = matchText(list, MatchMode(mode));
+    TYR_ASSERT(!strVal.empty() || MatchMode(mode) != MatchMode::ui);
+    return strVal;
+  };
+}
+
 }  // namespace
 
 bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex) {
   TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
-  const std::string strVal = matchText(*list, matchMode);
+  const std::string& strVal =
+      MatchTexts::text(*list, static_cast<unsigned>(matchMode), [=] { return matchText(*list, matchMode); });
   TYR_ASSERT(!strVal.empty() || matchMode != MatchMode::ui);
-  return regex->execute(strVal.c_str()) == 0;
+  return regex->execute(strVal) == 0;
 }
 
 bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex) {
@@ -49,13 +62,15 @@ bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex) {
 }
 
 bool ExtCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
-  return matchExtCommList(this, MatchMode::strepDefault, regex) ||
-         matchExtCommList(this, MatchMode::strepClassification, regex) ||
-         (hasPolicyMatchStrepUICommunities() && matchExtCommList(this, MatchMode::ui, regex));
+  return matchList(*this, regex, modesOf(*this), matchTextsOf(*this));
+}
+
+std::vector<bool> ExtCommList::matchCommunitiesRegexSet(const RouteMap::PosixRegexSet& set) const {
+  return matchListWithSet(*this, set, modesOf(*this), matchTextsOf(*this));
 }
 
 std::ostream& join(std::ostream& stream, const ExtCommRange& vector) {
-  joinCommunities(stream, vector);
+  writeAppended(stream, [&vector](auto& text) { appendCommunities(text, vector); });
   return stream;
 }
 

@@ -3,6 +3,7 @@
 
 #include <ostream>
 
+#include "Tyr/TextStream.h"
 #include "VelBgp/VelBgpCommunity.h"
 
 namespace Routing::Bgp {
@@ -77,7 +78,12 @@ inline void appendTypePrefix(Tyr::DynamicBufferInterface& buffer, const ExtCommC
 inline std::ostream& writeText(std::ostream& stream, std::string_view text) {
   return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
-inline void writeText(std::ostream& stream, const Tyr::DynamicBufferInterface& buffer) {
+// The same of what append(buffer) appends. The text of a list is one buffer that its communities write into in turn.
+template <typename Append>
+void writeAppended(std::ostream& stream, Append&& append) {
+  if (Tyr::DynamicBufferInterface* const text = Tyr::TextStream::bufferOf(stream)) return append(*text);
+  Tyr::DynamicBuffer<512> buffer;
+  append(buffer);
   writeText(stream, buffer.view());
 }
 

@@ -2,7 +2,6 @@
 // called: subtypeText(comm) and appendImage(image, comm).
 #pragma once
 
-#include "Tyr/TextStream.h"
 #include "VelBgp/ExtCommTextImpl.h"
 #include "VelBgp/StashImpl.h"
 

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "Tyr/DynamicBuffer.h"
 #include "VelBgp/CommList.h"
 #include "VelBgp/ExtCommIp6List.h"
 #include "VelBgp/ExtCommList.h"
@@ -35,27 +36,32 @@ VELBGP_EXPORT std::string commText(const ExtCommIp6Content& content);
 VELBGP_EXPORT std::string commText(const CommunityValue& value);
 VELBGP_EXPORT std::string commText(std::uint32_t value);
 
+// The same at the end of a text.
+VELBGP_EXPORT void appendCommText(Tyr::DynamicBufferInterface& text, const ExtComm* comm);
+VELBGP_EXPORT void appendCommText(Tyr::DynamicBufferInterface& text, const ExtCommIp6* comm);
+VELBGP_EXPORT void appendCommText(Tyr::DynamicBufferInterface& text, const ExtCommContent& content);
+VELBGP_EXPORT void appendCommText(Tyr::DynamicBufferInterface& text, const ExtCommIp6Content& content);
+VELBGP_EXPORT void appendCommText(Tyr::DynamicBufferInterface& text, const CommunityValue& value);
+VELBGP_EXPORT void appendCommText(Tyr::DynamicBufferInterface& text, std::uint32_t value);
+
 // The communities of any range, a blank between them: objects by plain or counted pointers, contents, values. The
 // stream's formatting state neither matters nor changes.
 template <typename Range>
 std::ostream& join(std::ostream& stream, const Range& communities) {
+  Tyr::DynamicBuffer<512> text;
   std::string_view blank;
   for (const auto& community : communities) {
-    stream.write(blank.data(), static_cast<std::streamsize>(blank.size()));
-    std::string text;
-    if constexpr (std::is_pointer_v<std::remove_cvref_t<decltype(community)>>) {
-      text = commText(community);
-    } else if constexpr (requires { community.get(); }) {
-      text = commText(community.get());
+    text.append(blank);
+    if constexpr (requires { community.get(); }) {
+      appendCommText(text, community.get());
     } else {
       static_assert(!std::is_same_v<std::remove_cvref_t<decltype(community)>, std::uint64_t>,
                     "say what the numbers are: ExtCommContent for extended communities");
-      text = commText(community);
+      appendCommText(text, community);
     }
-    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
     blank = " ";
   }
-  return stream;
+  return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 }  // namespace Routing::Bgp

@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <span>
+#include <vector>
 
 #include "Policy/PosixRegex.h"
 #include "Store/Forward.h"
@@ -111,11 +112,12 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   std::string toStrep() const;
   // Whether the expression matches the text with numbers alone or, if not, the one with names. Asserts that there is an
   // expression.
-  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const { return matchValues(comms(), regex); }
+  // An interned list asks an expression once; the answer is remembered while the list lives (Policy/PosixRegex.h).
+  bool matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const;
+  // What that gives for each expression, in one pass.
+  std::vector<bool> matchCommunitiesRegexSet(const RouteMap::PosixRegexSet& set) const;
   // The same of a list of this value alone.
-  static bool matchCommunityRegex(const Value& value, const RouteMap::PosixRegex* regex) {
-    return matchValues({&value, 1}, regex);
-  }
+  static bool matchCommunityRegex(const Value& value, const RouteMap::PosixRegex* regex);
 
   // The path attribute, header included; of an empty list the bare header with length 0, which a caller does not send.
   // Asserts that the value fits in 65,535 octets. What an agent sends is written by AttributeWriter
@@ -145,7 +147,6 @@ class VELBGP_EXPORT ValueCommList : public Keel::DedupHandleBase {
   }
 
   struct Batch;
-  static bool matchValues(Values values, const RouteMap::PosixRegex* regex);
   // Of sorted values.
   static PtrConst dedupHashed(const Table* table, Values values, std::uint32_t hash);
   // A new list of these sorted values, never deduped.

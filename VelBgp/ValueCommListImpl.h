@@ -9,6 +9,7 @@
 #include "Tyr/Trace.h"
 #include "VelBgp/CommVectorImpl.h"
 #include "VelBgp/DedupBatchImpl.h"
+#include "VelBgp/MatchTextsImpl.h"
 #include "VelBgp/StashImpl.h"
 #include "VelBgp/ValueCommList.h"
 
@@ -60,6 +61,7 @@ ValueCommList<Traits>::ValueCommList(Values values) : count_(static_cast<std::ui
 
 template <typename Traits>
 ValueCommList<Traits>::~ValueCommList() {
+  RouteMap::MatchMemory::forget(matchNumberOf(*this));
   if (!fitsInside(count_)) std::free(const_cast<Value*>(values()));
 }
 
@@ -149,13 +151,21 @@ void appendJoined(Tyr::DynamicBufferInterface& buffer, std::span<const typename 
   }
 }
 
-// Whether the expression matches the joined text.
-template <typename Traits, typename Format>
-bool matchJoined(std::span<const typename Traits::Value> values, Format&& format, const RouteMap::PosixRegex& regex) {
+template <typename Traits>
+inline constexpr unsigned matchModes = Traits::hasNames ? 2 : 1;
+
+// With numbers alone in the first mode, with names in the second.
+template <typename Traits>
+void appendMatchText(Tyr::DynamicBufferInterface& buffer, std::span<const typename Traits::Value> values,
+                     unsigned mode) {
+  mode == 0 ? appendJoined<Traits>(buffer, values, Traits::formatNumbers)
+            : appendJoined<Traits>(buffer, values, Traits::format);
+}
+template <typename Traits>
+std::string matchText(std::span<const typename Traits::Value> values, unsigned mode) {
   Tyr::DynamicBuffer<256> buffer;
-  appendJoined<Traits>(buffer, values, format);
-  buffer.append('\0');
-  return regex.execute(buffer.data()) == 0;
+  appendMatchText<Traits>(buffer, values, mode);
+  return buffer.str();
 }
 
 }  // namespace detail
@@ -168,10 +178,26 @@ std::string ValueCommList<Traits>::toStrep() const {
 }
 
 template <typename Traits>
-bool ValueCommList<Traits>::matchValues(Values values, const RouteMap::PosixRegex* regex) {
+bool ValueCommList<Traits>::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
+  return matchList(*this, regex, detail::matchModes<Traits>,
+                   [this](unsigned mode) { return detail::matchText<Traits>(comms(), mode); });
+}
+
+template <typename Traits>
+std::vector<bool> ValueCommList<Traits>::matchCommunitiesRegexSet(const RouteMap::PosixRegexSet& set) const {
+  return matchListWithSet(*this, set, detail::matchModes<Traits>,
+                          [this](unsigned mode) { return detail::matchText<Traits>(comms(), mode); });
+}
+
+template <typename Traits>
+bool ValueCommList<Traits>::matchCommunityRegex(const Value& value, const RouteMap::PosixRegex* regex) {
   TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
-  return detail::matchJoined<Traits>(values, Traits::formatNumbers, *regex) ||
-         (Traits::hasNames && detail::matchJoined<Traits>(values, Traits::format, *regex));
+  for (unsigned mode = 0; mode < detail::matchModes<Traits>; ++mode) {
+    Tyr::DynamicBuffer<64> buffer;
+    detail::appendMatchText<Traits>(buffer, {&value, 1}, mode);
+    if (regex->execute(buffer.view()) == 0) return true;
+  }
+  return false;
 }
 
 // "NULL" for a null list.

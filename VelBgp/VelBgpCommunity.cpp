@@ -17,9 +17,7 @@ std::string valueToStrep(const ExtCommContent& content) {
 }
 
 std::ostream& operator<<(std::ostream& stream, const ExtCommContent& content) {
-  Tyr::DynamicBuffer<32> buffer;
-  appendContent(buffer, content);
-  writeText(stream, buffer);
+  writeAppended(stream, [&content](auto& buffer) { appendContent(buffer, content); });
   return stream;
 }
 
@@ -99,11 +97,11 @@ std::string subtypeText(const ExtComm& extComm) {
 // ---- Text forms
 
 void ExtComm::formatDerivedType(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendTypeAndSubtype(buffer, *this);
-  buffer.append(' ');
-  appendValueAndClose(buffer, *this);
-  writeText(stream, buffer);
+  writeAppended(stream, [this](auto& buffer) {
+    appendTypeAndSubtype(buffer, *this);
+    buffer.append(' ');
+    appendValueAndClose(buffer, *this);
+  });
 }
 
 void ExtComm::formatCommunityValue(std::ostream& stream) const { stream << getContent(); }

@@ -64,11 +64,12 @@ auto lookupByValue(bool commVectorSorted, const Range& vector, const Value& comm
 
 // The communities, each as the operator for a pointer to one prints it, with a blank between them.
 template <typename Range>
-void joinCommunities(std::ostream& stream, const Range& comms) {
+void appendCommunities(Tyr::DynamicBufferInterface& text, const Range& comms) {
+  Tyr::TextStream stream(text);
   bool first = true;
   for (const auto& comm : comms) {
-    if (!first) stream.put(' ');
-    stream << &*comm;
+    if (!first) text.append(' ');
+    comm->formatDerivedType(stream);
     first = false;
   }
 }
@@ -78,10 +79,9 @@ void joinCommunities(std::ostream& stream, const Range& comms) {
 template <typename List>
 std::string bracketed(const List* list) {
   if (list == nullptr) return "NULL";
-  Tyr::DynamicBuffer<512> text;
+  Tyr::DynamicBuffer<1024> text;
   text.append("[ ");
-  Tyr::TextStream stream(text);
-  joinCommunities(stream, list->comms());
+  appendCommunities(text, list->comms());
   text.append(" ]");
   return text.str();
 }

@@ -36,13 +36,13 @@ void ExtCommAsNumber::formatAsNumberToBuffer(Tyr::DynamicBufferInterface* buffer
 }
 
 void ExtCommAsNumber::formatDerivedType(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendTypeAndSubtype(buffer, *this);
-  buffer.append(" ASN=");
-  formatAsNumberToBuffer(&buffer, false);
-  buffer.append(' ');
-  appendValueAndClose(buffer, *this);
-  writeText(stream, buffer);
+  writeAppended(stream, [this](auto& buffer) {
+    appendTypeAndSubtype(buffer, *this);
+    buffer.append(" ASN=");
+    formatAsNumberToBuffer(&buffer, false);
+    buffer.append(' ');
+    appendValueAndClose(buffer, *this);
+  });
 }
 
 std::string ExtCommAsNumber::toStrepForPolicy(StrepFormat format) const {
@@ -70,13 +70,13 @@ const Tyr::FwkType& ExtCommIpv4Address::fwkType() const {
 Addr::Ip4Addr ExtCommIpv4Address::ipv4Address() const noexcept { return Addr::Ip4Addr(ipv4AddressOf(getContent())); }
 
 void ExtCommIpv4Address::formatDerivedType(std::ostream& stream) const {
-  Tyr::DynamicBuffer<> buffer;
-  appendTypeAndSubtype(buffer, *this);
-  buffer.append(' ');
-  buffer.appendDottedQuad(ipv4AddressOf(getContent()));
-  buffer.append(' ');
-  appendValueAndClose(buffer, *this);
-  writeText(stream, buffer);
+  writeAppended(stream, [this](auto& buffer) {
+    appendTypeAndSubtype(buffer, *this);
+    buffer.append(' ');
+    buffer.appendDottedQuad(ipv4AddressOf(getContent()));
+    buffer.append(' ');
+    appendValueAndClose(buffer, *this);
+  });
 }
 
 std::string ExtCommIpv4Address::toStrepForPolicy(StrepFormat format) const {

@@ -25,29 +25,35 @@ void appendAsForm(Tyr::DynamicBufferInterface& buffer, const ExtCommAsNumber& ex
   buffer.appendDecimal(extComm.localAdmin());
 }
 
+// "<", what append(buffer) appends, a blank, the value, ">".
+template <typename Append>
+void formatOpened(std::ostream& stream, const ExtComm& extComm, Append&& append) {
+  writeAppended(stream, [&](auto& buffer) {
+    buffer.append('<');
+    append(buffer);
+    buffer.append(' ');
+    appendValueAndClose(buffer, extComm);
+  });
+}
+
 }  // namespace
 
 void formatKind(std::ostream& stream, const ExtComm& extComm, std::string_view text) {
-  Tyr::DynamicBuffer<> buffer;
-  buffer.append('<');
-  buffer.append(text);
-  buffer.append(' ');
-  appendValueAndClose(buffer, extComm);
-  writeText(stream, buffer);
+  formatOpened(stream, extComm, [text](auto& buffer) { buffer.append(text); });
 }
 
 void formatKind(std::ostream& stream, const ExtCommAsNumber& extComm, const ExtCommAsLabels& labels) {
-  Tyr::DynamicBuffer<> buffer;
-  buffer.append(debugLabel(extComm, labels));
-  appendAsForm(buffer, extComm, false);
-  formatKind(stream, extComm, buffer.view());
+  formatOpened(stream, extComm, [&](auto& buffer) {
+    buffer.append(debugLabel(extComm, labels));
+    appendAsForm(buffer, extComm, false);
+  });
 }
 
 void formatKind(std::ostream& stream, const ExtCommIpv4Address& extComm, const ExtCommIpv4Labels& labels) {
-  Tyr::DynamicBuffer<> buffer;
-  buffer.append(labels.ipv4Address.debug);
-  appendIpv4Form(buffer, extComm.getContent());
-  formatKind(stream, extComm, buffer.view());
+  formatOpened(stream, extComm, [&](auto& buffer) {
+    buffer.append(labels.ipv4Address.debug);
+    appendIpv4Form(buffer, extComm.getContent());
+  });
 }
 
 std::string kindToStrep(const ExtCommAsNumber& extComm, ExtComm::StrepFormat format, const ExtCommAsLabels& labels) {

@@ -23,6 +23,7 @@
 #include "VelBgp/AttributeWriter.h"
 #include "report/Contenders.h"
 #include "report/Harness.h"
+#include "report/Matching.h"
 #include "report/Published.h"
 #include "report/Workload.h"
 
@@ -591,6 +592,7 @@ Jobs allJobs() {
   addListTimes<Batches<VelBgpLargeLists>>(jobs, "large lists", &batchHits);
 
   addSending(jobs);
+  addMatching(jobs);
 
   addListOctets<Floor<std::uint64_t>>(jobs, "extended lists");
   addListOctets<Flyweight>(jobs, "extended lists");

@@ -2,14 +2,17 @@
 
 #include <locale.h>
 #include <re2/re2.h>
+#include <re2/set.h>
 #include <regex.h>
 
 #include <algorithm>
 #include <bitset>
+#include <cstring>
 #include <map>
 #include <new>
 #include <utility>
 
+#include "Policy/MatchMemoryImpl.h"
 #include "Tyr/Assert.h"
 
 namespace Routing::RouteMap {
@@ -19,6 +22,7 @@ constexpr std::size_t maxPattern = 4096;
 constexpr unsigned maxDepth = 200;
 constexpr int maxProgram = 10'000;
 constexpr std::int64_t maxMemory = 2 * 1024 * 1024;
+constexpr std::int64_t maxSetMemory = 8 * maxMemory;
 
 constexpr const char* tooLarge = "pattern is too large once its repetitions are written out";
 
@@ -89,6 +93,30 @@ std::string hostClass(const std::string& element) {
   return text + ']';
 }
 
+// The longest run of octets that every match contains, as far as that is plain to see. Whatever is no octet of its own
+// ends a run.
+class RequiredText {
+ public:
+  void add(char c) { run_ += c; }
+  void endRun() {
+    if (run_.size() > longest_.size()) longest_ = run_;
+    run_.clear();
+  }
+  std::string take() {
+    endRun();
+    return std::move(longest_);
+  }
+
+ private:
+  std::string run_;
+  std::string longest_;
+};
+
+struct Translation {
+  std::string pattern;
+  std::string required;  // empty: nothing is known
+};
+
 // Reads the host's grammar and writes RE2's.
 //
 // Groups and alternatives are written as capturing groups though nobody asks what they captured. RE2 merges nested
@@ -98,9 +126,9 @@ class Translator {
  public:
   explicit Translator(std::string_view pattern) : rest_(pattern) {}
 
-  std::string translate() {
+  Translation translate() {
     alternatives(0);
-    return std::move(out_);
+    return {std::move(out_), required_.take()};
   }
 
  private:
@@ -136,12 +164,15 @@ class Translator {
 
   std::string_view rest_;
   std::string out_;
+  RequiredText required_;
+  bool mayBeAbsent_ = false;  // what the repetitions read last are of
   int copies_ = 0;
   std::map<std::string, std::string> classByElement_;
 };
 
 void Translator::alternatives(unsigned depth) {
   const std::size_t begin = out_.size();
+  const RequiredText before = required_;
   branch(depth);
   if (!nextIs('|')) return;
   out_.insert(begin, 1, '(');
@@ -150,14 +181,18 @@ void Translator::alternatives(unsigned depth) {
     branch(depth);
   }
   out_ += ')';
+  required_ = before;  // another branch may have matched
 }
 
 void Translator::branch(unsigned depth) {
   while (more() && !nextIs('|') && !(depth > 0 && nextIs(')'))) {
     const std::size_t begin = out_.size();
-    if (!atom(depth)) continue;
-    while (repetition(begin)) {
-    }
+    const RequiredText before = required_;
+    if (!atom(depth) || !repetition(begin)) continue;
+    bool mayBeAbsent = mayBeAbsent_;
+    while (repetition(begin)) mayBeAbsent = mayBeAbsent || mayBeAbsent_;
+    if (mayBeAbsent) required_ = before;
+    required_.endRun();
   }
 }
 
@@ -189,7 +224,9 @@ bool Translator::atom(unsigned depth) {
 bool Translator::group(unsigned depth) {
   if (depth > maxDepth) throw PosixRegexException("pattern nests parentheses too deeply");
   out_ += '(';
+  required_.endRun();
   alternatives(depth);
+  required_.endRun();
   if (!takeIf(')')) fail(REG_EPAREN);
   out_ += ')';
   return true;
@@ -228,6 +265,7 @@ bool Translator::test(const char* text) {
 
 bool Translator::literal(char c) {
   out_ += escapedOctet(static_cast<unsigned char>(c));
+  required_.add(c);
   return true;
 }
 
@@ -235,6 +273,7 @@ bool Translator::hostElement(const std::string& element) {
   std::string& known = classByElement_[element];
   if (known.empty()) known = hostClass(element);
   out_ += known;
+  required_.endRun();
   return true;
 }
 
@@ -266,6 +305,7 @@ void Translator::unclosedBracket() const {
 
 // Reads one repetition of what was written from begin on, if there is one.
 bool Translator::repetition(std::size_t begin) {
+  mayBeAbsent_ = nextIs('*') || nextIs('?');
   if (takeIf('*')) return repeat(begin, "*");
   if (takeIf('+')) return repeat(begin, "+");
   if (takeIf('?')) return repeat(begin, "?");
@@ -285,6 +325,7 @@ std::string Translator::interval() {
   const int copies = most == none ? least : most;
   if (copies > RE_DUP_MAX) fail(REG_ESIZE);
   // RE2 writes repetitions out before it looks at what it may use.
+  mayBeAbsent_ = least == 0;
   copies_ += copies;
   if (copies_ > maxProgram) throw PosixRegexException(tooLarge);
   return "{" + std::to_string(least) + "," + (most == none ? "" : std::to_string(most)) + "}";
@@ -318,17 +359,17 @@ bool Translator::repeat(std::size_t begin, const std::string& times) {
   return true;
 }
 
-std::string translated(std::string_view pattern) {
+Translation translated(std::string_view pattern) {
   if (pattern.size() > maxPattern) throw PosixRegexException("pattern has more than 4096 octets");
   if (pattern.find('\0') != std::string_view::npos) throw PosixRegexException("pattern contains a NUL octet");
   const CLocale locale;
   return Translator(pattern).translate();
 }
 
-re2::RE2::Options re2Options() {
+re2::RE2::Options re2Options(std::int64_t memory) {
   re2::RE2::Options options(re2::RE2::Latin1);
   options.set_log_errors(false);
-  options.set_max_mem(maxMemory);
+  options.set_max_mem(memory);
   return options;
 }
 
@@ -338,7 +379,9 @@ PosixRegexException::~PosixRegexException() = default;
 
 class PosixRegex::Matcher {
  public:
-  explicit Matcher(const std::string& pattern) : re2_(translated(pattern), re2Options()) {
+  explicit Matcher(const std::string& pattern) : Matcher(translated(pattern)) {}
+  explicit Matcher(Translation translation)
+      : required_(std::move(translation.required)), re2_(translation.pattern, re2Options(maxMemory)) {
     if (re2_.error_code() == re2::RE2::ErrorRepeatSize) {
       throw PosixRegexException("repetitions beyond 1000, nested ones multiplied, are not supported");
     }
@@ -349,10 +392,21 @@ class PosixRegex::Matcher {
   }
   // RE2 never gives up on a text: where its automaton has no room it walks the program. So false is an answer.
   bool matches(std::string_view text) const {
-    return re2_.Match({text.data(), text.size()}, 0, text.size(), re2::RE2::UNANCHORED, nullptr, 0);
+    return mayMatch(text) && re2_.Match({text.data(), text.size()}, 0, text.size(), re2::RE2::UNANCHORED, nullptr, 0);
   }
 
+  const std::string& translatedPattern() const noexcept { return re2_.pattern(); }
+  MatchMemory::Number& number() const noexcept { return number_; }
+
  private:
+  // Whether a match is possible, without the engine.
+  bool mayMatch(std::string_view text) const noexcept {
+    return required_.empty() || (text.size() >= required_.size() &&
+                                 memmem(text.data(), text.size(), required_.data(), required_.size()) != nullptr);
+  }
+
+  mutable MatchMemory::Number number_;
+  const std::string required_;
   const re2::RE2 re2_;
 };
 
@@ -366,9 +420,52 @@ int PosixRegex::execute(const char* text) const {
   return execute(std::string_view(text));
 }
 
-int PosixRegex::execute(std::string_view text) const {
+int PosixRegex::execute(std::string_view text) const { return matcher().matches(text) ? 0 : REG_NOMATCH; }
+
+const PosixRegex::Matcher& PosixRegex::matcher() const {
   TYR_ASSERT_ADVICE(matcher_ != nullptr, "this expression was moved away: match with the one that it was moved to");
-  return matcher_->matches(text) ? 0 : REG_NOMATCH;
+  return *matcher_;
+}
+
+MatchMemory::Number& MatchMemory::numberOf(const PosixRegex& regex) { return regex.matcher().number(); }
+
+class PosixRegexSet::Matcher {
+ public:
+  explicit Matcher(const std::vector<PosixRegex>& expressions) : set_(re2Options(maxSetMemory), re2::RE2::UNANCHORED) {
+    for (const PosixRegex& regex : expressions) set_.Add(regex.matcher().translatedPattern(), nullptr);
+    compiled_ = set_.Compile();
+  }
+  // The numbers of those that match; false where there was no room to tell.
+  bool match(std::string_view text, std::vector<int>& numbers) const {
+    re2::RE2::Set::ErrorInfo error{};
+    return compiled_ &&
+           (set_.Match({text.data(), text.size()}, &numbers, &error) || error.kind == re2::RE2::Set::kNoError);
+  }
+
+ private:
+  re2::RE2::Set set_;
+  bool compiled_ = false;
+};
+
+PosixRegexSet::PosixRegexSet(std::span<const std::string> patterns) {
+  expressions_.reserve(patterns.size());
+  for (const std::string& pattern : patterns) expressions_.emplace_back(pattern);
+  matcher_ = std::make_unique<Matcher>(expressions_);
+}
+PosixRegexSet::PosixRegexSet(PosixRegexSet&&) noexcept = default;
+PosixRegexSet& PosixRegexSet::operator=(PosixRegexSet&&) noexcept = default;
+PosixRegexSet::~PosixRegexSet() = default;
+
+void PosixRegexSet::execute(std::string_view text, std::vector<bool>& matched) const {
+  TYR_ASSERT(matched.size() == expressions_.size());
+  std::vector<int> numbers;
+  if (matcher_ != nullptr && matcher_->match(text, numbers)) {
+    for (const int number : numbers) matched[static_cast<std::size_t>(number)] = true;
+    return;
+  }
+  for (std::size_t i = 0; i < expressions_.size(); ++i) {
+    if (!matched[i]) matched[i] = expressions_[i].execute(text) == 0;
+  }
 }
 
 }  // namespace Routing::RouteMap

@@ -12,6 +12,9 @@
 // with more than text length times pattern size steps, repetitions written out. A pattern at the limits below, run over
 // the text of 8,000 communities, takes seconds; who lets strangers write patterns should refuse such.
 //
+// Answers: a list that is interned asks an expression once and remembers what it said as long as it lives (see
+// matchCommunitiesRegex() of the lists): in 8 MiB for the process, for 256 expressions at a time.
+//
 // Limits on a pattern: 4,096 octets, 200 levels of parentheses, 1,000 repetitions (of nested ones, the product), and
 // 10,000 instructions of RE2 once they are written out: about one for an octet or a set, two for parentheses.
 // Memory: RE2 gets 2 MiB for an expression's program and states, however many texts it sees; simple patterns take some
@@ -27,8 +30,10 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Tyr/Exception.h"
 #include "Tyr/Export.h"
@@ -57,8 +62,37 @@ class VELBGP_EXPORT PosixRegex {
   const std::string& pattern() const noexcept { return pattern_; }
 
  private:
+  friend class MatchMemory;
+  friend class PosixRegexSet;
+
   class Matcher;
+  const Matcher& matcher() const;
+
   std::string pattern_;
+  std::unique_ptr<Matcher> matcher_;
+};
+
+// Expressions that are asked in one pass over the text: an operator's whole policy on a list that is new.
+//
+// The same answers as each of them gives alone. Where the automaton of all has no room (16 MiB, for its program and its
+// states), they are asked one after the other. Ownership, threads and errors as for PosixRegex.
+class VELBGP_EXPORT PosixRegexSet {
+ public:
+  explicit PosixRegexSet(std::span<const std::string> patterns);
+  PosixRegexSet(PosixRegexSet&&) noexcept;
+  PosixRegexSet& operator=(PosixRegexSet&&) noexcept;
+  ~PosixRegexSet();
+
+  // Sets the place of each expression that matches, in the order of the patterns; the others stay as they are. Asserts
+  // that there is a place for each.
+  void execute(std::string_view text, std::vector<bool>& matched) const;
+
+  // In the order of the patterns.
+  const std::vector<PosixRegex>& expressions() const noexcept { return expressions_; }
+
+ private:
+  class Matcher;
+  std::vector<PosixRegex> expressions_;
   std::unique_ptr<Matcher> matcher_;
 };
 

@@ -1,6 +1,7 @@
 #include "Tyr/DynamicBuffer.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 #include <functional>
@@ -9,6 +10,25 @@
 #include <stdexcept>
 
 namespace Tyr {
+namespace {
+
+// The two digits of each octet.
+constexpr auto hexPairs = [] {
+  std::array<std::array<char, 2>, 256> pairs{};
+  for (unsigned octet = 0; octet < 256; ++octet) {
+    pairs[octet] = {"0123456789abcdef"[octet >> 4], "0123456789abcdef"[octet & 0xf]};
+  }
+  return pairs;
+}();
+
+void writeHex16(char* text, std::uint64_t value) noexcept {
+  for (std::size_t i = 16; i > 0; value >>= 8) {
+    i -= 2;
+    std::memcpy(text + i, hexPairs[value & 0xff].data(), 2);
+  }
+}
+
+}  // namespace
 
 void DynamicBufferInterface::grow(std::size_t needed) {
   if (needed > std::numeric_limits<std::size_t>::max() / 2 - used_) throw std::length_error("Tyr::DynamicBuffer");
@@ -43,11 +63,16 @@ void DynamicBufferInterface::appendDecimalTightly(std::uint64_t value) {
 }
 
 void DynamicBufferInterface::appendLongHex(std::uint64_t value, unsigned digits) {
+  if (digits == 16 && capacity_ - used_ >= 16) {
+    writeHex16(data_ + used_, value);  // in place: every debugging form of a community ends so
+    used_ += 16;
+    return;
+  }
   for (; digits > 16; --digits) append('0');
   const unsigned count = std::max(digits, (static_cast<unsigned>(std::bit_width(value)) + 3) / 4);
   char text[16];
-  for (unsigned i = count; i-- > 0; value >>= 4) text[i] = "0123456789abcdef"[value & 0xf];
-  append(std::string_view(text, count));
+  writeHex16(text, value);
+  append(std::string_view(text + sizeof text - count, count));
 }
 
 void DynamicBufferInterface::appendDottedQuad(std::uint32_t address) {

@@ -21,6 +21,9 @@ class VELBGP_EXPORT TextStream final : private std::streambuf, public std::ostre
   explicit TextStream(DynamicBufferInterface& text) : std::ostream(this), text_(text) { exceptions(badbit); }
   ~TextStream() override;
 
+  // The buffer of a stream that is a TextStream, null for any other: who writes unformatted text can go straight to it.
+  static DynamicBufferInterface* bufferOf(std::ostream& stream) noexcept;
+
  private:
   std::streamsize xsputn(const char* octets, std::streamsize count) override;
   int overflow(int octet) override;

@@ -61,6 +61,7 @@ TEST(PosixRegex, AgreesWithTheHost) {
   const char* const asked = std::getenv("VELBGP_REGEX_ROUNDS");
   const int rounds = asked != nullptr ? std::atoi(asked) : 5000;
   int compared = 0, matched = 0;
+  Strings policy;
   for (int round = 0; round < rounds; ++round) {
     std::string pattern;
     for (std::size_t n = random() % 6; n > 0; --n) pattern += any(parts);
@@ -79,6 +80,7 @@ TEST(PosixRegex, AgreesWithTheHost) {
     const bool copied = pattern.find_first_of("{+") != pattern.npos &&
                         pattern.find_first_of("^$", pattern.find('(')) < pattern.rfind(')');
     const PosixRegex regex(pattern);
+    policy.push_back(pattern);
     for (int i = 0; i < 5 && !copied; ++i, ++compared) {
       std::string text;
       for (std::size_t n = random() % 7; n > 0; --n) text += any(octets, !anchored);
@@ -89,6 +91,15 @@ TEST(PosixRegex, AgreesWithTheHost) {
       matched += expected == 0;
     }
     regfree(&host);
+    if (policy.size() < 20) continue;
+    const PosixRegexSet set(policy);
+    for (const char* const text : {"", "ab", "a1_b", "1: a\xff"}) {
+      std::vector<bool> together(policy.size()), alone;
+      set.execute(text, together);
+      for (const PosixRegex& one : set.expressions()) alone.push_back(one.execute(text) == 0);
+      ASSERT_EQ(together, alone) << text;
+    }
+    policy.clear();
   }
   EXPECT_GT(compared, rounds);
   EXPECT_GT(matched, rounds / 3);
