@@ -22,6 +22,7 @@ class ListPublisher::State {
  public:
   State(Store::StoreManager& store, Options options)
       : records_(std::in_place, store), interval_(std::clamp(options.interval, shortest, longest)) {
+    TYR_ASSERT_ADVICE(store.writable(), "a publisher writes its store: open it by StoreManager::openForWriting()");
     thread_ = std::thread([this] { run(); });
   }
 
@@ -57,7 +58,8 @@ class ListPublisher::State {
     const std::lock_guard attaching(attachMutex_);
     {
       const std::lock_guard lock(mutex_);
-      TYR_ASSERT(tables_[attribute] == nullptr);
+      TYR_ASSERT_ADVICE(tables_[attribute] == nullptr,
+                        "a table of this attribute is attached already: detach it by listTableDel() first");
     }
     table.lifeTimeNotifieeIs(std::move(notifiee));
     {
@@ -74,7 +76,8 @@ class ListPublisher::State {
   void tableGoes(std::size_t attribute, Keel::DedupHashTable& table) {
     {
       const std::lock_guard lock(mutex_);
-      TYR_ASSERT(tables_[attribute] == &table);
+      TYR_ASSERT_ADVICE(tables_[attribute] == &table,
+                        "the table is not attached: detach one that was passed to listTableIs()");
     }
     table.lifeTimeNotifieeIs(nullptr);
   }
@@ -165,7 +168,8 @@ class ListPublisher::State {
     for (std::size_t attribute = 0; attribute < tables_.size(); ++attribute) {
       const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(lists);
       if (list == nullptr) continue;
-      TYR_ASSERT(tables_[attribute] != nullptr && tables_[attribute]->holds(*list));
+      TYR_ASSERT_ADVICE(tables_[attribute] != nullptr && tables_[attribute]->holds(*list),
+                        "a list of a path is in no attached table: pass its table to listTableIs() first");
     }
   }
   // Paths that have been there longer than a table name its lists. In parts, so that nobody waits for all of them.

@@ -170,11 +170,20 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
 
   const Agent other;
   const auto list = Standard::intern(other, {1});
+  const auto expectAdvice = [](auto&& misuse, const char* condition, const char* advice) {
+    EXPECT_ASSERTION(misuse(), condition);
+    EXPECT_ADVICE(misuse(), advice);
+  };
   const char* const attached = "tables_[attribute] != nullptr && tables_[attribute]->holds(*list)";
-  EXPECT_ASSERTION(publisher.pathIs("k", {.extendedIp6 = ExtCommIp6ListIs()}), attached);
-  EXPECT_ASSERTION(publisher.pathIs("k", {.standard = list}), attached);
-  EXPECT_ASSERTION(publisher.listTableIs(CommListDedupTableIs().get()), "tables_[attribute] == nullptr");
-  EXPECT_ASSERTION(publisher.listTableDel(other.standard.get()), "tables_[attribute] == &table");
+  const char* const attach = "a list of a path is in no attached table: pass its table to listTableIs() first";
+  expectAdvice([&] { publisher.pathIs("k", {.extendedIp6 = ExtCommIp6ListIs()}); }, attached, attach);
+  expectAdvice([&] { publisher.pathIs("k", {.standard = list}); }, attached, attach);
+  expectAdvice([&] { publisher.listTableIs(other.standard.get()); }, "tables_[attribute] == nullptr",
+               "a table of this attribute is attached already: detach it by listTableDel() first");
+  expectAdvice([&] { publisher.listTableDel(other.standard.get()); }, "tables_[attribute] == &table",
+               "the table is not attached: detach one that was passed to listTableIs()");
+  expectAdvice([&] { ListPublisher second(*reader_); }, "store.writable()",
+               "a publisher writes its store: open it by StoreManager::openForWriting()");
   publishing.publisher.emplace(*publishing.store);  // drops what is there
 
   publishing.publisher.reset();
