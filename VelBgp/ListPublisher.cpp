@@ -22,6 +22,7 @@ class ListPublisher::State {
  public:
   State(Store::StoreManager& store, Options options)
       : records_(std::in_place, store), interval_(std::clamp(options.interval, shortest, longest)) {
+    TYR_ASSERT_ADVICE(store.writable(), "a publisher writes its store: open it by StoreManager::openForWriting()");
     thread_ = std::thread([this] { run(); });
   }
 
@@ -33,22 +34,52 @@ class ListPublisher::State {
     wake_.notify_all();
     thread_.join();
     ByKeyInParts<PathLists> held;
-    const std::lock_guard lock(mutex_);
-    closed_ = true;
-    std::swap(held, held_);  // goes after the lock: lists that go are noted
-    *notes_ = Notes();
-    *taken_ = Notes();
-    unwritten_ = Notes();
-    records_.reset();
+    ByAttribute<Keel::DedupHashTable*> tables;
+    {
+      const std::lock_guard lock(mutex_);
+      closed_ = true;
+      std::swap(held, held_);  // goes after the lock: lists that go are noted
+      tables = std::exchange(tables_, {});
+      *notes_ = Notes();
+      *taken_ = Notes();
+      unwritten_ = Notes();
+      records_.reset();
+    }
+    for (Keel::DedupHashTable* const table : tables) {
+      if (table != nullptr) table->lifeTimeNotifieeIs(nullptr);
+    }
   }
   // Asked without the mutex, which spares the work of making a note. A thread that reads an old answer is refused
   // later, under the mutex.
   bool closed() const noexcept { return closed_.load(std::memory_order_relaxed); }
 
-  void tableIs(std::size_t attribute, const Keel::DedupHashTable& table) {
-    const std::lock_guard lock(mutex_);
-    TYR_ASSERT(tables_[attribute] == nullptr);
-    tables_[attribute] = &table;
+  // The table counts as attached once the notifiee heard of all that is there.
+  void tableComes(std::size_t attribute, Keel::DedupHashTable& table, Tyr::Ptr<Keel::DedupLifeTimeNotifiee> notifiee) {
+    const std::lock_guard attaching(attachMutex_);
+    {
+      const std::lock_guard lock(mutex_);
+      TYR_ASSERT_ADVICE(tables_[attribute] == nullptr,
+                        "a table of this attribute is attached already: detach it by listTableDel() first");
+    }
+    table.lifeTimeNotifieeIs(std::move(notifiee));
+    {
+      const std::lock_guard lock(mutex_);
+      tables_[attribute] = &table;
+    }
+    try {
+      for (std::size_t part = 0; part < held_.partCount; ++part) nameAgain(part, attribute);
+    } catch (...) {
+      table.lifeTimeNotifieeIs(nullptr);
+      throw;
+    }
+  }
+  void tableGoes(std::size_t attribute, Keel::DedupHashTable& table) {
+    {
+      const std::lock_guard lock(mutex_);
+      TYR_ASSERT_ADVICE(tables_[attribute] == &table,
+                        "the table is not attached: detach one that was passed to listTableIs()");
+    }
+    table.lifeTimeNotifieeIs(nullptr);
   }
 
   void listComes(std::size_t attribute, Slot slot, Image image) {
@@ -84,6 +115,7 @@ class ListPublisher::State {
     auto note = Keyed<PathNote>::make(key);
     auto path = Keyed<PathLists>::make(key, std::move(lists));  // goes after the lock, as lists that go are noted
     const std::lock_guard lock(mutex_);
+    requireAttached(path->value());
     note->value().slots = slotsOf(path->value());
     notes_->paths.reserveFor(key);
     held_.reserveFor(key);  // the last thing that may throw
@@ -120,15 +152,37 @@ class ListPublisher::State {
   }
 
  private:
+  bool isAttached(std::size_t attribute, const Keel::DedupHandleBase& list) const {
+    return tables_[attribute] != nullptr && tables_[attribute]->holds(list);
+  }
+  // Of those lists that are in attached tables.
   SlotsOfPath slotsOf(const PathLists& lists) const {
     SlotsOfPath slots = {};
     for (std::size_t attribute = 0; attribute < slots.size(); ++attribute) {
       const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(lists);
-      if (list == nullptr) continue;
-      TYR_ASSERT(tables_[attribute] != nullptr && tables_[attribute]->holds(*list));
-      slots[attribute] = Keel::handleRef(list);
+      if (list != nullptr && isAttached(attribute, *list)) slots[attribute] = Keel::handleRef(list);
     }
     return slots;
+  }
+  void requireAttached(const PathLists& lists) const {
+    for (std::size_t attribute = 0; attribute < tables_.size(); ++attribute) {
+      const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(lists);
+      if (list == nullptr) continue;
+      TYR_ASSERT_ADVICE(tables_[attribute] != nullptr && tables_[attribute]->holds(*list),
+                        "a list of a path is in no attached table: pass its table to listTableIs() first");
+    }
+  }
+  // Paths that have been there longer than a table name its lists. In parts, so that nobody waits for all of them.
+  void nameAgain(std::size_t part, std::size_t attribute) {
+    const std::lock_guard lock(mutex_);
+    held_.forEachIn(part, [&](Keyed<PathLists>& path) {
+      const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(path.value());
+      if (list == nullptr || !isAttached(attribute, *list)) return;
+      auto note = Keyed<PathNote>::make(path.key(), {.slots = slotsOf(path.value())});
+      notes_->paths.reserveFor(path.key());
+      notes_->paths.put(std::move(note));
+      ++noted_;
+    });
   }
 
   // The thread: takes notes, writes them, and keeps what it could not write.
@@ -174,6 +228,7 @@ class ListPublisher::State {
   void takeNotes() {
     for (bool taken = false; !taken;) {
       taken_->reserve(mayGo());
+      const std::lock_guard attaching(attachMutex_);
       const std::lock_guard lock(mutex_);
       const ByAttribute<std::size_t> now = notes_->remaining(known_);
       taken = taken_->hasRoomFor(now);
@@ -199,6 +254,7 @@ class ListPublisher::State {
   static constexpr std::chrono::milliseconds shortest{1};
   static constexpr std::chrono::milliseconds longest = std::chrono::hours(24);
   const std::chrono::milliseconds interval_;
+  std::mutex attachMutex_;  // notes of a table that is attached are taken when they are whole
   mutable std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable done_;
@@ -206,7 +262,7 @@ class ListPublisher::State {
   std::unique_ptr<Notes> notes_ = std::make_unique<Notes>();
   ByAttribute<std::size_t> known_ = {};
   ByKeyInParts<PathLists> held_;
-  ByAttribute<const Keel::DedupHashTable*> tables_ = {};
+  ByAttribute<Keel::DedupHashTable*> tables_ = {};
   std::uint64_t noted_ = 1;      // changes so far; the first is that the store becomes ours
   std::uint64_t committed_ = 0;  // how many of them are in the store
   std::uint64_t attempts_ = 0;   // to commit, begun so far
@@ -240,36 +296,58 @@ class ListPublisher::State {
     const std::shared_ptr<State> state_;
     const std::size_t attribute_;
   };
-
-  static void attach(const std::shared_ptr<State>& state, std::size_t attribute, Keel::DedupHashTable& table) {
-    const auto notifiee = Tyr::make<Notifiee>(state, attribute);
-    state->tableIs(attribute, table);
-    table.lifeTimeNotifieeIs(notifiee);
-  }
 };
+
+namespace {
+
+// Calls use(attribute, table).
+template <typename Use>
+void withTable(const ExtCommListDedupTable* table, Use&& use) {
+  use(extendedLists, Keel::tableAt(table).extCommListDedupTable());
+}
+template <typename Use>
+void withTable(const ExtCommIp6ListDedupTable* table, Use&& use) {
+  use(extendedIp6Lists, Keel::tableAt(table).extCommListDedupTable());
+}
+template <typename Use>
+void withTable(const LargeCommListDedupTable* table, Use&& use) {
+  use(largeLists, Keel::tableAt(table).dedupTable());
+}
+template <typename Use>
+void withTable(const CommListDedupTable* table, Use&& use) {
+  use(standardLists, Keel::tableAt(table).dedupTable());
+}
+
+}  // namespace
 
 ListPublisher::ListPublisher(Store::StoreManager& store, Options options)
     : state_(std::make_shared<State>(store, options)) {}
 
 ListPublisher::~ListPublisher() { state_->close(); }
 
-void ListPublisher::listTableIs(const ExtCommListDedupTable* table) {
-  State::attach(state_, extendedLists, Keel::tableAt(table).extCommListDedupTable());
+template <typename Table>
+void ListPublisher::tableComes(const Table* table) {
+  withTable(table, [this](std::size_t attribute, Keel::DedupHashTable& lists) {
+    state_->tableComes(attribute, lists, Tyr::make<State::Notifiee>(state_, attribute));
+  });
 }
-void ListPublisher::listTableIs(const ExtCommIp6ListDedupTable* table) {
-  State::attach(state_, extendedIp6Lists, Keel::tableAt(table).extCommListDedupTable());
+template <typename Table>
+void ListPublisher::tableGoes(const Table* table) {
+  withTable(table, [this](std::size_t attribute, Keel::DedupHashTable& lists) { state_->tableGoes(attribute, lists); });
 }
-void ListPublisher::listTableIs(const LargeCommListDedupTable* table) {
-  State::attach(state_, largeLists, Keel::tableAt(table).dedupTable());
-}
-void ListPublisher::listTableIs(const CommListDedupTable* table) {
-  State::attach(state_, standardLists, Keel::tableAt(table).dedupTable());
-}
+void ListPublisher::listTableIs(const ExtCommListDedupTable* table) { tableComes(table); }
+void ListPublisher::listTableIs(const ExtCommIp6ListDedupTable* table) { tableComes(table); }
+void ListPublisher::listTableIs(const LargeCommListDedupTable* table) { tableComes(table); }
+void ListPublisher::listTableIs(const CommListDedupTable* table) { tableComes(table); }
+void ListPublisher::listTableDel(const ExtCommListDedupTable* table) { tableGoes(table); }
+void ListPublisher::listTableDel(const ExtCommIp6ListDedupTable* table) { tableGoes(table); }
+void ListPublisher::listTableDel(const LargeCommListDedupTable* table) { tableGoes(table); }
+void ListPublisher::listTableDel(const CommListDedupTable* table) { tableGoes(table); }
 void ListPublisher::tablesAre(const CommunityTables& tables) {
-  listTableIs(tables.extCommLists());
-  listTableIs(tables.extCommIp6Lists());
-  listTableIs(tables.largeCommLists());
-  listTableIs(tables.commLists());
+  tableComes(tables.extCommLists());
+  tableComes(tables.extCommIp6Lists());
+  tableComes(tables.largeCommLists());
+  tableComes(tables.commLists());
 }
 
 void ListPublisher::pathIs(std::string_view key, PathLists lists) { state_->pathIs(key, std::move(lists)); }

@@ -5,7 +5,7 @@
 //   StashedPath     the reading side: references to them
 //
 //   agent    ListPublisher publisher(*storeForWriting);
-//            publisher.listTableIs(extCommListTable);                  // before any list is in it
+//            publisher.listTableIs(extCommListTable);                  // also one that is in use
 //            publisher.pathIs("10.0.0.0/8 from 192.0.2.1", {.extended = list});
 //   reader   if (const auto path = stashedPath(*storeForReading, "10.0.0.0/8 from 192.0.2.1")) {
 //              const auto list = ExtCommList::destash(&path->extended, storeForReading.get());
@@ -19,11 +19,13 @@
 // commits them; what comes and goes between two commits leaves no trace. Failures (a full disk) are kept in problem(),
 // and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 100 octets for
 // each published list and for each distinct community of extended lists, the notes since the last commit, and the
-// paths' keys.
+// paths' keys. Attaching a table in use notes all lists that are there, and the paths that have lists of it, on the
+// thread that attaches; nothing is committed till that is done. Threads that intern meanwhile wait for the note of one
+// list, or for those of a 256th of the paths.
 //
 // Ownership: a path that is published holds its lists, so that what it names is there; they are released by pathIs and
 // pathDel, and by the destructor. The store must outlive the publisher and is used by nobody else meanwhile. Tables may
-// outlive it: what happens to them afterwards is not published.
+// outlive it, and are detached by its destructor; none is destroyed meanwhile, nor while it is attached or detached.
 // Threads: any thread for what interns and releases; the operations below on the threads that may release lists.
 // Errors: assertions as stated; std::bad_alloc, from interning too, with nothing noted; std::system_error from the
 // constructor when there is no thread to be had.
@@ -54,18 +56,24 @@ class VELBGP_EXPORT ListPublisher {
   ListPublisher(const ListPublisher&) = delete;
   ListPublisher& operator=(const ListPublisher&) = delete;
 
-  // Publishes the lists of a table from now on. Asserts that the table is empty and that no other of its attribute is
-  // there. A table that is destroyed, or given another notifiee, takes its lists out of the store, also out of paths;
-  // another may follow it.
+  // Publishes the lists of a table: those that are there first, then what comes and goes, while other threads intern
+  // and release too. Asserts that no other table of its attribute is there. A table that is destroyed, detached, or given
+  // another notifiee (that of another publisher) takes its lists out of the store, also out of paths; when it is attached
+  // again, they are back there. Another may follow it. When it throws, the table is not attached.
   void listTableIs(const ExtCommListDedupTable* table);
   void listTableIs(const ExtCommIp6ListDedupTable* table);
   void listTableIs(const LargeCommListDedupTable* table);
   void listTableIs(const CommListDedupTable* table);
   // All four of them.
   void tablesAre(const CommunityTables& tables);
+  // Detaches a table, at any time. Asserts that it is attached.
+  void listTableDel(const ExtCommListDedupTable* table);
+  void listTableDel(const ExtCommIp6ListDedupTable* table);
+  void listTableDel(const LargeCommListDedupTable* table);
+  void listTableDel(const CommListDedupTable* table);
 
   // Publishes a path under a key of up to 255 octets, in place of what was there, also one without any list. Asserts
-  // that its lists are in attached tables. Throws std::length_error for a longer key.
+  // that its lists are in attached tables; they may have been there before. Throws std::length_error for a longer key.
   void pathIs(std::string_view key, PathLists lists);
   // Whether there was one.
   bool pathDel(std::string_view key);
@@ -78,6 +86,11 @@ class VELBGP_EXPORT ListPublisher {
 
  private:
   class State;
+
+  template <typename Table>
+  void tableComes(const Table* table);
+  template <typename Table>
+  void tableGoes(const Table* table);
 
   std::shared_ptr<State> state_;
 };

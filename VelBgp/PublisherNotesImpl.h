@@ -176,9 +176,13 @@ class ByKeyInParts {
   }
   template <typename Visit>
   void forEach(Visit&& visit) const {
-    for (const Part& part : parts_) {
-      for (Node* const node : part) visit(*node);
-    }
+    for (std::size_t part = 0; part < partCount; ++part) forEachIn(part, visit);
+  }
+  // Of a part, by number.
+  static constexpr std::size_t partCount = 256;
+  template <typename Visit>
+  void forEachIn(std::size_t part, Visit&& visit) const {
+    for (Node* const node : parts_[part]) visit(*node);
   }
 
  private:
@@ -194,7 +198,7 @@ class ByKeyInParts {
     bool operator()(const auto& a, const auto& b) const noexcept { return keyOf(a) == keyOf(b); }
   };
   using Part = boost::unordered_flat_set<Node*, Hash, Equal>;
-  using Parts = std::array<Part, 256>;
+  using Parts = std::array<Part, partCount>;
 
   static std::size_t numberOf(std::string_view key) noexcept { return TextHash()(key) >> 24; }
   const Part& partOf(std::string_view key) const noexcept { return parts_[numberOf(key)]; }

@@ -13,7 +13,9 @@
 namespace Keel {
 
 DedupLifeTimeNotifiee::~DedupLifeTimeNotifiee() = default;
-bool DedupLifeTimeNotifiee::wantsToHearOf(DedupHandleBase&) noexcept { return true; }
+bool DedupLifeTimeNotifiee::wantsToHearOf(DedupHandleBase& handle) noexcept {
+  return handle.dedupState() == dedupHandleStateNeverDeduped();
+}
 DedupHandleLifeTimeNotifier::~DedupHandleLifeTimeNotifier() = default;
 
 namespace {
@@ -120,6 +122,7 @@ DedupHashTable::~DedupHashTable() {
   KEEL_PAUSE_POINT(tableEmptied);
   for (detail::Backoff backoff; letters_.load(std::memory_order_acquire) != 0;) backoff.pause();
   tell();
+  asked_.store(nullptr, std::memory_order_relaxed);
   if (const Tyr::Ptr<DedupLifeTimeNotifiee> notifiee = std::move(lifeTimeNotifiee_)) {
     notifiee->handleNotificationStop(this);
     while (stopped_ != 0) {
@@ -499,7 +502,8 @@ bool DedupHashTable::stepDown(const DedupHandleBase* handle) noexcept {
 // ---- Announcing
 
 [[gnu::always_inline]] inline bool DedupHashTable::wanted(DedupHandleBase* handle) noexcept {
-  return lifeTimeNotifiee_ != nullptr && lifeTimeNotifiee_->wantsToHearOf(*handle);
+  DedupLifeTimeNotifiee* const asked = asked_.load(std::memory_order_acquire);
+  return asked != nullptr && asked->wantsToHearOf(*handle);
 }
 
 void DedupHashTable::enqueue(DedupHandleBase* handle) noexcept {
@@ -538,6 +542,25 @@ bool DedupHashTable::isToldOf(DedupHandleBase* handle) const noexcept {
   return false;
 }
 
+// The thread tells while there is one, which has the lock.
+class DedupHashTable::Teller {
+ public:
+  explicit Teller(DedupHashTable& table) noexcept : table_(table) {
+    table_.teller_.store(&me_, std::memory_order_relaxed);
+    ++me_.telling;
+  }
+  Teller(const Teller&) = delete;
+  Teller& operator=(const Teller&) = delete;
+  ~Teller() {
+    --me_.telling;
+    table_.teller_.store(nullptr, std::memory_order_relaxed);
+  }
+
+ private:
+  DedupHashTable& table_;
+  detail::ThreadRecord& me_ = detail::thisThread();
+};
+
 void DedupHashTable::tell() noexcept {
   detail::ThreadRecord& me = detail::thisThread();
   if (teller_.load(std::memory_order_relaxed) == &me) return;  // told when the present event is over
@@ -546,14 +569,11 @@ void DedupHashTable::tell() noexcept {
     if (multiThreaded_ && me.telling == 0) lock.lock();
     // Waiting inside of an announcement, threads could wait for each other; the one that tells looks again.
     if (multiThreaded_ && me.telling != 0 && !lock.try_lock()) return;
-    teller_.store(&me, std::memory_order_relaxed);
-    ++me.telling;
+    const Teller teller(*this);
     while (DedupHandleBase* const handle = dequeue()) {
       tellOf(handle);
       KEEL_PAUSE_POINT(told);
     }
-    --me.telling;
-    teller_.store(nullptr, std::memory_order_relaxed);
   } while (queued());
 }
 
@@ -568,14 +588,14 @@ void DedupHashTable::tellOf(DedupHandleBase* handle) noexcept {
 bool DedupHashTable::tellComing(DedupHandleBase* handle) noexcept {
   bool came = true;
   try {
-    lifeTimeNotifiee_->handleInsert(handle);
+    if (lifeTimeNotifiee_ != nullptr) lifeTimeNotifiee_->handleInsert(handle);
   } catch (...) {
     neverCame(handle);
     came = false;
   }
   const detail::MaybeLock lock(queueMutex_);
   const bool went = handle->news() == DedupHandleBase::newsCameAndWent;
-  handle->newsIs(came ? DedupHandleBase::newsTold : DedupHandleBase::newsNone);
+  handle->newsIs(came && lifeTimeNotifiee_ != nullptr ? DedupHandleBase::newsTold : DedupHandleBase::newsNone);
   if (went && !came) handle->referenceRelease();
   return went && came;
 }
@@ -590,12 +610,6 @@ void DedupHashTable::neverCame(DedupHandleBase* handle) noexcept {
 }
 
 // ---- The whole
-
-void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
-  TYR_ASSERT(size() == 0);
-  lifeTimeNotifiee_.swap(notifiee);
-  if (notifiee != nullptr) notifiee->handleNotificationStop(this);
-}
 
 // No bucket is split meanwhile, so none is met twice.
 template <typename Visit>
@@ -693,32 +707,96 @@ std::uint32_t rangeOf(std::uint32_t bucket, std::uint32_t buckets) noexcept {
 
 }  // namespace
 
-// Takes a reference on each object of the bucket that begins at this place, and gives where the next one begins.
-template <typename Held>
-std::uint32_t DedupHashTable::holdBucket(std::uint32_t place, Held& held) const {
+// Takes a reference on each object with such news of the bucket that begins at this place, and gives where the next one
+// begins.
+template <typename Which, typename Held>
+std::uint32_t DedupHashTable::holdBucket(std::uint32_t place, Which&& which, Held& held) const {
   Line& bucket = lock(reversed(place));
   const auto free = [this](Line* line) { unlock(*line); };
   const std::unique_ptr<Line, decltype(free)> locked(&bucket, free);
-  forEachIn(bucket, [&held](Entry, SlabRef ref) {
-    if (handleOf(ref)->news() != DedupHandleBase::newsComing) held.emplace_back(handleOf(ref));
+  forEachIn(bucket, [&](Entry, SlabRef ref) {
+    if (which(handleOf(ref)->news())) held.emplace_back(handleOf(ref));
   });
   const std::uint32_t buckets = buckets_.load(std::memory_order_relaxed);  // this one is not split meanwhile
   return place + rangeOf(bucketOf(reversed(place), buckets), buckets);
 }
 
-void DedupHashTable::forEachHeldHandle(void (*visit)(void*, DedupHandleBase*), void* call) const {
+template <typename Which, typename Visit>
+void DedupHashTable::walkHeld(Which&& which, Visit&& visit) const {
   checkThread();
   boost::container::small_vector<Tyr::Ptr<DedupHandleBase>, 2 * Line::entries> held;
   std::uint32_t place = 0;
   do {
-    place = holdBucket(place, held);
+    place = holdBucket(place, which, held);
     KEEL_PAUSE_POINT(walking);
     for (Tyr::Ptr<DedupHandleBase>& handle : held) {
-      visit(call, handle.get());
+      visit(handle.get());
       handle.reset();
     }
     held.clear();
   } while (place != 0);
+}
+
+void DedupHashTable::forEachHeldHandle(void (*visit)(void*, DedupHandleBase*), void* call) const {
+  walkHeld([](std::uint16_t news) { return news != DedupHandleBase::newsComing; },
+           [&](DedupHandleBase* handle) { visit(call, handle); });
+}
+
+// ---- A notifiee comes or goes
+
+void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
+  checkThread();
+  const bool announcesNow = teller_.load(std::memory_order_relaxed) == &detail::thisThread();
+  TYR_ASSERT(!announcesNow);
+  const detail::MaybeLock lock(notifieeMutex_);
+  notifieeGoes();
+  if (notifiee != nullptr) notifieeComes(std::move(notifiee));
+}
+
+// Whoever locks a bucket after the walk did finds the notifiee; what was put there before is met by the walk, held, and
+// stays as it is till it was told.
+void DedupHashTable::notifieeComes(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
+  {
+    const detail::MaybeLock lock(tellMutex_);
+    lifeTimeNotifiee_ = notifiee;
+  }
+  asked_.store(notifiee.get(), std::memory_order_release);
+  try {
+    walkHeld([](std::uint16_t news) { return news == DedupHandleBase::newsNone; },
+             [&](DedupHandleBase* handle) {
+               const detail::MaybeLock lock(tellMutex_);
+               const Teller teller(*this);
+               notifiee->handleInsert(handle);
+               const detail::MaybeLock queueLock(queueMutex_);
+               handle->newsIs(DedupHandleBase::newsTold);
+             });
+  } catch (...) {
+    notifieeGoes();
+    throw;
+  }
+  tell();  // what the notifiee caused
+}
+
+// Once the walk has passed, nobody asks the notifiee any more, and no object joins the queue. What did so before, or comes
+// while it is still asked, is taken from the queue with nobody to tell.
+void DedupHashTable::notifieeGoes() noexcept {
+  tell();
+  Tyr::Ptr<DedupLifeTimeNotifiee> notifiee;
+  {
+    const detail::MaybeLock lock(tellMutex_);
+    asked_.store(nullptr, std::memory_order_relaxed);
+    notifiee.swap(lifeTimeNotifiee_);
+    if (notifiee == nullptr) return;
+    const Teller teller(*this);
+    notifiee->handleNotificationStop(this);
+  }
+  forEachBucket([this](Line& bucket) {
+    forEachIn(bucket, [this](Entry, SlabRef ref) {
+      const detail::MaybeLock lock(queueMutex_);
+      if (handleOf(ref)->news() == DedupHandleBase::newsTold) handleOf(ref)->newsIs(DedupHandleBase::newsNone);
+    });
+  });
+  tell();
 }
 
 }  // namespace Keel

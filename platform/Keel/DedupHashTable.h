@@ -82,6 +82,11 @@
 // the thread that is telling returns. An observer never waits for another thread: it may see objects whose coming is not
 // told yet. It must not destroy the table that announces; that stops the process.
 //
+// A notifiee that comes to a table in use is told of each object that is there, by its own thread, which holds the object
+// meanwhile: the object stays none until it was told. What comes from then on joins the queue, and what leaves while none
+// was never told of, so its leaving is not told either. Whoever inserts waits for one such object at most. A notifiee that
+// goes is told to stop, then all objects become none, bucket by bucket; what is queued by then is told to nobody.
+//
 // A notifiee that throws from handleInsert (no memory) makes dedup() throw, and the object was never in the table but
 // for observers that looked it up; from the others it must not throw. (dedup() called by an observer may return an object
 // that leaves the table so a little later.)
@@ -138,8 +143,8 @@ class VELBGP_EXPORT DedupLifeTimeNotifiee : public Tyr::PtrInterface {
   // The table is being destroyed (or the notifiee replaced): forget everything of it. Its objects are in no table any
   // more, and can be visited once more (forEach).
   virtual void handleNotificationStop(DedupHashTable* table) = 0;
-  // Asked under the bucket's lock before the object comes, and before it leaves unless its coming was told. Must not call
-  // the table.
+  // Asked under the bucket's lock before the object comes, and before it leaves unless its coming was told; not of those
+  // that are there when the notifiee comes. Must not call the table. By default true of what comes.
   virtual bool wantsToHearOf(DedupHandleBase& handle) noexcept;
 
  protected:
@@ -313,7 +318,9 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
     if (handle.referenceCount() == 1) prefetchBucketOf(handle);
   }
 
-  // Before the table is used: asserts that it is empty. The destructor tells the notifiee to stop.
+  // In place of another one, which is told to stop, or of none; null for none. Tells it of all objects that are there and
+  // returns once that is done. At any time, also beside threads that intern, but not from an observer; the destructor
+  // tells the notifiee to stop. What handleInsert throws leaves the table without one.
   void lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee);
 
   // Whether the object is in this table, not in another or none. For a holder of the object.
@@ -523,8 +530,10 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   std::size_t longestChain(Visit&& visit) const;
   void forEachHandle(void (*visit)(void*, DedupHandleBase*), void* call) const;
   void forEachHeldHandle(void (*visit)(void*, DedupHandleBase*), void* call) const;
-  template <typename Held>
-  std::uint32_t holdBucket(std::uint32_t place, Held& held) const;
+  template <typename Which, typename Visit>
+  void walkHeld(Which&& which, Visit&& visit) const;
+  template <typename Which, typename Held>
+  std::uint32_t holdBucket(std::uint32_t place, Which&& which, Held& held) const;
   void bar() noexcept;
 
   bool wanted(DedupHandleBase* handle) noexcept;
@@ -535,6 +544,9 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   void tellOf(DedupHandleBase* handle) noexcept;
   bool tellComing(DedupHandleBase* handle) noexcept;
   void neverCame(DedupHandleBase* handle) noexcept;
+  class Teller;
+  void notifieeComes(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee);
+  void notifieeGoes() noexcept;
 
   void checkThread() const {
     if (!multiThreaded_ && detail::threadRecord != ownerRecord_) [[unlikely]]
@@ -556,7 +568,9 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   detail::DedupLines lines_;  // the buckets' first lines
   detail::DedupLines more_;   // and what they go on in
   const std::unique_ptr<Stripe[]> stripes_;
-  Tyr::Ptr<DedupLifeTimeNotifiee> lifeTimeNotifiee_;
+  Tyr::Ptr<DedupLifeTimeNotifiee> lifeTimeNotifiee_;    // changed by who tells
+  std::atomic<DedupLifeTimeNotifiee*> asked_{nullptr};  // the same, for those who hold a bucket
+  std::mutex notifieeMutex_;                            // one comes or goes at a time
 
   mutable std::atomic<bool> growing_{false};  // or being walked through
   mutable std::mutex linesMutex_;

@@ -248,6 +248,53 @@ TEST_P(Races, WalksMeetWhatStaysOnce) {
   }
 }
 
+// Told of all that is there, from the moment that it comes.
+struct Follower final : DedupLifeTimeNotifiee {
+  void handleInsert(DedupHandleBase* handle) override {
+    wrong += !values.insert(static_cast<Word*>(handle)->value).second;
+  }
+  void handleRemove(DedupHandleBase* handle) override { wrong += values.erase(static_cast<Word*>(handle)->value) != 1; }
+  void handleNotificationStop(DedupHashTable*) override { values.clear(); }
+
+  std::set<std::uint64_t> values;
+  int wrong = 0;
+};
+
+TEST_P(Races, NotifieesComeAndGoBesideTheScript) {
+  const unsigned count = std::max(GetParam(), 1u);
+  for (int point = -1; point < points; ++point) {
+    detail::widened = point;
+    House house;
+    std::vector<Held> held(count);
+    std::atomic<int> wrong{0}, working{static_cast<int>(count)};
+    const Tyr::Ptr<Follower> followers[2] = {Tyr::make<Follower>(), Tyr::make<Follower>()};
+    const auto work = [&](unsigned i) {
+      if (i < count) {
+        wrong += script(house, 7 * i + static_cast<unsigned>(point + 1), static_cast<int>(8000 / count), 200, held[i]);
+        --working;
+        return;
+      }
+      do {
+        for (int which : {0, 1}) house.tables[which]->lifeTimeNotifieeIs(followers[which]);
+      } while (working != 0);
+    };
+    if (GetParam() != 0) {
+      inThreads(count + 1, work);
+    } else {
+      for (const unsigned i : {0u, 1u}) work(i);
+    }
+    std::set<std::uint64_t> live[2];
+    for (const Held& one : held) {
+      for (const auto& [table, word] : one) live[table].insert(word->value);
+    }
+    for (int which : {0, 1}) {
+      EXPECT_EQ(followers[which]->values, live[which]) << point;
+      wrong += followers[which]->wrong;
+    }
+    EXPECT_EQ(wrong, 0) << point;
+  }
+}
+
 }  // namespace
 }  // namespace test
 }  // namespace Keel

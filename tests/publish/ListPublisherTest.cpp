@@ -60,6 +60,54 @@ TEST_F(ListPublisherTest, ShowsExactlyWhatIsInterned) {
   }
 }
 
+// What goes off is gone, also from paths, and is back there later.
+TEST_F(ListPublisherTest, TablesInUseAreAttachedAndDetached) {
+  for (const bool multiThreaded : {false, true}) {
+    Publishing publishing(path_, never, multiThreaded);
+    Script script(publishing, "path");
+    for (int round = 0; round < 6; ++round) {
+      script.stepped(200);
+      if (round % 2 == 0) expectSame(published(publishing), script.contents());
+      publishing.tablesAre(false);
+      if (round % 3 == 0) {
+        Contents off;
+        for (const auto& [key, path] : script.contents().paths) off.paths[key] = {};
+        expectSame(published(publishing), off);
+      }
+      publishing.tablesAre(true);
+      expectSame(published(publishing), script.contents());
+    }
+    publishing.publisherIs(never);  // what one publisher leaves, the next takes over, but for its paths
+    expectSame(published(publishing), script.pathsDel().contents());
+  }
+}
+
+TEST_F(ListPublisherTest, TablesAreAttachedAndDetachedWhileThreadsIntern) {
+  Publishing publishing(path_, std::chrono::milliseconds(1), true);
+  std::vector<Script> scripts;
+  for (const char* name : {"a", "b", "c"}) scripts.emplace_back(publishing, name, false);
+  for (int round = 0; round < 8 && !HasFailure(); ++round) {
+    std::atomic<std::size_t> running = scripts.size();
+    std::vector<std::jthread> threads;
+    for (Script& script : scripts) {
+      threads.emplace_back([&] {
+        script.stepped(1500);
+        --running;
+      });
+    }
+    do {
+      publishing.tablesAre(false);
+      if (round % 4 == 3) publishing.publisher.emplace(*publishing.store);
+      publishing.tablesAre(true);
+      publishing.publisher->flush();
+    } while (running != 0);
+    threads.clear();
+    Contents expected;
+    for (const Script& script : scripts) expected = script.contents(std::move(expected));
+    expectSame(published(publishing), expected);
+  }
+}
+
 // A next publisher, in this process or after it, leaves what was published till its first commit.
 TEST_F(ListPublisherTest, WhatWasPublishedStaysTillTheNextPublisherCommits) {
   Contents last;
@@ -122,12 +170,21 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
 
   const Agent other;
   const auto list = Standard::intern(other, {1});
+  const auto expectAdvice = [](auto&& misuse, const char* condition, const char* advice) {
+    EXPECT_ASSERTION(misuse(), condition);
+    EXPECT_ADVICE(misuse(), advice);
+  };
   const char* const attached = "tables_[attribute] != nullptr && tables_[attribute]->holds(*list)";
-  EXPECT_ASSERTION(publisher.pathIs("k", {.extendedIp6 = ExtCommIp6ListIs()}), attached);
-  EXPECT_ASSERTION(publisher.pathIs("k", {.standard = list}), attached);
-  EXPECT_ASSERTION(publisher.listTableIs(CommListDedupTableIs().get()), "tables_[attribute] == nullptr");
-  publishing.publisher.emplace(*publishing.store);
-  EXPECT_ASSERTION(publishing.publisher->listTableIs(other.standard.get()), "size() == 0");
+  const char* const attach = "a list of a path is in no attached table: pass its table to listTableIs() first";
+  expectAdvice([&] { publisher.pathIs("k", {.extendedIp6 = ExtCommIp6ListIs()}); }, attached, attach);
+  expectAdvice([&] { publisher.pathIs("k", {.standard = list}); }, attached, attach);
+  expectAdvice([&] { publisher.listTableIs(other.standard.get()); }, "tables_[attribute] == nullptr",
+               "a table of this attribute is attached already: detach it by listTableDel() first");
+  expectAdvice([&] { publisher.listTableDel(other.standard.get()); }, "tables_[attribute] == &table",
+               "the table is not attached: detach one that was passed to listTableIs()");
+  expectAdvice([&] { ListPublisher second(*reader_); }, "store.writable()",
+               "a publisher writes its store: open it by StoreManager::openForWriting()");
+  publishing.publisher.emplace(*publishing.store);  // drops what is there
 
   publishing.publisher.reset();
   Store::WriteBatch batch(*publishing.store);
@@ -154,7 +211,10 @@ TEST_F(ListPublisherTest, OutOfMemory) {
       [&] {
         const Agent other;
         ListPublisher second(*otherStore, {never});
-        forEachAttribute([&]<typename Attribute>(Attribute) { second.listTableIs((other.*Attribute::table).get()); });
+        forEachAttribute([&]<typename Attribute>(Attribute) {
+          const auto list = Attribute::intern(other, {100, 200, 300});
+          second.listTableIs((other.*Attribute::table).get());
+        });
       },
       [] {}, Losses::notCounted);
   const auto expectAllOrNothing = [&](auto&& undo, auto&& change) {

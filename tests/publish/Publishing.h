@@ -84,8 +84,13 @@ struct Publishing {
   }
   void publisherIs(std::chrono::milliseconds interval) {
     publisher.emplace(*store, ListPublisher::Options{interval});
-    forEachAttribute(
-        [&]<typename Attribute>(Attribute) { publisher->listTableIs(((*agent).*Attribute::table).get()); });
+    tablesAre(true);
+  }
+  void tablesAre(bool attached) {
+    forEachAttribute([&]<typename Attribute>(Attribute) {
+      const auto* const table = ((*agent).*Attribute::table).get();
+      attached ? publisher->listTableIs(table) : publisher->listTableDel(table);
+    });
   }
 
   std::unique_ptr<Store::StoreManager> store;
@@ -96,7 +101,8 @@ struct Publishing {
 // Interns, releases and names in paths whatever comes up, and knows what is there.
 class Script {
  public:
-  Script(Publishing& publishing, std::string name) : publishing_(publishing), name_(std::move(name)) {
+  Script(Publishing& publishing, std::string name, bool withPaths = true)
+      : publishing_(publishing), name_(std::move(name)), withPaths_(withPaths) {
     random_.seed(static_cast<unsigned>(std::hash<std::string>()(name_)));
   }
 
@@ -104,7 +110,7 @@ class Script {
     for (; count > 0; --count) {
       const auto choice = random_() % 10;
       if (choice == 0) {
-        pathChanged();
+        if (withPaths_) pathChanged();
       } else if (choice < 7 || held_.empty()) {
         forEachAttribute([&, attribute = random_() % 4]<typename Attribute>(Attribute) {
           if (attribute != Attribute::index) return;
@@ -123,6 +129,11 @@ class Script {
     }
     contents.paths.insert(paths_.begin(), paths_.end());
     return contents;
+  }
+  // As when the next publisher comes.
+  Script& pathsDel() {
+    paths_.clear();
+    return *this;
   }
   // As when the lists' table goes.
   void listsDel(Stashed type) {
@@ -156,6 +167,7 @@ class Script {
 
   Publishing& publishing_;
   const std::string name_;
+  const bool withPaths_;
   std::mt19937 random_;
   std::map<Record, Tyr::Ptr<const Keel::DedupHandleBase>> held_;
   std::map<std::string, Contents::Path> paths_;

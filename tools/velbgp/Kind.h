@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Store/Record.h"
 #include "VelBgp/ValueText.h"
 #include "tools/velbgp/Text.h"
 
@@ -64,8 +65,9 @@ class Kind {
 
   // Puts a list into a path's lists.
   virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;
-  // The values of the list of this kind that a path in a store refers to, as on the wire; none if it has none. Throws
-  // the store's exceptions.
+  // What a path in a store refers to for its list of this kind, and the values of that, as on the wire; none if there is
+  // none. Throws the store's exceptions.
+  virtual Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const = 0;
   virtual std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const = 0;
 
   // What interning keeps now.

@@ -71,6 +71,9 @@ class ListKind : public Kind {
   void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
     path.*Traits::published = lists_[number];
   }
+  Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const override {
+    return path.*Traits::stashed;
+  }
   std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const override {
     std::string values;
     const List list = List::element_type::destash(&(path.*Traits::stashed), &store);

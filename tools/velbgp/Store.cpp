@@ -14,13 +14,10 @@ namespace {
 void printPath(const Place& place, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store,
                Lister& lister, Console& console) {
   try {
-    std::array<std::string, kindCount> wire;
-    for (std::size_t kind = 0; kind < kindCount; ++kind) wire[kind] = lister.kind(kind).destash(path, store);
-    for (std::size_t kind = 0; kind < kindCount; ++kind) lister.valuesAre(kind, octetsOf(wire[kind]));
+    lister.pathIs(place, path, store);
   } catch (const Routing::Store::StoreException& error) {
-    return console.error(place, storeProblem(store.path(), error.what()));
+    console.error(place, storeProblem(store.path(), error.what()));
   }
-  lister.pathEnds(place);
 }
 
 }  // namespace
