@@ -98,8 +98,8 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
 
   std::atomic<const Keel::DedupHashTable*> watched_{nullptr};
   mutable std::mutex mutex_;
-  Set* const entered_;  // by hand; under the mutex
   Tyr::NotifieeList<Key> notifieeList_;
+  Set* const entered_;  // by hand; under the mutex. The last member: nothing fails behind it
 };
 
 struct VELBGP_EXPORT RouteTargetHash {
