@@ -54,11 +54,11 @@ class RuleKey {
   Rule* rule_;
 };
 
-#define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ...) \
-  class Rule;                                    \
-  class Key : public RuleKey<Rule> {             \
-   public:                                       \
-    using RuleKey<Rule>::RuleKey;                \
+#define BGP_PARSE_EXT_COMM_KEYED(Rule, Key, ...)   \
+  class Rule;                                      \
+  class VELBGP_EXPORT Key : public RuleKey<Rule> { \
+   public:                                         \
+    using RuleKey<Rule>::RuleKey;                  \
   };
 #include "VelBgp/Parse/ExtCommFamilies.def"
 
