@@ -44,6 +44,9 @@ void* operator new(std::size_t octets) {
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
+void* operator new(std::size_t octets, const std::nothrow_t&) noexcept {
+  return fails() ? nullptr : std::malloc(octets);
+}
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
