@@ -38,7 +38,8 @@ void oneInput(Input input) {
   std::optional<PosixRegex> ours;
   done<PosixRegexException>([&] { ours.emplace(pattern); });
   const bool matches = ours && ours->execute(text.c_str()) == 0;
-  if (!hostCopesWith(pattern) || text.size() > 200) return;
+  // The host takes a newline for the end of a line here and there ("$.c" finds "\nc"); ours is a character like others.
+  if (!hostCopesWith(pattern) || text.size() > 200 || text.find('\n') != std::string::npos) return;
   regex_t host;
   if (::regcomp(&host, pattern.c_str(), REG_EXTENDED | REG_NOSUB) != 0) return TYR_ASSERT(!ours);
   TYR_ASSERT(!ours || matches == (::regexec(&host, text.c_str(), 0, nullptr, 0) == 0));

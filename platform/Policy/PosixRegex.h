@@ -20,6 +20,8 @@
 // Memory: RE2 gets 2 MiB for an expression's program and states, however many texts it sees; simple patterns take some
 // KiB. The syntax tree beside them stays below half a MiB. Construction takes up to 6 MiB for a moment.
 //
+// A newline in a text is a character like any other: "$" and "^" mean the text's ends. Hosts differ there.
+//
 // Ownership: a moved-from expression may only be destroyed or assigned to.
 // Threads: one expression may be used from any number of threads. Each match takes a shared lock, so two threads that
 // do nothing but match short texts slow each other down, up to twice; what no text needed before is added under an
