@@ -221,12 +221,13 @@ class Sending final : public Job {
   std::vector<VelBgpLists::Handle> held() {
     std::vector<VelBgpLists::Handle> lists(count);
     const auto& values = workload<std::uint64_t>(n_, scale.lists);
-    for (std::size_t i = 0; i < count; ++i) lists[i] = contender_.intern(values.list(i), n_);
+    contender_ = std::make_unique<VelBgpLists>();
+    for (std::size_t i = 0; i < count; ++i) lists[i] = contender_->intern(values.list(i), n_);
     return lists;
   }
 
   const std::size_t n_;
-  VelBgpLists contender_;
+  std::unique_ptr<VelBgpLists> contender_;  // made in the process that asks
 };
 
 template <typename Contender>
