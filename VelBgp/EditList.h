@@ -186,8 +186,8 @@ class EditList {
     return *this;
   }
   EditList& minusMatching(const RouteMap::PosixRegex* regex) {
-    TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
-    dropComms([regex](const auto& comm) { return Kind::matches(comm, regex); });
+    const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
+    dropComms([&expression](const auto& comm) { return Kind::matches(comm, &expression); });
     return *this;
   }
   // Of the two kinds whose lists are split by classification.

@@ -176,10 +176,10 @@ std::string ExtCommIp6::toStrepForPolicy(StrepFormat format) const {
 }
 
 bool matchExtCommIp6(const ExtCommIp6* comm, const RouteMap::PosixRegex* regex) {
-  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
   ExtCommIp6::StrepFormat format;
   format.strepFormatClassificationIs(true);
-  return regex->execute(comm->toStrepForPolicy(format)) == 0;
+  return expression.execute(comm->toStrepForPolicy(format)) == 0;
 }
 
 std::ostream& operator<<(std::ostream& stream, const ExtCommIp6* extComm) { return writeDebugText(stream, extComm); }

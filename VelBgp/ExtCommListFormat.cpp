@@ -46,18 +46,18 @@ auto matchTextsOf(const ExtCommList& list) {
 }  // namespace
 
 bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex) {
-  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
   const std::string& strVal =
       MatchTexts::text(*list, static_cast<unsigned>(matchMode), [=] { return matchText(*list, matchMode); });
   TYR_ASSERT(!strVal.empty() || matchMode != MatchMode::ui);
-  return regex->execute(strVal) == 0;
+  return expression.execute(strVal) == 0;
 }
 
 bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex) {
-  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
   constexpr std::array modes = {MatchMode::strepDefault, MatchMode::strepClassification, MatchMode::ui};
   return std::any_of(modes.begin(), modes.end(), [&](MatchMode mode) {
-    return hasMatchText(*comm, mode) && regex->execute(matchText(*comm, mode).c_str()) == 0;
+    return hasMatchText(*comm, mode) && expression.execute(matchText(*comm, mode).c_str()) == 0;
   });
 }
 

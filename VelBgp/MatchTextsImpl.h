@@ -69,14 +69,14 @@ bool anyTextOf(const Keel::DedupHandleBase& list, unsigned modes, Make&& make, A
 
 template <typename Make>
 bool matchList(const Keel::DedupHandleBase& list, const RouteMap::PosixRegex* regex, unsigned modes, Make&& make) {
-  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
   const bool remembered = isFinal(list);
   if (remembered) {
-    if (const auto known = RouteMap::MatchMemory::answer(matchNumberOf(list), *regex)) return *known;
+    if (const auto known = RouteMap::MatchMemory::answer(matchNumberOf(list), expression)) return *known;
   }
-  const auto ask = [regex](const std::string& text) { return regex->execute(text) == 0; };
+  const auto ask = [&expression](const std::string& text) { return expression.execute(text) == 0; };
   const bool matches = anyTextOf(list, modes, make, ask);
-  if (remembered) RouteMap::MatchMemory::answerIs(matchNumberOf(list), *regex, matches);
+  if (remembered) RouteMap::MatchMemory::answerIs(matchNumberOf(list), expression, matches);
   return matches;
 }
 

@@ -191,11 +191,11 @@ std::vector<bool> ValueCommList<Traits>::matchCommunitiesRegexSet(const RouteMap
 
 template <typename Traits>
 bool ValueCommList<Traits>::matchCommunityRegex(const Value& value, const RouteMap::PosixRegex* regex) {
-  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
   for (unsigned mode = 0; mode < detail::matchModes<Traits>; ++mode) {
     Tyr::DynamicBuffer<64> buffer;
     detail::appendMatchText<Traits>(buffer, {&value, 1}, mode);
-    if (regex->execute(buffer.view()) == 0) return true;
+    if (expression.execute(buffer.view()) == 0) return true;
   }
   return false;
 }

@@ -37,6 +37,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Tyr/Assert.h"
 #include "Tyr/Exception.h"
 #include "Tyr/Export.h"
 
@@ -73,6 +74,12 @@ class VELBGP_EXPORT PosixRegex {
   std::string pattern_;
   std::unique_ptr<Matcher> matcher_;
 };
+
+// What a caller was handed as its expression's address. A null one stops the process.
+inline const PosixRegex& expressionAt(const PosixRegex* regex) {
+  TYR_ASSERT_ADVICE(regex != nullptr, "there is no expression to match with: make a RouteMap::PosixRegex first");
+  return *regex;
+}
 
 // Expressions that are asked in one pass over the text: an operator's whole policy on a list that is new.
 //
