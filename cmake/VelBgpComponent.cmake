@@ -11,6 +11,9 @@ add_library(velbgp_options INTERFACE)
 target_compile_features(velbgp_options INTERFACE cxx_std_20)
 target_compile_options(velbgp_options INTERFACE -Wall -Wextra -Wpedantic
   $<$<BOOL:${VELBGP_WARNINGS_AS_ERRORS}>:-Werror>)
+# What is shipped names no folder of the machine that built it; to a debugger sources are found from the tree's root.
+target_compile_options(velbgp_options INTERFACE
+  $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
 if(VELBGP_SANITIZE)
   target_compile_options(velbgp_options INTERFACE -fsanitize=${VELBGP_SANITIZE} -fno-omit-frame-pointer
     -fno-sanitize-recover=all)
