@@ -26,6 +26,7 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY
   ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pcPrefix)
 if(libraryType STREQUAL "STATIC_LIBRARY")
   set(pcRequires "Requires: lmdb re2\n")
+  set(pcLibs " -lboost_json")
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/velbgp.pc.in velbgp.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/velbgp.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
