@@ -11,7 +11,8 @@
 #else
 #include <boost/version.hpp>
 #if BOOST_VERSION < 108100
-#error "VelBgp's headers need Boost 1.81 or later, and an older one is found: on Debian 12, apt-get install libboost1.81-dev"
+#error \
+    "VelBgp's headers need Boost 1.81 or later, and an older one is found: on Debian 12, apt-get install libboost1.81-dev"
 #endif
 #endif
 
