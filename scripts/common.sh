@@ -33,10 +33,9 @@ log_of() { mkdir -p build && echo "build/$1.log"; }
 # The C++ sources under the given folders, each name ended by a zero octet.
 sources() { find "$@" -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.def' \) -print0; }
 
-# tests PRESET [ctest's arguments ...]. What ran out of time is tried once more: machines that run checks are suspended
-# now and then, and a test that hangs will hang again.
+# tests PRESET [ctest's arguments ...]
 tests() {
   local preset=$1
   shift
-  ctest --preset "$preset" -j "$jobs" --repeat after-timeout:2 "$@"
+  ctest --preset "$preset" -j "$jobs" "$@"
 }
