@@ -1,0 +1,52 @@
+"""comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A header's first comment becomes its page; other comments that stand on
+their own lines document what follows, those behind a member that member; what looks like code in a comment is code."""
+import pathlib
+import re
+import sys
+
+text = open(sys.argv[1]).read()
+if sys.argv[1].endswith(".md"):
+    name = pathlib.Path(sys.argv[1]).stem.lower()
+    anchor = lambda heading: re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
+    text = re.sub(r"^(##+ )(.*)$", lambda m: f"{m[1]}{m[2]} {{#{name}_{anchor(m[2])}}}", text, flags=re.M)
+    print(re.sub(r"\]\(#([^)]+)\)", rf"](#{name}_\1)", text), end="")
+    sys.exit()
+
+
+def literal(line):
+    """Nothing in a comment is a command or a tag of Doxygen's."""
+    return re.sub(r"([@\\<>#&%$])", r"\\\1", line).replace("::", "\\::")
+
+
+def page(lines):
+    """A comment's lines; those that are indented by two more are shown as they are."""
+    shown, code = [], False
+    for line in lines:
+        indented = line.startswith("  ") and line.strip()
+        if indented and not code:
+            shown.append("@code{.unparsed}")
+        if not indented and code and line.strip():
+            shown.append("@endcode")
+        code = bool(indented) or (code and not line.strip())
+        shown.append(line if code else literal(line))
+    return shown + ["@endcode"] * code
+
+
+out, lines, at, first = [], text.splitlines(), 0, True
+while at < len(lines):
+    comment = re.match(r"(\s*)// ?(.*)", lines[at])
+    if not comment:
+        out.append(re.sub(r"(\S.*?)  // (?!namespace)(.*)$", lambda m: f"{m[1]}  ///< {literal(m[2])}", lines[at]))
+        at += 1
+        continue
+    block = []
+    while at < len(lines) and (more := re.match(r"\s*//( ?)(.*)", lines[at])):
+        block.append(more[2])
+        at += 1
+    head = ["@file"] if first else []
+    # A comment that an empty line follows is about a section, not about what comes next.
+    loose = not first and at < len(lines) and not lines[at].strip()
+    marker = "//" if loose else "///"
+    out += [f"{comment[1]}{marker} {line}".rstrip() for line in (block if loose else head + page(block))]
+    first = False
+print("\n".join(out))
