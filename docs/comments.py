@@ -1,5 +1,6 @@
 """comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A header's first comment becomes its page; other comments that stand on
-their own lines document what follows, those behind a member that member; what looks like code in a comment is code."""
+their own lines document what follows, those behind a member that member, and a class without any refers to the
+page; what looks like code in a comment is code."""
 import pathlib
 import re
 import sys
@@ -36,6 +37,9 @@ out, lines, at, first = [], text.splitlines(), 0, True
 while at < len(lines):
     comment = re.match(r"(\s*)// ?(.*)", lines[at])
     if not comment:
+        # What a header's head describes has no comment of its own.
+        if re.match(r"(class|struct) [^;]*$", lines[at]) and not (out and re.match(r"\s*///|template", out[-1])):
+            out.append(f"/// See the page of {pathlib.Path(sys.argv[1]).name}.")
         out.append(re.sub(r"(\S.*?)  // (?!namespace)(.*)$", lambda m: f"{m[1]}  ///< {literal(m[2])}", lines[at]))
         at += 1
         continue
