@@ -2,4 +2,4 @@
 # The shell scripts themselves.
 . "$(dirname "$0")/../scripts/common.sh"
 setup ci
-shellcheck -x -P SCRIPTDIR .ci/run ci/*.sh scripts/{common.sh,demo,package,reference,setup,test} tests/install/run.sh
+shellcheck -x -P SCRIPTDIR .ci/run ci/*.sh scripts/{common.sh,demo,package,reference,release,setup,test} tests/install/run.sh
