@@ -157,7 +157,7 @@ class CommandLine {
     addThreads(sub);
     addText(sub, "--publish", "STORE", options_.publish, "Put the lists into this store, for other processes to read");
     addMvpn(sub);
-    addInputs(sub, "FILE", "MRT files, plain, gzip or bzip2; - is standard input")->required();
+    addInputs(sub, "FILE", "MRT files, plain, gzip, bzip2, xz or zstd; - is standard input")->required();
   }
   void addSample() {
     CLI::App* sub = subcommand(sampleCommand, "sample", "Write an MRT stream to try things on");
