@@ -94,7 +94,10 @@ class CommandLine {
     return sub;
   }
 
-  void addJson(CLI::App* sub, const char* what) { sub->add_flag("--json", options_.json, what); }
+  CLI::Option* addJson(CLI::App* sub, const char* what) { return sub->add_flag("--json", options_.json, what); }
+  void addCsv(CLI::App* sub, const char* what, CLI::Option* json) {
+    sub->add_flag("--csv", options_.csv, what)->excludes(json);
+  }
   void addMvpn(CLI::App* sub) {
     sub->add_flag_callback(
         "--no-mvpn", [this] { options_.mvpn = false; }, "Decode as if the toggle Mvpn were off");
@@ -129,6 +132,23 @@ class CommandLine {
     const auto read = [name, &number](std::string text) { number = readNumber(name, std::move(text)); };
     sub->add_option_function<std::string>(name, read, what)->type_name(letter);
   }
+  void addTop(CLI::App* sub) {
+    const auto read = [this](std::string text) {
+      options_.top = text == "all" ? UINT64_MAX : readNumber<1>("--top", std::move(text));
+    };
+    sub->add_option_function<std::string>("--top", read, "The N most used lists and communities, or all (10)")
+        ->type_name("N|all");
+  }
+  void addBy(CLI::App* sub) {
+    const auto read = [this](std::string text) {
+      unmark(text);
+      if (text != "file" && text != "peer") {
+        throw CLI::ValidationError("--by", quote(text) + " is nothing to count by, expected file or peer");
+      }
+      options_.by = text == "file" ? By::file : By::peer;
+    };
+    sub->add_option_function<std::string>("--by", read, "Each file apart, or each peer")->type_name("file|peer");
+  }
   void addThreads(CLI::App* sub) {
     const auto read = [this](std::string text) { options_.threads = readNumber<1>("--threads", std::move(text)); };
     sub->add_option_function<std::string>("--threads", read, "Use as many threads at most (default 2)")->type_name("N");
@@ -151,8 +171,9 @@ class CommandLine {
   }
   void addMrt() {
     CLI::App* sub = subcommand(mrtCommand, "mrt", "Intern the communities of all paths of MRT files");
-    addJson(sub, "One JSON object for all files together");
-    addNumber(sub, "--top", "N", options_.top, "Show the N most used lists and communities (default 10)");
+    addCsv(sub, "One line of CSV a community", addJson(sub, "One JSON object for all together"));
+    addBy(sub);
+    addTop(sub);
     addMatch(sub);
     addThreads(sub);
     addText(sub, "--publish", "STORE", options_.publish, "Put the lists into this store, for other processes to read");

@@ -21,14 +21,19 @@ struct Options;
 using Command = void(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
 Command decodeCommand, listCommand, mrtCommand, sampleCommand, storeCommand;
 
+// What `mrt` counts together.
+enum class By { all, file, peer };
+
 struct Options {
   Command* command = nullptr;
   bool json = false;
+  bool csv = false;
   bool mvpn = true;
   std::vector<std::string> inputs;  // values, files or the store
   std::optional<std::string> match;
   std::optional<std::string> publish;  // a store
-  std::uint64_t top = 10;
+  std::optional<std::uint64_t> top;    // at least 1
+  By by = By::all;
   std::optional<std::uint64_t> threads;  // at most, at least 1
   std::uint64_t paths = 10'000;
   std::uint64_t seed = 1;

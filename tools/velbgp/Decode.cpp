@@ -29,6 +29,9 @@ class Decoder {
     out["kind"] = kindRows[value.kind].name;
     out["value"] = hexValue(value.wire());
     kinds_.at(value.kind).decode(value.wire(), out);
+    if (const std::string meaning = kinds_.at(value.kind).meaning(value.wire()); !meaning.empty()) {
+      out["meaning"] = meaning;
+    }
     json_ ? console_.line(boost::json::serialize(out)) : printForPeople(out);
   }
 

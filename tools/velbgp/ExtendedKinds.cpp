@@ -139,13 +139,14 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   static ExtCommRange communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return list->comm(bigEndian(value)).get(); }
   static std::string wire(Community community) { return wireOf(community->getContent()); }
-  static std::string text(Community community) { return community->toStrepForUI(false, false, false); }
+  std::string text(Octets value) const { return dedup(value)->toStrepForUI(false, false, false); }
+  static std::string listText(const List& list) { return stringify(list.get()); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
 
   void decode(Octets value, boost::json::object& out) const {
-    const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
+    const ExtComm::PtrConst community = dedup(value);
     decodeType(*community, out);
     out["valid"] = community->isValid();
     out["debug"] = community->toStrep();
@@ -157,7 +158,7 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   }
 
   void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const {
-    out["text"] = stringify(list.get());
+    out["text"] = listText(list);
     out["attrs"] = setFlags(list->commVectorAttrs());
     out["transitiveCount"] = list->transitiveCount();
     out["classifications"] = classified<ExtendedTraits>(*list);
@@ -167,10 +168,11 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
   }
 
-  std::size_t distinctLists() const { return agent_.extCommLists()->size(); }
-  std::size_t distinctCommunities() const { return agent_.extComms()->size(); }
-
  private:
+  ExtComm::PtrConst dedup(Octets value) const {
+    return ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
+  }
+
   const Agent& agent_;
 };
 
@@ -196,7 +198,8 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   static Community find(const List& list, Octets value) { return list->comm(content(value)).get(); }
   // Of a community, however it is held.
   static std::string wire(const auto& community) { return wireOf(community->getContent()); }
-  static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
+  std::string text(Octets value) const { return dedup(value)->toStrepForPolicy(uiFormatIp6()); }
+  static std::string listText(const List& list) { return list->commsStringForm(); }
 
   void decode(Octets value, boost::json::object& out) const {
     const ExtCommIp6::PtrConst community = dedup(value);
@@ -204,20 +207,17 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     out["debug"] = community->toStrep();
     out["policy"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(false)));
     out["policyClassification"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(true)));
-    out["ui"] = text(community.get());
+    out["ui"] = text(value);
   }
 
   static void describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
-    out["text"] = list->commsStringForm();
+    out["text"] = listText(list);
     out["transitiveCount"] = list->totalTransitiveCommunities();
     out["classifications"] = classified<ExtendedIp6Traits>(*list);
     boost::json::object& attributes = out["serialize"].emplace_object();
     attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
     attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
   }
-
-  std::size_t distinctLists() const { return agent_.extCommIp6Lists()->size(); }
-  std::size_t distinctCommunities() const { return agent_.extCommIp6s()->size(); }
 
  private:
   static ExtCommIp6Content content(Octets value) {

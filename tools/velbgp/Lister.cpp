@@ -21,7 +21,7 @@ void Lister::pathEnds(const Place& place) {
   Numbers numbers;
   if (fits(place, values)) {
     for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      if (!values[kind].empty()) numbers[kind] = kinds_.at(kind).pathIs(values[kind]);
+      if (!values[kind].empty()) numbers[kind] = kinds_.at(kind).intern(values[kind]);
     }
   }
   for (auto& octets : wire_) octets.clear();
@@ -38,7 +38,7 @@ void Lister::pathIs(const Place& place, const Routing::Bgp::StashedPath& path, R
   Numbers numbers;
   if (fits(place, values)) {
     for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      if (!values[kind].empty()) lists[kind]->number = kinds_.at(kind).pathIs(values[kind]);
+      if (!values[kind].empty()) lists[kind]->number = kinds_.at(kind).intern(values[kind]);
       numbers[kind] = lists[kind]->number;
       lists[kind]->values = {};
     }

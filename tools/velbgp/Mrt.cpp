@@ -46,12 +46,14 @@ struct File {
 // Takes in the paths of all files: counts their communities and has them interned.
 class Census final : public MrtSink {
  public:
-  Census(Interning& interning, Kinds& kinds, Publication* publication, Console& console)
-      : interning_(interning), kinds_(kinds), publication_(publication), console_(console) {}
+  Census(By by, Interning& interning, Kinds& kinds, Publication* publication, Console& console)
+      : by_(by), interning_(interning), kinds_(kinds), publication_(publication), console_(console) {
+    if (by == By::all) groups_.emplace_back();
+  }
 
   void fileIs(const File& file);
-  // Of all, to the end.
-  const MrtTotals& totals();
+  // All, to the end.
+  const std::vector<MrtGroup>& groups();
 
   void recordIs(const MrtRecord& record, std::uint64_t offset) override;
   void faultIs(std::uint64_t offset, const std::string& fault) override {
@@ -59,17 +61,18 @@ class Census final : public MrtSink {
   }
 
  private:
-  void attributeIs(const CommunityAttribute& attribute);
   void attributeFault(const CommunityAttribute& attribute, std::uint64_t offset);
   void pathEnds();
   void publish();
 
+  const By by_;
   Interning& interning_;
   Kinds& kinds_;
   Publication* publication_;
   Console& console_;
-  MrtTotals totals_;
-  std::string source_;  // the file that is being read
+  std::vector<MrtGroup> groups_;
+  MrtCounts counts_;    // of the file that is being read
+  std::string source_;  // its name
   PathBatch batch_;
 };
 
@@ -78,12 +81,14 @@ void Census::fileIs(const File& file) {
     console_.error({file.source, 0, true}, "cannot be read: " + file.problem + ", expected an MRT file");
     return;
   }
-  ++totals_.files;
+  if (by_ == By::file) groups_.push_back({.file = file.source});
   if (publication_ != nullptr) publication_->begin();
   source_ = file.source;
+  counts_ = {};
   Unpacker input(file.fd);
   Progress progress(console_, source_, sizeOfFile(file.fd), false);
-  MrtReader(input, *this, totals_.counts, progress).read();
+  MrtReader(input, *this, counts_, progress).read();
+  groups_.back().add(counts_);
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
@@ -91,44 +96,36 @@ void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
   for (const CommunityAttribute& attribute : record.attributes()) {
     if (attribute.path != path) pathEnds();
     path = attribute.path;
-    attribute.wellFormed ? attributeIs(attribute) : attributeFault(attribute, offset);
+    attribute.wellFormed ? batch_.attributeIs(attribute.kind, attribute.value) : attributeFault(attribute, offset);
   }
   pathEnds();
 }
 
 void Census::pathEnds() {
-  batch_.pathEnds();
+  batch_.pathEnds(static_cast<std::uint32_t>(groups_.size() - 1));
   if (publication_ != nullptr) return publish();
   if (batch_.full()) interning_.batchIs(batch_);
 }
 
 // Path by path: what a store gets, and when, follows the order in which lists come.
 void Census::publish() {
-  for (std::size_t kind = 0; kind < kindCount; ++kind) batch_.intern(kind, kinds_, interning_.match());
+  interning_.internHere(batch_);
   Publication::Numbers lists;
   lists.fill(Publication::none);
   batch_.forEachList([&lists](std::size_t kind, std::uint32_t number) { lists[kind] = number; });
   publication_->pathIs(lists, kinds_);
-  totals_.matches += batch_.matches();
   batch_.clear();
 }
 
-const MrtTotals& Census::totals() {
+const std::vector<MrtGroup>& Census::groups() {
   interning_.batchIs(batch_);
   interning_.finish();
-  totals_.matches += interning_.matches();
-  return totals_;
-}
-
-void Census::attributeIs(const CommunityAttribute& attribute) {
-  ++totals_.received[attribute.kind].paths;
-  totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
-  batch_.attributeIs(attribute.kind, attribute.value);
+  return groups_;
 }
 
 void Census::attributeFault(const CommunityAttribute& attribute, std::uint64_t offset) {
   const KindRow& row = kindRows[attribute.kind];
-  ++totals_.counts.malformed;
+  ++counts_.malformed;
   faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
                       " of the record has " + std::to_string(attribute.value.size()) +
                       " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
@@ -148,12 +145,11 @@ void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* mat
   if (options.publish) publication.emplace(*options.publish, agent, console);
   // One thread reads and unpacks: this one.
   Interning interning(static_cast<unsigned>(std::min<std::uint64_t>(threads - 1, kindCount)), kinds, match);
-  Census census(interning, kinds, publication ? &*publication : nullptr, console);
+  Census census(options.by, interning, kinds, publication ? &*publication : nullptr, console);
   for (const std::string& name : options.inputs) census.fileIs(File(name));
-  const MrtTotals& totals = census.totals();
+  const std::vector<MrtGroup>& groups = census.groups();
   if (publication) publication->finish();
-  if (options.json) return printMrtJson(totals, kinds, console);
-  printMrtForPeople(totals, kinds, agent, options.top, console);
+  MrtReport(options, groups, interning, kinds, agent, console).print();
 }
 
 }  // namespace VelBgpTool

@@ -1,9 +1,12 @@
 // What `velbgp mrt` found, and how it is printed.
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
+#include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Kind.h"
 #include "tools/velbgp/MrtReader.h"
 
@@ -11,22 +14,60 @@ namespace VelBgpTool {
 
 struct Agent;
 class Console;
+class Interning;
 
-// What was received of one kind in well-formed attributes.
-struct Received {
-  std::uint64_t paths = 0;
-  std::uint64_t communities = 0;
-};
-
-struct MrtTotals {
+// What is counted together: all, or what one file or one peer has.
+struct MrtGroup {
+  std::optional<std::string> file = {};
   std::uint64_t files = 0;
-  MrtCounts counts;
-  std::array<Received, kindCount> received;
-  std::uint64_t matches = 0;
+  MrtCounts counts = {};
+
+  // What one more file has.
+  void add(const MrtCounts& more) {
+    ++files;
+    counts.records += more.records;
+    counts.paths += more.paths;
+    counts.malformed += more.malformed;
+    counts.skipped += more.skipped;
+  }
 };
 
-void printMrtJson(const MrtTotals& totals, Kinds& kinds, Console& console);
-// With the most used lists and communities of each kind.
-void printMrtForPeople(const MrtTotals& totals, Kinds& kinds, const Agent& agent, std::uint64_t top, Console& console);
+class MrtReport {
+ public:
+  MrtReport(const Options& options, const std::vector<MrtGroup>& groups, const Interning& interning, Kinds& kinds,
+            const Agent& agent, Console& console);
+  // In the form that the options ask for.
+  void print();
+
+ private:
+  // A group with what its kinds come to.
+  struct Group {
+    const MrtGroup& counts;
+    std::uint64_t matches;
+    std::array<const Tally*, kindCount> tallies;
+    std::array<Statistics, kindCount> kinds;
+    std::map<unsigned, std::uint64_t> classifications;
+  };
+  Group group(std::uint32_t number) const;
+
+  void printJson(const Group& group);
+  void printKindJson(const Group& group, std::size_t kind);
+  void printTopJson(const Statistics& found, const Kind& kind);
+  void printCsv(const Group& group);
+
+  void printForPeople(const Group& group);
+  void printCounts(const Group& group);
+  void printKinds(const Group& group);
+  void printClassifications(const Group& group);
+  void printTop(const Group& group, std::size_t kind);
+  void printUse(std::uint64_t paths, std::uint64_t most, const std::string& text);
+
+  const Options& options_;
+  const std::vector<MrtGroup>& groups_;
+  const Interning& interning_;
+  Kinds& kinds_;
+  const Agent& agent_;
+  Console& console_;
+};
 
 }  // namespace VelBgpTool

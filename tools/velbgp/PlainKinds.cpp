@@ -31,16 +31,15 @@ class PlainTraits {
   static typename ListType::Values communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return *list->comm(Own::value(value)); }
   static std::string wire(const Community& community) { return wireOf(community); }
-  static std::string text(const Community& community) { return ListType::getStringValue(community); }
+  static std::string text(Octets value) { return ListType::getStringValue(Own::value(value)); }
+  static std::string listText(const List& list) { return stringify(list.get()); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
   void describe(const List& list, boost::json::object& out, std::vector<std::string>&) const {
-    out["text"] = stringify(list.get());
+    out["text"] = listText(list);
     out["serialize"] = hexDigits(octetsOf(list->serialize()));
   }
-
-  std::size_t distinctLists() const { return Own::table(agent_)->size(); }
 
  private:
   const Agent& agent_;
@@ -59,11 +58,10 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
   static void decode(Octets octets, boost::json::object& out) {
     Tyr::DynamicBuffer<> numbers;
     CommunityFormatter<false>::format(numbers, value(octets));
-    out["text"] = CommList::getStringValue(value(octets));
+    out["text"] = text(octets);
     out["numeric"] = numbers.str();
-    const std::string_view meaning = commMeaning(value(octets));
-    if (!meaning.empty()) out["meaning"] = meaning;
   }
+  static std::string meaning(Octets octets) { return std::string(commMeaning(value(octets))); }
 };
 
 struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
@@ -81,7 +79,7 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   }
 
   static void decode(Octets octets, boost::json::object& out) {
-    out["text"] = LargeCommList::getStringValue(value(octets));
+    out["text"] = text(octets);
     out["asdot"] = LargeCommList::displayString(value(octets), true);
   }
 };
