@@ -31,6 +31,8 @@ struct Options {
   bool mvpn = true;
   std::vector<std::string> inputs;  // values, files or the store
   std::optional<std::string> match;
+  std::optional<std::string> names;  // a file of them
+  bool explain = false;
   std::optional<std::string> publish;  // a store
   std::optional<std::uint64_t> top;    // at least 1
   By by = By::all;

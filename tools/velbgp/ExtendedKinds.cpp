@@ -5,8 +5,10 @@
 #include <string>
 
 #include "Keel/HashMix.h"
+#include "Multipath/LinkBandwidth.h"
 #include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/ExtCommIp6List.h"
+#include "VelBgp/TypedComm.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/ListKind.h"
@@ -24,6 +26,10 @@ struct NamedSerialization {
   bool includeNonTransitive;
   bool includeLinkBandwidth;
   bool includeOriginAsValidity;
+
+  ExtCommList::Serialization filter() const {
+    return ExtCommList::serialization(includeNonTransitive, includeLinkBandwidth, includeOriginAsValidity);
+  }
 };
 
 constexpr NamedSerialization serializations[] = {
@@ -58,8 +64,7 @@ std::string remedy(const ExtCommList& list, const NamedSerialization& way) {
 boost::json::object serialized(const ExtCommList& list, std::vector<std::string>& notes) {
   boost::json::object out;
   for (const auto& way : serializations) {
-    const std::string attribute = list.serialize(
-        ExtCommList::serialization(way.includeNonTransitive, way.includeLinkBandwidth, way.includeOriginAsValidity));
+    const std::string attribute = list.serialize(way.filter());
     out[way.name] = hexDigits(octetsOf(attribute));
     if (const auto [announced, carried] = sizesOf(octetsOf(attribute)); announced != carried) {
       notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(announced) +
@@ -145,6 +150,45 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     return list->matchCommunitiesRegex(&regex);
   }
 
+  // Bandwidths and tunnels also as they are typed by number.
+  std::vector<std::string> spellings(Octets value) const {
+    const ExtComm::PtrConst community = dedup(value);
+    std::vector<std::string> found = {community->toStrepForUI(false, false, false),
+                                      community->toStrepForUI(true, false, false)};
+    if (const auto* bandwidth = as<ExtCommLinkBandwidth>(community)) {
+      const std::string text = Routing::Ucmp::LinkBandwidth(bandwidth->bandwidth()).toStrep(true);
+      const std::size_t begin = text.find_first_of("0123456789", text.find('('));
+      if (begin != std::string::npos) {
+        found.push_back("lbw:" + bandwidth->formatAsNumber(false) + ":" + text.substr(begin, text.size() - 1 - begin));
+      }
+    }
+    if (const auto* tunnel = as<ExtCommTunnelEncap>(community)) {
+      found.push_back("encap:" + std::to_string(tunnel->tunnelTypeNumber()));
+    }
+    return found;
+  }
+  std::string matchText(Octets value) const {
+    const ExtComm::PtrConst community = dedup(value);
+    return community->policyMatchStrepUI() ? community->toStrepForUI(false, false, false)
+                                           : community->toStrepForPolicy(policyFormat(true));
+  }
+  Explanation explain(Octets value) const { return VelBgpTool::explain(*dedup(value)); }
+
+  static boost::json::object sent(Community community) {
+    boost::json::object out;
+    for (const auto& way : serializations) out[way.name] = ExtCommList::serializable(*community, way.filter());
+    return out;
+  }
+  List pruned(const List& list) const { return list->prune(agent_.extCommLists()); }
+  // Empty for what was kept.
+  static std::string whyDropped(Community community, const List& kept) {
+    if (kept && kept->comm(community->community())) return {};
+    if (!community->isValid()) return "it is not valid";
+    const auto rest = kept ? kept->classificationList(community->classification()) : nullptr;
+    if (rest == nullptr || rest->comms().size() == 0) return "another one is better";
+    return "the better one is " + rest->comms()[0]->toStrepForUI(false, true, false);
+  }
+
   void decode(Octets value, boost::json::object& out) const {
     const ExtComm::PtrConst community = dedup(value);
     decodeType(*community, out);
@@ -163,9 +207,9 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     out["transitiveCount"] = list->transitiveCount();
     out["classifications"] = classified<ExtendedTraits>(*list);
     out["serialize"] = serialized(*list, notes);
-    const List pruned = list->prune(agent_.extCommLists());
+    const List kept = pruned(list);
     out["prune"] = nullptr;
-    if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
+    if (kept) out["prune"] = hexValues<ExtendedTraits>(kept->comms());
   }
 
  private:
@@ -200,6 +244,12 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   static std::string wire(const auto& community) { return wireOf(community->getContent()); }
   std::string text(Octets value) const { return dedup(value)->toStrepForPolicy(uiFormatIp6()); }
   static std::string listText(const List& list) { return list->commsStringForm(); }
+
+  std::vector<std::string> spellings(Octets value) const { return {text(value)}; }
+  Explanation explain(Octets value) const { return VelBgpTool::explain(*dedup(value)); }
+  static boost::json::object sent(Community community) {
+    return {{"all", true}, {"transitive", community->getContent().transitive()}};
+  }
 
   void decode(Octets value, boost::json::object& out) const {
     const ExtCommIp6::PtrConst community = dedup(value);

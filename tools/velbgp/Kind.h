@@ -21,6 +21,7 @@
 
 #include "Store/Record.h"
 #include "VelBgp/ValueText.h"
+#include "tools/velbgp/Sentence.h"
 #include "tools/velbgp/Text.h"
 
 namespace Routing::RouteMap {
@@ -84,10 +85,22 @@ class Kind {
   // One value as people read it, and what is known of it that its text does not tell; mostly nothing.
   virtual std::string text(Octets value) const = 0;
   virtual std::string meaning(Octets value) const = 0;
+  // The ways of writing a value in which all of its numbers stand, for patterns to be compared with.
+  virtual std::vector<std::string> spellings(Octets value) const = 0;
+  // The text of a value that expressions see in a list, or nothing.
+  virtual std::string matchText(Octets value) const = 0;
+  virtual Explanation explain(Octets value) const = 0;
   // What `list` prints of a list, in order. Notes get what a reader of it should know.
   virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
   // Nothing for kinds without a text to match. The answer is remembered for a list: ask with one expression only.
   virtual std::optional<bool> matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
+
+  // Whether any list so far matches.
+  virtual bool anyMatches(const Routing::RouteMap::PosixRegex& regex) const = 0;
+  // Adds an object for each value of a list: under which filters it is sent, whether it is pruned and why, and which part
+  // of the list's text the expression, if there is one, finds.
+  virtual void explainList(std::uint32_t number, const Routing::RouteMap::PosixRegex* regex,
+                           boost::json::array& out) const = 0;
 
   // Puts a list into a path's lists.
   virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;

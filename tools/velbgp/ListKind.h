@@ -10,6 +10,8 @@
 //   text(value)                of one value as on the wire, as people read it;  listText(list)  what `list` gives
 //   classification(community)  and  matches(list, regex)  where there are such
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
+//   spellings(value), explain(value), and matchText(value) where expressions see a text
+//   sent(community)            the filters by name;  pruned(list)  and  whyDropped(community, kept)  where lists are pruned
 //   published, stashed         the kind's members of a path's lists, and of the references to them in a store
 #pragma once
 
@@ -20,6 +22,7 @@
 #include <utility>
 
 #include "VelBgp/ListPublisher.h"
+#include "VelBgp/MatchReason.h"
 #include "tools/velbgp/Kind.h"
 
 namespace VelBgpTool {
@@ -106,6 +109,45 @@ class ListKind : public Kind {
     return std::nullopt;
   }
 
+  bool anyMatches([[maybe_unused]] const Routing::RouteMap::PosixRegex& regex) const override {
+    if constexpr (requires(List list) { Traits::matches(list, regex); }) {
+      return std::any_of(lists_.begin(), lists_.end(), [&](const List& list) { return Traits::matches(list, regex); });
+    }
+    return false;
+  }
+
+  void explainList(std::uint32_t number, [[maybe_unused]] const Routing::RouteMap::PosixRegex* regex,
+                   boost::json::array& out) const override {
+    const List& list = lists_[number];
+    std::optional<Routing::Bgp::MatchReason> reason;
+    if constexpr (requires { Routing::Bgp::matchReason(list.get(), regex); }) {
+      if (regex != nullptr) reason = Routing::Bgp::matchReason(list.get(), regex);
+    }
+    [[maybe_unused]] List kept;
+    if constexpr (prunes) kept = traits_.pruned(list);
+    std::size_t place = 0;
+    for (const auto& community : Traits::communities(list)) {
+      boost::json::object entry{{"value", hexValue(octetsOf(Traits::wire(community)))},
+                                {"sent", Traits::sent(community)},
+                                {"prune", "kept"},
+                                {"match", nullptr}};
+      if constexpr (prunes) {
+        if (const std::string why = Traits::whyDropped(community, kept); !why.empty())
+          entry["prune"] = "dropped: " + why;
+      }
+      if (reason && reason->parts[place]) entry["match"] = {{"mode", reason->mode}, {"text", *reason->parts[place]}};
+      out.push_back(std::move(entry));
+      ++place;
+    }
+  }
+
+  std::vector<std::string> spellings(Octets value) const override { return traits_.spellings(value); }
+  std::string matchText([[maybe_unused]] Octets value) const override {
+    if constexpr (requires { traits_.matchText(value); }) return traits_.matchText(value);
+    return {};
+  }
+  Explanation explain(Octets value) const override { return traits_.explain(value); }
+
   void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
     path.*Traits::published = lists_[number];
   }
@@ -134,6 +176,7 @@ class ListKind : public Kind {
     return place->second;
   }
 
+  static constexpr bool prunes = requires(const Traits traits, List list) { traits.pruned(list); };
   static constexpr bool classifies = requires(Community community) { Traits::classification(community); };
 
   // A list holds a value once, however often it was received: what it lost is counted here.

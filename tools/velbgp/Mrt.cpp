@@ -12,8 +12,10 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/MatchHint.h"
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
+#include "tools/velbgp/Names.h"
 #include "tools/velbgp/PathBatch.h"
 #include "tools/velbgp/Publication.h"
 
@@ -54,6 +56,7 @@ class Census final : public MrtSink {
   void fileIs(const File& file);
   // All, to the end.
   const std::vector<MrtGroup>& groups();
+  bool anyMatches() const;
 
   void recordIs(const MrtRecord& record, std::uint64_t offset) override;
   void faultIs(std::uint64_t offset, const std::string& fault) override {
@@ -123,6 +126,12 @@ const std::vector<MrtGroup>& Census::groups() {
   return groups_;
 }
 
+bool Census::anyMatches() const {
+  bool any = false;
+  for (std::uint32_t group = 0; group < groups_.size(); ++group) any = any || interning_.matches(group) != 0;
+  return any;
+}
+
 void Census::attributeFault(const CommunityAttribute& attribute, std::uint64_t offset) {
   const KindRow& row = kindRows[attribute.kind];
   ++counts_.malformed;
@@ -141,6 +150,8 @@ void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* mat
   Tyr::agentMultiThreadedIs(threads > 1);
   Agent agent(options.mvpn);
   Kinds kinds(agent);
+  Names names(kinds);
+  if (options.names) names.read(*options.names, console);
   std::optional<Publication> publication;
   if (options.publish) publication.emplace(*options.publish, agent, console);
   // One thread reads and unpacks: this one.
@@ -149,7 +160,8 @@ void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* mat
   for (const std::string& name : options.inputs) census.fileIs(File(name));
   const std::vector<MrtGroup>& groups = census.groups();
   if (publication) publication->finish();
-  MrtReport(options, groups, interning, kinds, agent, console).print();
+  MrtReport(options, groups, interning, kinds, names, agent, console).print();
+  if (options.match && !census.anyMatches()) noteOtherSpelling(*options.match, kinds, console);
 }
 
 }  // namespace VelBgpTool

@@ -5,6 +5,7 @@
 
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/Names.h"
 #include "tools/velbgp/PathBatch.h"
 
 namespace VelBgpTool {
@@ -27,8 +28,14 @@ std::string jsonText(std::string_view text) { return boost::json::serialize(boos
 }  // namespace
 
 MrtReport::MrtReport(const Options& options, const std::vector<MrtGroup>& groups, const Interning& interning,
-                     Kinds& kinds, const Agent& agent, Console& console)
-    : options_(options), groups_(groups), interning_(interning), kinds_(kinds), agent_(agent), console_(console) {}
+                     Kinds& kinds, const Names& names, const Agent& agent, Console& console)
+    : options_(options),
+      groups_(groups),
+      interning_(interning),
+      kinds_(kinds),
+      names_(names),
+      agent_(agent),
+      console_(console) {}
 
 void MrtReport::print() {
   if (options_.csv)
@@ -89,12 +96,13 @@ void MrtReport::printKindJson(const Group& group, std::size_t kind) {
   std::string text = boost::json::serialize(counts);
   text.pop_back();
   console_.print(std::string("\"") + kindRows[kind].name + "\":" + text);
-  if (options_.top) printTopJson(found, kinds_.at(kind));
+  if (options_.top) printTopJson(found, kind);
   console_.print("},");
 }
 
 // Piece by piece: all of them are many.
-void MrtReport::printTopJson(const Statistics& found, const Kind& kind) {
+void MrtReport::printTopJson(const Statistics& found, std::size_t index) {
+  const Kind& kind = kinds_.at(index);
   std::string_view comma;
   const auto entry = [&](const boost::json::object& out) {
     console_.print(comma);
@@ -110,7 +118,7 @@ void MrtReport::printTopJson(const Statistics& found, const Kind& kind) {
   for (const auto& [octets, paths] : found.topCommunities) {
     const Octets value = octetsOf(octets);
     boost::json::object out{{"paths", paths}, {"value", hexValue(value)}, {"text", kind.text(value)}};
-    if (const std::string meaning = kind.meaning(value); !meaning.empty()) out["meaning"] = meaning;
+    if (const std::string meaning = names_.meaning(index, value); !meaning.empty()) out["meaning"] = meaning;
     entry(out);
   }
   console_.print("]");
@@ -122,7 +130,7 @@ void MrtReport::printCsv(const Group& group) {
     for (const auto& [octets, paths] : group.kinds[kind].topCommunities) {
       const Octets value = octetsOf(octets);
       console_.line(first + kindRows[kind].name + "," + hexValue(value) + "," + csvField(kinds_.at(kind).text(value)) +
-                    "," + std::to_string(paths) + "," + csvField(kinds_.at(kind).meaning(value)));
+                    "," + std::to_string(paths) + "," + csvField(names_.meaning(kind, value)));
     }
   }
 }
@@ -193,7 +201,7 @@ void MrtReport::printTop(const Group& group, std::size_t kind) {
   console_.line(heading(console_, std::string("Communities of the kind ") + kindRows[kind].name + " on most paths"));
   for (const auto& [octets, paths] : found.topCommunities) {
     const Octets value = octetsOf(octets);
-    const std::string meaning = kinds_.at(kind).meaning(value);
+    const std::string meaning = names_.meaning(kind, value);
     printUse(paths, found.topCommunities.front().second,
              kinds_.at(kind).text(value) + (meaning.empty() ? "" : "  " + escaped(meaning)));
   }

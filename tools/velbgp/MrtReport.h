@@ -15,6 +15,7 @@ namespace VelBgpTool {
 struct Agent;
 class Console;
 class Interning;
+class Names;
 
 // What is counted together: all, or what one file or one peer has.
 struct MrtGroup {
@@ -35,7 +36,7 @@ struct MrtGroup {
 class MrtReport {
  public:
   MrtReport(const Options& options, const std::vector<MrtGroup>& groups, const Interning& interning, Kinds& kinds,
-            const Agent& agent, Console& console);
+            const Names& names, const Agent& agent, Console& console);
   // In the form that the options ask for.
   void print();
 
@@ -52,7 +53,7 @@ class MrtReport {
 
   void printJson(const Group& group);
   void printKindJson(const Group& group, std::size_t kind);
-  void printTopJson(const Statistics& found, const Kind& kind);
+  void printTopJson(const Statistics& found, std::size_t kind);
   void printCsv(const Group& group);
 
   void printForPeople(const Group& group);
@@ -66,6 +67,7 @@ class MrtReport {
   const std::vector<MrtGroup>& groups_;
   const Interning& interning_;
   Kinds& kinds_;
+  const Names& names_;
   const Agent& agent_;
   Console& console_;
 };

@@ -33,6 +33,9 @@ class PlainTraits {
   static std::string wire(const Community& community) { return wireOf(community); }
   static std::string text(Octets value) { return ListType::getStringValue(Own::value(value)); }
   static std::string listText(const List& list) { return stringify(list.get()); }
+  static std::string matchText(Octets value) { return text(value); }
+  static Explanation explain(Octets value) { return VelBgpTool::explain(Own::value(value)); }
+  static boost::json::object sent(const Community&) { return {{"all", true}}; }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
@@ -56,10 +59,14 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
   static std::size_t hash(std::uint32_t community) { return Keel::singleAttributeHash(community, 0); }
 
   static void decode(Octets octets, boost::json::object& out) {
+    out["text"] = text(octets);
+    out["numeric"] = numeric(octets);
+  }
+  static std::vector<std::string> spellings(Octets octets) { return {numeric(octets)}; }
+  static std::string numeric(Octets octets) {
     Tyr::DynamicBuffer<> numbers;
     CommunityFormatter<false>::format(numbers, value(octets));
-    out["text"] = text(octets);
-    out["numeric"] = numbers.str();
+    return numbers.str();
   }
   static std::string meaning(Octets octets) { return std::string(commMeaning(value(octets))); }
 };
@@ -80,8 +87,10 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
 
   static void decode(Octets octets, boost::json::object& out) {
     out["text"] = text(octets);
-    out["asdot"] = LargeCommList::displayString(value(octets), true);
+    out["asdot"] = asdot(octets);
   }
+  static std::string asdot(Octets octets) { return LargeCommList::displayString(value(octets), true); }
+  static std::vector<std::string> spellings(Octets octets) { return {text(octets), asdot(octets)}; }
 };
 
 }  // namespace
