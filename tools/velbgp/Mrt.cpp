@@ -87,6 +87,7 @@ void Census::fileIs(const File& file) {
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
+  if (record.paths() == 0) return;
   std::uint32_t path = 0;
   for (const CommunityAttribute& attribute : record.attributes()) {
     if (attribute.path != path) pathEnds();
@@ -127,11 +128,8 @@ void Census::attributeIs(const CommunityAttribute& attribute) {
 }
 
 void Census::attributeFault(const CommunityAttribute& attribute, std::uint64_t offset) {
-  const KindRow& row = kindRows[attribute.kind];
   ++totals_.counts.malformed;
-  faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
-                      " of the record has " + std::to_string(attribute.value.size()) +
-                      " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
+  faultIs(offset, faultOf(attribute));
 }
 
 // A second one only where there are two processors.
