@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/json/serialize.hpp>
 
 #include "tools/velbgp/Agent.h"
@@ -41,15 +42,21 @@ class Decoder {
     if (!first_) console_.line("");
     first_ = false;
     console_.line(heading(console_, wrapped("", says.sentence, console_.columns())));
-    boost::json::object fields;
-    for (const Field& field : says.fields) {
-      const std::size_t count = field.last - field.first + 1;
-      const std::string place = (count == 1 ? "octet " : "octets ") + std::to_string(field.first) +
-                                (count == 1 ? "" : "-" + std::to_string(field.last));
-      fields[place] = hexDigits(wire.subspan(field.first, count)) + "  " + field.says;
-    }
-    printBlock(console_, fields, 2);
+    printFields(wire, says.fields);
     printBlock(console_, out, 2);
+  }
+
+  void printFields(Octets wire, const std::vector<Field>& fields) {
+    std::size_t longest = 0;
+    for (const Field& field : fields) longest = std::max<std::size_t>(longest, field.last - field.first + 1);
+    for (const Field& field : fields) {
+      const std::size_t count = field.last - field.first + 1;
+      const std::string place = count == 1 ? "octet " + std::to_string(field.first)
+                                           : "octets " + std::to_string(field.first) + "-" + std::to_string(field.last);
+      console_.line(
+          wrapped("  " + pad(place, 13) + pad(hexDigits(wire.subspan(field.first, count)), 2 * longest) + "  ",
+                  field.says, console_.columns()));
+    }
   }
 
   bool json_;

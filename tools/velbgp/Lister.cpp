@@ -161,7 +161,7 @@ std::string Lister::sentenceOf(const boost::json::object& why) const {
     std::string& names = passes.get_bool() ? sent : withheld;
     names.append(names.empty() ? "" : ", ").append(filter);
   }
-  std::string text = " is sent under " + sent;
+  std::string text = " is sent under " + (withheld.empty() ? "every filter" : sent);
   if (!withheld.empty()) text += " but, since it is not transitive, not under " + withheld;
   const std::string_view prune = why.at("prune").get_string();
   text += prune == "kept" ? "; pruning keeps it" : "; pruning drops it" + std::string(prune.substr(prune.find(':')));

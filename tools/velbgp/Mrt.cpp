@@ -65,6 +65,7 @@ class Census final : public MrtSink {
 
  private:
   void attributeFault(const CommunityAttribute& attribute, std::uint64_t offset);
+  void peerIs(const MrtRecord& record, MrtEntries& entries);
   void pathEnds();
   void publish();
 
@@ -74,6 +75,8 @@ class Census final : public MrtSink {
   Publication* publication_;
   Console& console_;
   std::vector<MrtGroup> groups_;
+  std::size_t group_ = 0;  // of the paths that are being read
+  boost::unordered_flat_map<std::pair<std::string, std::uint32_t>, std::size_t> peers_;  // groups by address and AS
   MrtCounts counts_;    // of the file that is being read
   std::string source_;  // its name
   PathBatch batch_;
@@ -84,28 +87,50 @@ void Census::fileIs(const File& file) {
     console_.error({file.source, 0, true}, "cannot be read: " + file.problem + ", expected an MRT file");
     return;
   }
-  if (by_ == By::file) groups_.push_back({.file = file.source});
+  if (by_ == By::file) {
+    group_ = groups_.size();
+    groups_.push_back({.file = file.source});
+  }
   if (publication_ != nullptr) publication_->begin();
   source_ = file.source;
   counts_ = {};
   Unpacker input(file.fd);
   Progress progress(console_, source_, sizeOfFile(file.fd), false);
   MrtReader(input, *this, counts_, progress).read();
-  groups_.back().add(counts_);
+  if (by_ != By::peer) groups_[group_].add(counts_);
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
-  std::uint32_t path = 0;
-  for (const CommunityAttribute& attribute : record.attributes()) {
-    if (attribute.path != path) pathEnds();
-    path = attribute.path;
-    attribute.wellFormed ? batch_.attributeIs(attribute.kind, attribute.value) : attributeFault(attribute, offset);
+  MrtEntries entries = record.entries();
+  auto attribute = record.attributes().begin();
+  const auto end = record.attributes().end();
+  for (std::uint32_t path = 0; path < record.paths(); ++path) {
+    if (by_ == By::peer) peerIs(record, entries);
+    if (attribute == end || attribute->path != path) continue;
+    for (; attribute != end && attribute->path == path; ++attribute) {
+      attribute->wellFormed ? batch_.attributeIs(attribute->kind, attribute->value)
+                            : attributeFault(*attribute, offset);
+    }
+    pathEnds();
   }
-  pathEnds();
+}
+
+// The peer of the record's next path is the one to count for.
+void Census::peerIs(const MrtRecord& record, MrtEntries& entries) {
+  MrtPeer peer = record.message().peer;
+  if (record.form() == MrtRecord::Form::rib) {
+    MrtEntry entry;
+    entries.next(entry);
+    peer = entry.peer;
+  }
+  const auto [place, isNew] = peers_.try_emplace({std::string(textOf(peer.address)), peer.as}, groups_.size());
+  if (isNew) groups_.push_back({.peer = MrtGroup::Peer{place->first.first, peer.as}});
+  group_ = place->second;
+  ++groups_[group_].counts.paths;
 }
 
 void Census::pathEnds() {
-  batch_.pathEnds(static_cast<std::uint32_t>(groups_.size() - 1));
+  batch_.pathEnds(static_cast<std::uint32_t>(group_));
   if (publication_ != nullptr) return publish();
   if (batch_.full()) interning_.batchIs(batch_);
 }
@@ -133,11 +158,8 @@ bool Census::anyMatches() const {
 }
 
 void Census::attributeFault(const CommunityAttribute& attribute, std::uint64_t offset) {
-  const KindRow& row = kindRows[attribute.kind];
   ++counts_.malformed;
-  faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
-                      " of the record has " + std::to_string(attribute.value.size()) +
-                      " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
+  faultIs(offset, faultOf(attribute));
 }
 
 // A second one only where there are two processors.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/json/serialize.hpp>
 
+#include "Addr/Ip6Addr.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Names.h"
@@ -25,6 +26,20 @@ std::string plural(std::uint64_t count, const char* one, const char* many) {
 
 std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::value(text)); }
 
+// Of a text, a number or nothing.
+std::string plainText(const boost::json::value& value) {
+  if (value.is_string()) return std::string(value.get_string());
+  return value.is_null() ? "" : boost::json::serialize(value);
+}
+
+std::string addressText(std::string_view octets) {
+  if (octets.size() == 4)
+    return Routing::Addr::Ip4Addr(static_cast<std::uint32_t>(bigEndian(octetsOf(octets)))).toStrep();
+  Routing::Addr::Ip6Addr::Octets all{};
+  std::copy_n(octets.begin(), std::min(octets.size(), all.size()), all.begin());
+  return Routing::Addr::Ip6Addr(all).toStrep();
+}
+
 }  // namespace
 
 MrtReport::MrtReport(const Options& options, const std::vector<MrtGroup>& groups, const Interning& interning,
@@ -38,15 +53,17 @@ MrtReport::MrtReport(const Options& options, const std::vector<MrtGroup>& groups
       console_(console) {}
 
 void MrtReport::print() {
-  if (options_.csv)
-    console_.line(std::string(options_.by == By::file ? "file," : "") + "kind,value,text,paths,meaning");
+  constexpr const char* keyColumns[] = {"", "file,", "peer,peerAs,"};
+  if (options_.csv) {
+    console_.line(std::string(keyColumns[static_cast<int>(options_.by)]) + "kind,value,text,paths,meaning");
+  }
   for (std::uint32_t number = 0; number < groups_.size(); ++number) {
     const Group found = group(number);
     if (options_.json) {
       printJson(found);
     } else if (options_.csv) {
       printCsv(found);
-    } else if (found.counts.files != 0) {  // else the errors say it
+    } else if (found.counts.files != 0 || found.counts.peer) {  // else the errors say it
       if (number != 0) console_.line("");
       printForPeople(found);
     }
@@ -66,14 +83,28 @@ MrtReport::Group MrtReport::group(std::uint32_t number) const {
   return found;
 }
 
+boost::json::object MrtReport::keys(const MrtGroup& group) const {
+  boost::json::object out;
+  if (group.file) out["file"] = utf8(*group.file);
+  if (group.peer) {
+    const bool named = !group.peer->address.empty();
+    out["peer"] = named ? boost::json::value(addressText(group.peer->address)) : nullptr;
+    out["peerAs"] = named ? boost::json::value(group.peer->as) : nullptr;
+  }
+  return out;
+}
+
 void MrtReport::printJson(const Group& group) {
   const auto number = [this](const char* key, std::uint64_t value) {
     console_.print(std::string("\"") + key + "\":" + std::to_string(value) + ",");
   };
+  const boost::json::object key = keys(group.counts);
   console_.print("{");
-  if (group.counts.file) console_.print("\"file\":" + jsonText(utf8(*group.counts.file)) + ",");
-  number("files", group.counts.files);
-  number("records", group.counts.counts.records);
+  for (const auto& [name, value] : key) console_.print(jsonText(name) + ":" + boost::json::serialize(value) + ",");
+  if (!group.counts.peer) {
+    number("files", group.counts.files);
+    number("records", group.counts.counts.records);
+  }
   number("paths", group.counts.counts.paths);
   for (std::size_t kind = 0; kind < kindCount; ++kind) printKindJson(group, kind);
   boost::json::object classifications;
@@ -81,6 +112,7 @@ void MrtReport::printJson(const Group& group) {
     classifications[classificationName(classification)] = count;
   }
   console_.print("\"classifications\":" + boost::json::serialize(classifications) + ",");
+  if (group.counts.peer) return console_.line("\"matches\":" + std::to_string(group.matches) + "}");
   number("matches", group.matches);
   number("malformed", group.counts.counts.malformed);
   console_.line("\"skipped\":" + std::to_string(group.counts.counts.skipped) + "}");
@@ -125,7 +157,8 @@ void MrtReport::printTopJson(const Statistics& found, std::size_t index) {
 }
 
 void MrtReport::printCsv(const Group& group) {
-  const std::string first = group.counts.file ? csvField(utf8(*group.counts.file)) + "," : "";
+  std::string first;
+  for (const auto& [name, value] : keys(group.counts)) first += csvField(plainText(value)) + ",";
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     for (const auto& [octets, paths] : group.kinds[kind].topCommunities) {
       const Octets value = octetsOf(octets);
@@ -136,7 +169,15 @@ void MrtReport::printCsv(const Group& group) {
 }
 
 void MrtReport::printForPeople(const Group& group) {
-  if (group.counts.file) console_.line(heading(console_, escaped(*group.counts.file)));
+  std::string title;
+  for (const auto& [name, value] : keys(group.counts)) {
+    title += (title.empty() ? "" : ", ") +
+             (name == "file"   ? ""
+              : name == "peer" ? "peer "
+                               : std::string("AS ")) +
+             (value.is_null() ? "unknown" : escaped(plainText(value)));
+  }
+  if (!title.empty()) console_.line(heading(console_, title));
   printCounts(group);
   printKinds(group);
   printClassifications(group);
@@ -149,6 +190,10 @@ void MrtReport::printForPeople(const Group& group) {
 
 void MrtReport::printCounts(const Group& group) {
   const MrtCounts& counts = group.counts.counts;
+  if (group.counts.peer) {
+    return console_.line(plural(counts.paths, "path", "paths") +
+                         (options_.match ? ", " + plural(group.matches, "path matches", "paths match") : ""));
+  }
   console_.line(plural(group.counts.files, "file", "files") + ", " + plural(counts.records, "record", "records") +
                 ", " + plural(counts.paths, "path", "paths"));
   console_.line((options_.match ? plural(group.matches, "path matches", "paths match") + ", " : "") +

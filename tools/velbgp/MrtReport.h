@@ -19,7 +19,14 @@ class Names;
 
 // What is counted together: all, or what one file or one peer has.
 struct MrtGroup {
+  // As a record names it; without an address where it names none.
+  struct Peer {
+    std::string address;  // octets
+    std::uint32_t as;
+  };
+
   std::optional<std::string> file = {};
+  std::optional<Peer> peer = {};
   std::uint64_t files = 0;
   MrtCounts counts = {};
 
@@ -50,6 +57,9 @@ class MrtReport {
     std::map<unsigned, std::uint64_t> classifications;
   };
   Group group(std::uint32_t number) const;
+
+  // What tells a group from the others: in JSON, in CSV, and in words.
+  boost::json::object keys(const MrtGroup& group) const;
 
   void printJson(const Group& group);
   void printKindJson(const Group& group, std::size_t kind);

@@ -50,10 +50,6 @@ std::string scalarText(const boost::json::value& value) {
   return text.empty() ? "none" : text;
 }
 
-std::string pad(std::string_view text, std::size_t width) {
-  return std::string(text).append(width - std::min(width, text.size()), ' ');
-}
-
 // Where a text is broken: before the last blank that fits, else where the width ends, yet not inside a character.
 std::size_t breakOf(std::string_view text, std::size_t width) {
   if (text.size() <= width) return text.size();
@@ -64,6 +60,10 @@ std::size_t breakOf(std::string_view text, std::size_t width) {
 }
 
 }  // namespace
+
+std::string pad(std::string_view text, std::size_t width) {
+  return std::string(text).append(width - std::min(width, text.size()), ' ');
+}
 
 std::string grouped(std::uint64_t number) {
   std::string text = std::to_string(number);

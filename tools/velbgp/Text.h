@@ -42,6 +42,7 @@ std::string utf8(std::string_view text);
 // One field of a CSV line (RFC 4180), in quotes where it must be.
 std::string csvField(std::string_view text);
 
+std::string pad(std::string_view text, std::size_t width);
 std::string rightAligned(std::string_view text, std::size_t width);
 
 // A line whose text goes on below its own beginning where it is wider than so many columns; 0 for as wide as it likes.

@@ -8,7 +8,7 @@ ends() { # What standard input is up to each of its octets from the $1th on.
   counts part* 2>err
 }
 echo '16 4 L U' | perl "${0%/*}/records.pl" >good
-echo '12 1 00x5' | perl "${0%/*}/records.pl" | cat good - good | ends 0
+echo '12 0 00x5' | perl "${0%/*}/records.pl" | cat good - good | ends 0
 sed 's/part[0-9]*//' err | uniq -c
 
 for type in 12 13 16; do
