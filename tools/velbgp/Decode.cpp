@@ -54,7 +54,7 @@ class Decoder {
       const std::string place = count == 1 ? "octet " + std::to_string(field.first)
                                            : "octets " + std::to_string(field.first) + "-" + std::to_string(field.last);
       console_.line(
-          wrapped("  " + pad(place, 13) + pad(hexDigits(wire.subspan(field.first, count)), 2 * longest) + "  ",
+          wrapped("  " + pad(place, 14) + pad(hexDigits(wire.subspan(field.first, count)), 2 * longest) + "  ",
                   field.says, console_.columns()));
     }
   }

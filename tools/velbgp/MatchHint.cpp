@@ -83,11 +83,13 @@ std::vector<std::string> otherSpellings(std::string_view expression, Kinds& kind
   if (const auto value = valueOf(plain)) {
     const TypedValue typed = typedValue(*value);
     const std::string text = kinds.at(typed.kind).matchText(typed.wire());
-    if (!text.empty()) add(word(literally(text)));
+    if (!text.empty() && text != expression) add(word(literally(text)));
     return found;
   }
   std::string other(expression);
   if (other.starts_with('^') && other.ends_with('$') && other.size() > 2) other = word(plain);
+  if (other.starts_with('_')) other.replace(0, 1, wordBegin);
+  if (other.ends_with('_')) other.replace(other.size() - 1, 1, wordEnd);
   other = replaced(std::move(other), "_", "(^| |$)");
   for (const auto& [shown, matched] : labels) other = replaced(std::move(other), shown, matched);
   add(std::move(other));
@@ -108,9 +110,9 @@ void noteOtherSpelling(std::string_view expression, Kinds& kinds, Console& conso
   };
   if (others.empty()) return;
   const auto best = std::find_if(others.begin(), others.end(), finds);
-  console.note("--match " + quote(expression) + " finds nothing; lists are matched by other texts, and " +
-               quote(best == others.end() ? others.front() : *best) +
-               (best == others.end() ? " says the same of them" : " finds some"));
+  const bool found = best != others.end();
+  console.note("--match '" + escaped(expression) + "' finds nothing; lists are matched by other texts, and '" +
+               escaped(found ? *best : others.front()) + (found ? "' finds some" : "' says the same of them"));
 }
 
 }  // namespace VelBgpTool

@@ -1,6 +1,7 @@
 #include "tools/velbgp/Sentence.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 #include <string_view>
 
@@ -120,8 +121,21 @@ std::string validationSentence(const ExtCommOriginValidationState& community) {
          text.substr(text.rfind(':') + 1);
 }
 
-std::string genericSentence(const auto& community, const std::string& of) {
-  return "Extended community of a use not known here, " + subtypeName(community) + of;
+// "Ospf domain identifier" for extCommPktSubtypeTransTwoOctetAsOspfDomainIdentifier.
+std::string useOf(const auto& community) {
+  std::string name = subtypeName(community);
+  const std::string type = stringValue(community.pktType());
+  const std::size_t subtype = name.find("Subtype");
+  if (subtype == std::string::npos) return "Extended community of a use not known here (" + name + ")";
+  name.erase(0, subtype + 7);
+  const std::string family = type.substr(type.find("Type") + 4);
+  if (name.starts_with(family)) name.erase(0, family.size());
+  for (std::size_t i = 1; i < name.size(); ++i) {
+    if (std::isupper(static_cast<unsigned char>(name[i])) == 0) continue;
+    name[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(name[i])));
+    name.insert(i++, 1, ' ');
+  }
+  return name;
 }
 
 std::string sentence(const ExtComm& community) {
@@ -151,13 +165,12 @@ std::string sentence(const ExtComm& community) {
       },
       [](const ExtCommOriginValidationState& c) { return validationSentence(c); },
       [](const ExtCommAsNumber& c) {
-        return genericSentence(c, ": number " + std::to_string(c.localAdmin()) + " of " + asNumber(c));
+        return useOf(c) + ": number " + std::to_string(c.localAdmin()) + " of " + asNumber(c);
       },
       [](const ExtCommIpv4Address& c) {
-        return genericSentence(c, ": number " + std::to_string(c.localAdmin()) + " of " + address(c.ipv4Address()));
+        return useOf(c) + ": number " + std::to_string(c.localAdmin()) + " of " + address(c.ipv4Address());
       },
-      [](const ExtCommSubtyped& c) { return genericSentence(c, ""); },
-      [](const ExtComm& c) { return genericSentence(c, ""); });
+      [](const ExtCommSubtyped& c) { return useOf(c); }, [](const ExtComm& c) { return useOf(c); });
 }
 
 Field asField(const ExtCommAsNumber& c) { return {2, c.fourByteAs() ? 5U : 3U, asNumber(c)}; }
@@ -207,8 +220,7 @@ Explanation explain(const ExtCommIp6& community) {
   std::vector<Field> fields = typeFields(community);
   fields.push_back({2, 17, address(content.addr())});
   fields.push_back({18, 19, number});
-  return {"Extended community of an IPv6 address, " + subtypeName(community) + ": " + number + " of " +
-              address(content.addr()) + reach(content.transitive()),
+  return {useOf(community) + ": " + number + " of " + address(content.addr()) + reach(content.transitive()),
           std::move(fields)};
 }
 
@@ -227,6 +239,9 @@ Explanation explain(std::uint32_t value) {
   const auto known = std::find_if(std::begin(wellKnown), std::end(wellKnown), [&](const WellKnown& row) {
     return row.name == text || row.name == commMeaning(value);
   });
+  if (known == std::end(wellKnown) && as == "65535") {
+    return {"Well-known community " + text + ", of a use not known here", std::move(fields)};
+  }
   if (known == std::end(wellKnown)) {
     return {"Community: " + number + " of AS " + as + ", which says what it means", std::move(fields)};
   }
