@@ -1,6 +1,9 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
+#include <map>
 
+#include "Policy/PosixRegex.h"
 #include "VelBgp/Version.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
@@ -28,8 +31,8 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
   for (int i = argc - 1; i > 0; --i) {
     std::string argument(argv[i]);
     if (needsMark(argument)) argument += wholeMark;
-    // The empty expression; CLI11 would take the next argument instead.
-    if (argument == "--match=") {
+    // An empty value, as of the expression that matches everything; CLI11 would take the next argument instead.
+    if (argument.starts_with("--") && argument.find('=') == argument.size() - 1) {
       reversed.emplace_back();
       argument.pop_back();
     }
@@ -45,8 +48,10 @@ class CommandLine {
     app_.set_version_flag("--version", version, "Print the version and exit");
     app_.footer("Run velbgp SUBCOMMAND --help for its options; velbgp(1) has the details.");
     addDecode();
+    addDiff();
     addList();
     addMrt();
+    addRoutes();
     addSample();
     addStore();
   }
@@ -58,6 +63,7 @@ class CommandLine {
       requireSubcommand(reversed);
       app_.parse(std::move(reversed));
       for (std::string& input : options_.inputs) unmark(input);
+      takeFilters();
       return options_;
     } catch (const CLI::CallForHelp&) {
       const auto chosen = app_.get_subcommands();
@@ -75,6 +81,7 @@ class CommandLine {
   }
 
  private:
+  static constexpr const char* negation = "--not";
   static constexpr const char* version = "velbgp " VELBGP_VERSION;
 
   // CLI11 would only say that one is required.
@@ -84,7 +91,8 @@ class CommandLine {
     if (!app_.get_subcommands(isNamed).empty()) return;
     std::string name = reversed.back();
     unmark(name);
-    throw CLI::ValidationError(quote(name) + " is no subcommand, expected decode, list, mrt, sample or store");
+    throw CLI::ValidationError(quote(name) +
+                               " is no subcommand, expected decode, diff, list, mrt, routes, sample or store");
   }
 
   CLI::App* subcommand(Command* command, const char* name, const char* purpose) {
@@ -125,6 +133,48 @@ class CommandLine {
     throw CLI::ValidationError(
         name, quote(text) + " is no number, expected one from " + std::to_string(least) + " to 18446744073709551615");
   }
+  // The filters of routes. Their order is what says which of them --not is about: it is taken from CLI11 behind all.
+  void addFilters(CLI::App* sub) {
+    for (const RouteFilterRow& row : routeFilterRows()) {
+      CLI::Option* option = row.type == nullptr
+                                ? sub->add_flag(row.option)->description(row.help)
+                                : sub->add_option(row.option, row.help)->type_name(row.type)->expected(1);
+      option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)->group("Filters");
+    }
+    sub->add_flag(negation)
+        ->description("Turn round the one filter behind it")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group("Filters");
+  }
+  void takeFilters() {
+    const CLI::App* sub = app_.get_subcommands().front();
+    std::map<const CLI::Option*, std::size_t> taken;
+    bool negated = false;
+    for (const CLI::Option* option : sub->parse_order()) {
+      const std::string name = option->get_name();
+      if (name == negation) {
+        if (std::exchange(negated, true)) throw CLI::ValidationError(negation, "a filter is expected behind it");
+        continue;
+      }
+      const auto rows = routeFilterRows();
+      const auto row = std::ranges::find_if(rows, [&](const RouteFilterRow& filter) { return name == filter.option; });
+      const bool isFilter = row != rows.end() && sub->get_option_no_throw(negation) != nullptr;
+      if (negated && !isFilter) break;
+      if (isFilter) takeFilter(*row, std::exchange(negated, false), option->results()[taken[option]++]);
+    }
+    if (negated) throw CLI::ValidationError(negation, "a filter is expected behind it");
+  }
+  void takeFilter(const RouteFilterRow& row, bool negated, std::string text) {
+    unmark(text);
+    try {
+      row.make(text);
+    } catch (const RouteFilterError& error) {
+      throw CLI::ValidationError(row.option, error.what);
+    } catch (const Routing::RouteMap::PosixRegexException& error) {
+      throw CLI::ValidationError(row.option, error.what());
+    }
+    options_.filters.push_back({&row, negated, std::move(text)});
+  }
   static void addNumber(CLI::App* sub, const char* name, const char* letter, std::uint64_t& number, const char* what) {
     const auto read = [name, &number](std::string text) { number = readNumber(name, std::move(text)); };
     sub->add_option_function<std::string>(name, read, what)->type_name(letter);
@@ -158,6 +208,28 @@ class CommandLine {
     addText(sub, "--publish", "STORE", options_.publish, "Put the lists into this store, for other processes to read");
     addMvpn(sub);
     addInputs(sub, "FILE", "MRT files, plain, gzip or bzip2; - is standard input")->required();
+  }
+  void addRoutes() {
+    CLI::App* sub = subcommand(routesCommand, "routes", "Print the routes of MRT files, one a line");
+    CLI::Option* json = sub->add_flag("--json", options_.json, "One JSON object a route");
+    CLI::Option* csv = sub->add_flag("--csv", options_.csv, "Comma-separated values, behind a line of names");
+    sub->add_flag("--bgpdump", options_.bgpdump, "As bgpdump -m prints them")->excludes(json)->excludes(csv);
+    csv->excludes(json);
+    sub->add_flag("--raw", options_.raw, "Communities in hex");
+    sub->add_flag("--count", options_.count, "Only how many there are");
+    const auto read = [this](std::string text) { options_.limit = readNumber<1>("--limit", std::move(text)); };
+    sub->add_option_function<std::string>("--limit", read, "Stop after N of them")->type_name("N");
+    addMvpn(sub);
+    addFilters(sub);
+    addInputs(sub, "FILE", "MRT files, plain or compressed; - is standard input")->required();
+  }
+  void addDiff() {
+    CLI::App* sub = subcommand(diffCommand, "diff", "Say what changed between the routes of two MRT files");
+    CLI::Option* json = sub->add_flag("--json", options_.json, "One JSON object a route that changed");
+    sub->add_flag("--csv", options_.csv, "Comma-separated values, behind a line of names")->excludes(json);
+    addMvpn(sub);
+    addFilters(sub);
+    addInputs(sub, "FILE", "The MRT files, OLD and NEW")->required()->expected(2);
   }
   void addSample() {
     CLI::App* sub = subcommand(sampleCommand, "sample", "Write an MRT stream to try things on");

@@ -140,6 +140,9 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   static Community find(const List& list, Octets value) { return list->comm(bigEndian(value)).get(); }
   static std::string wire(Community community) { return wireOf(community->getContent()); }
   static std::string text(Community community) { return community->toStrepForUI(false, false, false); }
+  std::string valueText(Octets value) const {
+    return text(ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value))).get());
+  }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
@@ -197,6 +200,7 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   // Of a community, however it is held.
   static std::string wire(const auto& community) { return wireOf(community->getContent()); }
   static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
+  std::string valueText(Octets value) const { return text(dedup(value).get()); }
 
   void decode(Octets value, boost::json::object& out) const {
     const ExtCommIp6::PtrConst community = dedup(value);

@@ -50,6 +50,9 @@ class Kind {
   // Adds what `decode` prints of one value, in order.
   virtual void decode(Octets value, boost::json::object& out) = 0;
 
+  // What is shown for one value: the text of standard and large communities, that of show commands of the others.
+  virtual std::string text(Octets value) const = 0;
+
   // Interns lists, each as that of one more path, and numbers them. The values of each are whole ones back to back, in
   // any order and with repeats, and not none.
   virtual void pathsAre(std::span<const Octets> values, std::span<std::uint32_t> numbers) = 0;

@@ -8,6 +8,7 @@
 //   octets                     of one value
 //   wire(community)            its octets;  text(community)  as people read it;  hash(community)
 //   classification(community)  and  matches(list, regex)  where there are such
+//   valueText(value)           the text of the community of these wire octets
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
 //   published, stashed         the kind's members of a path's lists, and of the references to them in a store
 //   distinctLists(), and distinctCommunities() if a table interns them
@@ -37,6 +38,8 @@ class ListKind : public Kind {
   explicit ListKind(Agent& agent) : traits_(agent) {}
 
   void decode(Octets value, boost::json::object& out) override { traits_.decode(value, out); }
+
+  std::string text(Octets value) const override { return traits_.valueText(value); }
 
   void pathsAre(std::span<const Octets> values, std::span<std::uint32_t> numbers) override {
     interned_.resize(values.size());

@@ -1,10 +1,4 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <optional>
 #include <thread>
 
@@ -12,6 +6,7 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/MrtFile.h"
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
 #include "tools/velbgp/PathBatch.h"
@@ -21,35 +16,13 @@ namespace VelBgpTool {
 
 namespace {
 
-struct File {
-  // "-" is standard input.
-  explicit File(const std::string& name)
-      : standard(name == "-"),
-        source(standard ? "stdin" : name),
-        fd(standard ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (fd < 0) problem = std::strerror(errno);
-    struct stat status {};
-    if (fd >= 0 && ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) problem = std::strerror(EISDIR);
-  }
-  ~File() {
-    if (fd >= 0 && !standard) ::close(fd);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  const bool standard;
-  const std::string source;
-  const int fd;
-  std::string problem;  // why it cannot be read, or empty
-};
-
 // Takes in the paths of all files: counts their communities and has them interned.
 class Census final : public MrtSink {
  public:
   Census(Interning& interning, Kinds& kinds, Publication* publication, Console& console)
       : interning_(interning), kinds_(kinds), publication_(publication), console_(console) {}
 
-  void fileIs(const File& file);
+  void fileIs(const MrtFile& file);
   // Of all, to the end.
   const MrtTotals& totals();
 
@@ -73,17 +46,12 @@ class Census final : public MrtSink {
   PathBatch batch_;
 };
 
-void Census::fileIs(const File& file) {
-  if (!file.problem.empty()) {
-    console_.error({file.source, 0, true}, "cannot be read: " + file.problem + ", expected an MRT file");
-    return;
-  }
+void Census::fileIs(const MrtFile& file) {
+  if (!file.opens(console_)) return;
   ++totals_.files;
   if (publication_ != nullptr) publication_->begin();
   source_ = file.source;
-  Unpacker input(file.fd);
-  Progress progress(console_, source_, sizeOfFile(file.fd), false);
-  MrtReader(input, *this, totals_.counts, progress).read();
+  file.read(*this, totals_.counts, console_, false);
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
@@ -147,7 +115,7 @@ void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* mat
   // One thread reads and unpacks: this one.
   Interning interning(static_cast<unsigned>(std::min<std::uint64_t>(threads - 1, kindCount)), kinds, match);
   Census census(interning, kinds, publication ? &*publication : nullptr, console);
-  for (const std::string& name : options.inputs) census.fileIs(File(name));
+  for (const std::string& name : options.inputs) census.fileIs(MrtFile(name));
   const MrtTotals& totals = census.totals();
   if (publication) publication->finish();
   if (options.json) return printMrtJson(totals, kinds, console);

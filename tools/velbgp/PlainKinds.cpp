@@ -32,6 +32,7 @@ class PlainTraits {
   static Community find(const List& list, Octets value) { return *list->comm(Own::value(value)); }
   static std::string wire(const Community& community) { return wireOf(community); }
   static std::string text(const Community& community) { return ListType::getStringValue(community); }
+  static std::string valueText(Octets value) { return text(Own::value(value)); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
