@@ -150,7 +150,7 @@ class BgpdumpWriter final : public RouteWriter {
   static bool isShown(const Route& route) {
     constexpr std::uint16_t tableDumpV2 = 13;
     const MrtRecord& record = *route.record;
-    if (!route.isPrefix) return false;
+    if (!route.target.isPrefix) return false;
     if (record.form() == MrtRecord::Form::update) {
       return std::ranges::all_of(record.message().marker, [](std::uint8_t octet) { return octet == 0xff; });
     }
@@ -186,24 +186,24 @@ class BgpdumpWriter final : public RouteWriter {
   }
 
   void prefixIs(const Route& route, bool pathId) {
-    appendIp(line_, route.nlri.octets, route.family.afi == Family::ip6);
+    appendIp(line_, route.target.nlri.octets, route.target.family.afi == Family::ip6);
     line_ += '/';
-    appendNumber(line_, route.nlri.bits);
+    appendNumber(line_, route.target.nlri.bits);
     if (!pathId) return;
     line_ += '|';
-    appendNumber(line_, route.nlri.pathId);
+    appendNumber(line_, route.target.nlri.pathId);
   }
 
   void ribIs(const Route& route) {
     const RoutePath& path = *route.path;
     const bool isDump = route.record->header().isTableDump();
-    beginLine(isDump            ? "TABLE_DUMP"
-              : route.hasPathId ? "TABLE_DUMP2_AP"
-                                : "TABLE_DUMP2",
+    beginLine(isDump                   ? "TABLE_DUMP"
+              : route.target.hasPathId ? "TABLE_DUMP2_AP"
+                                       : "TABLE_DUMP2",
               route.record->header().time, {});
     line_ += "|B|";
     peerIs(route.peer);
-    prefixIs(route, route.hasPathId);
+    prefixIs(route, route.target.hasPathId);
     pathAndOrigin(*route.path);
     const RibReach reach(path);
     if (isDump && reach.isUnicast(Family::ip6)) {
@@ -218,13 +218,13 @@ class BgpdumpWriter final : public RouteWriter {
   }
 
   void messageIs(const Route& route) {
-    const bool local = route.local && !route.hasPathId;
+    const bool local = route.local && !route.target.hasPathId;
     const bool pathIds = route.record->message().addPath;
-    std::string form = route.hasMicroseconds() ? "BGP4MP_ET" : "BGP4MP";
+    std::string form = route.time.hasMicroseconds ? "BGP4MP_ET" : "BGP4MP";
     if (local) form += "_LOCAL";
     if (pathIds) form += "_AP";
-    beginLine(form, route.seconds,
-              route.hasMicroseconds() ? std::optional(route.microseconds) : std::optional<std::uint32_t>());
+    beginLine(form, route.time.seconds,
+              route.time.hasMicroseconds ? std::optional(route.time.microseconds) : std::optional<std::uint32_t>());
     line_ += route.type == Route::Type::withdraw ? "|W|" : "|A|";
     if (route.type == Route::Type::withdraw) return withdrawalIs(route, local, pathIds);
     peerIs(route.peer);
@@ -236,7 +236,7 @@ class BgpdumpWriter final : public RouteWriter {
 
   void withdrawalIs(const Route& route, bool local, bool pathIds) {
     // Deliberate: what that program does to an IPv4 peer whose IPv6 prefixes the collector withdrew.
-    if (local && route.family.afi == Family::ip6 && route.peer.address.size() == 4) {
+    if (local && route.target.family.afi == Family::ip6 && route.peer.address.size() == 4) {
       appendIp(line_, route.peer.address, true);
       line_ += '|';
       appendNumber(line_, route.peer.as);

@@ -56,6 +56,14 @@ const char* textOf(Route::Type type) {
   return texts[static_cast<std::size_t>(type)];
 }
 
+RouteFacts factsOf(const Route& route) {
+  if (route.path == nullptr) return {};
+  RoutePath& path = *route.path;
+  const bool hasAsPath = path.good(RoutePath::asPathCode);
+  return {hasAsPath, hasAsPath ? path.asPathText() : std::string_view(),
+          path.good(RoutePath::origin) ? path.originText() : nullptr, route.nextHop, path.lists};
+}
+
 bool MpField::reachIs(Octets attribute) {
   Cursor rest(attribute);
   std::uint32_t length = 0;
@@ -190,14 +198,10 @@ void RouteWalk::ribIs(const MrtRecord& record, std::uint64_t offset) {
   for (MrtEntry entry; sink_.wantsMore() && entries.next(entry); ++number) {
     pathIs(record, number, entry.attributes, form, offset);
     Route route{Route::Type::rib,
-                entry.time,
-                0,
+                {entry.time},
                 entry.peer,
                 false,
-                family,
-                family.hasPrefixes(),
-                {entry.pathId, entry.bits, entry.nlri},
-                entries.pathIds(),
+                {family, family.hasPrefixes(), entries.pathIds(), {entry.pathId, entry.bits, entry.nlri}},
                 &path_,
                 path_.ribNextHop(),
                 false,
@@ -213,14 +217,11 @@ void RouteWalk::updateIs(const MrtRecord& record, std::uint64_t offset) {
   constexpr std::uint32_t million = 1'000'000;
   const std::uint32_t microseconds = record.microseconds() != nullptr ? *record.microseconds() : 0;
   Route route{Route::Type::withdraw,
-              record.header().time + std::uint64_t{microseconds / million},
-              microseconds % million,
+              {record.header().time + std::uint64_t{microseconds / million}, microseconds % million,
+               record.microseconds() != nullptr},
               message.peer,
               message.local,
-              {Family::ip4, 1},
-              true,
-              {},
-              message.addPath,
+              {{Family::ip4, 1}, true, message.addPath, {}},
               nullptr,
               {},
               false,
@@ -236,7 +237,7 @@ void RouteWalk::updateIs(const MrtRecord& record, std::uint64_t offset) {
   route.type = Route::Type::announce;
   route.path = &path_;
   route.nextHop = path_.ownNextHop();
-  route.family = {Family::ip4, 1};
+  route.target.family = {Family::ip4, 1};
   route.ofAttribute = false;
   prefixesAre(route, message.announced);
   if (has14) {
@@ -283,20 +284,21 @@ void RouteWalk::pathIs(const MrtRecord& record, std::uint32_t number, Octets blo
 }
 
 void RouteWalk::prefixesAre(Route& route, Octets field) {
-  route.isPrefix = true;
-  for (Cursor rest(field); sink_.wantsMore() && takeNlri(rest, route.hasPathId, route.nlri);) sink_.routeIs(route);
+  route.target.isPrefix = true;
+  for (Cursor rest(field); sink_.wantsMore() && takeNlri(rest, route.target.hasPathId, route.target.nlri);)
+    sink_.routeIs(route);
 }
 
 void RouteWalk::mpRoutesAre(Route& route, const MpField& field) {
-  route.family = field.family;
+  route.target.family = field.family;
   route.ofAttribute = true;
   if (readsPrefixes(field.family)) return prefixesAre(route, field.nlri);
   if (field.nlri.empty() || !sink_.wantsMore()) return;
-  const bool pathIds = std::exchange(route.hasPathId, false);  // they stay inside
-  route.isPrefix = false;
-  route.nlri = {0, 0, field.nlri};
+  const bool pathIds = std::exchange(route.target.hasPathId, false);  // they stay inside
+  route.target.isPrefix = false;
+  route.target.nlri = {0, 0, field.nlri};
   sink_.routeIs(route);
-  route.hasPathId = pathIds;
+  route.target.hasPathId = pathIds;
 }
 
 bool RouteWalk::readsPrefixes(Family family) const {

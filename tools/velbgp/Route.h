@@ -87,25 +87,44 @@ class RoutePath {
   std::string asPathText_;
 };
 
+// Where a route leads.
+struct RouteTarget {
+  Family family;
+  bool isPrefix = false;  // else nlri is the whole field
+  bool hasPathId = false;
+  Nlri nlri;
+};
+
+// When a route was heard of.
+struct RouteTime {
+  std::uint64_t seconds = 0;
+  std::uint32_t microseconds = 0;  // below a million
+  bool hasMicroseconds = false;    // of BGP4MP_ET
+};
+
 struct Route {
   enum class Type : std::uint8_t { rib, announce, withdraw };
 
   Type type;
-  std::uint64_t seconds;
-  std::uint32_t microseconds;  // below a million; of BGP4MP_ET, else 0
+  RouteTime time;
   MrtPeer peer;
   bool local;
-  Family family;
-  bool isPrefix;  // else nlri is the whole field
-  Nlri nlri;      // the path identifier too
-  bool hasPathId;
+  RouteTarget target;
   RoutePath* path;   // null for one that is withdrawn
   Octets nextHop;    // 4 or 16 octets, or none
   bool ofAttribute;  // 14 or 15, not of a field of the message or of a RIB
   const MrtRecord* record;
-
-  bool hasMicroseconds() const { return record->microseconds() != nullptr; }
 };
+
+// What is said of a route's path: what is absent or malformed is null or empty.
+struct RouteFacts {
+  bool hasAsPath = false;
+  std::string_view asPath;
+  const char* origin = nullptr;
+  Octets nextHop;
+  std::array<Octets, kindCount> lists;
+};
+RouteFacts factsOf(const Route& route);
 
 // "rib", "announce", "withdraw".
 const char* textOf(Route::Type type);

@@ -84,12 +84,12 @@ enum class Relation { exactly, longer, covers };
 template <Relation relation>
 RoutePredicate makePrefix(std::string_view text) {
   return [prefix = readPrefix(text)](const Route& route, Agent&) {
-    const std::uint32_t bits = route.nlri.bits;
-    if (!route.isPrefix || route.family.afi != prefix.afi) return false;
+    const std::uint32_t bits = route.target.nlri.bits;
+    if (!route.target.isPrefix || route.target.family.afi != prefix.afi) return false;
     if (relation == Relation::exactly && bits != prefix.bits) return false;
     if (relation == Relation::longer && bits < prefix.bits) return false;
     if (relation == Relation::covers && bits > prefix.bits) return false;
-    return sameBits(route.nlri.octets, octetsOf(prefix.octets), std::min(bits, prefix.bits));
+    return sameBits(route.target.nlri.octets, octetsOf(prefix.octets), std::min(bits, prefix.bits));
   };
 }
 
@@ -219,7 +219,7 @@ RoutePredicate makeMatch(std::string_view text) {
 RoutePredicate makeFamily(std::string_view text) {
   const auto family = Family::read(text);
   if (!family) refuse(text, "address family, expected one like \"ipv4 unicast\", or its numbers like 1/1");
-  return [family = *family](const Route& route, Agent&) { return route.family == family; };
+  return [family = *family](const Route& route, Agent&) { return route.target.family == family; };
 }
 
 template <Route::Type type>
@@ -235,13 +235,13 @@ Moment readMoment(std::string_view text) {
 
 RoutePredicate makeSince(std::string_view text) {
   return [since = readMoment(text).roundedUp()](const Route& route, Agent&) {
-    return Moment::microseconds(route.seconds, route.microseconds) >= since;
+    return Moment::microseconds(route.time.seconds, route.time.microseconds) >= since;
   };
 }
 
 RoutePredicate makeUntil(std::string_view text) {
   return [until = readMoment(text).roundedDown()](const Route& route, Agent&) {
-    return Moment::microseconds(route.seconds, route.microseconds) <= until;
+    return Moment::microseconds(route.time.seconds, route.time.microseconds) <= until;
   };
 }
 

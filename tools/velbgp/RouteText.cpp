@@ -15,50 +15,15 @@ namespace VelBgpTool {
 
 namespace {
 
-// The octets of a prefix with nothing behind its length.
-std::array<std::uint8_t, 16> maskedOctets(const Nlri& nlri) {
-  std::array<std::uint8_t, 16> octets{};
-  const std::size_t size = std::min<std::size_t>({nlri.octets.size(), (nlri.bits + 7) / 8, octets.size()});
-  std::copy_n(nlri.octets.begin(), size, octets.begin());
-  if (nlri.bits % 8 != 0 && nlri.bits / 8 < size)
-    octets[nlri.bits / 8] &= static_cast<std::uint8_t>(0xff00 >> nlri.bits % 8);
-  return octets;
-}
-
-void appendMicroseconds(std::string& line, const Route& route) {
-  appendNumber(line, route.seconds);
-  if (!route.hasMicroseconds()) return;
-  const std::string digits = std::to_string(1'000'000 + route.microseconds);
-  line += '.';
-  line.append(digits, 1);
-}
-
-std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::string(text)); }
-
 class JsonWriter final : public RouteWriter {
  public:
-  explicit JsonWriter(const RouteWriting& writing) : console_(writing.console), tail_(writing.kinds, writing.raw) {}
+  explicit JsonWriter(const RouteWriting& writing) : console_(writing.console), json_(writing.kinds, writing.raw) {}
 
   bool routeIs(const Route& route) override {
-    RouteTexts& texts = tail_.texts();
     line_ = '{';
-    appendTypeAndTime(line_, route);
-    if (!route.peer.address.empty()) {
-      line_.append(R"(,"peer":")").append(texts.address(route.peer.address)).append(R"(","peerAs":)");
-      appendNumber(line_, route.peer.as);
-    }
-    if (route.local) line_ += R"(,"local":true)";
-    line_.append(R"(,"family":")").append(texts.family(route.family));
-    if (route.isPrefix) {
-      line_.append(R"(","prefix":")").append(texts.prefix(route)) += '"';
-    } else {
-      line_.append(R"(","nlri":")").append(hexValue(route.nlri.octets)) += '"';
-    }
-    if (route.hasPathId) {
-      line_ += R"(,"pathId":)";
-      appendNumber(line_, route.nlri.pathId);
-    }
-    tail_.appendTo(line_, route);
+    json_.appendTypeAndTime(line_, route.type, route.time);
+    json_.appendKey(line_, route.peer, route.local, route.target);
+    json_.appendFacts(line_, factsOf(route));
     line_ += '}';
     console_.line(line_);
     return true;
@@ -66,13 +31,13 @@ class JsonWriter final : public RouteWriter {
 
  private:
   Console& console_;
-  JsonRouteTail tail_;
+  JsonRoutes json_;
   std::string line_;
 };
 
 class CsvWriter final : public RouteWriter {
  public:
-  explicit CsvWriter(const RouteWriting& writing) : console_(writing.console), texts_(writing.kinds, writing.raw) {
+  explicit CsvWriter(const RouteWriting& writing) : console_(writing.console), csv_(writing.kinds, writing.raw) {
     console_.line(
         "type,time,peer,peerAs,local,family,prefix,nlri,pathId,asPath,origin,nextHop,standard,extended,extendedIp6,"
         "large");
@@ -81,39 +46,29 @@ class CsvWriter final : public RouteWriter {
   bool routeIs(const Route& route) override {
     line_ = textOf(route.type);
     line_ += ',';
-    appendMicroseconds(line_, route);
+    appendTime(line_, route.time);
     line_ += ',';
-    if (!route.peer.address.empty()) line_ += texts_.address(route.peer.address);
+    csv_.appendPeer(line_, route.peer);
+    line_ += route.local ? ",true," : ",,";
+    csv_.appendTarget(line_, route.target);
+    const RouteFacts facts = factsOf(route);
     line_ += ',';
-    if (!route.peer.address.empty()) appendNumber(line_, route.peer.as);
-    line_.append(route.local ? ",true," : ",,").append(texts_.family(route.family)) += ',';
-    if (route.isPrefix) line_ += texts_.prefix(route);
-    line_ += ',';
-    if (!route.isPrefix) line_ += hexValue(route.nlri.octets);
-    line_ += ',';
-    if (route.hasPathId) appendNumber(line_, route.nlri.pathId);
-    route.path != nullptr ? appendPath(route) : void(line_ += ",,,,,,,");
+    appendCsv(line_, facts.asPath);
+    line_.append(1, ',').append(facts.origin != nullptr ? facts.origin : "") += ',';
+    csv_.appendAddress(line_, facts.nextHop);
+    for (const std::size_t kind : routeKinds) {
+      line_ += ',';
+      const Octets list = facts.lists[kind];
+      if (!list.empty()) line_ += lists_[kind].of(list, [&] { return field(kind, list); });
+    }
     console_.line(line_);
     return true;
   }
 
  private:
-  void appendPath(const Route& route) {
-    line_ += ',';
-    if (route.path->good(RoutePath::asPathCode)) appendCsv(line_, route.path->asPathText());
-    line_ += ',';
-    if (route.path->good(RoutePath::origin)) line_ += route.path->originText();
-    line_ += ',';
-    if (!route.nextHop.empty()) line_ += texts_.address(route.nextHop);
-    for (const std::size_t kind : routeKinds) {
-      line_ += ',';
-      const Octets list = route.path->lists[kind];
-      if (!list.empty()) line_ += lists_[kind].of(list, [&] { return field(kind, list); });
-    }
-  }
   std::string field(std::size_t kind, Octets list) {
     std::string values;
-    texts_.forEachValue(kind, list, [&](const std::string& value, Octets) {
+    csv_.texts().forEachValue(kind, list, [&](const std::string& value, Octets) {
       if (!values.empty()) values += ';';
       values += value;
     });
@@ -123,7 +78,7 @@ class CsvWriter final : public RouteWriter {
   }
 
   Console& console_;
-  RouteTexts texts_;
+  CsvRoutes csv_;
   std::array<TextMemory, kindCount> lists_;
   std::string line_;
 };
@@ -138,7 +93,7 @@ class PeopleWriter final : public RouteWriter {
     line_.clear();
     column(textOf(route.type), typeWidth);
     const std::size_t time = line_.size();
-    Moment::appendTo(line_, route.seconds);
+    Moment::appendTo(line_, route.time.seconds);
     fill(time, timeWidth);
     column(route.peer.address.empty() ? "-" : texts_.address(route.peer.address), peerWidth);
     column(target(route), prefixWidth);
@@ -173,11 +128,11 @@ class PeopleWriter final : public RouteWriter {
   }
 
   std::string target(const Route& route) {
-    if (!route.isPrefix) return texts_.family(route.family) + " " + hexValue(route.nlri.octets);
-    std::string text = texts_.prefix(route);
-    if (route.hasPathId) text += " #" + std::to_string(route.nlri.pathId);
+    if (!route.target.isPrefix) return texts_.family(route.target.family) + " " + hexValue(route.target.nlri.octets);
+    std::string text = texts_.prefix(route.target);
+    if (route.target.hasPathId) text += " #" + std::to_string(route.target.nlri.pathId);
     constexpr std::uint32_t unicast = 1;
-    if (route.family.safi != unicast) text += " multicast";
+    if (route.target.family.safi != unicast) text += " multicast";
     return text;
   }
 
@@ -215,6 +170,15 @@ class PeopleWriter final : public RouteWriter {
 
 }  // namespace
 
+std::array<std::uint8_t, 16> maskedOctets(const Nlri& nlri) {
+  std::array<std::uint8_t, 16> octets{};
+  const std::size_t size = std::min<std::size_t>({nlri.octets.size(), (nlri.bits + 7) / 8, octets.size()});
+  std::copy_n(nlri.octets.begin(), size, octets.begin());
+  if (nlri.bits % 8 != 0 && nlri.bits / 8 < size)
+    octets[nlri.bits / 8] &= static_cast<std::uint8_t>(0xff00 >> nlri.bits % 8);
+  return octets;
+}
+
 void appendNumber(std::string& text, std::uint64_t number) {
   char digits[20];
   text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
@@ -248,17 +212,17 @@ const std::string& RouteTexts::address(Octets octets) {
   });
 }
 
-const std::string& RouteTexts::prefix(const Route& route) {
-  const auto octets = maskedOctets(route.nlri);
-  const std::size_t size = route.family.afi == Family::ip4 ? 4 : 16;
-  std::string key(1, static_cast<char>(route.nlri.bits));
+const std::string& RouteTexts::prefix(const RouteTarget& target) {
+  const auto octets = maskedOctets(target.nlri);
+  const std::size_t size = target.family.afi == Family::ip4 ? 4 : 16;
+  std::string key(1, static_cast<char>(target.nlri.bits));
   key.append(reinterpret_cast<const char*>(octets.data()), size);
   // The paths of a RIB record come in a row.
   if (key != prefixKey_) {
     prefixText_.clear();
     appendAddress(prefixText_, Octets(octets).first(size));
     prefixText_ += '/';
-    appendNumber(prefixText_, route.nlri.bits);
+    appendNumber(prefixText_, target.nlri.bits);
     prefixKey_ = std::move(key);
   }
   return prefixText_;
@@ -277,25 +241,69 @@ std::string RouteTexts::value(std::size_t kind, Octets octets) {
   return values_[kind].of(octets, [&] { return kinds_.at(kind).text(octets); });
 }
 
-void appendTypeAndTime(std::string& line, const Route& route) {
-  line.append(R"("type":")").append(textOf(route.type)).append(R"(","time":)");
-  appendMicroseconds(line, route);
+void CsvRoutes::appendAddress(std::string& line, Octets address) {
+  if (!address.empty()) line += texts_.address(address);
 }
 
-void JsonRouteTail::appendTo(std::string& line, const Route& route) {
-  if (route.path == nullptr) return;
-  RoutePath& path = *route.path;
-  if (path.good(RoutePath::asPathCode)) line.append(R"(,"asPath":")").append(path.asPathText()) += '"';
-  if (path.good(RoutePath::origin)) line.append(R"(,"origin":")").append(path.originText()) += '"';
-  if (!route.nextHop.empty()) line.append(R"(,"nextHop":")").append(texts_.address(route.nextHop)) += '"';
+void CsvRoutes::appendPeer(std::string& line, const MrtPeer& peer) {
+  appendAddress(line, peer.address);
+  line += ',';
+  if (!peer.address.empty()) appendNumber(line, peer.as);
+}
+
+void CsvRoutes::appendTarget(std::string& line, const RouteTarget& target) {
+  line.append(texts_.family(target.family)) += ',';
+  if (target.isPrefix) line += texts_.prefix(target);
+  line += ',';
+  if (!target.isPrefix) line += hexValue(target.nlri.octets);
+  line += ',';
+  if (target.hasPathId) appendNumber(line, target.nlri.pathId);
+}
+
+void appendTime(std::string& text, const RouteTime& time) {
+  appendNumber(text, time.seconds);
+  if (!time.hasMicroseconds) return;
+  const std::string digits = std::to_string(1'000'000 + time.microseconds);
+  text += '.';
+  text.append(digits, 1);
+}
+
+std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::string(text)); }
+
+void JsonRoutes::appendTypeAndTime(std::string& line, Route::Type type, const RouteTime& time) {
+  line.append(R"("type":")").append(textOf(type)).append(R"(","time":)");
+  appendTime(line, time);
+}
+
+void JsonRoutes::appendKey(std::string& line, const MrtPeer& peer, bool local, const RouteTarget& target) {
+  if (!peer.address.empty()) {
+    line.append(R"(,"peer":")").append(texts_.address(peer.address)).append(R"(","peerAs":)");
+    appendNumber(line, peer.as);
+  }
+  if (local) line += R"(,"local":true)";
+  line.append(R"(,"family":")").append(texts_.family(target.family));
+  if (target.isPrefix) {
+    line.append(R"(","prefix":")").append(texts_.prefix(target)) += '"';
+  } else {
+    line.append(R"(","nlri":")").append(hexValue(target.nlri.octets)) += '"';
+  }
+  if (!target.hasPathId) return;
+  line += R"(,"pathId":)";
+  appendNumber(line, target.nlri.pathId);
+}
+
+void JsonRoutes::appendFacts(std::string& line, const RouteFacts& facts) {
+  if (facts.hasAsPath) line.append(R"(,"asPath":")").append(facts.asPath) += '"';
+  if (facts.origin != nullptr) line.append(R"(,"origin":")").append(facts.origin) += '"';
+  if (!facts.nextHop.empty()) line.append(R"(,"nextHop":")").append(texts_.address(facts.nextHop)) += '"';
   for (const std::size_t kind : routeKinds) {
-    const Octets values = path.lists[kind];
+    const Octets values = facts.lists[kind];
     if (!values.empty()) line += lists_[kind].of(values, [&] { return list(kind, values); });
   }
 }
 
 // The member of a list, comma and name and all.
-std::string JsonRouteTail::list(std::size_t kind, Octets values) {
+std::string JsonRoutes::list(std::size_t kind, Octets values) {
   std::string text = std::string(",\"") + kindRows[kind].name + "\":";
   char before = '[';
   texts_.forEachValue(kind, values, [&](const std::string& value, Octets) {

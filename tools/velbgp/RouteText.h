@@ -50,7 +50,7 @@ class RouteTexts {
 
   const std::string& address(Octets octets);
   // "198.51.100.0/24", host bits as 0.
-  const std::string& prefix(const Route& route);
+  const std::string& prefix(const RouteTarget& target);
   const std::string& family(Family family);
   // Of one value: its text, or hex digits.
   std::string value(std::size_t kind, Octets octets);
@@ -96,12 +96,23 @@ std::unique_ptr<RouteWriter> makeJsonWriter(const RouteWriting& writing);
 std::unique_ptr<RouteWriter> makeCsvWriter(const RouteWriting& writing);
 std::unique_ptr<RouteWriter> makeBgpdumpWriter(const RouteWriting& writing);
 
-// The members of a route's JSON object from its AS path on, each with a comma before it.
-class JsonRouteTail {
+// The octets of a prefix with nothing behind its length.
+std::array<std::uint8_t, 16> maskedOctets(const Nlri& nlri);
+// "1546300800.123456".
+void appendTime(std::string& text, const RouteTime& time);
+// As a JSON string, in quotes.
+std::string jsonText(std::string_view text);
+
+// Members of a route's JSON object.
+class JsonRoutes {
  public:
-  JsonRouteTail(Kinds& kinds, bool raw) : texts_(kinds, raw) {}
+  JsonRoutes(Kinds& kinds, bool raw) : texts_(kinds, raw) {}
   RouteTexts& texts() { return texts_; }
-  void appendTo(std::string& line, const Route& route);
+
+  static void appendTypeAndTime(std::string& line, Route::Type type, const RouteTime& time);
+  // From "peer" to "pathId", and from "asPath" on, each with a comma before it.
+  void appendKey(std::string& line, const MrtPeer& peer, bool local, const RouteTarget& target);
+  void appendFacts(std::string& line, const RouteFacts& facts);
 
  private:
   std::string list(std::size_t kind, Octets values);
@@ -110,7 +121,19 @@ class JsonRouteTail {
   std::array<TextMemory, kindCount> lists_;
 };
 
-// "type" and "time", without a comma.
-void appendTypeAndTime(std::string& line, const Route& route);
+// Fields of a route's CSV, with the commas between them.
+class CsvRoutes {
+ public:
+  CsvRoutes(Kinds& kinds, bool raw) : texts_(kinds, raw) {}
+  RouteTexts& texts() { return texts_; }
+
+  void appendAddress(std::string& line, Octets address);
+  void appendPeer(std::string& line, const MrtPeer& peer);
+  // From "family" to "pathId".
+  void appendTarget(std::string& line, const RouteTarget& target);
+
+ private:
+  RouteTexts texts_;
+};
 
 }  // namespace VelBgpTool
