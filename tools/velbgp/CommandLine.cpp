@@ -5,6 +5,7 @@
 #include <map>
 #include <sstream>
 
+#include "Policy/PosixRegex.h"
 #include "VelBgp/Version.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
@@ -73,8 +74,10 @@ class CommandLine {
     app_.set_version_flag("--version", version, "Print the version and exit");
     app_.footer("Run velbgp SUBCOMMAND --help for its options; velbgp(1) has the details.");
     addDecode();
+    addDiff();
     addList();
     addMrt();
+    addRoutes();
     addSample();
     addStore();
   }
@@ -85,6 +88,7 @@ class CommandLine {
     try {
       app_.parse(optionsOf({argv + std::min(argc, 1), argv + argc}));
       checkOperands(*app_.get_subcommands().front());
+      takeFilters();
       return options_;
     } catch (const CLI::CallForHelp&) {
       const auto chosen = app_.get_subcommands();
@@ -102,6 +106,7 @@ class CommandLine {
   }
 
  private:
+  static constexpr const char* negation = "--not";
   static constexpr const char* version = "velbgp " VELBGP_VERSION;
   using Arguments = std::vector<std::string>;
 
@@ -176,8 +181,8 @@ class CommandLine {
   }
 
   CLI::Option* addJson(CLI::App* sub, const char* what) { return sub->add_flag("--json", options_.json, what); }
-  void addCsv(CLI::App* sub, const char* what, CLI::Option* json) {
-    sub->add_flag("--csv", options_.csv, what)->excludes(json);
+  CLI::Option* addCsv(CLI::App* sub, const char* what, CLI::Option* json) {
+    return sub->add_flag("--csv", options_.csv, what)->excludes(json);
   }
   void addMvpn(CLI::App* sub) {
     sub->add_flag_callback(
@@ -203,7 +208,7 @@ class CommandLine {
   };
   void addOperands(CLI::App* sub, const Operands& operands, const char* what) {
     operands_[sub] = operands;
-    sub->add_option(operands.name, ignored_, what)->type_name(operands.most > 1 ? "..." : "");
+    sub->add_option(operands.name, ignored_, what)->type_name(operands.most > 2 ? "..." : "");
   }
   void addNames(CLI::App* sub) {
     addText(sub, "--names", "FILE", options_.names,
@@ -219,6 +224,48 @@ class CommandLine {
     if (error == std::errc() && end == text.data() + text.size() && number >= least) return number;
     throw CLI::ValidationError(
         name, quote(text) + " is no number, expected one from " + std::to_string(least) + " to 18446744073709551615");
+  }
+  // The filters of routes. Their order is what says which of them --not is about: it is taken from CLI11 behind all.
+  void addFilters(CLI::App* sub) {
+    for (const RouteFilterRow& row : routeFilterRows()) {
+      CLI::Option* option = row.type == nullptr
+                                ? sub->add_flag(row.option)->description(row.help)
+                                : sub->add_option(row.option, row.help)->type_name(row.type)->expected(1);
+      option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)->group("Filters");
+    }
+    sub->add_flag(negation)
+        ->description("Turn round the one filter behind it")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group("Filters");
+  }
+  void takeFilters() {
+    const CLI::App* sub = app_.get_subcommands().front();
+    std::map<const CLI::Option*, std::size_t> taken;
+    bool negated = false;
+    for (const CLI::Option* option : sub->parse_order()) {
+      const std::string name = option->get_name();
+      if (name == negation) {
+        if (std::exchange(negated, true)) throw CLI::ValidationError(negation, "a filter is expected behind it");
+        continue;
+      }
+      const auto rows = routeFilterRows();
+      const auto row = std::ranges::find_if(rows, [&](const RouteFilterRow& filter) { return name == filter.option; });
+      const bool isFilter = row != rows.end() && sub->get_option_no_throw(negation) != nullptr;
+      if (negated && !isFilter) break;
+      if (isFilter) takeFilter(*row, std::exchange(negated, false), option->results()[taken[option]++]);
+    }
+    if (negated) throw CLI::ValidationError(negation, "a filter is expected behind it");
+  }
+  void takeFilter(const RouteFilterRow& row, bool negated, std::string text) {
+    unmark(text);
+    try {
+      row.make(text);
+    } catch (const RouteFilterError& error) {
+      throw CLI::ValidationError(row.option, error.what);
+    } catch (const Routing::RouteMap::PosixRegexException& error) {
+      throw CLI::ValidationError(row.option, error.what());
+    }
+    options_.filters.push_back({&row, negated, std::move(text)});
   }
   static void addNumber(CLI::App* sub, const char* name, const char* letter, std::uint64_t& number, const char* what) {
     const auto read = [name, &number](std::string text) { number = readNumber(name, std::move(text)); };
@@ -277,6 +324,26 @@ class CommandLine {
     addNames(sub);
     addMvpn(sub);
     addOperands(sub, {"FILE", 1, SIZE_MAX}, "MRT files, plain, gzip, bzip2, xz or zstd; - is standard input");
+  }
+  void addRoutes() {
+    CLI::App* sub = subcommand(routesCommand, "routes", "Print the routes of MRT files, one a line");
+    CLI::Option* json = addJson(sub, "One JSON object a route");
+    CLI::Option* csv = addCsv(sub, "Comma-separated values, behind a line of names", json);
+    sub->add_flag("--bgpdump", options_.bgpdump, "As bgpdump -m prints them")->excludes(json)->excludes(csv);
+    sub->add_flag("--raw", options_.raw, "Communities in hex");
+    sub->add_flag("--count", options_.count, "Only how many there are");
+    const auto read = [this](std::string text) { options_.limit = readNumber<1>("--limit", std::move(text)); };
+    sub->add_option_function<std::string>("--limit", read, "Stop after N of them")->type_name("N");
+    addMvpn(sub);
+    addFilters(sub);
+    addOperands(sub, {"FILE", 1, SIZE_MAX}, "MRT files, plain or compressed; - is standard input");
+  }
+  void addDiff() {
+    CLI::App* sub = subcommand(diffCommand, "diff", "Say what changed between the routes of two MRT files");
+    addCsv(sub, "Comma-separated values, behind a line of names", addJson(sub, "One JSON object a route that changed"));
+    addMvpn(sub);
+    addFilters(sub);
+    addOperands(sub, {"OLD NEW", 2, 2}, "The MRT files");
   }
   void addSample() {
     CLI::App* sub = subcommand(sampleCommand, "sample", "Write an MRT stream to try things on");

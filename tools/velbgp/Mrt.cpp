@@ -1,10 +1,4 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <optional>
 #include <thread>
 
@@ -13,6 +7,7 @@
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/MatchHint.h"
+#include "tools/velbgp/MrtFile.h"
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
 #include "tools/velbgp/Names.h"
@@ -23,28 +18,6 @@ namespace VelBgpTool {
 
 namespace {
 
-struct File {
-  // "-" is standard input.
-  explicit File(const std::string& name)
-      : standard(name == "-"),
-        source(standard ? "stdin" : name),
-        fd(standard ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (fd < 0) problem = std::strerror(errno);
-    struct stat status {};
-    if (fd >= 0 && ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) problem = std::strerror(EISDIR);
-  }
-  ~File() {
-    if (fd >= 0 && !standard) ::close(fd);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  const bool standard;
-  const std::string source;
-  const int fd;
-  std::string problem;  // why it cannot be read, or empty
-};
-
 // Takes in the paths of all files: counts their communities and has them interned.
 class Census final : public MrtSink {
  public:
@@ -53,7 +26,7 @@ class Census final : public MrtSink {
     if (by == By::all) groups_.emplace_back();
   }
 
-  void fileIs(const File& file);
+  void fileIs(const MrtFile& file);
   // All, to the end.
   const std::vector<MrtGroup>& groups();
   bool anyMatches() const;
@@ -82,11 +55,8 @@ class Census final : public MrtSink {
   PathBatch batch_;
 };
 
-void Census::fileIs(const File& file) {
-  if (!file.problem.empty()) {
-    console_.error({file.source, 0, true}, "cannot be read: " + file.problem + ", expected an MRT file");
-    return;
-  }
+void Census::fileIs(const MrtFile& file) {
+  if (!file.opens(console_)) return;
   if (by_ == By::file) {
     group_ = groups_.size();
     groups_.push_back({.file = file.source});
@@ -94,9 +64,7 @@ void Census::fileIs(const File& file) {
   if (publication_ != nullptr) publication_->begin();
   source_ = file.source;
   counts_ = {};
-  Unpacker input(file.fd);
-  Progress progress(console_, source_, sizeOfFile(file.fd), false);
-  MrtReader(input, *this, counts_, progress).read();
+  file.read(*this, counts_, console_, false);
   if (by_ != By::peer) groups_[group_].add(counts_);
 }
 
@@ -179,7 +147,7 @@ void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* mat
   // One thread reads and unpacks: this one.
   Interning interning(static_cast<unsigned>(std::min<std::uint64_t>(threads - 1, kindCount)), kinds, match);
   Census census(options.by, interning, kinds, publication ? &*publication : nullptr, console);
-  for (const std::string& name : options.inputs) census.fileIs(File(name));
+  for (const std::string& name : options.inputs) census.fileIs(MrtFile(name));
   const std::vector<MrtGroup>& groups = census.groups();
   if (publication) publication->finish();
   MrtReport(options, groups, interning, kinds, names, agent, console).print();

@@ -77,8 +77,7 @@ bool MrtReader::endedInside(const std::string& where) {
 void MrtReader::recordFault(const MrtHeader& header, const std::string& fault) {
   ++counts_.malformed;
   if (header.isPeerTable()) record_.peersDel();
-  sink_.faultIs(offset_, "record of type " + std::to_string(header.type) + ", subtype " +
-                             std::to_string(header.subtype) + ": " + fault);
+  sink_.faultIs(offset_, header.text() + fault);
 }
 
 }  // namespace VelBgpTool

@@ -142,6 +142,12 @@ MrtHeader::MrtHeader(Octets octets)
       subtype(static_cast<std::uint16_t>(bigEndian(octets.subspan(6, 2)))),
       length(static_cast<std::uint32_t>(bigEndian(octets.subspan(8, 4)))) {}
 
+bool MrtHeader::isTableDump() const { return type == tableDumpType; }
+
+std::string MrtHeader::text() const {
+  return "record of type " + std::to_string(type) + ", subtype " + std::to_string(subtype) + ": ";
+}
+
 bool MrtHeader::isPeerTable() const {
   if (type != tableDumpV2Type || subtype >= tableDumpLayouts.size()) return false;
   const auto form = tableDumpLayouts[subtype].form;

@@ -28,7 +28,10 @@ struct MrtHeader {
   MrtHeader() = default;
   explicit MrtHeader(Octets octets);
 
+  bool isTableDump() const;
   bool isPeerTable() const;
+  // How an error about the record begins.
+  std::string text() const;
 
   std::uint32_t time = 0;
   std::uint16_t type = 0;
