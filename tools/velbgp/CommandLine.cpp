@@ -334,6 +334,7 @@ class CommandLine {
     sub->add_flag("--count", options_.count, "Only how many there are");
     const auto read = [this](std::string text) { options_.limit = readNumber<1>("--limit", std::move(text)); };
     sub->add_option_function<std::string>("--limit", read, "Stop after N of them")->type_name("N");
+    addNames(sub);
     addMvpn(sub);
     addFilters(sub);
     addOperands(sub, {"FILE", 1, SIZE_MAX}, "MRT files, plain or compressed; - is standard input");
@@ -341,6 +342,7 @@ class CommandLine {
   void addDiff() {
     CLI::App* sub = subcommand(diffCommand, "diff", "Say what changed between the routes of two MRT files");
     addCsv(sub, "Comma-separated values, behind a line of names", addJson(sub, "One JSON object a route that changed"));
+    addNames(sub);
     addMvpn(sub);
     addFilters(sub);
     addOperands(sub, {"OLD NEW", 2, 2}, "The MRT files");
