@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/json/serialize.hpp>
+#include <utility>
 
 #include "Keel/HashMix.h"
 #include "Policy/PosixRegex.h"
@@ -130,18 +131,21 @@ boost::json::array Lister::explained(const Numbers& numbers) {
 }
 
 void Lister::printMeanings(const Numbers& numbers) {
+  bool first = true;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (numbers[kind])
-      forEachValue(kind, *numbers[kind], [&](Octets value) {
-        const std::string meaning = names_.meaning(kind, value);
-        if (meaning.empty()) return;
-        console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", escaped(meaning), console_.columns()));
-      });
+    if (!numbers[kind]) continue;
+    forEachValue(kind, *numbers[kind], [&](Octets value) {
+      const std::string meaning = names_.meaning(kind, value);
+      if (meaning.empty()) return;
+      if (std::exchange(first, false)) console_.line(heading(console_, "meanings"));
+      console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", escaped(meaning), console_.columns()));
+    });
   }
 }
 
 // One sentence for each value.
 void Lister::printExplained(const Numbers& numbers) {
+  console_.line(heading(console_, "why"));
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     if (!numbers[kind]) continue;
     boost::json::array why;

@@ -211,7 +211,7 @@ void MrtReport::printKinds(const Group& group) {
   }
   console_.line("");
   columns.print(console_);
-  console_.line("Octets saved: the values received, less one copy of each distinct value.");
+  if (options_.by == By::all) console_.line("Octets saved: the values received, less one copy of each distinct value.");
 }
 
 void MrtReport::printClassifications(const Group& group) {
