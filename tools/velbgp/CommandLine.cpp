@@ -229,7 +229,10 @@ class CommandLine {
     sub->add_flag("--csv", options_.csv, "Comma-separated values, behind a line of names")->excludes(json);
     addMvpn(sub);
     addFilters(sub);
-    addInputs(sub, "FILE", "The MRT files, OLD and NEW")->required()->expected(2);
+    for (const auto& [name, what] : {std::pair("OLD", "The file before"), {"NEW", "The file after"}}) {
+      const auto take = [this](std::string file) { options_.inputs.push_back(std::move(file)); };
+      sub->add_option_function<std::string>(name, take, what)->type_name("")->required();
+    }
   }
   void addSample() {
     CLI::App* sub = subcommand(sampleCommand, "sample", "Write an MRT stream to try things on");
