@@ -23,6 +23,9 @@ struct Options;
 using Command = void(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console);
 Command decodeCommand, diffCommand, listCommand, mrtCommand, routesCommand, sampleCommand, storeCommand;
 
+// What `mrt` counts together.
+enum class By { all, file, peer };
+
 struct Options {
   Command* command = nullptr;
   bool json = false;
@@ -33,8 +36,11 @@ struct Options {
   bool mvpn = true;
   std::vector<std::string> inputs;  // values, files or the store
   std::optional<std::string> match;
+  std::optional<std::string> names;  // a file of them
+  bool explain = false;
   std::optional<std::string> publish;  // a store
-  std::uint64_t top = 10;
+  std::optional<std::uint64_t> top;    // at least 1
+  By by = By::all;
   std::optional<std::uint64_t> limit;    // at least 1
   std::vector<RouteFilterText> filters;  // that were found good
   std::optional<std::uint64_t> threads;  // at most, at least 1

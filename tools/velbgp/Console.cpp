@@ -81,6 +81,7 @@ void Console::error(std::string_view what) {
 }
 
 void Console::note(const Place& place, std::string_view what) { complain("velbgp: note: ", &place, what); }
+void Console::note(std::string_view what) { complain("velbgp: note: ", nullptr, what); }
 
 void Console::complain(std::string_view label, const Place* place, std::string_view what) {
   // On one screen an error belongs behind the results of the input before it.

@@ -39,6 +39,7 @@ class Console {
   void error(const Place& place, std::string_view what);
   void error(std::string_view what);
   void note(const Place& place, std::string_view what);
+  void note(std::string_view what);
   // True once an error was printed.
   bool failed() const { return failed_; }
 

@@ -6,6 +6,7 @@
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/MrtFile.h"
+#include "tools/velbgp/Names.h"
 #include "tools/velbgp/RouteTable.h"
 #include "tools/velbgp/RouteText.h"
 
@@ -159,8 +160,8 @@ class CsvReport final : public Report {
 // Totals by kind of change and by community.
 class PeopleReport final : public Report {
  public:
-  PeopleReport(const RouteStock& stock, Kinds& kinds, Console& console)
-      : Report(stock), texts_(kinds, false), console_(console) {}
+  PeopleReport(const RouteStock& stock, Kinds& kinds, const Names& names, Console& console)
+      : Report(stock), texts_(kinds, false), names_(names), console_(console) {}
 
   void end() override {
     printChanges();
@@ -205,8 +206,10 @@ class PeopleReport final : public Report {
     printRow("ADDED", "REMOVED", "COMMUNITY", true);
     for (const auto& [community, uses] : most) {
       const std::size_t kind = routeKinds[community.first];
-      printRow(std::to_string(uses.added), std::to_string(uses.removed), texts_.value(kind, octetsOf(community.second)),
-               false);
+      const Octets value = octetsOf(community.second);
+      std::string text = texts_.value(kind, value);
+      if (const std::string meaning = names_.meaning(kind, value); !meaning.empty()) text += " (" + meaning + ")";
+      printRow(std::to_string(uses.added), std::to_string(uses.removed), text, false);
     }
   }
   void printRow(const std::string& added, const std::string& removed, const std::string& text, bool isHeading) {
@@ -221,6 +224,7 @@ class PeopleReport final : public Report {
   }
 
   RouteTexts texts_;
+  const Names& names_;
   Console& console_;
   std::array<std::uint64_t, changeCount> changes_{};
   std::map<Community, Uses> communities_;
@@ -265,10 +269,11 @@ class Comparison {
   Report& report_;
 };
 
-std::unique_ptr<Report> makeReport(const Options& options, const RouteStock& stock, Kinds& kinds, Console& console) {
+std::unique_ptr<Report> makeReport(const Options& options, const RouteStock& stock, Kinds& kinds, const Names& names,
+                                   Console& console) {
   if (options.json) return std::make_unique<JsonReport>(stock, kinds, console);
   if (options.csv) return std::make_unique<CsvReport>(stock, kinds, console);
-  return std::make_unique<PeopleReport>(stock, kinds, console);
+  return std::make_unique<PeopleReport>(stock, kinds, names, console);
 }
 
 }  // namespace
@@ -280,6 +285,8 @@ void diffCommand(const Options& options, const Routing::RouteMap::PosixRegex*, C
   if (!newFile.opens(console) || !oldOpens) return;
   Agent agent(options.mvpn);
   Kinds kinds(agent);
+  Names names(kinds);
+  if (options.names) names.read(*options.names, console);
   const RouteFilters filters(options.filters, agent);
   RouteStock stock;
   const auto load = [&](const MrtFile& file, RouteTable& table) {
@@ -290,7 +297,8 @@ void diffCommand(const Options& options, const Routing::RouteMap::PosixRegex*, C
   RouteTable before(stock, filters, console, oldFile.source);
   RouteTable after(stock, filters, console, newFile.source);
   if (!load(oldFile, before) || !load(newFile, after)) return;
-  const auto report = makeReport(options, stock, kinds, console);
+  filters.end(console);
+  const auto report = makeReport(options, stock, kinds, names, console);
   Comparison(stock, before, after, *report).run();
 }
 

@@ -5,8 +5,10 @@
 #include <string>
 
 #include "Keel/HashMix.h"
+#include "Multipath/LinkBandwidth.h"
 #include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/ExtCommIp6List.h"
+#include "VelBgp/TypedComm.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/ListKind.h"
@@ -24,6 +26,10 @@ struct NamedSerialization {
   bool includeNonTransitive;
   bool includeLinkBandwidth;
   bool includeOriginAsValidity;
+
+  ExtCommList::Serialization filter() const {
+    return ExtCommList::serialization(includeNonTransitive, includeLinkBandwidth, includeOriginAsValidity);
+  }
 };
 
 constexpr NamedSerialization serializations[] = {
@@ -58,8 +64,7 @@ std::string remedy(const ExtCommList& list, const NamedSerialization& way) {
 boost::json::object serialized(const ExtCommList& list, std::vector<std::string>& notes) {
   boost::json::object out;
   for (const auto& way : serializations) {
-    const std::string attribute = list.serialize(
-        ExtCommList::serialization(way.includeNonTransitive, way.includeLinkBandwidth, way.includeOriginAsValidity));
+    const std::string attribute = list.serialize(way.filter());
     out[way.name] = hexDigits(octetsOf(attribute));
     if (const auto [announced, carried] = sizesOf(octetsOf(attribute)); announced != carried) {
       notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(announced) +
@@ -139,16 +144,53 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   static ExtCommRange communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return list->comm(bigEndian(value)).get(); }
   static std::string wire(Community community) { return wireOf(community->getContent()); }
-  static std::string text(Community community) { return community->toStrepForUI(false, false, false); }
-  std::string valueText(Octets value) const {
-    return text(ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value))).get());
-  }
+  std::string text(Octets value) const { return dedup(value)->toStrepForUI(false, false, false); }
+  static std::string listText(const List& list) { return stringify(list.get()); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
 
+  // Bandwidths and tunnels also as they are typed by number.
+  std::vector<std::string> spellings(Octets value) const {
+    const ExtComm::PtrConst community = dedup(value);
+    std::vector<std::string> found = {community->toStrepForUI(false, false, false),
+                                      community->toStrepForUI(true, false, false)};
+    if (const auto* bandwidth = as<ExtCommLinkBandwidth>(community)) {
+      const std::string text = Routing::Ucmp::LinkBandwidth(bandwidth->bandwidth()).toStrep(true);
+      const std::size_t begin = text.find_first_of("0123456789", text.find('('));
+      if (begin != std::string::npos) {
+        found.push_back("lbw:" + bandwidth->formatAsNumber(false) + ":" + text.substr(begin, text.size() - 1 - begin));
+      }
+    }
+    if (const auto* tunnel = as<ExtCommTunnelEncap>(community)) {
+      found.push_back("encap:" + std::to_string(tunnel->tunnelTypeNumber()));
+    }
+    return found;
+  }
+  std::string matchText(Octets value) const {
+    const ExtComm::PtrConst community = dedup(value);
+    return community->policyMatchStrepUI() ? community->toStrepForUI(false, false, false)
+                                           : community->toStrepForPolicy(policyFormat(true));
+  }
+  Explanation explain(Octets value) const { return VelBgpTool::explain(*dedup(value)); }
+
+  static boost::json::object sent(Community community) {
+    boost::json::object out;
+    for (const auto& way : serializations) out[way.name] = ExtCommList::serializable(*community, way.filter());
+    return out;
+  }
+  List pruned(const List& list) const { return list->prune(agent_.extCommLists()); }
+  // Empty for what was kept.
+  static std::string whyDropped(Community community, const List& kept) {
+    if (kept && kept->comm(community->community())) return {};
+    if (!community->isValid()) return "it is not valid";
+    const auto rest = kept ? kept->classificationList(community->classification()) : nullptr;
+    if (rest == nullptr || rest->comms().size() == 0) return "another one is better";
+    return "the better one is " + rest->comms()[0]->toStrepForUI(false, true, false);
+  }
+
   void decode(Octets value, boost::json::object& out) const {
-    const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
+    const ExtComm::PtrConst community = dedup(value);
     decodeType(*community, out);
     out["valid"] = community->isValid();
     out["debug"] = community->toStrep();
@@ -160,20 +202,21 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   }
 
   void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const {
-    out["text"] = stringify(list.get());
+    out["text"] = listText(list);
     out["attrs"] = setFlags(list->commVectorAttrs());
     out["transitiveCount"] = list->transitiveCount();
     out["classifications"] = classified<ExtendedTraits>(*list);
     out["serialize"] = serialized(*list, notes);
-    const List pruned = list->prune(agent_.extCommLists());
+    const List kept = pruned(list);
     out["prune"] = nullptr;
-    if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
+    if (kept) out["prune"] = hexValues<ExtendedTraits>(kept->comms());
   }
 
-  std::size_t distinctLists() const { return agent_.extCommLists()->size(); }
-  std::size_t distinctCommunities() const { return agent_.extComms()->size(); }
-
  private:
+  ExtComm::PtrConst dedup(Octets value) const {
+    return ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
+  }
+
   const Agent& agent_;
 };
 
@@ -199,8 +242,14 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   static Community find(const List& list, Octets value) { return list->comm(content(value)).get(); }
   // Of a community, however it is held.
   static std::string wire(const auto& community) { return wireOf(community->getContent()); }
-  static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
-  std::string valueText(Octets value) const { return text(dedup(value).get()); }
+  std::string text(Octets value) const { return dedup(value)->toStrepForPolicy(uiFormatIp6()); }
+  static std::string listText(const List& list) { return list->commsStringForm(); }
+
+  std::vector<std::string> spellings(Octets value) const { return {text(value)}; }
+  Explanation explain(Octets value) const { return VelBgpTool::explain(*dedup(value)); }
+  static boost::json::object sent(Community community) {
+    return {{"all", true}, {"transitive", community->getContent().transitive()}};
+  }
 
   void decode(Octets value, boost::json::object& out) const {
     const ExtCommIp6::PtrConst community = dedup(value);
@@ -208,20 +257,17 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     out["debug"] = community->toStrep();
     out["policy"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(false)));
     out["policyClassification"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(true)));
-    out["ui"] = text(community.get());
+    out["ui"] = text(value);
   }
 
   static void describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
-    out["text"] = list->commsStringForm();
+    out["text"] = listText(list);
     out["transitiveCount"] = list->totalTransitiveCommunities();
     out["classifications"] = classified<ExtendedIp6Traits>(*list);
     boost::json::object& attributes = out["serialize"].emplace_object();
     attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
     attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
   }
-
-  std::size_t distinctLists() const { return agent_.extCommIp6Lists()->size(); }
-  std::size_t distinctCommunities() const { return agent_.extCommIp6s()->size(); }
 
  private:
   static ExtCommIp6Content content(Octets value) {

@@ -4,7 +4,9 @@
 #include <boost/json/serialize.hpp>
 
 #include "Keel/HashMix.h"
+#include "Policy/PosixRegex.h"
 #include "VelBgp/ListPublisher.h"
+#include "tools/velbgp/MatchHint.h"
 
 namespace VelBgpTool {
 
@@ -21,7 +23,7 @@ void Lister::pathEnds(const Place& place) {
   Numbers numbers;
   if (fits(place, values)) {
     for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      if (!values[kind].empty()) numbers[kind] = kinds_.at(kind).pathIs(values[kind]);
+      if (!values[kind].empty()) numbers[kind] = kinds_.at(kind).intern(values[kind]);
     }
   }
   for (auto& octets : wire_) octets.clear();
@@ -38,7 +40,7 @@ void Lister::pathIs(const Place& place, const Routing::Bgp::StashedPath& path, R
   Numbers numbers;
   if (fits(place, values)) {
     for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      if (!values[kind].empty()) lists[kind]->number = kinds_.at(kind).pathIs(values[kind]);
+      if (!values[kind].empty()) lists[kind]->number = kinds_.at(kind).intern(values[kind]);
       numbers[kind] = lists[kind]->number;
       lists[kind]->values = {};
     }
@@ -78,6 +80,8 @@ void Lister::print(const Place& place, const Numbers& numbers) {
     note(place, notes);
   }
   printForPeople(out);
+  printMeanings(numbers);
+  if (explain_) printExplained(numbers);
 }
 
 // As the object would be serialized.
@@ -88,7 +92,9 @@ std::string Lister::json(const Place& place, const Numbers& numbers) {
     out.append(out.empty() ? "{\"" : ",\"").append(kindRows[kind].name).append("\":");
     appendList(out, place, kind, *numbers[kind]);
   }
-  return out.empty() ? "{}" : out + "}";
+  if (out.empty()) return "{}";
+  if (explain_) out += ",\"explain\":" + boost::json::serialize(explained(numbers));
+  return out + "}";
 }
 
 void Lister::appendList(std::string& out, const Place& place, std::size_t kind, std::uint32_t number) {
@@ -111,7 +117,63 @@ boost::json::object Lister::list(std::size_t index, std::uint32_t number, std::v
   boost::json::object out = kind.list(number, notes);
   const auto matched = match_ != nullptr ? kind.matches(number, *match_) : std::nullopt;
   if (matched) out["match"] = *matched;
+  anyMatch_ = anyMatch_ || matched.value_or(false);
   return out;
+}
+
+boost::json::array Lister::explained(const Numbers& numbers) {
+  boost::json::array out;
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    if (numbers[kind]) kinds_.at(kind).explainList(*numbers[kind], match_, out);
+  }
+  return out;
+}
+
+void Lister::printMeanings(const Numbers& numbers) {
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    if (numbers[kind])
+      forEachValue(kind, *numbers[kind], [&](Octets value) {
+        const std::string meaning = names_.meaning(kind, value);
+        if (meaning.empty()) return;
+        console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", escaped(meaning), console_.columns()));
+      });
+  }
+}
+
+// One sentence for each value.
+void Lister::printExplained(const Numbers& numbers) {
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    if (!numbers[kind]) continue;
+    boost::json::array why;
+    kinds_.at(kind).explainList(*numbers[kind], match_, why);
+    auto entry = why.begin();
+    forEachValue(kind, *numbers[kind], [&](Octets value) {
+      console_.line(
+          wrapped("  ", kinds_.at(kind).text(value) + sentenceOf((entry++)->get_object()), console_.columns()));
+    });
+  }
+}
+
+// " is sent ..., is kept by pruning, and matches ..."
+std::string Lister::sentenceOf(const boost::json::object& why) const {
+  std::string sent, withheld;
+  for (const auto& [filter, passes] : why.at("sent").get_object()) {
+    std::string& names = passes.get_bool() ? sent : withheld;
+    names.append(names.empty() ? "" : ", ").append(filter);
+  }
+  std::string text = " is sent under " + (withheld.empty() ? "every filter" : sent);
+  if (!withheld.empty()) text += " but, since it is not transitive, not under " + withheld;
+  const std::string_view prune = why.at("prune").get_string();
+  text += prune == "kept" ? "; pruning keeps it" : "; pruning drops it" + std::string(prune.substr(prune.find(':')));
+  if (match_ == nullptr) return text + ".";
+  if (why.at("match").is_null()) return text + "; the expression does not find it.";
+  const boost::json::object& match = why.at("match").get_object();
+  return text + "; the expression finds " + quote(match.at("text").get_string()) + " in the text of mode " +
+         std::string(match.at("mode").get_string()) + ".";
+}
+
+void Lister::noteMatches() {
+  if (match_ != nullptr && !anyMatch_) noteOtherSpelling(match_->pattern(), kinds_, console_);
 }
 
 void Lister::note(const Place& place, const std::vector<std::string>& notes) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Kind.h"
+#include "tools/velbgp/Names.h"
 
 namespace VelBgpTool {
 
@@ -29,7 +31,13 @@ class Lister {
   // store's exceptions, with nothing printed.
   void pathIs(const Place& place, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store);
 
+  // Also says of each value why it is sent, kept and matched.
+  void explainIs(bool explain) { explain_ = explain; }
+  // When all is done: a note if the expression matched nothing and may have been meant otherwise.
+  void noteMatches();
+
   Agent& agent() { return agent_; }
+  Names& names() { return names_; }
 
  private:
   // By kind, of the lists that there are.
@@ -55,15 +63,29 @@ class Lister {
   std::string json(const Place& place, const Numbers& numbers);
   void appendList(std::string& out, const Place& place, std::size_t kind, std::uint32_t number);
   boost::json::object list(std::size_t index, std::uint32_t number, std::vector<std::string>& notes);
+  boost::json::array explained(const Numbers& numbers);
+  void printExplained(const Numbers& numbers);
+  std::string sentenceOf(const boost::json::object& why) const;
+  void printMeanings(const Numbers& numbers);
+  template <typename Visit>
+  void forEachValue(std::size_t kind, std::uint32_t number, Visit&& visit) {
+    const std::string values = kinds_.at(kind).values(number);
+    for (Octets rest = octetsOf(values); !rest.empty(); rest = rest.subspan(kindRows[kind].octets)) {
+      visit(rest.first(kindRows[kind].octets));
+    }
+  }
   void note(const Place& place, const std::vector<std::string>& notes);
   void printForPeople(const boost::json::object& out);
 
   bool json_;
   bool first_ = true;
+  bool explain_ = false;
+  bool anyMatch_ = false;
   const Routing::RouteMap::PosixRegex* match_;
   Console& console_;
   Agent agent_;
   Kinds kinds_{agent_};
+  Names names_{kinds_};
   // Of the path under way, by kind, as they would stand in its attributes.
   std::array<std::vector<std::uint8_t>, kindCount> wire_;
   std::array<boost::unordered_flat_map<Routing::Store::Reference, Stashed, Hash>, kindCount> stashed_;

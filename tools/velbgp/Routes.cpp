@@ -4,25 +4,20 @@
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/MrtFile.h"
+#include "tools/velbgp/Names.h"
 #include "tools/velbgp/RouteText.h"
 
 namespace VelBgpTool {
 
 namespace {
 
-// What stands beside a value for people: what IANA calls it.
-std::string meaningOf(std::size_t kind, Octets value) {
-  constexpr std::size_t standardKind = 3;
-  if (kind != standardKind) return {};
-  return std::string(Routing::Bgp::commMeaning(static_cast<std::uint32_t>(bigEndian(value))));
-}
-
-std::unique_ptr<RouteWriter> makeWriter(const Options& options, Kinds& kinds, Console& console) {
+std::unique_ptr<RouteWriter> makeWriter(const Options& options, Kinds& kinds, const Names& names, Console& console) {
   const auto make = options.json      ? makeJsonWriter
                     : options.csv     ? makeCsvWriter
                     : options.bgpdump ? makeBgpdumpWriter
                                       : makePeopleWriter;
-  return make({console, kinds, options.raw, meaningOf});
+  return make(
+      {console, kinds, options.raw, [&names](std::size_t kind, Octets value) { return names.meaning(kind, value); }});
 }
 
 // Lets the wanted routes through to the writer, or counts them.
@@ -69,8 +64,10 @@ void printCount(const Options& options, std::uint64_t count, Console& console) {
 void routesCommand(const Options& options, const Routing::RouteMap::PosixRegex*, Console& console) {
   Agent agent(options.mvpn);
   Kinds kinds(agent);
+  Names names(kinds);
+  if (options.names) names.read(*options.names, console);
   const RouteFilters filters(options.filters, agent);
-  const auto writer = options.count ? nullptr : makeWriter(options, kinds, console);
+  const auto writer = options.count ? nullptr : makeWriter(options, kinds, names, console);
   Selection selection(filters, writer.get(), options.limit, console);
   const auto reading = options.bgpdump ? RouteWalk::Reading::lenient : RouteWalk::Reading::strict;
   bool opened = false;
@@ -84,6 +81,7 @@ void routesCommand(const Options& options, const Routing::RouteMap::PosixRegex*,
     RouteWalk walk(selection, reading);
     file.read(walk, counts, console, !options.count);
   }
+  if (selection.wantsMore() && opened) filters.end(console);
   if (options.count && opened) printCount(options, selection.count(), console);
 }
 
