@@ -33,7 +33,7 @@ ORDER = (
     "Version", "Forward", "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
     "Stash", "InternedExtComm",
-    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "MatchTexts", "ValueCommList", "CommList",
+    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "MatchReason", "MatchTexts", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
     "PathLists", "CommunityTables", "ListText", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
     "EditList", "CommListSnapshot", "ListPublisher", "VelBgp",

@@ -138,7 +138,7 @@ void Lister::printMeanings(const Numbers& numbers) {
       const std::string meaning = names_.meaning(kind, value);
       if (meaning.empty()) return;
       if (std::exchange(first, false)) console_.line(heading(console_, "meanings"));
-      console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", escaped(meaning), console_.columns()));
+      console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", meaning, console_.columns()));
     });
   }
 }

@@ -246,7 +246,7 @@ void MrtReport::printTop(const Group& group, std::size_t kind) {
     const Octets value = octetsOf(octets);
     const std::string meaning = names_.meaning(kind, value);
     printUse(paths, found.topCommunities.front().second,
-             kinds_.at(kind).text(value) + (meaning.empty() ? "" : "  " + escaped(meaning)));
+             kinds_.at(kind).text(value) + (meaning.empty() ? "" : "  " + meaning));
   }
 }
 

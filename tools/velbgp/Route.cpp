@@ -107,7 +107,8 @@ std::string RoutePath::faultOf(Code code) const {
   switch (code) {
     case origin:
       if (octets.size() != 1) return wrongSize(octets, "1");
-      return octets[0] < std::size(originTexts) ? "" : std::to_string(octets[0]) + ", expected 0, 1 or 2";
+      return octets[0] < std::size(originTexts) ? ""
+                                                : "a value of " + std::to_string(octets[0]) + ", expected 0, 1 or 2";
     case asPathCode:
       return AsPath::wellFormed(octets, form_.fourOctetAs ? 4 : 2)
                  ? ""

@@ -10,6 +10,7 @@
 #include "Policy/PosixRegex.h"
 #include "VelBgp/ValueText.h"
 #include "tools/velbgp/Agent.h"
+#include "tools/velbgp/MatchHint.h"
 #include "tools/velbgp/Moment.h"
 
 namespace VelBgpTool {
@@ -83,48 +84,51 @@ enum class Relation { exactly, longer, covers };
 
 template <Relation relation>
 RoutePredicate makePrefix(std::string_view text) {
-  return [prefix = readPrefix(text)](const Route& route, Agent&) {
+  return {[prefix = readPrefix(text)](const Route& route, Agent&) {
     const std::uint32_t bits = route.target.nlri.bits;
     if (!route.target.isPrefix || route.target.family.afi != prefix.afi) return false;
     if (relation == Relation::exactly && bits != prefix.bits) return false;
     if (relation == Relation::longer && bits < prefix.bits) return false;
     if (relation == Relation::covers && bits > prefix.bits) return false;
     return sameBits(route.target.nlri.octets, octetsOf(prefix.octets), std::min(bits, prefix.bits));
-  };
+  }};
 }
 
 RoutePredicate makePeer(std::string_view text) {
   const std::string address = addressOctets(text);
   if (address.empty()) refuse(text, "address, expected one of IPv4 or IPv6");
-  return [address](const Route& route, Agent&) { return textOf(route.peer.address) == address; };
+  return {[address](const Route& route, Agent&) { return textOf(route.peer.address) == address; }};
 }
 
 RoutePredicate makePeerAs(std::string_view text) {
-  return [as = readAs(text)](const Route& route, Agent&) { return !route.peer.address.empty() && route.peer.as == as; };
+  return {
+      [as = readAs(text)](const Route& route, Agent&) { return !route.peer.address.empty() && route.peer.as == as; }};
 }
 
 bool hasAsPath(const Route& route) { return route.path != nullptr && route.path->good(RoutePath::asPathCode); }
 
 RoutePredicate makeOriginAs(std::string_view text) {
-  return [as = readAs(text)](const Route& route, Agent&) {
+  return {[as = readAs(text)](const Route& route, Agent&) {
     return hasAsPath(route) && route.path->asPath().originatedBy(as);
-  };
+  }};
 }
 
 RoutePredicate makeAs(std::string_view text) {
-  return
-      [as = readAs(text)](const Route& route, Agent&) { return hasAsPath(route) && route.path->asPath().contains(as); };
+  return {[as = readAs(text)](const Route& route, Agent&) {
+    return hasAsPath(route) && route.path->asPath().contains(as);
+  }};
 }
 
 RoutePredicate makeAsPath(std::string_view text) {
   const auto regex = std::make_shared<PosixRegex>(std::string(text));
-  return
-      [regex](const Route& route, Agent&) { return hasAsPath(route) && regex->execute(route.path->asPathText()) == 0; };
+  return {[regex](const Route& route, Agent&) {
+    return hasAsPath(route) && regex->execute(route.path->asPathText()) == 0;
+  }};
 }
 
 // Whether a path carries any of some values of one kind.
 RoutePredicate carries(std::vector<TypedValue> wanted) {
-  return [wanted = std::move(wanted)](const Route& route, Agent&) {
+  return {[wanted = std::move(wanted)](const Route& route, Agent&) {
     if (route.path == nullptr) return false;
     return std::ranges::any_of(wanted, [&route](const TypedValue& value) {
       const std::size_t size = value.octets.size();
@@ -133,7 +137,7 @@ RoutePredicate carries(std::vector<TypedValue> wanted) {
       }
       return false;
     });
-  };
+  }};
 }
 
 RoutePredicate makeCommunity(std::string_view text) {
@@ -196,35 +200,48 @@ RoutePredicate makeRt(std::string_view text) {
 }
 
 // An expression over lists, and the lists that it was asked about: each is asked once.
-struct ListMatch {
-  explicit ListMatch(std::string_view pattern) : regex(std::string(pattern)) {}
-  PosixRegex regex;
-  std::optional<Kinds> kinds;
+class ListMatch {
+ public:
+  explicit ListMatch(std::string_view pattern) : regex_(std::string(pattern)) {}
+
+  bool holds(const Route& route, Agent& agent) {
+    for (std::size_t kind = 0; route.path != nullptr && kind < kindCount; ++kind) {
+      const Octets values = route.path->lists[kind];
+      if (values.empty()) continue;
+      Kind& lists = kinds(agent).at(kind);
+      if (!lists.matches(lists.intern(values), regex_).value_or(false)) continue;
+      found_ = true;
+      return true;
+    }
+    return false;
+  }
+  void end(Agent& agent, Console& console) {
+    if (!found_) noteOtherSpelling(regex_.pattern(), kinds(agent), console);
+  }
+
+ private:
+  Kinds& kinds(Agent& agent) { return kinds_ ? *kinds_ : kinds_.emplace(agent); }
+
+  PosixRegex regex_;
+  std::optional<Kinds> kinds_;
+  bool found_ = false;
 };
 
 RoutePredicate makeMatch(std::string_view text) {
-  return [match = std::make_shared<ListMatch>(text)](const Route& route, Agent& agent) {
-    if (route.path == nullptr) return false;
-    if (!match->kinds) match->kinds.emplace(agent);
-    for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      const Octets values = route.path->lists[kind];
-      if (values.empty()) continue;
-      Kind& lists = match->kinds->at(kind);
-      if (lists.matches(lists.intern(values), match->regex).value_or(false)) return true;
-    }
-    return false;
-  };
+  const auto match = std::make_shared<ListMatch>(text);
+  return {[match](const Route& route, Agent& agent) { return match->holds(route, agent); },
+          [match](Agent& agent, Console& console) { match->end(agent, console); }};
 }
 
 RoutePredicate makeFamily(std::string_view text) {
   const auto family = Family::read(text);
   if (!family) refuse(text, "address family, expected one like \"ipv4 unicast\", or its numbers like 1/1");
-  return [family = *family](const Route& route, Agent&) { return route.target.family == family; };
+  return {[family = *family](const Route& route, Agent&) { return route.target.family == family; }};
 }
 
 template <Route::Type type>
 RoutePredicate makeType(std::string_view) {
-  return [](const Route& route, Agent&) { return route.type == type; };
+  return {[](const Route& route, Agent&) { return route.type == type; }};
 }
 
 Moment readMoment(std::string_view text) {
@@ -234,15 +251,15 @@ Moment readMoment(std::string_view text) {
 }
 
 RoutePredicate makeSince(std::string_view text) {
-  return [since = readMoment(text).roundedUp()](const Route& route, Agent&) {
+  return {[since = readMoment(text).roundedUp()](const Route& route, Agent&) {
     return Moment::microseconds(route.time.seconds, route.time.microseconds) >= since;
-  };
+  }};
 }
 
 RoutePredicate makeUntil(std::string_view text) {
-  return [until = readMoment(text).roundedDown()](const Route& route, Agent&) {
+  return {[until = readMoment(text).roundedDown()](const Route& route, Agent&) {
     return Moment::microseconds(route.time.seconds, route.time.microseconds) <= until;
-  };
+  }};
 }
 
 constexpr RouteFilterRow rows[] = {
@@ -285,9 +302,17 @@ RouteFilters::RouteFilters(const std::vector<RouteFilterText>& texts, Agent& age
 }
 
 bool RouteFilters::pass(const Route& route) const {
-  const auto holds = [&](const RoutePredicate& predicate) { return predicate(route, agent_); };
+  const auto holds = [&](const RoutePredicate& predicate) { return predicate.holds(route, agent_); };
   return std::ranges::all_of(groups_, [&](const auto& group) { return std::ranges::any_of(group, holds); }) &&
          std::ranges::none_of(negated_, holds);
+}
+
+void RouteFilters::end(Console& console) const {
+  for (const auto& group : groups_) {
+    for (const RoutePredicate& predicate : group) {
+      if (predicate.end) predicate.end(agent_, console);
+    }
+  }
 }
 
 }  // namespace VelBgpTool

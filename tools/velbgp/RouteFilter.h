@@ -15,8 +15,13 @@
 namespace VelBgpTool {
 
 struct Agent;
+class Console;
 
-using RoutePredicate = std::function<bool(const Route&, Agent&)>;
+struct RoutePredicate {
+  std::function<bool(const Route&, Agent&)> holds;
+  // Says what may be wrong with one that held for no route; mostly there is nothing to be said.
+  std::function<void(Agent&, Console&)> end = {};
+};
 
 // A text that is no such filter; what was expected.
 struct RouteFilterError {
@@ -50,6 +55,8 @@ class RouteFilters {
 
   bool empty() const { return groups_.empty() && negated_.empty(); }
   bool pass(const Route& route) const;
+  // All routes were asked for.
+  void end(Console& console) const;
 
  private:
   Agent& agent_;

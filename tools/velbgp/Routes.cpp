@@ -3,7 +3,6 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
-#include "tools/velbgp/MatchHint.h"
 #include "tools/velbgp/MrtFile.h"
 #include "tools/velbgp/Names.h"
 #include "tools/velbgp/RouteText.h"
@@ -17,8 +16,8 @@ std::unique_ptr<RouteWriter> makeWriter(const Options& options, Kinds& kinds, co
                     : options.csv     ? makeCsvWriter
                     : options.bgpdump ? makeBgpdumpWriter
                                       : makePeopleWriter;
-  const auto meaningOf = [&names](std::size_t kind, Octets value) { return names.meaning(kind, value); };
-  return make({console, kinds, options.raw, meaningOf});
+  return make(
+      {console, kinds, options.raw, [&names](std::size_t kind, Octets value) { return names.meaning(kind, value); }});
 }
 
 // Lets the wanted routes through to the writer, or counts them.
@@ -60,15 +59,6 @@ void printCount(const Options& options, std::uint64_t count, Console& console) {
   console.line(number);
 }
 
-// Where nothing was found, an expression may be why.
-void noteExpressions(const Options& options, Kinds& kinds, Console& console) {
-  for (const RouteFilterText& filter : options.filters) {
-    if (filter.row->option == std::string_view("--match") && !filter.negated) {
-      noteOtherSpelling(filter.text, kinds, console);
-    }
-  }
-}
-
 }  // namespace
 
 void routesCommand(const Options& options, const Routing::RouteMap::PosixRegex*, Console& console) {
@@ -91,8 +81,8 @@ void routesCommand(const Options& options, const Routing::RouteMap::PosixRegex*,
     RouteWalk walk(selection, reading);
     file.read(walk, counts, console, !options.count);
   }
+  if (selection.wantsMore() && opened) filters.end(console);
   if (options.count && opened) printCount(options, selection.count(), console);
-  if (opened && selection.count() == 0) noteExpressions(options, kinds, console);
 }
 
 }  // namespace VelBgpTool
