@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <boost/json/serialize.hpp>
 
-#include "Addr/Ip6Addr.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Names.h"
 #include "tools/velbgp/PathBatch.h"
+#include "tools/velbgp/RouteText.h"
 
 namespace VelBgpTool {
 
@@ -24,20 +24,10 @@ std::string plural(std::uint64_t count, const char* one, const char* many) {
   return grouped(count) + " " + (count == 1 ? one : many);
 }
 
-std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::value(text)); }
-
 // Of a text, a number or nothing.
 std::string plainText(const boost::json::value& value) {
   if (value.is_string()) return std::string(value.get_string());
   return value.is_null() ? "" : boost::json::serialize(value);
-}
-
-std::string addressText(std::string_view octets) {
-  if (octets.size() == 4)
-    return Routing::Addr::Ip4Addr(static_cast<std::uint32_t>(bigEndian(octetsOf(octets)))).toStrep();
-  Routing::Addr::Ip6Addr::Octets all{};
-  std::copy_n(octets.begin(), std::min(octets.size(), all.size()), all.begin());
-  return Routing::Addr::Ip6Addr(all).toStrep();
 }
 
 }  // namespace
@@ -88,7 +78,9 @@ boost::json::object MrtReport::keys(const MrtGroup& group) const {
   if (group.file) out["file"] = utf8(*group.file);
   if (group.peer) {
     const bool named = !group.peer->address.empty();
-    out["peer"] = named ? boost::json::value(addressText(group.peer->address)) : nullptr;
+    std::string address;
+    if (named) appendAddress(address, octetsOf(group.peer->address));
+    out["peer"] = named ? boost::json::value(address) : nullptr;
     out["peerAs"] = named ? boost::json::value(group.peer->as) : nullptr;
   }
   return out;
@@ -157,13 +149,19 @@ void MrtReport::printTopJson(const Statistics& found, std::size_t index) {
 }
 
 void MrtReport::printCsv(const Group& group) {
-  std::string first;
-  for (const auto& [name, value] : keys(group.counts)) first += csvField(plainText(value)) + ",";
+  std::string keysText;
+  for (const auto& [name, value] : keys(group.counts)) {
+    appendCsv(keysText, plainText(value));
+    keysText += ',';
+  }
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     for (const auto& [octets, paths] : group.kinds[kind].topCommunities) {
       const Octets value = octetsOf(octets);
-      console_.line(first + kindRows[kind].name + "," + hexValue(value) + "," + csvField(kinds_.at(kind).text(value)) +
-                    "," + std::to_string(paths) + "," + csvField(names_.meaning(kind, value)));
+      std::string line = keysText + kindRows[kind].name + "," + hexValue(value) + ",";
+      appendCsv(line, kinds_.at(kind).text(value));
+      line += "," + std::to_string(paths) + ",";
+      appendCsv(line, names_.meaning(kind, value));
+      console_.line(line);
     }
   }
 }

@@ -84,13 +84,6 @@ std::string utf8(std::string_view text) {
   return out;
 }
 
-std::string csvField(std::string_view text) {
-  if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
-  std::string out = "\"";
-  for (const char octet : text) out.append(octet == '"' ? 2 : 1, octet);
-  return out + '"';
-}
-
 std::string rightAligned(std::string_view text, std::size_t width) {
   return std::string(width - std::min(width, text.size()), ' ').append(text);
 }

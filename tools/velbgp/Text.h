@@ -39,8 +39,6 @@ std::uint64_t bigEndian(Octets octets);
 std::string grouped(std::uint64_t number);
 // With the octets that are no UTF-8 replaced by U+FFFD.
 std::string utf8(std::string_view text);
-// One field of a CSV line (RFC 4180), in quotes where it must be.
-std::string csvField(std::string_view text);
 
 std::string pad(std::string_view text, std::size_t width);
 std::string rightAligned(std::string_view text, std::size_t width);
