@@ -10,8 +10,6 @@ namespace VelBgpTool {
 
 namespace {
 
-constexpr std::size_t standardKind = 3;
-
 void append4(std::string& text, std::span<const std::uint8_t, 4> octets) {
   for (const std::uint8_t& octet : octets) {
     if (&octet != octets.data()) text += '.';

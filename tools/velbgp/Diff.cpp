@@ -207,9 +207,9 @@ class PeopleReport final : public Report {
     for (const auto& [community, uses] : most) {
       const std::size_t kind = routeKinds[community.first];
       const Octets value = octetsOf(community.second);
-      std::string text = texts_.value(kind, value);
-      if (const std::string meaning = names_.meaning(kind, value); !meaning.empty()) text += " (" + meaning + ")";
-      printRow(std::to_string(uses.added), std::to_string(uses.removed), text, false);
+      const std::string meaning = names_.meaning(kind, value);
+      printRow(std::to_string(uses.added), std::to_string(uses.removed),
+               texts_.value(kind, value) + (meaning.empty() ? "" : "  " + escaped(meaning)), false);
     }
   }
   void printRow(const std::string& added, const std::string& removed, const std::string& text, bool isHeading) {

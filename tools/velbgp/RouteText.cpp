@@ -148,7 +148,8 @@ class PeopleWriter final : public RouteWriter {
     std::string text;
     texts_.forEachValue(kind, list, [&](const std::string& value, Octets octets) {
       text.append(" ").append(value);
-      if (const std::string meaning = meaning_(kind, octets); !meaning.empty()) text.append(" (" + meaning + ")");
+      if (const std::string meaning = meaning_(kind, octets); !meaning.empty())
+        text.append(" (" + escaped(meaning) + ")");
     });
     return text;
   }

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
@@ -16,8 +14,8 @@ std::unique_ptr<RouteWriter> makeWriter(const Options& options, Kinds& kinds, co
                     : options.csv     ? makeCsvWriter
                     : options.bgpdump ? makeBgpdumpWriter
                                       : makePeopleWriter;
-  return make(
-      {console, kinds, options.raw, [&names](std::size_t kind, Octets value) { return names.meaning(kind, value); }});
+  const auto meaningOf = [&names](std::size_t kind, Octets value) { return names.meaning(kind, value); };
+  return make({console, kinds, options.raw, meaningOf});
 }
 
 // Lets the wanted routes through to the writer, or counts them.
