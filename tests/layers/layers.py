@@ -36,7 +36,7 @@ ORDER = (
     "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "MatchTexts", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
     "PathLists", "CommunityTables", "ListText", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
-    "EditList", "CommListSnapshot", "ListPublisher", "VelBgp",
+    "EditList", "CommListSnapshot", "ListPublisher", "StashedPaths", "VelBgp",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.
 PARTS = {

@@ -5,6 +5,8 @@
 
 #include <thread>
 
+#include "VelBgp/CommunityTables.h"
+#include "VelBgp/StashedPaths.h"
 #include "publish/Publishing.h"
 #include "support/Death.h"
 #include "support/FailingMemory.h"
@@ -108,6 +110,58 @@ TEST_F(ListPublisherTest, TablesAreAttachedAndDetachedWhileThreadsIntern) {
   }
 }
 
+// Those who follow know at each moment what the store shows, also when they are stopped on their way.
+TEST_F(ListPublisherTest, ReadersFollowPathsAndTheirLists) {
+  Publishing publishing(path_);
+  Script script(publishing, "path");
+  published(publishing);
+  const CommunityTables tables;
+  StashedPaths paths(*reader_, tables), some(*reader_, tables, "path1");
+  std::map<std::string, Contents::Path> known, knownOfSome;
+  int visits = 0, stopAt = 0;
+  const auto visitorOf = [&](std::map<std::string, Contents::Path>& shown) {
+    const auto visit = [&] {
+      if (++visits == stopAt) throw std::runtime_error("stopped");
+    };
+    return StashedPaths::Visitor{[&, visit](std::string_view key, const PathLists& lists) {
+                                   visit();
+                                   Contents::Path path;
+                                   forEachAttribute([&]<typename Attribute>(Attribute) {
+                                     const auto& list = lists.*Attribute::ofPath;
+                                     if (list != nullptr) path[Attribute::record] = wordsOf<Attribute>(*list);
+                                   });
+                                   shown[std::string(key)] = path;
+                                 },
+                                 [&, visit](std::string_view key) {
+                                   visit();
+                                   EXPECT_EQ(shown.erase(std::string(key)), 1U);
+                                 },
+                                 {}};
+  };
+  for (int round = 0; round < 60 && !HasFailure(); ++round) {
+    script.stepped(60);
+    const Contents now = published(publishing);
+    for (stopAt = 2 + round % 6; stopAt != 0;) {
+      try {
+        visits = 0;
+        paths.forEachChange(visitorOf(known));
+        stopAt = 0;
+      } catch (const std::runtime_error&) {
+      }
+    }
+    EXPECT_EQ(known, now.paths);
+    visits = 0;
+    paths.forEachChange(visitorOf(known));
+    EXPECT_EQ(visits, 0);
+    some.forEachChange(visitorOf(knownOfSome));
+    std::map<std::string, Contents::Path> all, ofSome = now.paths;
+    std::erase_if(ofSome, [](const auto& path) { return !path.first.starts_with("path1"); });
+    EXPECT_EQ(knownOfSome, ofSome);
+    paths.forEach(visitorOf(all));
+    EXPECT_EQ(all, now.paths);
+  }
+}
+
 // A next publisher, in this process or after it, leaves what was published till its first commit.
 TEST_F(ListPublisherTest, WhatWasPublishedStaysTillTheNextPublisherCommits) {
   Contents last;
@@ -197,6 +251,28 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
       *reader_, [&](std::string_view key, const StashedPath&) { found.emplace_back(key); },
       [&](std::string_view key) { found.push_back("damaged " + std::string(key)); });
   EXPECT_EQ(found, (std::vector<std::string>{"damaged a", "b"}));
+
+  // Damage is told once, and a reference that names nothing is damage, too.
+  Store::WriteBatch stale(*publishing.store);
+  stale.keyIs(stashedPathSpace, Store::test::octets("c"), Store::test::octets(std::string(sizeof(StashedPath), '\1')));
+  stale.commit();
+  reader_->refresh();
+  const CommunityTables tables;
+  StashedPaths paths(*reader_, tables);
+  found.clear();
+  for (int i = 0; i < 2; ++i) {
+    paths.forEachChange({[&](std::string_view key, const PathLists&) { found.emplace_back(key); },
+                         {},
+                         [&](std::string_view key, const char* problem) {
+                           found.push_back("damaged " + std::string(key));
+                           EXPECT_NE(std::string(problem), "");
+                         }});
+    Store::WriteBatch next(*publishing.store);
+    next.keyIs(stashedPathSpace, Store::test::octets("b"), Store::test::octets(std::string(sizeof(StashedPath), '\0')));
+    next.commit();
+    reader_->refresh();
+  }
+  EXPECT_EQ(found, (std::vector<std::string>{"damaged a", "b", "damaged c"}));
 }
 
 // Whatever allocation fails, nothing of the change is published.

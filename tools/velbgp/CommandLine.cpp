@@ -28,8 +28,8 @@ std::vector<std::string> arguments(int argc, const char* const* argv) {
   for (int i = argc - 1; i > 0; --i) {
     std::string argument(argv[i]);
     if (needsMark(argument)) argument += wholeMark;
-    // The empty expression; CLI11 would take the next argument instead.
-    if (argument == "--match=") {
+    // An empty text; CLI11 would take the next argument instead.
+    if (argument == "--match=" || argument == "--key=") {
       reversed.emplace_back();
       argument.pop_back();
     }
@@ -168,6 +168,12 @@ class CommandLine {
   void addStore() {
     CLI::App* sub = subcommand(storeCommand, "store", "Print the lists that mrt --publish put into a store");
     addJson(sub, "One JSON object a published path");
+    const auto take = [this](std::string given) {
+      unmark(given);
+      options_.key = std::move(given);
+    };
+    sub->add_option_function<std::string>("--key", take, "Only paths whose keys begin so")->type_name("PREFIX");
+    sub->add_flag("--follow", options_.follow, "Go on with what changes, till stopped");
     addInputs(sub, "STORE", "The store's directory")->required()->expected(1);
   }
 

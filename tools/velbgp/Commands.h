@@ -28,6 +28,8 @@ struct Options {
   std::vector<std::string> inputs;  // values, files or the store
   std::optional<std::string> match;
   std::optional<std::string> publish;  // a store
+  std::string key;                     // the beginning of those that are wanted
+  bool follow = false;
   std::uint64_t top = 10;
   std::optional<std::uint64_t> threads;  // at most, at least 1
   std::uint64_t paths = 10'000;

@@ -16,7 +16,6 @@
 #include <string_view>
 #include <vector>
 
-#include "Store/Record.h"
 #include "VelBgp/ValueText.h"
 #include "tools/velbgp/Text.h"
 
@@ -25,15 +24,12 @@ class PosixRegex;
 }
 namespace Routing::Bgp {
 struct PathLists;
-struct StashedPath;
 }  // namespace Routing::Bgp
-namespace Routing::Store {
-class StoreManager;
-}
 
 namespace VelBgpTool {
 
 struct Agent;
+class JsonText;
 
 // How often something was met, and what is printed for it.
 struct Use {
@@ -58,17 +54,16 @@ class Kind {
     pathsAre({&values, 1}, {&number, 1});
     return number;
   }
-  // What `list` prints of a list, in order. Notes get what a reader of it should know.
-  virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
+  // Numbers a path's list that was interned in the agent's tables elsewhere; nothing where it has none of this kind.
+  virtual std::optional<std::uint32_t> listOf(const Routing::Bgp::PathLists& path) = 0;
+  virtual std::size_t totalCommunities(std::uint32_t number) const = 0;
+  // Writes the members that `list` prints of a list, in order. Notes get what a reader of it should know.
+  virtual void list(std::uint32_t number, JsonText& out, std::vector<std::string>& notes) const = 0;
   // Nothing for kinds without a text to match. The answer is remembered for a list: ask with one expression only.
   virtual std::optional<bool> matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
 
   // Puts a list into a path's lists.
   virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;
-  // What a path in a store refers to for its list of this kind, and the values of that, as on the wire; none if there is
-  // none. Throws the store's exceptions.
-  virtual Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const = 0;
-  virtual std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const = 0;
 
   // What interning keeps now.
   virtual std::size_t distinctLists() const = 0;

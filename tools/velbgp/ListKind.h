@@ -9,26 +9,26 @@
 //   wire(community)            its octets;  text(community)  as people read it;  hash(community)
 //   classification(community)  and  matches(list, regex)  where there are such
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
-//   published, stashed         the kind's members of a path's lists, and of the references to them in a store
+//   published                  the kind's member of a path's lists
 //   distinctLists(), and distinctCommunities() if a table interns them
 #pragma once
 
 #include <algorithm>
-#include <boost/json/array.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <utility>
 
-#include "VelBgp/ListPublisher.h"
+#include "VelBgp/PathLists.h"
+#include "tools/velbgp/JsonText.h"
 #include "tools/velbgp/Kind.h"
 
 namespace VelBgpTool {
 
 // Values as a JSON array of "0x..." texts.
 template <typename Traits, typename Range>
-boost::json::array hexValues(const Range& communities) {
-  boost::json::array values;
-  for (const auto& community : communities) values.emplace_back(hexValue(octetsOf(Traits::wire(community))));
-  return values;
+void hexValues(JsonText& out, const Range& communities) {
+  out.open('[');
+  for (const auto& community : communities) out.hex(octetsOf(Traits::wire(community)));
+  out.close(']');
 }
 
 template <typename Traits>
@@ -49,12 +49,9 @@ class ListKind : public Kind {
     interned_.clear();
   }
 
-  boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const override {
-    boost::json::object out;
-    out["id"] = number;
-    out["values"] = hexValues<Traits>(Traits::communities(lists_[number]));
+  void list(std::uint32_t number, JsonText& out, std::vector<std::string>& notes) const override {
+    hexValues<Traits>(out.name("id").number(number).name("values"), Traits::communities(lists_[number]));
     traits_.describe(lists_[number], out, notes);
-    return out;
   }
 
   std::optional<bool> matches([[maybe_unused]] std::uint32_t number,
@@ -71,15 +68,13 @@ class ListKind : public Kind {
   void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
     path.*Traits::published = lists_[number];
   }
-  Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const override {
-    return path.*Traits::stashed;
+  std::optional<std::uint32_t> listOf(const Routing::Bgp::PathLists& path) override {
+    const List& list = path.*Traits::published;
+    const bool none = list == nullptr || Traits::communities(list).empty();
+    return none ? std::nullopt : std::optional(numberOf(list));
   }
-  std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const override {
-    std::string values;
-    const List list = List::element_type::destash(&(path.*Traits::stashed), &store);
-    if (list == nullptr) return values;
-    for (const auto& community : Traits::communities(list)) values += Traits::wire(community);
-    return values;
+  std::size_t totalCommunities(std::uint32_t number) const override {
+    return Traits::communities(lists_[number]).size();
   }
 
   std::size_t distinctLists() const override { return traits_.distinctLists(); }

@@ -7,7 +7,7 @@ _velbgp() {
     return
   fi
   case $previous in
-    --match | --top | --threads | --paths | --seed) return ;;
+    --match | --top | --threads | --key | --paths | --seed) return ;;
     --publish)
       compopt -o dirnames
       return
@@ -18,7 +18,7 @@ _velbgp() {
     list) options='--json --match --no-mvpn' ;;
     mrt) options='--json --top --match --threads --publish --no-mvpn' ;;
     sample) options='--paths --seed' ;;
-    store) options='--json' ;;
+    store) options='--json --key --follow' ;;
     *) return ;;
   esac
   if [[ $current == -* ]]; then
