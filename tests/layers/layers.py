@@ -53,7 +53,7 @@ UPWARD = (
 )  # fmt: skip
 # Headers of others that are not open to everyone (tests and fuzzers may use any).
 FOREIGN = {
-    "lmdb.h": ("platform/Store",), "re2/*": ("platform/Policy",),
+    "lmdb.h": ("platform/Store", "bench"), "re2/*": ("platform/Policy",),
     "gtest/*": (), "gmock/*": (), "benchmark/*": ("bench",),
     "CLI/*": ("tools/velbgp",), "zlib.h": ("tools/velbgp",), "bzlib.h": ("tools/velbgp",),
 }  # fmt: skip

@@ -162,6 +162,58 @@ TEST_F(ListPublisherTest, ReadersFollowPathsAndTheirLists) {
   }
 }
 
+// So many that they take several commits: a reader of any of them finds a list for every path, the old one or the new
+// one, also where the disk was full after the first few, and the store has each list once in the end.
+TEST_F(ListPublisherTest, EveryCommitOfManyPathsIsWhole) {
+  constexpr std::uint32_t count = 70'000, lists = 50;
+  const Process agent([&] {
+    signal(SIGXFSZ, SIG_IGN);
+    Publishing publishing(path_);
+    published(publishing);
+    ListPublisher& publisher = *publishing.publisher;
+    const auto changed = [&](std::uint32_t path, std::uint32_t round) {
+      publisher.pathIs(std::to_string(path),
+                       {.extended = Extended::intern(*publishing.agent, {round << 16 | path % lists})});
+    };
+    const CommunityTables tables;
+    StashedPaths paths(*reader_, tables);
+    std::map<std::string, std::uint32_t> known;
+    const StashedPaths::Visitor visitor = {
+        [&](std::string_view key, const PathLists& path) {
+          known[std::string(key)] = wordsOf<Extended>(*path.extended).at(0);
+        },
+        {},
+        [](std::string_view key, const char* problem) { ADD_FAILURE() << key << ": " << problem; }};
+    for (std::uint32_t round = 1; round < 4; ++round) {
+      for (std::uint32_t path = 0; path < count; ++path) changed(path, round);
+      const std::uint64_t before = reader_->commits();
+      if (round == 1) {
+        rlimit limit{4 << 20, RLIM_INFINITY};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        EXPECT_THROW(publisher.flush(), Store::StoreException);
+        limit.rlim_cur = RLIM_INFINITY;
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        for (const std::uint32_t path : {1, 69'999}) changed(path, 0), changed(path, round);
+      }
+      std::atomic<bool> done = false;
+      std::jthread writer([&] { publisher.flush(), done = true; });
+      for (bool last = false; !last;) {
+        last = done;
+        reader_->refresh();
+        paths.forEachChange(visitor);
+      }
+      EXPECT_GT(reader_->commits(), before + 2);
+      EXPECT_EQ(known.size(), count);
+      for (std::uint32_t path = 0; path < count; ++path)
+        ASSERT_EQ(known[std::to_string(path)], round << 16 | path % lists);
+      std::size_t records = 0;
+      reader_->view().forEachRecord([&](Store::Reference, Store::Record) { ++records; });
+      EXPECT_EQ(records, 2 * lists);
+    }
+  });
+  EXPECT_EQ(agent.ended(), 0);
+}
+
 // A next publisher, in this process or after it, leaves what was published till its first commit.
 TEST_F(ListPublisherTest, WhatWasPublishedStaysTillTheNextPublisherCommits) {
   Contents last;
