@@ -26,6 +26,7 @@
 #include "VelBgp/Parse/ExtCommVrfRouteImport.h"
 #include "VelBgp/ReceivedAttributes.h"
 #include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/StashedPaths.h"
 #include "VelBgp/TableView.h"
 #include "VelBgp/TypedComm.h"
 #include "VelBgp/ValueText.h"
