@@ -9,7 +9,7 @@ offer list '' | tee names | velbgp decode --json | cut -d , -f 2-3
 values=$(paste -s -d ' ' names)
 grep -q ":value:($values)" "$completions/_velbgp" && grep -q "'$values'" "$completions/velbgp.fish" &&
   echo the same in all shells
-for command in decode diff list mrt routes sample; do
+for command in decode diff list mrt routes sample store; do
   velbgp $command --help | sed -n 's/^  \(-h,\)\?\(--[a-z-]*\).*/\2/p' | sort >there
   offer $command -- | sort | diff there - >&2
   {
