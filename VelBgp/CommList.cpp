@@ -87,4 +87,9 @@ void CommListDedupTableBase::dumpState(Keel::DumpContext& context, std::uint32_t
 
 TYR_FACTORIES(CommListDedupTable::Ptr, commListDedupTable, CommListDedupTable, (), ())
 
+std::optional<MatchReason> matchReason(const CommList* list, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT(list != nullptr);
+  return matchReasonOfValues<CommListTraits>(list->comms(), regex);
+}
+
 }  // namespace Routing::Bgp

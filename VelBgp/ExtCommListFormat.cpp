@@ -20,13 +20,16 @@ std::string matchText(const ExtComm& comm, MatchMode matchMode) {
   return comm.toStrepForPolicy(format);
 }
 
-std::string matchText(const ExtCommList& list, MatchMode matchMode) {
+std::string matchText(const ExtCommList& list, MatchMode matchMode, std::vector<TextPlace>* places = nullptr) {
   std::string text;
   bool first = true;
   for (const ExtComm* comm : list.comms()) {
+    if (places != nullptr) places->emplace_back();
     if (!hasMatchText(*comm, matchMode)) continue;
     if (!first) text += ' ';
+    const std::size_t begin = text.size();
     text += matchText(*comm, matchMode);
+    if (places != nullptr) places->back() = {begin, text.size()};
     first = false;
   }
   return text;
@@ -63,6 +66,13 @@ bool matchExtComm(const ExtComm* comm, const RouteMap::PosixRegex* regex) {
 
 bool ExtCommList::matchCommunitiesRegex(const RouteMap::PosixRegex* regex) const {
   return matchList(*this, regex, modesOf(*this), matchTextsOf(*this));
+}
+
+std::optional<MatchReason> matchReason(const ExtCommList* list, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT(list != nullptr);
+  constexpr std::array<std::string_view, 3> modes = {"default", "classification", "ui"};
+  return matchReasonOf(regex, std::span(modes).first(modesOf(*list)),
+                       [list](unsigned mode, auto& places) { return matchText(*list, MatchMode(mode), &places); });
 }
 
 std::vector<bool> ExtCommList::matchCommunitiesRegexSet(const RouteMap::PosixRegexSet& set) const {

@@ -58,4 +58,9 @@ COMM_LIST_TEXTS(LargeCommList, textOf)
 
 TYR_FACTORIES(LargeCommListDedupTable::Ptr, largeCommListDedupTable, LargeCommListDedupTable, (), ())
 
+std::optional<MatchReason> matchReason(const LargeCommList* list, const RouteMap::PosixRegex* regex) {
+  TYR_ASSERT(list != nullptr);
+  return matchReasonOfValues<LargeCommListTraits>(list->comms(), regex);
+}
+
 }  // namespace Routing::Bgp

@@ -3,11 +3,15 @@
 
 #include <array>
 #include <cstring>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Keel/DedupHandleBase.h"
 #include "Policy/MatchMemoryImpl.h"
+#include "VelBgp/MatchReason.h"
 
 namespace Routing::Bgp {
 
@@ -78,6 +82,47 @@ bool matchList(const Keel::DedupHandleBase& list, const RouteMap::PosixRegex* re
   const bool matches = anyTextOf(list, modes, make, ask);
   if (remembered) RouteMap::MatchMemory::answerIs(matchNumberOf(list), expression, matches);
   return matches;
+}
+
+// Where the text of each community stands in a list's text; an end before its beginning for one that has none there.
+struct TextPlace {
+  std::size_t begin = 1;
+  std::size_t end = 0;
+};
+
+// The parts of a text that match, for the communities that stand at these places. None if nothing matches.
+inline std::vector<std::optional<std::string>> matchedParts(std::string_view text, std::span<const TextPlace> places,
+                                                            const RouteMap::PosixRegex& regex) {
+  std::vector<std::optional<std::string>> parts;
+  for (std::size_t from = 0; from <= text.size();) {
+    const auto found = regex.find(text, from);
+    if (!found) break;
+    parts.resize(places.size());
+    const auto begin = static_cast<std::size_t>(found->data() - text.data());
+    const std::size_t end = begin + found->size();
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const bool touches = begin <= places[i].end && end >= places[i].begin && places[i].begin <= places[i].end;
+      const bool isInside = found->empty() || (begin < places[i].end && end > places[i].begin);
+      if (touches && isInside && !parts[i]) parts[i] = std::string(*found);
+    }
+    from = found->empty() ? end + 1 : end;
+  }
+  return parts;
+}
+
+// text(mode, places) gives the text of a mode and fills in the places.
+template <typename Text>
+std::optional<MatchReason> matchReasonOf(const RouteMap::PosixRegex* regex, std::span<const std::string_view> modes,
+                                         Text&& textOfMode) {
+  const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
+  for (unsigned mode = 0; mode < modes.size(); ++mode) {
+    std::vector<TextPlace> places;
+    std::string text = textOfMode(mode, places);
+    text.resize(std::strlen(text.c_str()));
+    auto parts = matchedParts(text, places, expression);
+    if (!parts.empty()) return MatchReason{modes[mode], std::move(parts)};
+  }
+  return std::nullopt;
 }
 
 template <typename Make>

@@ -200,6 +200,22 @@ bool ValueCommList<Traits>::matchCommunityRegex(const Value& value, const RouteM
   return false;
 }
 
+template <typename Traits>
+std::optional<MatchReason> matchReasonOfValues(std::span<const typename Traits::Value> values,
+                                               const RouteMap::PosixRegex* regex) {
+  constexpr std::array<std::string_view, 2> modes = {"numeric", "names"};
+  const auto textOfMode = [values](unsigned mode, std::vector<TextPlace>& places) {
+    Tyr::DynamicBuffer<256> buffer;
+    detail::appendJoined<Traits>(buffer, values, [&](Tyr::DynamicBufferInterface& text, const auto& value) {
+      const std::size_t begin = text.size();
+      detail::appendMatchText<Traits>(text, {&value, 1}, mode);
+      places.push_back({begin, text.size()});
+    });
+    return buffer.str();
+  };
+  return matchReasonOf(regex, std::span(modes).first(detail::matchModes<Traits>), textOfMode);
+}
+
 // "NULL" for a null list.
 template <typename List>
 std::string textOf(const List* list) {

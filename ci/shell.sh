@@ -3,3 +3,4 @@
 . "$(dirname "$0")/../scripts/common.sh"
 setup ci
 shellcheck -x -P SCRIPTDIR .ci/run ci/*.sh scripts/{common.sh,demo,package,reference,release,setup,test} tests/install/run.sh
+fish --no-execute tools/velbgp/completions/velbgp.fish

@@ -395,6 +395,13 @@ class PosixRegex::Matcher {
     return mayMatch(text) && re2_.Match({text.data(), text.size()}, 0, text.size(), re2::RE2::UNANCHORED, nullptr, 0);
   }
 
+  std::optional<std::string_view> find(std::string_view text, std::size_t from) const {
+    re2::StringPiece found;
+    if (!re2_.Match({text.data(), text.size()}, from, text.size(), re2::RE2::UNANCHORED, &found, 1))
+      return std::nullopt;
+    return std::string_view(found.data(), found.size());
+  }
+
   const std::string& translatedPattern() const noexcept { return re2_.pattern(); }
   MatchMemory::Number& number() const noexcept { return number_; }
 
@@ -421,6 +428,10 @@ int PosixRegex::execute(const char* text) const {
 }
 
 int PosixRegex::execute(std::string_view text) const { return matcher().matches(text) ? 0 : REG_NOMATCH; }
+
+std::optional<std::string_view> PosixRegex::find(std::string_view text, std::size_t from) const {
+  return matcher().find(text, from);
+}
 
 const PosixRegex::Matcher& PosixRegex::matcher() const {
   TYR_ASSERT_ADVICE(matcher_ != nullptr, "this expression was moved away: match with the one that it was moved to");

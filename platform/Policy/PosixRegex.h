@@ -31,7 +31,9 @@
 // may write "Stack not empty." to standard error.
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -61,6 +63,8 @@ class VELBGP_EXPORT PosixRegex {
   // out: not knowing is not "no match", which could let a route pass a filter. A view may contain NUL octets.
   int execute(const char* text) const;
   int execute(std::string_view text) const;
+  // Where the expression matches: the first part of the text, from this octet on, that does. For people: slower.
+  std::optional<std::string_view> find(std::string_view text, std::size_t from = 0) const;
 
   const std::string& pattern() const noexcept { return pattern_; }
 

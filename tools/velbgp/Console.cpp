@@ -1,5 +1,6 @@
 #include "tools/velbgp/Console.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -70,6 +71,11 @@ void Console::flush() {
   throw OutputFailure{error};
 }
 
+bool Console::readerGoesWithin(std::chrono::milliseconds time) const {
+  pollfd out{outFd_, 0, 0};
+  return ::poll(&out, 1, static_cast<int>(time.count())) > 0;
+}
+
 void Console::error(const Place& place, std::string_view what) {
   failed_ = true;
   complain("velbgp: ", &place, what);
@@ -81,6 +87,7 @@ void Console::error(std::string_view what) {
 }
 
 void Console::note(const Place& place, std::string_view what) { complain("velbgp: note: ", &place, what); }
+void Console::note(std::string_view what) { complain("velbgp: note: ", nullptr, what); }
 
 void Console::complain(std::string_view label, const Place* place, std::string_view what) {
   // On one screen an error belongs behind the results of the input before it.

@@ -7,6 +7,7 @@
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Kind.h"
 #include "tools/velbgp/Lines.h"
+#include "tools/velbgp/Names.h"
 
 namespace VelBgpTool {
 
@@ -14,7 +15,9 @@ namespace {
 
 class Decoder {
  public:
-  Decoder(const Options& options, Console& console) : json_(options.json), console_(console), agent_(options.mvpn) {}
+  Decoder(const Options& options, Console& console) : json_(options.json), console_(console), agent_(options.mvpn) {
+    if (options.names) names_.read(*options.names, console);
+  }
 
   // One line of input or one argument.
   void inputIs(const Place& place, std::string_view text) {
@@ -25,19 +28,32 @@ class Decoder {
 
  private:
   void print(const TypedValue& value) {
+    const Octets wire = value.wire();
     boost::json::object out;
     out["kind"] = kindRows[value.kind].name;
-    out["value"] = hexValue(value.wire());
-    kinds_.at(value.kind).decode(value.wire(), out);
-    json_ ? console_.line(boost::json::serialize(out)) : printForPeople(out);
+    out["value"] = hexValue(wire);
+    kinds_.at(value.kind).decode(wire, out);
+    if (const std::string meaning = names_.meaning(value.kind, wire); !meaning.empty()) out["meaning"] = meaning;
+    json_ ? console_.line(boost::json::serialize(out)) : printForPeople(out, wire, kinds_.at(value.kind).explain(wire));
   }
 
-  void printForPeople(boost::json::object& out) {
+  void printForPeople(boost::json::object& out, Octets wire, const Explanation& says) {
     if (!first_) console_.line("");
     first_ = false;
-    console_.line(heading(console_, std::string_view(out["value"].get_string())));
-    out.stable_erase("value");
+    console_.line(heading(console_, wrapped("", says.sentence, console_.columns())));
+    printFields(wire, says.fields);
     printBlock(console_, out, 2);
+  }
+
+  void printFields(Octets wire, const std::vector<Field>& fields) {
+    constexpr std::size_t digits = 8;
+    for (const Field& field : fields) {
+      const std::size_t count = field.last - field.first + 1;
+      const std::string place = count == 1 ? "octet " + std::to_string(field.first)
+                                           : "octets " + std::to_string(field.first) + "-" + std::to_string(field.last);
+      console_.line(wrapped("  " + pad(place, 14) + pad(hexDigits(wire.subspan(field.first, count)), digits) + "  ",
+                            field.says, console_.columns()));
+    }
   }
 
   bool json_;
@@ -45,6 +61,7 @@ class Decoder {
   Console& console_;
   Agent agent_;
   Kinds kinds_{agent_};
+  Names names_{kinds_};
 };
 
 }  // namespace

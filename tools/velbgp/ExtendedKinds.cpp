@@ -5,8 +5,10 @@
 #include <string>
 
 #include "Keel/HashMix.h"
+#include "Multipath/LinkBandwidth.h"
 #include "VelBgp/ExtCommIp6.h"
 #include "VelBgp/ExtCommIp6List.h"
+#include "VelBgp/TypedComm.h"
 #include "VelBgp/VelBgpCommunityList.h"
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/ListKind.h"
@@ -24,6 +26,10 @@ struct NamedSerialization {
   bool includeNonTransitive;
   bool includeLinkBandwidth;
   bool includeOriginAsValidity;
+
+  ExtCommList::Serialization filter() const {
+    return ExtCommList::serialization(includeNonTransitive, includeLinkBandwidth, includeOriginAsValidity);
+  }
 };
 
 constexpr NamedSerialization serializations[] = {
@@ -55,26 +61,25 @@ std::string remedy(const ExtCommList& list, const NamedSerialization& way) {
   return std::string(prune) + ", and " + split;
 }
 
-boost::json::object serialized(const ExtCommList& list, std::vector<std::string>& notes) {
-  boost::json::object out;
+void serialized(const ExtCommList& list, JsonText& out, std::vector<std::string>& notes) {
+  out.name("serialize").open('{');
   for (const auto& way : serializations) {
-    const std::string attribute = list.serialize(
-        ExtCommList::serialization(way.includeNonTransitive, way.includeLinkBandwidth, way.includeOriginAsValidity));
-    out[way.name] = hexDigits(octetsOf(attribute));
+    const std::string attribute = list.serialize(way.filter());
+    out.name(way.name).hex(octetsOf(attribute), "");
     if (const auto [announced, carried] = sizesOf(octetsOf(attribute)); announced != carried) {
       notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(announced) +
                       " octets but carries " + std::to_string(carried) + ": " + remedy(list, way));
     }
   }
-  return out;
+  out.close('}');
 }
 
-boost::json::array setFlags(ExtCommList::CommVectorAttrs attrs) {
-  boost::json::array out;
+void setFlags(ExtCommList::CommVectorAttrs attrs, JsonText& out) {
+  out.name("attrs").open('[');
   for (const auto& flag : attrs.names()) {
-    if ((attrs.value() & flag.bit) != 0) out.emplace_back(flag.name);
+    if ((attrs.value() & flag.bit) != 0) out.text(flag.name);
   }
-  return out;
+  out.close(']');
 }
 
 // What both kinds tell of a community before its texts.
@@ -91,12 +96,12 @@ void decodeType(const Community& community, boost::json::object& out) {
 
 // The communities of a list by their classification.
 template <typename Traits, typename List>
-boost::json::object classified(const List& list) {
-  boost::json::object out;
+void classified(const List& list, JsonText& out) {
+  out.name("classifications").open('{');
   for (const auto& part : list.classificationLists()) {
-    if (part != nullptr) out[stringValue(part->classification())] = hexValues<Traits>(part->comms());
+    if (part != nullptr) hexValues<Traits>(out.name(stringValue(part->classification())), part->comms());
   }
-  return out;
+  out.close('}');
 }
 
 ExtComm::StrepFormat policyFormat(bool classification) {
@@ -128,7 +133,6 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   using List = ExtCommList::PtrConst;
   static constexpr std::size_t octets = 8;
   static constexpr auto published = &PathLists::extended;
-  static constexpr auto stashed = &StashedPath::extended;
 
   explicit ExtendedTraits(const Agent& agent) : agent_(agent) {}
 
@@ -139,13 +143,53 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   static ExtCommRange communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return list->comm(bigEndian(value)).get(); }
   static std::string wire(Community community) { return wireOf(community->getContent()); }
-  static std::string text(Community community) { return community->toStrepForUI(false, false, false); }
+  std::string text(Octets value) const { return dedup(value)->toStrepForUI(false, false, false); }
+  static std::string listText(const List& list) { return stringify(list.get()); }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
 
+  // Bandwidths and tunnels also as they are typed by number.
+  std::vector<std::string> spellings(Octets value) const {
+    const ExtComm::PtrConst community = dedup(value);
+    std::vector<std::string> found = {community->toStrepForUI(false, false, false),
+                                      community->toStrepForUI(true, false, false)};
+    if (const auto* bandwidth = as<ExtCommLinkBandwidth>(community)) {
+      const std::string text = Routing::Ucmp::LinkBandwidth(bandwidth->bandwidth()).toStrep(true);
+      const std::size_t begin = text.find_first_of("0123456789", text.find('('));
+      if (begin != std::string::npos) {
+        found.push_back("lbw:" + bandwidth->formatAsNumber(false) + ":" + text.substr(begin, text.size() - 1 - begin));
+      }
+    }
+    if (const auto* tunnel = as<ExtCommTunnelEncap>(community)) {
+      found.push_back("encap:" + std::to_string(tunnel->tunnelTypeNumber()));
+    }
+    return found;
+  }
+  std::string matchText(Octets value) const {
+    const ExtComm::PtrConst community = dedup(value);
+    return community->policyMatchStrepUI() ? community->toStrepForUI(false, false, false)
+                                           : community->toStrepForPolicy(policyFormat(true));
+  }
+  Explanation explain(Octets value) const { return VelBgpTool::explain(*dedup(value)); }
+
+  static boost::json::object sent(Community community) {
+    boost::json::object out;
+    for (const auto& way : serializations) out[way.name] = ExtCommList::serializable(*community, way.filter());
+    return out;
+  }
+  List pruned(const List& list) const { return list->prune(agent_.extCommLists()); }
+  // Empty for what was kept.
+  static std::string whyDropped(Community community, const List& kept) {
+    if (kept && kept->comm(community->community())) return {};
+    if (!community->isValid()) return "it is not valid";
+    const auto rest = kept ? kept->classificationList(community->classification()) : nullptr;
+    if (rest == nullptr || rest->comms().size() == 0) return "another one is better";
+    return "the better one is " + rest->comms()[0]->toStrepForUI(false, true, false);
+  }
+
   void decode(Octets value, boost::json::object& out) const {
-    const ExtComm::PtrConst community = ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
+    const ExtComm::PtrConst community = dedup(value);
     decodeType(*community, out);
     out["valid"] = community->isValid();
     out["debug"] = community->toStrep();
@@ -156,21 +200,22 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     out["uiWeighted"] = community->toStrepForUI(false, true, false);
   }
 
-  void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const {
-    out["text"] = stringify(list.get());
-    out["attrs"] = setFlags(list->commVectorAttrs());
-    out["transitiveCount"] = list->transitiveCount();
-    out["classifications"] = classified<ExtendedTraits>(*list);
-    out["serialize"] = serialized(*list, notes);
-    const List pruned = list->prune(agent_.extCommLists());
-    out["prune"] = nullptr;
-    if (pruned) out["prune"] = hexValues<ExtendedTraits>(pruned->comms());
+  void describe(const List& list, JsonText& out, std::vector<std::string>& notes) const {
+    out.name("text").text(listText(list));
+    setFlags(list->commVectorAttrs(), out);
+    out.name("transitiveCount").number(list->transitiveCount());
+    classified<ExtendedTraits>(*list, out);
+    serialized(*list, out, notes);
+    const List kept = pruned(list);
+    out.name("prune");
+    kept ? hexValues<ExtendedTraits>(out, kept->comms()) : void(out.word("null"));
   }
 
-  std::size_t distinctLists() const { return agent_.extCommLists()->size(); }
-  std::size_t distinctCommunities() const { return agent_.extComms()->size(); }
-
  private:
+  ExtComm::PtrConst dedup(Octets value) const {
+    return ExtComm::dedupContent(agent_.extComms(), ExtCommContent(bigEndian(value)));
+  }
+
   const Agent& agent_;
 };
 
@@ -180,7 +225,6 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   using List = ExtCommIp6List::PtrConst;
   static constexpr std::size_t octets = 20;
   static constexpr auto published = &PathLists::extendedIp6;
-  static constexpr auto stashed = &StashedPath::extendedIp6;
 
   explicit ExtendedIp6Traits(const Agent& agent) : agent_(agent) {}
 
@@ -196,7 +240,14 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   static Community find(const List& list, Octets value) { return list->comm(content(value)).get(); }
   // Of a community, however it is held.
   static std::string wire(const auto& community) { return wireOf(community->getContent()); }
-  static std::string text(Community community) { return community->toStrepForPolicy(uiFormatIp6()); }
+  std::string text(Octets value) const { return dedup(value)->toStrepForPolicy(uiFormatIp6()); }
+  static std::string listText(const List& list) { return list->commsStringForm(); }
+
+  std::vector<std::string> spellings(Octets value) const { return {text(value)}; }
+  Explanation explain(Octets value) const { return VelBgpTool::explain(*dedup(value)); }
+  static boost::json::object sent(Community community) {
+    return {{"all", true}, {"transitive", community->getContent().transitive()}};
+  }
 
   void decode(Octets value, boost::json::object& out) const {
     const ExtCommIp6::PtrConst community = dedup(value);
@@ -204,20 +255,16 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     out["debug"] = community->toStrep();
     out["policy"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(false)));
     out["policyClassification"] = community->toStrepForPolicy(ExtCommIp6::StrepFormat(policyFormat(true)));
-    out["ui"] = text(community.get());
+    out["ui"] = text(value);
   }
 
-  static void describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
-    out["text"] = list->commsStringForm();
-    out["transitiveCount"] = list->totalTransitiveCommunities();
-    out["classifications"] = classified<ExtendedIp6Traits>(*list);
-    boost::json::object& attributes = out["serialize"].emplace_object();
-    attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
-    attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
+  static void describe(const List& list, JsonText& out, std::vector<std::string>&) {
+    out.name("text").text(listText(list));
+    out.name("transitiveCount").number(list->totalTransitiveCommunities());
+    classified<ExtendedIp6Traits>(*list, out);
+    out.name("serialize").open('{').name("all").hex(octetsOf(list->serialize(true)), "");
+    out.name("transitive").hex(octetsOf(list->serialize(false)), "").close('}');
   }
-
-  std::size_t distinctLists() const { return agent_.extCommIp6Lists()->size(); }
-  std::size_t distinctCommunities() const { return agent_.extCommIp6s()->size(); }
 
  private:
   static ExtCommIp6Content content(Octets value) {

@@ -6,18 +6,22 @@
 #pragma once
 
 #include <array>
+#include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "Store/Record.h"
 #include "VelBgp/ValueText.h"
+#include "tools/velbgp/Sentence.h"
 #include "tools/velbgp/Text.h"
 
 namespace Routing::RouteMap {
@@ -25,23 +29,32 @@ class PosixRegex;
 }
 namespace Routing::Bgp {
 struct PathLists;
-struct StashedPath;
 }  // namespace Routing::Bgp
-namespace Routing::Store {
-class StoreManager;
-}
 
 namespace VelBgpTool {
 
 struct Agent;
+class JsonText;
 
-// How often something was met, and what is printed for it.
-struct Use {
-  std::uint64_t count;
-  std::string text;
+// What some paths, all or those of a file or of a peer, carried of one kind.
+struct Tally {
+  std::uint64_t paths = 0;                                        // that had a well-formed attribute of the kind
+  std::uint64_t communities = 0;                                  // in these attributes, repeats included
+  boost::unordered_flat_map<std::uint32_t, std::uint64_t> lists;  // by number, the paths that carried it
+  std::map<unsigned, std::uint64_t> repeats;  // communities that stood in the same attribute before, by classification
 };
 
-// What an agent does with one kind. Lists are interned and held till the object goes, and are named by their number: 0
+// What a tally comes to.
+struct Statistics {
+  std::size_t distinctLists = 0;
+  std::size_t distinctCommunities = 0;
+  std::map<unsigned, std::uint64_t> classifications;  // received communities; none of kinds without classification
+  // The most used, by the paths that carried them, most first, equal ones by value.
+  std::vector<std::pair<std::uint32_t, std::uint64_t>> topLists;      // by number
+  std::vector<std::pair<std::string, std::uint64_t>> topCommunities;  // by wire octets
+};
+
+// What an agent does with one kind, and what is counted of it. Lists are interned and held till the object goes, and are named by their number: 0
 // for the first distinct one met, 1 for the next.
 class Kind {
  public:
@@ -50,34 +63,46 @@ class Kind {
   // Adds what `decode` prints of one value, in order.
   virtual void decode(Octets value, boost::json::object& out) = 0;
 
-  // Interns lists, each as that of one more path, and numbers them. The values of each are whole ones back to back, in
-  // any order and with repeats, and not none.
-  virtual void pathsAre(std::span<const Octets> values, std::span<std::uint32_t> numbers) = 0;
-  std::uint32_t pathIs(Octets values) {
+  // Interns lists and numbers them. The values of each are whole ones back to back, in any order and with repeats, and
+  // not none.
+  virtual void intern(std::span<const Octets> values, std::span<std::uint32_t> numbers) = 0;
+  std::uint32_t intern(Octets values) {
     std::uint32_t number = 0;
-    pathsAre({&values, 1}, {&number, 1});
+    intern({&values, 1}, {&number, 1});
     return number;
   }
-  // What `list` prints of a list, in order. Notes get what a reader of it should know.
-  virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
+  // Counts one more path with the list that these values became.
+  virtual void count(std::uint32_t number, Octets values, Tally& tally) const = 0;
+  virtual Statistics statistics(const Tally& tally, std::size_t top) const = 0;
+
+  // Of a list: its values in order, as on the wire, and the text that `list` gives.
+  virtual void forEachValue(std::uint32_t number, const std::function<void(Octets value)>& visit) const = 0;
+  virtual std::string listText(std::uint32_t number) const = 0;
+  // One value as people read it, and what is known of it that its text does not tell; mostly nothing.
+  virtual std::string text(Octets value) const = 0;
+  virtual std::string meaning(Octets value) const = 0;
+  // The ways of writing a value in which all of its numbers stand, for patterns to be compared with.
+  virtual std::vector<std::string> spellings(Octets value) const = 0;
+  // The text of a value that expressions see in a list, or nothing.
+  virtual std::string matchText(Octets value) const = 0;
+  virtual Explanation explain(Octets value) const = 0;
+  // Numbers a path's list that was interned in the agent's tables elsewhere; nothing where it has none of this kind.
+  virtual std::optional<std::uint32_t> listOf(const Routing::Bgp::PathLists& path) = 0;
+  virtual std::size_t totalCommunities(std::uint32_t number) const = 0;
+  // Writes the members that `list` prints of a list, in order. Notes get what a reader of it should know.
+  virtual void list(std::uint32_t number, JsonText& out, std::vector<std::string>& notes) const = 0;
   // Nothing for kinds without a text to match. The answer is remembered for a list: ask with one expression only.
   virtual std::optional<bool> matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
 
+  // Whether any list so far matches.
+  virtual bool anyMatches(const Routing::RouteMap::PosixRegex& regex) const = 0;
+  // Adds an object for each value of a list: under which filters it is sent, whether it is pruned and why, and which part
+  // of the list's text the expression, if there is one, finds.
+  virtual void explainList(std::uint32_t number, const Routing::RouteMap::PosixRegex* regex,
+                           boost::json::array& out) const = 0;
+
   // Puts a list into a path's lists.
   virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;
-  // What a path in a store refers to for its list of this kind, and the values of that, as on the wire; none if there is
-  // none. Throws the store's exceptions.
-  virtual Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const = 0;
-  virtual std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const = 0;
-
-  // What interning keeps now.
-  virtual std::size_t distinctLists() const = 0;
-  virtual std::size_t distinctCommunities() const = 0;
-  // The most used, most first, for people; of as many uses, the one met first comes first.
-  virtual std::vector<Use> topLists(std::size_t count) const = 0;
-  virtual std::vector<Use> topCommunities(std::size_t count) const = 0;
-  // Adds the received communities by classification to the counts. Kinds without classification add nothing.
-  virtual void classify(std::map<unsigned, std::uint64_t>& counts) const = 0;
 };
 
 using MakeKind = std::unique_ptr<Kind>(Agent& agent);

@@ -32,7 +32,7 @@ bool LineReader::nextPhysical() {
     const std::string_view rest = textOf(window_.peek(searched + 1));
     const std::size_t end = rest.find('\n', searched);
     if (std::min(end, rest.size()) > longestLine) {
-      console_.error({"stdin", ++number_},
+      console_.error({source_, ++number_},
                      "a line of more than " + std::to_string(longestLine) + " octets, expected at most so many");
       dropLine();
       searched = 0;
@@ -65,7 +65,7 @@ std::size_t LineReader::read(std::uint8_t* to, std::size_t size) {
   console_.flush();
   const std::size_t got = file_.read(to, size);
   if (file_.error() != 0) {
-    console_.error({"stdin", number_ + 1}, std::string("cannot read: ") + std::strerror(file_.error()));
+    console_.error({source_, number_ + 1}, std::string("cannot read: ") + std::strerror(file_.error()));
   }
   progress_.doneIs(file_.taken());
   return got;

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "tools/velbgp/Input.h"
 #include "tools/velbgp/Progress.h"
@@ -17,15 +19,15 @@ class Console;
 // Without outer spaces, tabs and carriage returns.
 std::string_view trimmed(std::string_view text);
 
-// Reads standard input line by line. Before it waits for more, it flushes the console: whoever feeds us line by line
+// Reads standard input, or another file, line by line. Before it waits for more, it flushes the console: whoever feeds us line by line
 // sees each answer before being asked for the next.
 class LineReader final : private Source {
  public:
   // Far more than what the longest lists of all attributes take, in any of their texts.
   static constexpr std::size_t longestLine = 16 << 20;
 
-  LineReader(int fd, Console& console)
-      : file_(fd), console_(console), progress_(console, "stdin", sizeOfFile(fd), true) {}
+  LineReader(int fd, Console& console, std::string source = "stdin")
+      : file_(fd), console_(console), source_(std::move(source)), progress_(console, source_, sizeOfFile(fd), true) {}
 
   // Steps to the next line that is neither blank nor a comment; false at the end. A read error is reported and is an
   // end.
@@ -44,6 +46,7 @@ class LineReader final : private Source {
   FileInput file_;
   Window window_{*this, 64 * 1024};
   Console& console_;
+  const std::string source_;
   Progress progress_;
   std::string_view line_;
   std::uint64_t number_ = 0;

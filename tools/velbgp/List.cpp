@@ -30,11 +30,7 @@ void listArguments(const std::vector<std::string>& arguments, Lister& lister, Co
   lister.pathEnds({"argument", 1});
 }
 
-}  // namespace
-
-void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
-  Lister lister(options.json, options.mvpn, match, console);
-  if (!options.inputs.empty()) return listArguments(options.inputs, lister, console);
+void listLines(Lister& lister, Console& console) {
   for (LineReader reader(STDIN_FILENO, console); reader.next();) {
     const Place place{"stdin", reader.number()};
     for (ValueTexts texts(reader.line()); const auto typed = texts.next();) {
@@ -42,6 +38,16 @@ void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* ma
     }
     lister.pathEnds(place);
   }
+}
+
+}  // namespace
+
+void listCommand(const Options& options, const Routing::RouteMap::PosixRegex* match, Console& console) {
+  Lister lister(options.json, options.mvpn, match, console);
+  lister.explainIs(options.explain);
+  if (options.names) lister.names().read(*options.names, console);
+  options.inputs.empty() ? listLines(lister, console) : listArguments(options.inputs, lister, console);
+  lister.noteMatches();
 }
 
 }  // namespace VelBgpTool

@@ -1,10 +1,4 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <optional>
 #include <thread>
 
@@ -12,8 +6,11 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Commands.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/MatchHint.h"
+#include "tools/velbgp/MrtFile.h"
 #include "tools/velbgp/MrtReader.h"
 #include "tools/velbgp/MrtReport.h"
+#include "tools/velbgp/Names.h"
 #include "tools/velbgp/PathBatch.h"
 #include "tools/velbgp/Publication.h"
 
@@ -21,37 +18,18 @@ namespace VelBgpTool {
 
 namespace {
 
-struct File {
-  // "-" is standard input.
-  explicit File(const std::string& name)
-      : standard(name == "-"),
-        source(standard ? "stdin" : name),
-        fd(standard ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (fd < 0) problem = std::strerror(errno);
-    struct stat status {};
-    if (fd >= 0 && ::fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) problem = std::strerror(EISDIR);
-  }
-  ~File() {
-    if (fd >= 0 && !standard) ::close(fd);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-
-  const bool standard;
-  const std::string source;
-  const int fd;
-  std::string problem;  // why it cannot be read, or empty
-};
-
 // Takes in the paths of all files: counts their communities and has them interned.
 class Census final : public MrtSink {
  public:
-  Census(Interning& interning, Kinds& kinds, Publication* publication, Console& console)
-      : interning_(interning), kinds_(kinds), publication_(publication), console_(console) {}
+  Census(By by, Interning& interning, Kinds& kinds, Publication* publication, Console& console)
+      : by_(by), interning_(interning), kinds_(kinds), publication_(publication), console_(console) {
+    if (by == By::all) groups_.emplace_back();
+  }
 
-  void fileIs(const File& file);
-  // Of all, to the end.
-  const MrtTotals& totals();
+  void fileIs(const MrtFile& file);
+  // All, to the end.
+  const std::vector<MrtGroup>& groups();
+  bool anyMatches() const;
 
   void recordIs(const MrtRecord& record, std::uint64_t offset) override;
   void faultIs(std::uint64_t offset, const std::string& fault) override {
@@ -59,79 +37,97 @@ class Census final : public MrtSink {
   }
 
  private:
-  void attributeIs(const CommunityAttribute& attribute);
   void attributeFault(const CommunityAttribute& attribute, std::uint64_t offset);
+  void peerIs(const MrtRecord& record, MrtEntries& entries);
   void pathEnds();
   void publish();
 
+  const By by_;
   Interning& interning_;
   Kinds& kinds_;
   Publication* publication_;
   Console& console_;
-  MrtTotals totals_;
-  std::string source_;  // the file that is being read
+  std::vector<MrtGroup> groups_;
+  std::size_t group_ = 0;  // of the paths that are being read
+  boost::unordered_flat_map<std::pair<std::string, std::uint32_t>, std::size_t> peers_;  // groups by address and AS
+  MrtCounts counts_;    // of the file that is being read
+  std::string source_;  // its name
   PathBatch batch_;
 };
 
-void Census::fileIs(const File& file) {
-  if (!file.problem.empty()) {
-    console_.error({file.source, 0, true}, "cannot be read: " + file.problem + ", expected an MRT file");
-    return;
+void Census::fileIs(const MrtFile& file) {
+  if (!file.opens(console_)) return;
+  if (by_ == By::file) {
+    group_ = groups_.size();
+    groups_.push_back({.file = file.source});
   }
-  ++totals_.files;
   if (publication_ != nullptr) publication_->begin();
   source_ = file.source;
-  Unpacker input(file.fd);
-  Progress progress(console_, source_, sizeOfFile(file.fd), false);
-  MrtReader(input, *this, totals_.counts, progress).read();
+  counts_ = {};
+  file.read(*this, counts_, console_, false);
+  if (by_ != By::peer) groups_[group_].add(counts_);
 }
 
 void Census::recordIs(const MrtRecord& record, std::uint64_t offset) {
-  std::uint32_t path = 0;
-  for (const CommunityAttribute& attribute : record.attributes()) {
-    if (attribute.path != path) pathEnds();
-    path = attribute.path;
-    attribute.wellFormed ? attributeIs(attribute) : attributeFault(attribute, offset);
+  MrtEntries entries = record.entries();
+  auto attribute = record.attributes().begin();
+  const auto end = record.attributes().end();
+  for (std::uint32_t path = 0; path < record.paths(); ++path) {
+    if (by_ == By::peer) peerIs(record, entries);
+    if (attribute == end || attribute->path != path) continue;
+    for (; attribute != end && attribute->path == path; ++attribute) {
+      attribute->wellFormed ? batch_.attributeIs(attribute->kind, attribute->value)
+                            : attributeFault(*attribute, offset);
+    }
+    pathEnds();
   }
-  pathEnds();
+}
+
+// The peer of the record's next path is the one to count for.
+void Census::peerIs(const MrtRecord& record, MrtEntries& entries) {
+  MrtPeer peer = record.message().peer;
+  if (record.form() == MrtRecord::Form::rib) {
+    MrtEntry entry;
+    entries.next(entry);
+    peer = entry.peer;
+  }
+  const auto [place, isNew] = peers_.try_emplace({std::string(textOf(peer.address)), peer.as}, groups_.size());
+  if (isNew) groups_.push_back({.peer = MrtGroup::Peer{place->first.first, peer.as}});
+  group_ = place->second;
+  ++groups_[group_].counts.paths;
 }
 
 void Census::pathEnds() {
-  batch_.pathEnds();
+  batch_.pathEnds(static_cast<std::uint32_t>(group_));
   if (publication_ != nullptr) return publish();
   if (batch_.full()) interning_.batchIs(batch_);
 }
 
 // Path by path: what a store gets, and when, follows the order in which lists come.
 void Census::publish() {
-  for (std::size_t kind = 0; kind < kindCount; ++kind) batch_.intern(kind, kinds_, interning_.match());
+  interning_.internHere(batch_);
   Publication::Numbers lists;
   lists.fill(Publication::none);
   batch_.forEachList([&lists](std::size_t kind, std::uint32_t number) { lists[kind] = number; });
   publication_->pathIs(lists, kinds_);
-  totals_.matches += batch_.matches();
   batch_.clear();
 }
 
-const MrtTotals& Census::totals() {
+const std::vector<MrtGroup>& Census::groups() {
   interning_.batchIs(batch_);
   interning_.finish();
-  totals_.matches += interning_.matches();
-  return totals_;
+  return groups_;
 }
 
-void Census::attributeIs(const CommunityAttribute& attribute) {
-  ++totals_.received[attribute.kind].paths;
-  totals_.received[attribute.kind].communities += attribute.value.size() / kindRows[attribute.kind].octets;
-  batch_.attributeIs(attribute.kind, attribute.value);
+bool Census::anyMatches() const {
+  bool any = false;
+  for (std::uint32_t group = 0; group < groups_.size(); ++group) any = any || interning_.matches(group) != 0;
+  return any;
 }
 
 void Census::attributeFault(const CommunityAttribute& attribute, std::uint64_t offset) {
-  const KindRow& row = kindRows[attribute.kind];
-  ++totals_.counts.malformed;
-  faultIs(offset, std::string("the ") + row.attributeName + " attribute of path " + std::to_string(attribute.path + 1) +
-                      " of the record has " + std::to_string(attribute.value.size()) +
-                      " octets, expected a multiple of " + std::to_string(row.octets) + ", and not none");
+  ++counts_.malformed;
+  faultIs(offset, faultOf(attribute));
 }
 
 // A second one only where there are two processors.
@@ -144,16 +140,18 @@ void mrtCommand(const Options& options, const Routing::RouteMap::PosixRegex* mat
   Tyr::agentMultiThreadedIs(threads > 1);
   Agent agent(options.mvpn);
   Kinds kinds(agent);
+  Names names(kinds);
+  if (options.names) names.read(*options.names, console);
   std::optional<Publication> publication;
   if (options.publish) publication.emplace(*options.publish, agent, console);
   // One thread reads and unpacks: this one.
   Interning interning(static_cast<unsigned>(std::min<std::uint64_t>(threads - 1, kindCount)), kinds, match);
-  Census census(interning, kinds, publication ? &*publication : nullptr, console);
-  for (const std::string& name : options.inputs) census.fileIs(File(name));
-  const MrtTotals& totals = census.totals();
+  Census census(options.by, interning, kinds, publication ? &*publication : nullptr, console);
+  for (const std::string& name : options.inputs) census.fileIs(MrtFile(name));
+  const std::vector<MrtGroup>& groups = census.groups();
   if (publication) publication->finish();
-  if (options.json) return printMrtJson(totals, kinds, console);
-  printMrtForPeople(totals, kinds, agent, options.top, console);
+  MrtReport(options, groups, interning, kinds, names, agent, console).print();
+  if (options.match && !census.anyMatches()) noteOtherSpelling(*options.match, kinds, console);
 }
 
 }  // namespace VelBgpTool

@@ -6,7 +6,7 @@
 namespace VelBgpTool {
 
 void MrtReader::read() {
-  while (readRecord()) {
+  while (sink_.wantsMore() && readRecord()) {
   }
 }
 
@@ -42,9 +42,12 @@ bool MrtReader::readBody(const MrtHeader& header) {
 }
 
 void MrtReader::bodyIs(const MrtHeader& header, Octets body) {
-  if (!record_.bodyIs(header, body)) return recordFault(header, record_.fault());
+  if (!record_.bodyIs(header, body)) {
+    sink_.malformedIs(header, body);
+    return recordFault(header, record_.fault());
+  }
   counts_.paths += record_.paths();
-  if (record_.paths() != 0) sink_.recordIs(record_, offset_);
+  sink_.recordIs(record_, offset_);
 }
 
 // Drops a body: for a fault, or to skip the record.
@@ -73,8 +76,8 @@ bool MrtReader::endedInside(const std::string& where) {
 
 void MrtReader::recordFault(const MrtHeader& header, const std::string& fault) {
   ++counts_.malformed;
-  sink_.faultIs(offset_, "record of type " + std::to_string(header.type) + ", subtype " +
-                             std::to_string(header.subtype) + ": " + fault);
+  if (header.isPeerTable()) record_.peersDel();
+  sink_.faultIs(offset_, header.text() + fault);
 }
 
 }  // namespace VelBgpTool

@@ -25,8 +25,12 @@ struct MrtCounts {
 class MrtSink {
  public:
   virtual ~MrtSink() = default;
-  // A record with paths. Valid during the call only.
+  // A record that is well formed and not skipped, with paths or without. Valid during the call only.
   virtual void recordIs(const MrtRecord& record, std::uint64_t offset) = 0;
+  // The body of a record that is malformed, before the fault is told.
+  virtual void malformedIs(const MrtHeader&, Octets) {}
+  // Whether to read on.
+  virtual bool wantsMore() const { return true; }
   // A malformed record, or the break of a compressed stream, or a failed read.
   virtual void faultIs(std::uint64_t offset, const std::string& fault) = 0;
 };

@@ -5,108 +5,261 @@
 
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/JsonText.h"
+#include "tools/velbgp/Names.h"
+#include "tools/velbgp/PathBatch.h"
+#include "tools/velbgp/RouteText.h"
 
 namespace VelBgpTool {
 
 namespace {
 
-constexpr unsigned barWidth = 30;
+constexpr unsigned barWidth = 20;
+constexpr std::uint64_t defaultTop = 10;
 
-// Received communities by classification, ascending.
-boost::json::object classifications(Kinds& kinds) {
-  std::map<unsigned, std::uint64_t> counts;
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    kinds.at(kind).classify(counts);
-  }
-  boost::json::object out;
-  for (const auto& [classification, count] : counts) {
-    out[stringValue(Routing::Bgp::ExtCommClassification(classification))] = count;
-  }
-  return out;
-}
-
-void printKinds(const MrtTotals& totals, Kinds& kinds, Console& console) {
-  Columns columns;
-  columns.rowIs({"KIND", "PATHS", "COMMUNITIES", "DISTINCT LISTS", "DISTINCT COMMUNITIES", "OCTETS SAVED"});
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    const Received& received = totals.received[kind];
-    const std::uint64_t distinct = kinds.at(kind).distinctCommunities();
-    columns.rowIs({kindRows[kind].name, std::to_string(received.paths), std::to_string(received.communities),
-                   std::to_string(kinds.at(kind).distinctLists()), std::to_string(distinct),
-                   std::to_string((received.communities - distinct) * kindRows[kind].octets)});
-  }
-  columns.print(console);
-  console.line("Octets saved: the values received, less one copy of each distinct value.");
-}
-
-void printClassifications(Kinds& kinds, Console& console) {
-  Columns columns;
-  columns.rowIs({"CLASSIFICATION", "COMMUNITIES"});
-  for (const auto& member : classifications(kinds)) {
-    columns.rowIs({std::string(member.key()), boost::json::serialize(member.value())});
-  }
-  if (columns.empty()) return;
-  console.line("");
-  columns.print(console);
-}
-
-void printTop(const std::string& title, const std::vector<Use>& uses, Console& console) {
-  if (uses.empty()) return;
-  console.line("");
-  console.line(heading(console, title));
-  const std::size_t digits = std::to_string(uses.front().count).size();
-  for (const Use& use : uses) {
-    const std::string count = std::to_string(use.count);
-    std::string line = std::string(digits - count.size(), ' ') + count + "  " +
-                       bar(use.count, uses.front().count, barWidth) + "  " + use.text;
-    // Cut only where a terminal would break the line; a file gets all of it.
-    const std::size_t width = console.columns();
-    if (width > 3 && line.size() > width) line.replace(width - 3, std::string::npos, "...");
-    console.line(line);
-  }
+std::string classificationName(unsigned classification) {
+  return stringValue(Routing::Bgp::ExtCommClassification(classification));
 }
 
 std::string plural(std::uint64_t count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
+  return grouped(count) + " " + (count == 1 ? one : many);
+}
+
+// Of a text, a number or nothing.
+std::string plainText(const boost::json::value& value) {
+  if (value.is_string()) return std::string(value.get_string());
+  return value.is_null() ? "" : boost::json::serialize(value);
 }
 
 }  // namespace
 
-void printMrtJson(const MrtTotals& totals, Kinds& kinds, Console& console) {
-  boost::json::object out;
-  out["files"] = totals.files;
-  out["records"] = totals.counts.records;
-  out["paths"] = totals.counts.paths;
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    boost::json::object& counts = out[kindRows[kind].name].emplace_object();
-    counts["paths"] = totals.received[kind].paths;
-    counts["communities"] = totals.received[kind].communities;
-    counts["distinctLists"] = kinds.at(kind).distinctLists();
-    counts["distinctCommunities"] = kinds.at(kind).distinctCommunities();
+MrtReport::MrtReport(const Options& options, const std::vector<MrtGroup>& groups, const Interning& interning,
+                     Kinds& kinds, const Names& names, const Agent& agent, Console& console)
+    : options_(options),
+      groups_(groups),
+      interning_(interning),
+      kinds_(kinds),
+      names_(names),
+      agent_(agent),
+      console_(console) {}
+
+void MrtReport::print() {
+  constexpr const char* keyColumns[] = {"", "file,", "peer,peerAs,"};
+  if (options_.csv) {
+    console_.line(std::string(keyColumns[static_cast<int>(options_.by)]) + "kind,value,text,paths,meaning");
   }
-  out["classifications"] = classifications(kinds);
-  out["matches"] = totals.matches;
-  out["malformed"] = totals.counts.malformed;
-  out["skipped"] = totals.counts.skipped;
-  console.line(boost::json::serialize(out));
+  for (std::uint32_t number = 0; number < groups_.size(); ++number) {
+    const Group found = group(number);
+    if (options_.json) {
+      printJson(found);
+    } else if (options_.csv) {
+      printCsv(found);
+    } else if (found.counts.files != 0 || found.counts.peer) {  // else the errors say it
+      if (number != 0) console_.line("");
+      printForPeople(found);
+    }
+  }
 }
 
-void printMrtForPeople(const MrtTotals& totals, Kinds& kinds, const Agent& agent, std::uint64_t top, Console& console) {
-  console.line(plural(totals.files, "file", "files") + ", " + plural(totals.counts.records, "record", "records") +
-               ", " + plural(totals.counts.paths, "path", "paths") + ", " + plural(totals.matches, "match", "matches") +
-               ", " + std::to_string(totals.counts.malformed) + " malformed, " + std::to_string(totals.counts.skipped) +
-               " skipped");
-  console.line("");
-  printKinds(totals, kinds, console);
-  printClassifications(kinds, console);
-  console.line("");
-  console.line("Route targets in use: " + std::to_string(agent.extComms()->producerRtList()->rtCount()));
+MrtReport::Group MrtReport::group(std::uint32_t number) const {
+  const std::uint64_t shown = options_.json ? 0 : options_.csv ? UINT64_MAX : defaultTop;
+  Group found{groups_[number], interning_.matches(number), {}, {}, {}};
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    const std::string name = kindRows[kind].name;
-    const auto most = static_cast<std::size_t>(top);
-    printTop("Most used lists of the kind " + name + ", by paths", kinds.at(kind).topLists(most), console);
-    printTop("Most used communities of the kind " + name, kinds.at(kind).topCommunities(most), console);
+    found.tallies[kind] = &interning_.tally(kind, number);
+    found.kinds[kind] = kinds_.at(kind).statistics(*found.tallies[kind], options_.top.value_or(shown));
+    for (const auto& [classification, count] : found.kinds[kind].classifications) {
+      found.classifications[classification] += count;
+    }
   }
+  return found;
+}
+
+boost::json::object MrtReport::keys(const MrtGroup& group) const {
+  boost::json::object out;
+  if (group.file) out["file"] = utf8(*group.file);
+  if (group.peer) {
+    const bool named = !group.peer->address.empty();
+    std::string address;
+    if (named) appendAddress(address, octetsOf(group.peer->address));
+    out["peer"] = named ? boost::json::value(address) : nullptr;
+    out["peerAs"] = named ? boost::json::value(group.peer->as) : nullptr;
+  }
+  return out;
+}
+
+void MrtReport::printJson(const Group& group) {
+  const auto number = [this](const char* key, std::uint64_t value) {
+    console_.print(std::string("\"") + key + "\":" + std::to_string(value) + ",");
+  };
+  const boost::json::object key = keys(group.counts);
+  console_.print("{");
+  for (const auto& [name, value] : key) console_.print(jsonText(name) + ":" + boost::json::serialize(value) + ",");
+  if (!group.counts.peer) {
+    number("files", group.counts.files);
+    number("records", group.counts.counts.records);
+  }
+  number("paths", group.counts.counts.paths);
+  for (std::size_t kind = 0; kind < kindCount; ++kind) printKindJson(group, kind);
+  boost::json::object classifications;
+  for (const auto& [classification, count] : group.classifications) {
+    classifications[classificationName(classification)] = count;
+  }
+  console_.print("\"classifications\":" + boost::json::serialize(classifications) + ",");
+  if (group.counts.peer) return console_.line("\"matches\":" + std::to_string(group.matches) + "}");
+  number("matches", group.matches);
+  number("malformed", group.counts.counts.malformed);
+  console_.line("\"skipped\":" + std::to_string(group.counts.counts.skipped) + "}");
+}
+
+void MrtReport::printKindJson(const Group& group, std::size_t kind) {
+  const Statistics& found = group.kinds[kind];
+  boost::json::object counts;
+  counts["paths"] = group.tallies[kind]->paths;
+  counts["communities"] = group.tallies[kind]->communities;
+  counts["distinctLists"] = found.distinctLists;
+  counts["distinctCommunities"] = found.distinctCommunities;
+  std::string text = boost::json::serialize(counts);
+  text.pop_back();
+  console_.print(std::string("\"") + kindRows[kind].name + "\":" + text);
+  if (options_.top) printTopJson(found, kind);
+  console_.print("},");
+}
+
+// Piece by piece: all of them are many.
+void MrtReport::printTopJson(const Statistics& found, std::size_t index) {
+  const Kind& kind = kinds_.at(index);
+  std::string_view comma;
+  const auto entry = [&](std::uint64_t paths, const auto& write) {
+    Tyr::DynamicBuffer<1024> text;
+    JsonText out(text);
+    write(out.open('{').name("paths").number(paths));
+    out.close('}');
+    console_.print(comma);
+    console_.print(text.view());
+    comma = ",";
+  };
+  console_.print(",\"topLists\":[");
+  for (const auto& [number, paths] : found.topLists) {
+    entry(paths, [&, number = number](JsonText& out) {
+      out.name("values").open('[');
+      kind.forEachValue(number, [&out](Octets value) { out.hex(value); });
+      out.close(']').name("text").text(kind.listText(number));
+    });
+  }
+  comma = "";
+  console_.print("],\"topCommunities\":[");
+  for (const auto& [octets, paths] : found.topCommunities) {
+    entry(paths, [&, value = octetsOf(octets)](JsonText& out) {
+      out.name("value").hex(value).name("text").text(kind.text(value));
+      if (const std::string meaning = names_.meaning(index, value); !meaning.empty()) out.name("meaning").text(meaning);
+    });
+  }
+  console_.print("]");
+}
+
+void MrtReport::printCsv(const Group& group) {
+  std::string keysText;
+  for (const auto& [name, value] : keys(group.counts)) {
+    appendCsv(keysText, plainText(value));
+    keysText += ',';
+  }
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    for (const auto& [octets, paths] : group.kinds[kind].topCommunities) {
+      const Octets value = octetsOf(octets);
+      std::string line = keysText + kindRows[kind].name + "," + hexValue(value) + ",";
+      appendCsv(line, kinds_.at(kind).text(value));
+      line += "," + std::to_string(paths) + ",";
+      appendCsv(line, names_.meaning(kind, value));
+      console_.line(line);
+    }
+  }
+}
+
+void MrtReport::printForPeople(const Group& group) {
+  std::string title;
+  for (const auto& [name, value] : keys(group.counts)) {
+    title += (title.empty() ? "" : ", ") +
+             (name == "file"   ? ""
+              : name == "peer" ? "peer "
+                               : std::string("AS ")) +
+             (value.is_null() ? "unknown" : escaped(plainText(value)));
+  }
+  if (!title.empty()) console_.line(heading(console_, title));
+  printCounts(group);
+  printKinds(group);
+  printClassifications(group);
+  if (options_.by == By::all) {
+    console_.line("");
+    console_.line("Route targets in use: " + grouped(agent_.extComms()->producerRtList()->rtCount()));
+  }
+  for (std::size_t kind = 0; kind < kindCount; ++kind) printTop(group, kind);
+}
+
+void MrtReport::printCounts(const Group& group) {
+  const MrtCounts& counts = group.counts.counts;
+  if (group.counts.peer) {
+    return console_.line(plural(counts.paths, "path", "paths") +
+                         (options_.match ? ", " + plural(group.matches, "path matches", "paths match") : ""));
+  }
+  console_.line(plural(group.counts.files, "file", "files") + ", " + plural(counts.records, "record", "records") +
+                ", " + plural(counts.paths, "path", "paths"));
+  console_.line((options_.match ? plural(group.matches, "path matches", "paths match") + ", " : "") +
+                grouped(counts.malformed) + " malformed, " + grouped(counts.skipped) + " skipped");
+}
+
+void MrtReport::printKinds(const Group& group) {
+  Columns columns(2);
+  columns.rowIs({"", "", "", "DISTINCT", "DISTINCT", "OCTETS"});
+  columns.rowIs({"KIND", "PATHS", "COMMUNITIES", "LISTS", "COMMUNITIES", "SAVED"});
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    const Tally& received = *group.tallies[kind];
+    const Statistics& found = group.kinds[kind];
+    columns.rowIs({kindRows[kind].name, grouped(received.paths), grouped(received.communities),
+                   grouped(found.distinctLists), grouped(found.distinctCommunities),
+                   grouped((received.communities - found.distinctCommunities) * kindRows[kind].octets)});
+  }
+  console_.line("");
+  columns.print(console_);
+  if (options_.by == By::all) console_.line("Octets saved: the values received, less one copy of each distinct value.");
+}
+
+void MrtReport::printClassifications(const Group& group) {
+  std::uint64_t most = 0;
+  for (const auto& [classification, count] : group.classifications) most = std::max(most, count);
+  Columns columns;
+  columns.rowIs({"CLASSIFICATION", "COMMUNITIES"});
+  for (const auto& [classification, count] : group.classifications) {
+    columns.rowIs({classificationName(classification), grouped(count), bar(count, most, barWidth)});
+  }
+  if (columns.empty()) return;
+  console_.line("");
+  columns.print(console_);
+}
+
+void MrtReport::printTop(const Group& group, std::size_t kind) {
+  const Statistics& found = group.kinds[kind];
+  if (found.topLists.empty()) return;
+  console_.line("");
+  console_.line(heading(console_, std::string("Lists of the kind ") + kindRows[kind].name + " on most paths"));
+  for (const auto& [number, paths] : found.topLists) {
+    std::string text;
+    kinds_.at(kind).forEachValue(
+        number, [&](Octets value) { text += (text.empty() ? "" : ", ") + kinds_.at(kind).text(value); });
+    printUse(paths, found.topLists.front().second, text);
+  }
+  console_.line("");
+  console_.line(heading(console_, std::string("Communities of the kind ") + kindRows[kind].name + " on most paths"));
+  for (const auto& [octets, paths] : found.topCommunities) {
+    const Octets value = octetsOf(octets);
+    const std::string meaning = names_.meaning(kind, value);
+    printUse(paths, found.topCommunities.front().second,
+             kinds_.at(kind).text(value) + (meaning.empty() ? "" : "  " + meaning));
+  }
+}
+
+void MrtReport::printUse(std::uint64_t paths, std::uint64_t most, const std::string& text) {
+  console_.line(wrapped(rightAligned(grouped(paths), grouped(most).size()) + "  " + bar(paths, most, barWidth) + "  ",
+                        text, console_.columns()));
 }
 
 }  // namespace VelBgpTool

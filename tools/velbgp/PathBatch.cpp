@@ -7,12 +7,13 @@
 namespace VelBgpTool {
 
 void PathBatch::attributeIs(std::size_t kind, Octets value) {
-  attributes_[kind].places.push_back({paths_, static_cast<std::uint32_t>(value.size()), octets_.size()});
+  attributes_[kind].places.push_back(
+      {static_cast<std::uint32_t>(groups_.size()), static_cast<std::uint32_t>(value.size()), octets_.size()});
   octets_.insert(octets_.end(), value.begin(), value.end());
 }
 
 void PathBatch::clear() {
-  paths_ = 0;
+  groups_.clear();
   octets_.clear();
   for (Attributes& all : attributes_) {
     all.places.clear();
@@ -21,23 +22,33 @@ void PathBatch::clear() {
   }
 }
 
-void PathBatch::intern(std::size_t kind, Kinds& kinds, const Routing::RouteMap::PosixRegex* match) {
+void PathBatch::intern(std::size_t kind, Kinds& kinds, const Routing::RouteMap::PosixRegex* match, Tallies& tallies) {
   Attributes& all = attributes_[kind];
   if (all.places.empty()) return;
   all.values.clear();
   for (const Place& place : all.places) all.values.push_back(Octets(octets_).subspan(place.begin, place.size));
   all.numbers.resize(all.places.size());
-  kinds.at(kind).pathsAre(all.values, all.numbers);
+  kinds.at(kind).intern(all.values, all.numbers);
+  std::vector<Tally>& groups = tallies[kind];
+  for (std::size_t i = 0; i < all.numbers.size(); ++i) {
+    const std::uint32_t group = groups_[all.places[i].path];
+    if (group >= groups.size()) groups.resize(group + 1);
+    kinds.at(kind).count(all.numbers[i], all.values[i], groups[group]);
+  }
   for (std::size_t i = 0; match != nullptr && i < all.numbers.size(); ++i) {
     if (kinds.at(kind).matches(all.numbers[i], *match).value_or(false)) all.matching.push_back(all.places[i].path);
   }
 }
 
-std::uint64_t PathBatch::matches() const {
+void PathBatch::addMatches(std::vector<std::uint64_t>& byGroup) const {
   std::vector<std::uint32_t> paths;
   for (const Attributes& all : attributes_) paths.insert(paths.end(), all.matching.begin(), all.matching.end());
   std::sort(paths.begin(), paths.end());
-  return static_cast<std::uint64_t>(std::unique(paths.begin(), paths.end()) - paths.begin());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+  for (const std::uint32_t path : paths) {
+    byGroup.resize(std::max<std::size_t>(byGroup.size(), groups_[path] + 1));
+    ++byGroup[groups_[path]];
+  }
 }
 
 Interning::Interning(unsigned threads, Kinds& kinds, const Routing::RouteMap::PosixRegex* match)
@@ -76,6 +87,16 @@ void Interning::batchIs(PathBatch& batch) {
   }
 }
 
+void Interning::internHere(PathBatch& batch) {
+  for (std::size_t kind = 0; kind < kindCount; ++kind) batch.intern(kind, kinds_, match_, tallies_);
+  batch.addMatches(matches_);
+}
+
+const Tally& Interning::tally(std::size_t kind, std::uint32_t group) const {
+  static const Tally none;
+  return group < tallies_[kind].size() ? tallies_[kind][group] : none;
+}
+
 void Interning::finish() {
   std::unique_lock lock(mutex_);
   waitFor(lock, 0);
@@ -84,7 +105,7 @@ void Interning::finish() {
 void Interning::waitFor(std::unique_lock<std::mutex>& lock, std::uint64_t underWay) {
   changed_.wait(lock, [&] { return brought_ - done() <= underWay; });
   if (failure_) std::rethrow_exception(failure_);
-  for (; counted_ < done(); ++counted_) matches_ += batches_[counted_ % waiting].matches();
+  for (; counted_ < done(); ++counted_) batches_[counted_ % waiting].addMatches(matches_);
 }
 
 std::uint64_t Interning::done() const {
@@ -94,7 +115,8 @@ std::uint64_t Interning::done() const {
 // Kind k is the thread's k % threads.
 void Interning::internShare(unsigned worker, PathBatch& batch) {
   const std::size_t step = std::max<std::size_t>(threads_.size(), 1);
-  for (std::size_t kind = kindCount - 1 - worker; kind < kindCount; kind -= step) batch.intern(kind, kinds_, match_);
+  for (std::size_t kind = kindCount - 1 - worker; kind < kindCount; kind -= step)
+    batch.intern(kind, kinds_, match_, tallies_);
 }
 
 void Interning::work(unsigned worker) {

@@ -16,18 +16,22 @@
 
 namespace VelBgpTool {
 
+// By kind, and of each by group; those of a group that has nothing of the kind may be missing.
+using Tallies = std::array<std::vector<Tally>, kindCount>;
+
 class PathBatch {
  public:
   // An attribute of the path that is being added.
   void attributeIs(std::size_t kind, Octets value);
-  void pathEnds() { ++paths_; }
-  std::uint32_t paths() const { return paths_; }
+  // It belongs to this group of those that are counted apart.
+  void pathEnds(std::uint32_t group) { groups_.push_back(group); }
   // Enough to be interned at a time.
-  bool full() const { return paths_ >= 1024 || octets_.size() >= 256 * 1024; }
+  bool full() const { return groups_.size() >= 1024 || octets_.size() >= 256 * 1024; }
   void clear();
 
-  // Interns what there is of a kind, and notes what matches. Other kinds may be at work on the batch meanwhile.
-  void intern(std::size_t kind, Kinds& kinds, const Routing::RouteMap::PosixRegex* match);
+  // Interns what there is of a kind, counts it, and notes what matches. Other kinds may be at work on the batch
+  // meanwhile.
+  void intern(std::size_t kind, Kinds& kinds, const Routing::RouteMap::PosixRegex* match, Tallies& tallies);
 
   // After all kinds were interned: visit(kind, number) for each list.
   template <typename Visit>
@@ -36,8 +40,8 @@ class PathBatch {
       for (const std::uint32_t number : attributes_[kind].numbers) visit(kind, number);
     }
   }
-  // How many paths have a list that matches.
-  std::uint64_t matches() const;
+  // Adds the paths with a list that matches to their groups.
+  void addMatches(std::vector<std::uint64_t>& byGroup) const;
 
  private:
   struct Place {
@@ -53,7 +57,7 @@ class PathBatch {
     std::vector<std::uint32_t> matching;  // the paths
   };
 
-  std::uint32_t paths_ = 0;
+  std::vector<std::uint32_t> groups_;  // of the paths
   std::vector<std::uint8_t> octets_;
   std::array<Attributes, kindCount> attributes_;
 };
@@ -72,8 +76,12 @@ class Interning {
   void batchIs(PathBatch& batch);
   // Waits for all of them.
   void finish();
-  std::uint64_t matches() const { return matches_; }
-  const Routing::RouteMap::PosixRegex* match() const { return match_; }
+  // When all are interned.
+  const Tally& tally(std::size_t kind, std::uint32_t group) const;
+  std::uint64_t matches(std::uint32_t group) const { return group < matches_.size() ? matches_[group] : 0; }
+
+  // Interns a batch at once, on the thread that calls: for those that bring no others.
+  void internHere(PathBatch& batch);
 
  private:
   static constexpr std::uint64_t waiting = 4;  // batches, before whoever brings one has to wait
@@ -87,7 +95,8 @@ class Interning {
 
   Kinds& kinds_;
   const Routing::RouteMap::PosixRegex* const match_;
-  std::uint64_t matches_ = 0;
+  std::vector<std::uint64_t> matches_;  // by group
+  Tallies tallies_;                     // those of a kind belong to its thread
 
   std::mutex mutex_;  // of all below, but for the insides of batches under way
   std::condition_variable changed_;

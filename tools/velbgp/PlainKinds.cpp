@@ -31,16 +31,17 @@ class PlainTraits {
   static typename ListType::Values communities(const List& list) { return list->comms(); }
   static Community find(const List& list, Octets value) { return *list->comm(Own::value(value)); }
   static std::string wire(const Community& community) { return wireOf(community); }
-  static std::string text(const Community& community) { return ListType::getStringValue(community); }
+  static std::string text(Octets value) { return ListType::getStringValue(Own::value(value)); }
+  static std::string listText(const List& list) { return stringify(list.get()); }
+  static std::string matchText(Octets value) { return text(value); }
+  static Explanation explain(Octets value) { return VelBgpTool::explain(Own::value(value)); }
+  static boost::json::object sent(const Community&) { return {{"all", true}}; }
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
-  void describe(const List& list, boost::json::object& out, std::vector<std::string>&) const {
-    out["text"] = stringify(list.get());
-    out["serialize"] = hexDigits(octetsOf(list->serialize()));
+  void describe(const List& list, JsonText& out, std::vector<std::string>&) const {
+    out.name("text").text(listText(list)).name("serialize").hex(octetsOf(list->serialize()), "");
   }
-
-  std::size_t distinctLists() const { return Own::table(agent_)->size(); }
 
  private:
   const Agent& agent_;
@@ -50,27 +51,28 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 4;
   static constexpr auto published = &PathLists::standard;
-  static constexpr auto stashed = &StashedPath::standard;
 
   static const CommListDedupTable* table(const Agent& agent) { return agent.commLists(); }
   static std::uint32_t value(Octets octets) { return read32(octets); }
   static std::size_t hash(std::uint32_t community) { return Keel::singleAttributeHash(community, 0); }
 
   static void decode(Octets octets, boost::json::object& out) {
+    out["text"] = text(octets);
+    out["numeric"] = numeric(octets);
+  }
+  static std::vector<std::string> spellings(Octets octets) { return {numeric(octets)}; }
+  static std::string numeric(Octets octets) {
     Tyr::DynamicBuffer<> numbers;
     CommunityFormatter<false>::format(numbers, value(octets));
-    out["text"] = CommList::getStringValue(value(octets));
-    out["numeric"] = numbers.str();
-    const std::string_view meaning = commMeaning(value(octets));
-    if (!meaning.empty()) out["meaning"] = meaning;
+    return numbers.str();
   }
+  static std::string meaning(Octets octets) { return std::string(commMeaning(value(octets))); }
 };
 
 struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 12;
   static constexpr auto published = &PathLists::large;
-  static constexpr auto stashed = &StashedPath::large;
 
   static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeCommLists(); }
   static CommunityValue value(Octets octets) {
@@ -81,9 +83,11 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   }
 
   static void decode(Octets octets, boost::json::object& out) {
-    out["text"] = LargeCommList::getStringValue(value(octets));
-    out["asdot"] = LargeCommList::displayString(value(octets), true);
+    out["text"] = text(octets);
+    out["asdot"] = asdot(octets);
   }
+  static std::string asdot(Octets octets) { return LargeCommList::displayString(value(octets), true); }
+  static std::vector<std::string> spellings(Octets octets) { return {text(octets), asdot(octets)}; }
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
 // How far long work has come, drawn on standard error while that is a terminal: a bar where the whole is known, else
-// what was done.
+// what was done, and how fast, and the time that is left.
 #pragma once
 
 #include <chrono>
@@ -36,6 +36,7 @@ class Progress {
   bool shown_;
   std::string source_;
   std::uint64_t whole_;
+  Clock::time_point begun_;
   Clock::time_point nextDraw_;
 };
 

@@ -50,15 +50,58 @@ std::string scalarText(const boost::json::value& value) {
   return text.empty() ? "none" : text;
 }
 
+// Where a text is broken: before the last blank that fits, else where the width ends, yet not inside a character.
+std::size_t breakOf(std::string_view text, std::size_t width) {
+  if (text.size() <= width) return text.size();
+  const std::size_t blank = text.find_last_of(' ', width);
+  if (blank != std::string_view::npos && blank != 0) return blank;
+  while (width > 1 && (static_cast<unsigned char>(text[width]) & 0xc0) == 0x80) --width;
+  return width;
+}
+
+}  // namespace
+
 std::string pad(std::string_view text, std::size_t width) {
   return std::string(text).append(width - std::min(width, text.size()), ' ');
+}
+
+std::string grouped(std::uint64_t number) {
+  std::string text = std::to_string(number);
+  for (std::size_t end = text.size(); end > 3;) text.insert(end -= 3, 1, ',');
+  return text;
+}
+
+std::string utf8(std::string_view text) {
+  using Utf8 = boost::locale::utf::utf_traits<char>;
+  std::string out;
+  for (const char *at = text.data(), *end = at + text.size(); at != end;) {
+    const char* next = at;
+    const bool isText = boost::locale::utf::is_valid_codepoint(Utf8::decode(next, end));
+    if (!isText) next = at + 1;
+    isText ? out.append(at, next) : out.append("\xef\xbf\xbd");
+    at = next;
+  }
+  return out;
 }
 
 std::string rightAligned(std::string_view text, std::size_t width) {
   return std::string(width - std::min(width, text.size()), ' ').append(text);
 }
 
-}  // namespace
+std::string wrapped(std::string_view start, std::string_view text, std::size_t columns) {
+  std::string out(start);
+  constexpr std::size_t narrowest = 20;
+  if (columns == 0) return out.append(text);
+  const std::size_t width = std::max(columns, start.size() + narrowest) - start.size();
+  for (std::string_view rest = text;;) {
+    const std::size_t end = breakOf(rest, width);
+    out.append(rest.substr(0, end));
+    rest.remove_prefix(end);
+    if (rest.starts_with(' ')) rest.remove_prefix(1);
+    if (rest.empty()) return out;
+    out.append("\n").append(start.size(), ' ');
+  }
+}
 
 std::string escaped(std::string_view input) {
   std::string out;
@@ -104,7 +147,8 @@ void Columns::print(Console& console) const {
     for (std::size_t i = 0; i < row.size(); ++i) {
       line += i == 0 ? pad(row[i], widths[i]) : "  " + rightAligned(row[i], widths[i]);
     }
-    console.line(&row == &rows_.front() ? heading(console, line) : line);
+    line.erase(line.find_last_not_of(' ') + 1);
+    console.line(static_cast<std::size_t>(&row - rows_.data()) < headings_ ? heading(console, line) : line);
   }
 }
 
@@ -116,7 +160,7 @@ void printBlock(Console& console, const boost::json::object& object, unsigned in
   const std::string margin(indent, ' ');
   for (const auto& member : object) {
     if (!member.value().is_object()) {
-      console.line(margin + pad(member.key(), width) + "  " + scalarText(member.value()));
+      console.line(wrapped(margin + pad(member.key(), width) + "  ", scalarText(member.value()), console.columns()));
       continue;
     }
     console.line(margin + std::string(member.key()));

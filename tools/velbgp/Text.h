@@ -35,14 +35,27 @@ std::string hexValue(Octets octets);
 
 std::uint64_t bigEndian(Octets octets);
 
-// Columns that line up: the first row is the heading, the first column is left-aligned, the others right-aligned.
+// The digits in threes: 19,531,250.
+std::string grouped(std::uint64_t number);
+// With the octets that are no UTF-8 replaced by U+FFFD.
+std::string utf8(std::string_view text);
+
+std::string pad(std::string_view text, std::size_t width);
+std::string rightAligned(std::string_view text, std::size_t width);
+
+// A line whose text goes on below its own beginning where it is wider than so many columns; 0 for as wide as it likes.
+std::string wrapped(std::string_view start, std::string_view text, std::size_t columns);
+
+// Columns that line up: the first rows are the heading, the first column is left-aligned, the others right-aligned.
 class Columns {
  public:
+  explicit Columns(std::size_t headings = 1) : headings_(headings) {}
   void rowIs(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-  bool empty() const { return rows_.size() < 2; }
+  bool empty() const { return rows_.size() <= headings_; }
   void print(Console& console) const;
 
  private:
+  const std::size_t headings_;
   std::vector<std::vector<std::string>> rows_;
 };
 

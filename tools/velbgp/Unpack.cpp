@@ -1,7 +1,10 @@
 #include "tools/velbgp/Unpack.h"
 
 #include <bzlib.h>
+#include <lzma.h>
 #include <zlib.h>
+#include <zstd.h>
+#include <zstd_errors.h>
 
 #include <algorithm>
 #include <new>
@@ -20,6 +23,20 @@ bool isBzip2(std::string_view text) {
   return std::string_view("1AY&SY").starts_with(rest) || std::string_view("\x17\x72\x45\x38\x50\x90").starts_with(rest);
 }
 constexpr std::size_t magicSize = 10;
+
+// A frame that holds no data may come before those that do. A plain MRT file of one of sixteen seconds starts alike; no
+// writer makes such frames of the sizes that a record's type would be read as.
+bool isSkippableFrame(std::string_view text, bool first) {
+  if (text.size() < 8 || (static_cast<unsigned char>(text[0]) & 0xf0) != 0x50 || text.substr(1, 3) != "\x2a\x4d\x18") {
+    return false;
+  }
+  const bool recordType = text[4] == 0 && std::string_view("\x0c\x0d\x10\x11").find(text[5]) != std::string_view::npos;
+  return !first || !recordType || text[6] != 0;
+}
+
+// What a decompressor may ask for, whatever the file says: the windows of the largest levels of both programs.
+constexpr int largestWindow = 27;
+constexpr std::uint64_t largestMemory = (std::uint64_t{1} << largestWindow) + (std::uint64_t{1} << 20);
 
 // What both libraries do alike, down to the names of a stream's members.
 template <typename Stream>
@@ -71,6 +88,54 @@ class Bzip2Codec final : public StreamCodec<bz_stream> {
   State unpack() override { return judged(BZ2_bzDecompress(&stream_), BZ_STREAM_END, BZ_MEM_ERROR); }
 };
 
+class XzCodec final : public StreamCodec<lzma_stream> {
+ public:
+  XzCodec() {
+    if (lzma_stream_decoder(&stream_, largestMemory, 0) != LZMA_OK) throw std::bad_alloc();
+  }
+  ~XzCodec() override { lzma_end(&stream_); }
+  bool wantsTooMuch() const override { return wantsTooMuch_; }
+
+ private:
+  State unpack() override {
+    const lzma_ret result = lzma_code(&stream_, LZMA_RUN);
+    wantsTooMuch_ = result == LZMA_MEMLIMIT_ERROR;
+    return judged(result == LZMA_BUF_ERROR ? LZMA_OK : result, LZMA_STREAM_END, LZMA_MEM_ERROR);
+  }
+
+  bool wantsTooMuch_ = false;
+};
+
+class ZstdCodec final : public Codec {
+ public:
+  ZstdCodec() : stream_(ZSTD_createDStream()) {
+    if (stream_ == nullptr) throw std::bad_alloc();
+    ZSTD_DCtx_setParameter(stream_.get(), ZSTD_d_windowLogMax, largestWindow);
+  }
+  Step step(Octets in, Output out) override {
+    ZSTD_inBuffer from{in.data(), in.size(), 0};
+    ZSTD_outBuffer to{out.data(), out.size(), 0};
+    const std::size_t result = ZSTD_decompressStream(stream_.get(), &to, &from);
+    return {judged(result), from.pos, to.pos};
+  }
+  bool wantsTooMuch() const override { return wantsTooMuch_; }
+
+ private:
+  State judged(std::size_t result) {
+    const ZSTD_ErrorCode error = ZSTD_getErrorCode(result);
+    if (error == ZSTD_error_memory_allocation) throw std::bad_alloc();
+    wantsTooMuch_ = error == ZSTD_error_frameParameter_windowTooLarge;
+    if (error != ZSTD_error_no_error) return State::broken;
+    return result == 0 ? State::memberEnd : State::more;
+  }
+  struct Free {
+    void operator()(ZSTD_DStream* stream) const { ZSTD_freeDStream(stream); }
+  };
+
+  std::unique_ptr<ZSTD_DStream, Free> stream_;
+  bool wantsTooMuch_ = false;
+};
+
 }  // namespace
 
 std::size_t Unpacker::read(std::uint8_t* to, std::size_t size) {
@@ -94,13 +159,25 @@ std::size_t Unpacker::readPlain(Output out) {
   return count;
 }
 
+// What a stream of xz may have behind it: zeros, in fours.
+void Unpacker::skipPadding() {
+  while (ahead_.peek(4).size() >= 4 && bigEndian(ahead_.peek(4).first<4>()) == 0) ahead_.consume(4);
+}
+
 void Unpacker::beginMember() {
+  if (padded_) skipPadding();
   const std::string_view ahead = textOf(ahead_.peek(magicSize));
   codec_.reset();
+  padded_ = false;
   if (ahead.starts_with("\x1f\x8b")) {
     codec_ = std::make_unique<GzipCodec>();
   } else if (isBzip2(ahead)) {
     codec_ = std::make_unique<Bzip2Codec>();
+  } else if (ahead.starts_with(std::string_view("\xfd\x37zXZ\0", 6))) {
+    codec_ = std::make_unique<XzCodec>();
+    padded_ = true;
+  } else if (ahead.starts_with("\x28\xb5\x2f\xfd") || isSkippableFrame(ahead, form_ == Form::unknown)) {
+    codec_ = std::make_unique<ZstdCodec>();
   }
   form_ = codec_ ? Form::compressed : Form::ended;
 }
@@ -110,7 +187,8 @@ std::size_t Unpacker::unpack(Output out) {
   const Codec::Step step = codec_->step(ahead, out);
   ahead_.consume(step.consumed);
   if (step.state == Codec::State::broken) {
-    broken("the compressed data are damaged, expected to unpack them to their end");
+    broken(codec_->wantsTooMuch() ? "the compressed data need a window of more than 128 MiB, expected at most so much"
+                                  : "the compressed data are damaged, expected to unpack them to their end");
   } else if (step.state == Codec::State::memberEnd) {
     beginMember();
     if (!codec_ && !ahead_.peek(1).empty())

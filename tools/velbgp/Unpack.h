@@ -1,7 +1,8 @@
-// The octets of a file as they were before it was compressed: plain, gzip or bzip2, told by content; several members or
-// streams in a row read as one.
+// The octets of a file as they were before it was compressed: plain, gzip, bzip2, xz or zstd, told by content; several
+// members or streams in a row read as one, of different ones too.
 //
-// What could be unpacked before compression breaks is given out first. Nothing is believed that the file says of sizes.
+// What could be unpacked before compression breaks is given out first. Nothing is believed that the file says of sizes, and
+// no decompressor gets more than 128 MiB for its window.
 // Single-threaded.
 #pragma once
 
@@ -25,6 +26,8 @@ class Codec {
   };
   virtual ~Codec() = default;
   virtual Step step(Octets in, std::span<std::uint8_t> out) = 0;
+  // Why it is broken: for the memory that it would take.
+  virtual bool wantsTooMuch() const { return false; }
 };
 
 class Unpacker final : public Source {
@@ -44,6 +47,7 @@ class Unpacker final : public Source {
 
   // Makes the codec for what comes next, if it is compressed.
   void beginMember();
+  void skipPadding();
   std::size_t readPlain(std::span<std::uint8_t> out);
   std::size_t unpack(std::span<std::uint8_t> out);
   void broken(const std::string& why);
@@ -51,6 +55,7 @@ class Unpacker final : public Source {
   FileInput file_;
   Window ahead_{file_, 256 * 1024};
   Form form_ = Form::unknown;
+  bool padded_ = false;  // behind the member that ended, zeros may stand
   std::unique_ptr<Codec> codec_;
   std::string breakage_;
 };

@@ -8,7 +8,7 @@ ends() { # What standard input is up to each of its octets from the $1th on.
   counts part* 2>err
 }
 echo '16 4 L U' | perl "${0%/*}/records.pl" >good
-echo '12 1 00x5' | perl "${0%/*}/records.pl" | cat good - good | ends 0
+echo '12 0 00x5' | perl "${0%/*}/records.pl" | cat good - good | ends 0
 sed 's/part[0-9]*//' err | uniq -c
 
 for type in 12 13 16; do
@@ -20,13 +20,18 @@ tail -c +31 good >rest
 : >none
 { gzip <half; cat rest good | gzip; } | counts -
 { bzip2 <half; cat rest good | bzip2; } | counts -
+# Of any programs, also with what holds nothing between, before and behind.
+nothing() { printf '\120\052\115\030\4\0\0\0data'; }
 { gzip <half; gzip <none; bzip2 <rest; bzip2 <none; gzip <good; } | counts -
+{ xz <half; printf '\0\0\0\0\0\0\0\0'; xz <none; zstd -q <rest; nothing; zstd -q <none; xz <good; } | counts -
+{ nothing; zstd -q <good; zstd -q <half; printf '\0\0\0\0'; } | counts - 2>&1
 # One minute of 2005 has a time stamp like the magic of a packed file.
 { printf BZh9; tail -c +5 good; cat good; } | counts -
+{ printf '\120\052\115\030'; tail -c +5 good; cat good; } | counts -
 
 perl -e 'srand 1; printf "12 0 %s\n", join "", map sprintf("%02x", rand 256), 1 .. 1000' |
   perl "${0%/*}/records.pl" | cat good - good >whole
-for pack in gzip bzip2; do
+for pack in gzip bzip2 xz 'zstd -q'; do
   $pack <whole >packed
   head -c -1 packed | ends 4 | sed 's/{"files":\([0-9]*\),.*"malformed":\1,.*/one error a file/'
   sed 's/.*@//' err | sort -nsc && echo more comes out of more
@@ -36,3 +41,7 @@ for pack in gzip bzip2; do
 done
 # All that a check sum is behind has come out.
 gzip <whole | head -c -3 | counts - 2>err
+# The window that it takes to unpack is not granted to whoever asks for it.
+for pack in 'xz -9' 'zstd -q --long=27' 'xz --lzma2=dict=256MiB' 'zstd -q --long=28'; do
+  $pack <whole | counts - 2>&1
+done

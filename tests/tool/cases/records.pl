@@ -1,5 +1,6 @@
 # Prints an MRT record for each line "TYPE SUBTYPE BODY  # what it is". A body is hex digits, with 00x14 for 14 octets
-# of zeros and these letters for what comes again and again:
+# of zeros, <2 ...> for what stands behind its length of 2 octets, <m ...> for a BGP message behind its marker and
+# length, and these letters for what comes again and again:
 my %parts = (
     X => 'c010 08 0002fde800000064',                 # an attribute of one extended community
     Y => 'c010 01 00',                               # one of a wrong length, which errors name with its path
@@ -21,5 +22,7 @@ while (<STDIN>) {
     1 while $body =~ s/([A-Z])/$parts{$1}/g;
     $body =~ s/([0-9a-f]{2})x(\d+)/$1 x $2/ge;
     $body =~ s/\s//g;
+    1 while $body =~ s/<m([0-9a-f]*)>/'ff' x 16 . sprintf('%04x', 18 + length($1) \/ 2) . $1/e
+        or $body =~ s/<(\d)([0-9a-f]*)>/sprintf('%0*x', 2 * $1, length($2) \/ 2) . $2/e;
     print pack 'NnnN/a*', 1, $type, $subtype, pack 'H*', $body;
 }

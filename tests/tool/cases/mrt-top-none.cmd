@@ -1,1 +1,0 @@
-velbgp mrt --top 0 --match . /dev/null
