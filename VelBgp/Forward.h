@@ -125,10 +125,11 @@ class SerializedBgpPrefixSidAttribute;
 enum AttributeVerdict : std::uint16_t;
 struct PathAttribute;
 
-// Lists of a path, and for other processes (PathLists.h, ListPublisher.h).
+// Lists of a path, and for other processes (PathLists.h, ListPublisher.h, StashedPaths.h).
 class ListPublisher;
 struct PathLists;
 struct StashedPath;
+class StashedPaths;
 
 // The decoder (Parse/ExtCommContainer.h), its rules and their keys, the plugins of the kinds.
 class BgpParseExtCommContainerSm;

@@ -33,18 +33,21 @@ class ListPublisher::State {
     }
     wake_.notify_all();
     thread_.join();
-    ByKeyInParts<PathLists> held;
+    ByKeyInParts<PathLists> held;  // goes after the lock: lists that go are noted, and threads that intern wait for it
+    std::unique_ptr<Notes> notes;  // so do they
+    auto none = std::make_unique<Notes>();
     ByAttribute<Keel::DedupHashTable*> tables;
     {
       const std::lock_guard lock(mutex_);
       closed_ = true;
-      std::swap(held, held_);  // goes after the lock: lists that go are noted
+      std::swap(held, held_);
       tables = std::exchange(tables_, {});
-      *notes_ = Notes();
-      *taken_ = Notes();
-      unwritten_ = Notes();
-      records_.reset();
+      notes = std::exchange(notes_, std::move(none));
     }
+    notes.reset();
+    *taken_ = Notes();
+    unwritten_ = Notes();
+    records_.reset();
     for (Keel::DedupHashTable* const table : tables) {
       if (table != nullptr) table->lifeTimeNotifieeIs(nullptr);
     }
@@ -80,6 +83,7 @@ class ListPublisher::State {
                         "the table is not attached: detach one that was passed to listTableIs()");
     }
     table.lifeTimeNotifieeIs(nullptr);
+    dropDiscarded();
   }
 
   void listComes(std::size_t attribute, Slot slot, Image image) {
@@ -98,11 +102,11 @@ class ListPublisher::State {
     notes.gone.push_back(slot);
   }
   void allGo(std::size_t attribute) noexcept {
-    BySlotInParts<Image> came;  // goes after the lock, which other tables' threads need
     const std::lock_guard lock(mutex_);
     if (closed_) return;
     AttributeNotes& notes = notes_->lists[attribute];
-    std::swap(came, notes.come);
+    std::swap(discarded_[attribute], notes.come);
+    notes.come.clear();
     notes.gone.clear();
     notes.allGone = true;
     known_[attribute] = 0;
@@ -225,7 +229,15 @@ class ListPublisher::State {
     }
   }
 
+  // Frees notes while nobody waits.
+  void dropDiscarded() noexcept {
+    ByAttribute<BySlotInParts<Image>> discarded;
+    const std::lock_guard lock(mutex_);
+    std::swap(discarded, discarded_);
+  }
+
   void takeNotes() {
+    dropDiscarded();
     for (bool taken = false; !taken;) {
       taken_->reserve(mayGo());
       const std::lock_guard attaching(attachMutex_);
@@ -260,6 +272,7 @@ class ListPublisher::State {
   std::condition_variable done_;
   // Under the mutex.
   std::unique_ptr<Notes> notes_ = std::make_unique<Notes>();
+  ByAttribute<BySlotInParts<Image>> discarded_;  // of tables that went, whose threads wait while they go
   ByAttribute<std::size_t> known_ = {};
   ByKeyInParts<PathLists> held_;
   ByAttribute<Keel::DedupHashTable*> tables_ = {};

@@ -105,10 +105,12 @@ struct StashedPath {
 
 // What a store's current view shows. Nothing when there is no such path. Throws the store's exceptions.
 VELBGP_EXPORT std::optional<StashedPath> stashedPath(const Store::StoreManager& store, std::string_view key);
-// Ascending by key. A path that is damaged is passed over and told; without `damaged`, Store::DamagedRecordException
-// comes at the end.
+// Ascending by key, those whose keys begin with `prefix`; the others are not read. A path that is damaged is passed over
+// and told; without `damaged`, Store::DamagedRecordException comes at the end. StashedPaths (VelBgp/StashedPaths.h)
+// gives the lists, too.
 VELBGP_EXPORT void forEachStashedPath(const Store::StoreManager& store,
                                       const std::function<void(std::string_view key, const StashedPath& path)>& visit,
-                                      const std::function<void(std::string_view key)>& damaged = {});
+                                      const std::function<void(std::string_view key)>& damaged = {},
+                                      std::string_view prefix = {});
 
 }  // namespace Routing::Bgp

@@ -1,6 +1,7 @@
 // What a publisher notes of lists and paths between two commits.
 #pragma once
 
+#include <bit>
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <cstddef>
@@ -111,6 +112,12 @@ class Keyed {
   Keyed& operator=(const Keyed&) = delete;
 
   std::string_view key() const noexcept { return {key_, octets_}; }
+  // Its first eight octets, zeros behind it, in the order of keys.
+  std::uint64_t keyBegin() const noexcept {
+    std::uint64_t begin = 0;
+    std::memcpy(&begin, key_, std::min<std::size_t>(octets_, sizeof begin));
+    return std::endian::native == std::endian::little ? __builtin_bswap64(begin) : begin;
+  }
   Value& value() noexcept { return value_; }
   const Value& value() const noexcept { return value_; }
 
@@ -145,6 +152,9 @@ class ByKeyInParts {
   bool contains(std::string_view key) const { return partOf(key).contains(key); }
   bool empty() const noexcept {
     return std::all_of(parts_.begin(), parts_.end(), [](const Part& part) { return part.empty(); });
+  }
+  std::size_t size() const noexcept {
+    return std::transform_reduce(parts_.begin(), parts_.end(), std::size_t{0}, std::plus(), std::mem_fn(&Part::size));
   }
   // So that put() needs no memory.
   void reserveFor(std::string_view key) { roomFor(parts_[numberOf(key)], 1); }
@@ -258,6 +268,7 @@ inline void append(AttributeNotes& notes, AttributeNotes& later) noexcept {
 }
 // Does all or, when it throws, nothing.
 inline void append(Notes& notes, Notes& later) {
+  if (notes.empty()) return std::swap(notes, later);
   for (std::size_t attribute = 0; attribute < notes.lists.size(); ++attribute) {
     notes.lists[attribute].gone.reserve(notes.lists[attribute].gone.size() + later.lists[attribute].gone.size());
     notes.lists[attribute].come.reserveFor(later.lists[attribute].come);

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <deque>
+#include <span>
 
 #include "VelBgp/PublisherRecordsImpl.h"
 
@@ -35,18 +37,26 @@ class AttributeChange {
     }
   }
 
-  void apply(const AttributeNotes& notes) {
+  // The lists that went are dropped, or stay as leaving ones.
+  void apply(const AttributeNotes& notes, bool drop) {
     allGone_ = notes.allGone;
+    dropsLeaving_ = drop;
     if (notes.allGone) {
       for (const auto& [slot, reference] : records_.lists) listGoes(slot, reference);
     }
-    for (const Slot slot : notes.gone) listGoes(slot, records_.lists.at(slot));
+    if (drop) {
+      for (const Slot slot : notes.gone) listGoes(slot, records_.lists.at(slot));
+      for (const Store::Reference& reference : records_.leaving) recordsOfListGo(reference);
+    } else {
+      for (const Slot slot : notes.gone) listLeaves(slot, records_.lists.at(slot));
+    }
     for (const auto& part : notes.come.parts()) {
       for (const auto& [slot, image] : part) come_.emplace(slot, listComes(image));
     }
     dropUnused();
     // Places for what is to come, so that settling needs no memory.
     records_.lists.reserve(records_.lists.size() + come_.size());
+    records_.leaving.reserve(records_.leaving.size() + leaving_.size());
     for (const auto& [image, shared] : communities_) records_.communities.try_emplace(image);
   }
 
@@ -60,6 +70,8 @@ class AttributeChange {
   // The commit is done. Needs no memory.
   void settle() noexcept {
     for (const Slot slot : gone_) records_.lists.erase(slot);
+    if (dropsLeaving_) records_.leaving = {};
+    records_.leaving.insert(records_.leaving.end(), leaving_.begin(), leaving_.end());
     for (const auto& [slot, reference] : come_) records_.lists.emplace(slot, reference);
     for (const auto& [image, shared] : communities_) {
       const auto place = records_.communities.find(image);
@@ -69,12 +81,19 @@ class AttributeChange {
 
  private:
   void listGoes(Slot slot, Store::Reference reference) {
+    recordsOfListGo(reference);
+    gone_.push_back(slot);
+  }
+  void listLeaves(Slot slot, Store::Reference reference) {
+    leaving_.push_back(reference);
+    gone_.push_back(slot);
+  }
+  void recordsOfListGo(Store::Reference reference) {
     for (const std::string& image : imagesIn(reference)) {
       SharedRecord& shared = sharedOf(image);
       if (shared.users != 0) --shared.users;
     }
     recordGoes(reference);
-    gone_.push_back(slot);
   }
 
   Store::Reference listComes(const Image& image) {
@@ -131,39 +150,98 @@ class AttributeChange {
   const Store::StoreManager& store_;
   Store::WriteBatch& batch_;
   bool allGone_ = false;
+  bool dropsLeaving_ = false;
   std::vector<Slot> gone_;
+  std::vector<Store::Reference> leaving_;
   BySlot<Store::Reference> come_;
   Communities communities_;
 };
 
 using References = ByAttribute<Store::Reference>;
 
-void changePath(Store::WriteBatch& batch, std::string_view key, const PathNote& note,
-                const std::deque<AttributeChange>& changes) {
-  if (note.gone) return batch.keyDel(stashedPathSpace, octetsOf(key));
+// By what the keys begin with, as each look at a key itself is a look at another place in memory.
+void sortByKey(std::span<Keyed<PathNote>*> paths) {
+  struct Entry {
+    std::uint64_t begin;
+    Keyed<PathNote>* path;
+    bool operator<(const Entry& other) const {
+      return begin != other.begin ? begin < other.begin : path->key() < other.path->key();
+    }
+  };
+  std::vector<Entry> entries;
+  entries.reserve(paths.size());
+  for (Keyed<PathNote>* const path : paths) entries.push_back({path->keyBegin(), path});
+  if (!std::is_sorted(entries.begin(), entries.end())) std::sort(entries.begin(), entries.end());
+  std::transform(entries.begin(), entries.end(), paths.begin(), [](const Entry& entry) { return entry.path; });
+}
+
+// `referenceOf(attribute, slot)` is the record of a list.
+template <typename ReferenceOf>
+void changePath(Store::WriteBatch& batch, const Keyed<PathNote>& path, ReferenceOf&& referenceOf) {
+  if (path.value().gone) return batch.keyDel(stashedPathSpace, octetsOf(path.key()));
   References references;
   for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
-    references[attribute] = changes[attribute].reference(note.slots[attribute]);
+    references[attribute] = referenceOf(attribute, path.value().slots[attribute]);
   }
-  batch.keyIs(stashedPathSpace, octetsOf(key), plainImage(references));
+  batch.keyIs(stashedPathSpace, octetsOf(path.key()), plainImage(references));
 }
 
 }  // namespace
 
-void Records::commit(const Notes& notes) {
+void Records::commit(Notes& notes) {
+  SortedPaths paths;
+  paths.reserve(notes.paths.size());
+  notes.paths.forEach([&](Keyed<PathNote>& path) { paths.push_back(&path); });
+  if (paths.size() <= mostPathsAtOnce) return commitLists(notes, paths, Leaving::go);
+
+  sortByKey(paths);
+  commitLists(notes, {}, Leaving::stay);
+  notes.lists = {};
+  const std::size_t each = std::max(leastPathsOfMany, paths.size() / 32);
+  std::size_t done = 0;
+  try {
+    for (; done < paths.size(); done = std::min(done + each, paths.size())) {
+      commitPaths(std::span(paths).subspan(done, std::min(each, paths.size() - done)));
+    }
+  } catch (...) {
+    for (const Keyed<PathNote>* const path : std::span(paths).first(done)) notes.paths.take(path->key());
+    throw;
+  }
+  notes.paths = {};
+  commitLists(notes, {}, Leaving::go);
+}
+
+void Records::commitLists(const Notes& notes, const SortedPaths& paths, Leaving leaving) {
   store_.refresh();  // the view may have ended after an earlier failure
   Store::WriteBatch batch(store_);
   if (!cleared_) batch.clear();
   std::deque<AttributeChange> changes;
   for (std::size_t attribute = 0; attribute < records_.size(); ++attribute) {
     changes.emplace_back(publishedAttributes[attribute], records_[attribute], store_, batch)
-        .apply(notes.lists[attribute]);
+        .apply(notes.lists[attribute], leaving == Leaving::go);
   }
   if (cleared_) pathsLoseLists(batch, notes);
-  notes.paths.forEach([&](const Keyed<PathNote>& path) { changePath(batch, path.key(), path.value(), changes); });
+  for (const Keyed<PathNote>* const path : paths) {
+    changePath(batch, *path, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
+  }
   batch.commit();
   cleared_ = true;
   for (AttributeChange& change : changes) change.settle();
+}
+
+void Records::commitPaths(std::span<Keyed<PathNote>* const> paths) {
+  store_.refresh();
+  Store::WriteBatch batch(store_);
+  constexpr std::size_t ahead = 8;  // the notes lie anywhere in memory
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    if (i + ahead < paths.size()) __builtin_prefetch(paths[i + ahead]);
+    changePath(batch, *paths[i], [this](std::size_t attribute, Slot slot) {
+      const auto& lists = records_[attribute].lists;
+      const auto found = lists.find(slot);
+      return found == lists.end() ? Store::Reference() : found->second;
+    });
+  }
+  batch.commit();
 }
 
 // A table that went took its lists along, also those that paths hold.

@@ -27,7 +27,7 @@ std::optional<StashedPath> stashedPath(const Store::StoreManager& store, std::st
 
 void forEachStashedPath(const Store::StoreManager& store,
                         const std::function<void(std::string_view key, const StashedPath& path)>& visit,
-                        const std::function<void(std::string_view key)>& damaged) {
+                        const std::function<void(std::string_view key)>& damaged, std::string_view prefix) {
   const auto text = [](Store::Octets key) {
     return std::string_view(reinterpret_cast<const char*>(key.data()), key.size());
   };
@@ -43,7 +43,7 @@ void forEachStashedPath(const Store::StoreManager& store,
     }
     if (path) visit(text(key), *path);
   };
-  store.view().forEachKey(stashedPathSpace, visitPath, told);
+  store.view().forEachKey(stashedPathSpace, visitPath, told, octetsOf(prefix));
   if (wrong) std::rethrow_exception(wrong);
 }
 

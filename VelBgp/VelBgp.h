@@ -2,8 +2,8 @@
 // attributes, route targets, expressions, and what other processes read.
 //
 // Not here, for those who need them: decoding rules and plugins of one's own (Parse/ExtCommContainer.h), lists as maps
-// (CommListSnapshot.h), the caches of show commands (show/). VelBgp/Forward.h names all types for headers that only pass
-// them on.
+// (CommListSnapshot.h), why an expression matches (MatchReason.h), the caches of show commands (show/). VelBgp/Forward.h
+// names all types for headers that only pass them on.
 #pragma once
 
 #include "Tyr/Threading.h"
@@ -26,6 +26,7 @@
 #include "VelBgp/Parse/ExtCommVrfRouteImport.h"
 #include "VelBgp/ReceivedAttributes.h"
 #include "VelBgp/RouteTargetPrefix.h"
+#include "VelBgp/StashedPaths.h"
 #include "VelBgp/TableView.h"
 #include "VelBgp/TypedComm.h"
 #include "VelBgp/ValueText.h"

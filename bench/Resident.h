@@ -21,14 +21,16 @@ inline std::size_t residentOctets() {
   return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-// Of it, what is no file's.
-inline std::size_t anonymousOctets() {
+inline std::size_t statusOctets(const std::string& name) {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("RssAnon:")) return std::stoul(line.substr(8)) * 1024;
+    if (line.starts_with(name)) return std::stoul(line.substr(name.size())) * 1024;
   }
   return 0;
 }
+// Of it, what is no file's, and what is a mapped file's, which the system can take back at any time.
+inline std::size_t anonymousOctets() { return statusOctets("RssAnon:"); }
+inline std::size_t fileOctets() { return statusOctets("RssFile:"); }
 // What malloc() has given out.
 inline std::size_t heapOctets() {
   const auto heap = mallinfo2();

@@ -223,6 +223,7 @@ class VelBgpListContender : public VelBgpContender<Lists, Element> {
     return values;
   }
   std::size_t size() const { return table_->size(); }
+  const Table* table() const { return table_.get(); }
 
  private:
   static std::uint64_t valueOf(const Routing::Bgp::ExtComm* comm) { return comm->community(); }

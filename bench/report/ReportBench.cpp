@@ -7,6 +7,7 @@
 // A hit is intern and release of that reference over a Zipf stream of lists that are held; a miss is intern of lists that
 // are all new plus the release of all. On several threads a miss is intern and release of values of the thread's own.
 // Everybody interns the same lists and is checked before anybody is timed.
+#include <lmdb.h>
 #include <malloc.h>
 
 #include <algorithm>
@@ -332,25 +333,74 @@ class FullRehash final : public Job {
   Value (*const value_)(std::uint32_t);
 };
 
-// Paths of a RIB, in the order of their keys or in another, noted before one flush or with one after each 10,000.
+constexpr const char* publishing = "publishing 600,000 paths";
+
+// Of a RIB, in the order of their keys.
+std::vector<std::string> pathKeys() {
+  std::vector<std::string> keys(scale.paths);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    const std::size_t prefix = i / 2;
+    keys[i] = std::to_string(1 + prefix / 65536 % 223) + "." + std::to_string(prefix / 256 % 256) + "." +
+              std::to_string(prefix % 256) + ".0/24 from 192.0.2." + std::to_string(i % 2);
+  }
+  std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
+// The least that storing the paths can be made of: keys and references of the same sizes, ascending, in one transaction
+// of the engine.
+class BarePaths final : public Job {
+ public:
+  BarePaths() : Job({{publishing, "bare LMDB", 0, "ms"}}) {}
+
+  bool takesPart(int round) const override { return round <= 5; }
+  void prepare() override { keys_ = pathKeys(); }
+  std::vector<double> measure() override {
+    const std::string folder = newFolder();
+    MDB_env* engine = nullptr;
+    require(mdb_env_create(&engine));
+    require(mdb_env_set_mapsize(engine, std::size_t{4} << 30));
+    require(mdb_env_open(engine, folder.c_str(), MDB_NOSYNC | MDB_NOMETASYNC, 0600));
+    const double begin = processTime();
+    MDB_txn* transaction = nullptr;
+    MDB_dbi tree = 0;
+    require(mdb_txn_begin(engine, nullptr, 0, &transaction));
+    require(mdb_dbi_open(transaction, nullptr, 0, &tree));
+    Routing::Bgp::StashedPath path;
+    for (std::string& key : keys_) {
+      path.standard = {path.standard.number + 1, path.standard.number + 2};
+      MDB_val name{key.size(), key.data()};
+      MDB_val value{sizeof path, &path};
+      require(mdb_put(transaction, tree, &name, &value, 0));
+    }
+    require(mdb_txn_commit(transaction));
+    const double spent = processTime() - begin;
+    mdb_env_close(engine);
+    std::filesystem::remove_all(folder);
+    return {spent / 1e6};
+  }
+
+ private:
+  static void require(int code) { expect(code == 0, "the engine failed"); }
+
+  std::vector<std::string> keys_;
+};
+
+// In the order of their keys or in another, noted before one flush or with one after each 10,000.
 class PublishPaths final : public Job {
  public:
-  PublishPaths(const char* name, bool sorted, std::size_t flushEach)
-      : Job({{"publishing 600,000 paths", name, 0, "ms", "sorted", {Target::ratioAtMost, 1.2}},
+  PublishPaths(const char* name, bool sorted, std::size_t flushEach, const char* baseline, Target target)
+      : Job({{publishing, name, 0, "ms", baseline, target},
              {"heap of a published path, at rest", name, 0, "octets", "", {Target::medianAtMost, 100}},
-             {"heap of a published path, most", name, 0, "octets", "", {Target::medianAtMost, 200}}}),
+             {"heap of a published path, the engine's of it", name, 0, "octets"},
+             {"heap of a published path, most", name, 0, "octets", "", {Target::medianAtMost, 200}},
+             {"file pages of a published path", name, 0, "octets"}}),
         sorted_(sorted),
         flushEach_(flushEach) {}
 
   bool takesPart(int round) const override { return round <= 5; }
   void prepare() override {
-    keys_.resize(scale.paths);
-    for (std::size_t i = 0; i < keys_.size(); ++i) {
-      const std::size_t prefix = i / 2;
-      keys_[i] = std::to_string(1 + prefix / 65536 % 223) + "." + std::to_string(prefix / 256 % 256) + "." +
-                 std::to_string(prefix % 256) + ".0/24 from 192.0.2." + std::to_string(i % 2);
-    }
-    std::sort(keys_.begin(), keys_.end());
+    keys_ = pathKeys();
     if (!sorted_) std::shuffle(keys_.begin(), keys_.end(), std::mt19937(17));
     workload<std::uint32_t>(n, scale.lists);
   }
@@ -363,6 +413,7 @@ class PublishPaths final : public Job {
     malloc_trim(0);
     const std::size_t heap = heapOctets();
     const std::size_t anonymous = anonymousOctets();
+    const std::size_t file = fileOctets();
     std::optional<AnonymousPeak> peak(std::in_place);
     const double begin = processTime();
     for (std::size_t i = 0; i < keys_.size(); ++i) {
@@ -377,11 +428,11 @@ class PublishPaths final : public Job {
       return static_cast<double>(octets) / static_cast<double>(keys_.size());
     };
     const std::size_t rest = heapOctets() - heap;
-    for (std::size_t i = 0; i < keys_.size(); ++i) {
-      expect(published.publisher().pathDel(keys_[i]), "a path is missing");
-    }
+    const std::size_t mapped = fileOctets() - file;
+    expect(published.shows(keys_), "a path is missing");
+    const std::size_t engine = published.engineHeap();
     releaseAll(published, handles);
-    return {spent / 1e6, each(rest), each(most - anonymous)};
+    return {spent / 1e6, each(rest), each(engine), each(most - anonymous), each(mapped)};
   }
 
  private:
@@ -389,6 +440,83 @@ class PublishPaths final : public Job {
   const bool sorted_;
   const std::size_t flushEach_;
   std::vector<std::string> keys_;
+};
+
+// How long a thread that interns and releases waits at most for others while a table with a million lists is published:
+// by the clock on the wall, less what it ran and what it waited for a core.
+class WaitsForPublisher final : public Job {
+ public:
+  WaitsForPublisher() : Job(rowsOf()) {}
+
+  bool takesPart(int round) const override { return round <= 5; }
+  std::vector<double> measure() override {
+    Tyr::agentMultiThreadedIs(true);
+    Million<VelBgpStandardLists> million([](std::uint32_t number) { return number; });
+    million.intern([] {});
+    const std::string folder = newFolder();
+    auto store = Routing::Store::StoreManager::openForWriting(folder + "/store");
+    std::optional<Routing::Bgp::ListPublisher> publisher(std::in_place, *store,
+                                                         Routing::Bgp::ListPublisher::Options{std::chrono::hours(24)});
+    std::jthread interning([&](const std::stop_token& stop) { run(stop, million.contender); });
+    const auto during = [this](Phase phase, auto&& work) {
+      phase_ = phase;
+      work();
+    };
+    const auto* const table = million.contender.table();
+    during(alone, [] { std::this_thread::sleep_for(std::chrono::milliseconds(200)); });
+    during(attached, [&] { publisher->listTableIs(table); });
+    during(detached, [&] { publisher->listTableDel(table); });
+    phase_ = others;
+    publisher->listTableIs(table);
+    during(flushed, [&] { publisher->flush(); });
+    during(ended, [&] { publisher.reset(); });
+    interning = {};
+    million.check();
+    store.reset();
+    std::filesystem::remove_all(folder);
+    return {worst_.begin(), worst_.begin() + others};
+  }
+
+ private:
+  enum Phase { alone, attached, detached, flushed, ended, others };
+
+  static std::vector<Row> rowsOf() {
+    std::vector<Row> rows;
+    for (const char* const phase : {"nobody", "attaching", "detaching", "flushing", "ending"}) {
+      rows.push_back({"longest wait for a publisher of a million", phase, 0, "us"});
+    }
+    return rows;
+  }
+  void run(const std::stop_token& stop, VelBgpStandardLists contender) {
+    using Clock = std::chrono::steady_clock;
+    std::uint32_t values[2] = {0, 0x80000000};  // lists that nobody else has
+    auto start = Clock::now(), last = start;
+    Phase phase = others;
+    double begin = notWaited(), waited = 0;
+    while (!stop.stop_requested()) {
+      const Phase before = phase_;
+      if (before != phase) begin = notWaited(), waited = 0, phase = before, last = Clock::now(), start = last;
+      ++values[0];
+      auto list = contender.intern(values, 2);
+      contender.release(list);
+      const auto now = Clock::now();
+      if (now - last > std::chrono::microseconds(50)) {
+        const double all = std::chrono::duration<double, std::micro>(now - start).count() - (notWaited() - begin);
+        worst_[before] = std::max(worst_[before], all - std::exchange(waited, all));
+      }
+      last = now;
+    }
+  }
+  // Of this thread, in us.
+  static double notWaited() {
+    std::ifstream file("/proc/thread-self/schedstat");
+    double ran = 0, queued = 0;
+    file >> ran >> queued;
+    return (ran + queued) / 1000;
+  }
+
+  std::atomic<Phase> phase_ = others;
+  std::array<double, others + 1> worst_ = {};  // of the thread
 };
 
 // What threads do at the same time, an object for each measurement:
@@ -611,12 +739,15 @@ Jobs allJobs() {
 
   addWorstInsert<VelBgpStandardLists>(jobs, "standard lists", standard);
   addWorstInsert<VelBgpLists>(jobs, "extended lists", routeTarget);
-  const auto addPublishing = [&jobs](const char* name, bool sorted, std::size_t flushEach) {
-    jobs.push_back(std::make_unique<PublishPaths>(name, sorted, flushEach));
+  const auto addPublishing = [&jobs](const char* name, bool sorted, std::size_t flushEach, const char* baseline,
+                                     Target target = {}) {
+    jobs.push_back(std::make_unique<PublishPaths>(name, sorted, flushEach, baseline, target));
   };
-  addPublishing("sorted", true, scale.paths);
-  addPublishing("RIB order", false, scale.paths);
-  addPublishing("RIB order, parts", false, 10000);
+  jobs.push_back(std::make_unique<WaitsForPublisher>());
+  jobs.push_back(std::make_unique<BarePaths>());
+  addPublishing("sorted", true, scale.paths, "bare LMDB", {Target::ratioAtMost, 2});
+  addPublishing("RIB order", false, scale.paths, "sorted", {Target::ratioAtMost, 1.2});
+  addPublishing("RIB order, parts", false, 10000, "sorted");
   return jobs;
 }
 

@@ -47,7 +47,9 @@ const std::optional<std::uint64_t>* Changes::record(std::uint64_t number) const 
   return found == records_.end() ? nullptr : &found->second;
 }
 
-void Changes::sort() { std::stable_sort(changes_.begin(), changes_.end()); }
+void Changes::sort() {
+  if (!std::is_sorted(changes_.begin(), changes_.end())) std::stable_sort(changes_.begin(), changes_.end());
+}
 
 void Changes::entryIs(Octets key, Octets head, Octets rest) {
   add(key, static_cast<std::uint32_t>(head.size() + rest.size()), head, rest);

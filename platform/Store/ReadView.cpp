@@ -220,12 +220,13 @@ std::optional<Octets> ReadView::key(std::uint32_t space, Octets key) const {
 }
 
 void ReadView::forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit,
-                          const std::function<void(Octets key)>& damaged) const {
-  const std::string prefix = detail::spaceKey(space);
+                          const std::function<void(Octets key)>& damaged, Octets prefix) const {
+  if (prefix.size() > maxKeyOctets) return;
+  const std::size_t spaceOctets = detail::spaceKey(space).size();
   std::size_t untold = 0;
-  snapshot_->forEach(prefix, [&](Octets key, Octets stored) {
+  snapshot_->forEach(detail::keyKey(space, prefix), [&](Octets key, Octets stored) {
     const std::optional<Octets> value = detail::readKeyValue(key, stored);
-    const Octets name = key.subspan(prefix.size());
+    const Octets name = key.subspan(spaceOctets);
     if (value) return visit(name, *value);
     damaged ? damaged(name) : static_cast<void>(++untold);
   });

@@ -60,9 +60,10 @@ class VELBGP_EXPORT ReadView {
   // Nothing when there is no such key.
   std::optional<Octets> key(std::uint32_t space, Octets key) const;
   // Ascending, by octets; a key comes before those that it begins. Keys whose values are damaged are told to `damaged`,
-  // in the same order; without that, DamagedRecordException is thrown at the end, after all others were visited.
+  // in the same order; without that, DamagedRecordException is thrown at the end, after all others were visited. Only
+  // those that begin with `prefix`; the others are not read.
   void forEachKey(std::uint32_t space, const std::function<void(Octets key, Octets value)>& visit,
-                  const std::function<void(Octets key)>& damaged = {}) const;
+                  const std::function<void(Octets key)>& damaged = {}, Octets prefix = {}) const;
   // Ascending by number, until one is damaged: DamagedRecordException.
   void forEachRecord(const std::function<void(Reference, Record)>& visit) const;
 

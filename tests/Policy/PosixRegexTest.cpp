@@ -87,6 +87,7 @@ TEST(PosixRegex, AgreesWithTheHost) {
       regmatch_t range{0, static_cast<regoff_t>(text.size())};
       const int expected = regexec(&host, text.data(), 0, &range, REG_STARTEND);
       ASSERT_EQ(regex.execute(text), expected) << pattern << " on " << text;
+      EXPECT_EQ(regex.find(text).has_value(), expected == 0) << pattern << " on " << text;
       EXPECT_TRUE(text.find('\0') != text.npos || regex.execute(text.c_str()) == expected) << pattern;
       matched += expected == 0;
     }

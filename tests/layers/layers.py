@@ -33,10 +33,10 @@ ORDER = (
     "Version", "Forward", "VelBgpMiscTypes", "BgpPathAttributeEnums", "VelBgpSerialize", "VelBgpCommunityPacketTypes",
     "NotifyingRouteTargetList", "RouteTargetPrefix", "VelBgpCommunity", "ExtCommText", "ExtCommIp6",
     "Stash", "InternedExtComm",
-    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "MatchTexts", "ValueCommList", "CommList",
+    "ExtCommIp6DedupTable", "Parse/ExtComm", "Parse/ExtComm?*", "CommVector", "CommVectorContent", "DedupBatch", "MatchReason", "MatchTexts", "ValueCommList", "CommList",
     "LargeCommList", "VelBgpCommunityList", "ExtCommIp6List",
     "PathLists", "CommunityTables", "ListText", "TableView", "ReceivedAttributes", "AttributeWriter", "MakeValue", "TypedComm", "ValueText",
-    "EditList", "CommListSnapshot", "ListPublisher", "VelBgp",
+    "EditList", "CommListSnapshot", "ListPublisher", "StashedPaths", "VelBgp",
 )  # fmt: skip
 # Units whose header, or whose sources, are split over several.
 PARTS = {
@@ -53,7 +53,7 @@ UPWARD = (
 )  # fmt: skip
 # Headers of others that are not open to everyone (tests and fuzzers may use any).
 FOREIGN = {
-    "lmdb.h": ("platform/Store",), "re2/*": ("platform/Policy",),
+    "lmdb.h": ("platform/Store", "bench"), "re2/*": ("platform/Policy",),
     "gtest/*": (), "gmock/*": (), "benchmark/*": ("bench",),
     "CLI/*": ("tools/velbgp",), "zlib.h": ("tools/velbgp",), "bzlib.h": ("tools/velbgp",),
 }  # fmt: skip

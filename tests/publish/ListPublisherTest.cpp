@@ -5,6 +5,8 @@
 
 #include <thread>
 
+#include "VelBgp/CommunityTables.h"
+#include "VelBgp/StashedPaths.h"
 #include "publish/Publishing.h"
 #include "support/Death.h"
 #include "support/FailingMemory.h"
@@ -108,6 +110,110 @@ TEST_F(ListPublisherTest, TablesAreAttachedAndDetachedWhileThreadsIntern) {
   }
 }
 
+// Those who follow know at each moment what the store shows, also when they are stopped on their way.
+TEST_F(ListPublisherTest, ReadersFollowPathsAndTheirLists) {
+  Publishing publishing(path_);
+  Script script(publishing, "path");
+  published(publishing);
+  const CommunityTables tables;
+  StashedPaths paths(*reader_, tables), some(*reader_, tables, "path1");
+  std::map<std::string, Contents::Path> known, knownOfSome;
+  int visits = 0, stopAt = 0;
+  const auto visitorOf = [&](std::map<std::string, Contents::Path>& shown) {
+    const auto visit = [&] {
+      if (++visits == stopAt) throw std::runtime_error("stopped");
+    };
+    return StashedPaths::Visitor{[&, visit](std::string_view key, const PathLists& lists) {
+                                   visit();
+                                   Contents::Path path;
+                                   forEachAttribute([&]<typename Attribute>(Attribute) {
+                                     const auto& list = lists.*Attribute::ofPath;
+                                     if (list != nullptr) path[Attribute::record] = wordsOf<Attribute>(*list);
+                                   });
+                                   shown[std::string(key)] = path;
+                                 },
+                                 [&, visit](std::string_view key) {
+                                   visit();
+                                   EXPECT_EQ(shown.erase(std::string(key)), 1U);
+                                 },
+                                 {}};
+  };
+  for (int round = 0; round < 60 && !HasFailure(); ++round) {
+    script.stepped(60);
+    const Contents now = published(publishing);
+    for (stopAt = 2 + round % 6; stopAt != 0;) {
+      try {
+        visits = 0;
+        paths.forEachChange(visitorOf(known));
+        stopAt = 0;
+      } catch (const std::runtime_error&) {
+      }
+    }
+    EXPECT_EQ(known, now.paths);
+    visits = 0;
+    paths.forEachChange(visitorOf(known));
+    EXPECT_EQ(visits, 0);
+    some.forEachChange(visitorOf(knownOfSome));
+    std::map<std::string, Contents::Path> all, ofSome = now.paths;
+    std::erase_if(ofSome, [](const auto& path) { return !path.first.starts_with("path1"); });
+    EXPECT_EQ(knownOfSome, ofSome);
+    paths.forEach(visitorOf(all));
+    EXPECT_EQ(all, now.paths);
+  }
+}
+
+// So many that they take several commits: a reader of any of them finds a list for every path, the old one or the new
+// one, also where the disk was full after the first few, and the store has each list once in the end.
+TEST_F(ListPublisherTest, EveryCommitOfManyPathsIsWhole) {
+  constexpr std::uint32_t count = 70'000, lists = 50;
+  const Process agent([&] {
+    signal(SIGXFSZ, SIG_IGN);
+    Publishing publishing(path_);
+    published(publishing);
+    ListPublisher& publisher = *publishing.publisher;
+    const auto changed = [&](std::uint32_t path, std::uint32_t round) {
+      publisher.pathIs(std::to_string(path),
+                       {.extended = Extended::intern(*publishing.agent, {round << 16 | path % lists})});
+    };
+    const CommunityTables tables;
+    StashedPaths paths(*reader_, tables);
+    std::map<std::string, std::uint32_t> known;
+    const StashedPaths::Visitor visitor = {
+        [&](std::string_view key, const PathLists& path) {
+          known[std::string(key)] = wordsOf<Extended>(*path.extended).at(0);
+        },
+        {},
+        [](std::string_view key, const char* problem) { ADD_FAILURE() << key << ": " << problem; }};
+    for (std::uint32_t round = 1; round < 4; ++round) {
+      for (std::uint32_t path = 0; path < count; ++path) changed(path, round);
+      const std::uint64_t before = reader_->commits();
+      if (round == 1) {
+        rlimit limit{4 << 20, RLIM_INFINITY};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        EXPECT_THROW(publisher.flush(), Store::StoreException);
+        limit.rlim_cur = RLIM_INFINITY;
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+        for (const std::uint32_t path : {1, 69'999}) changed(path, 0), changed(path, round);
+      }
+      std::atomic<bool> done = false;
+      std::jthread writer([&] { publisher.flush(), done = true; });
+      for (bool last = false; !last;) {
+        last = done;
+        reader_->refresh();
+        paths.forEachChange(visitor);
+      }
+      EXPECT_GT(reader_->commits(), before + 2);
+      EXPECT_EQ(known.size(), count);
+      for (std::uint32_t path = 0; path < count; ++path)
+        ASSERT_EQ(known[std::to_string(path)], round << 16 | path % lists);
+      std::size_t records = 0;
+      reader_->view().forEachRecord([&](Store::Reference, Store::Record) { ++records; });
+      EXPECT_EQ(records, 2 * lists);
+    }
+  });
+  EXPECT_EQ(agent.ended(), 0);
+}
+
 // A next publisher, in this process or after it, leaves what was published till its first commit.
 TEST_F(ListPublisherTest, WhatWasPublishedStaysTillTheNextPublisherCommits) {
   Contents last;
@@ -197,6 +303,28 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
       *reader_, [&](std::string_view key, const StashedPath&) { found.emplace_back(key); },
       [&](std::string_view key) { found.push_back("damaged " + std::string(key)); });
   EXPECT_EQ(found, (std::vector<std::string>{"damaged a", "b"}));
+
+  // Damage is told once, and a reference that names nothing is damage, too.
+  Store::WriteBatch stale(*publishing.store);
+  stale.keyIs(stashedPathSpace, Store::test::octets("c"), Store::test::octets(std::string(sizeof(StashedPath), '\1')));
+  stale.commit();
+  reader_->refresh();
+  const CommunityTables tables;
+  StashedPaths paths(*reader_, tables);
+  found.clear();
+  for (int i = 0; i < 2; ++i) {
+    paths.forEachChange({[&](std::string_view key, const PathLists&) { found.emplace_back(key); },
+                         {},
+                         [&](std::string_view key, const char* problem) {
+                           found.push_back("damaged " + std::string(key));
+                           EXPECT_NE(std::string(problem), "");
+                         }});
+    Store::WriteBatch next(*publishing.store);
+    next.keyIs(stashedPathSpace, Store::test::octets("b"), Store::test::octets(std::string(sizeof(StashedPath), '\0')));
+    next.commit();
+    reader_->refresh();
+  }
+  EXPECT_EQ(found, (std::vector<std::string>{"damaged a", "b", "damaged c"}));
 }
 
 // Whatever allocation fails, nothing of the change is published.

@@ -356,6 +356,12 @@ class CommandLine {
   void addStore() {
     CLI::App* sub = subcommand(storeCommand, "store", "Print the lists that mrt --publish put into a store");
     addJson(sub, "One JSON object a published path");
+    const auto take = [this](std::string given) {
+      unmark(given);
+      options_.key = std::move(given);
+    };
+    sub->add_option_function<std::string>("--key", take, "Only paths whose keys begin so")->type_name("PREFIX");
+    sub->add_flag("--follow", options_.follow, "Go on with what changes, till stopped");
     addOperands(sub, {"STORE", 1, 1}, "The store's directory");
   }
 

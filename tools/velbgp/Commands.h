@@ -39,7 +39,9 @@ struct Options {
   std::optional<std::string> names;  // a file of them
   bool explain = false;
   std::optional<std::string> publish;  // a store
-  std::optional<std::uint64_t> top;    // at least 1
+  std::string key;                     // the beginning of those that are wanted
+  bool follow = false;
+  std::optional<std::uint64_t> top;  // at least 1
   By by = By::all;
   std::optional<std::uint64_t> limit;    // at least 1
   std::vector<RouteFilterText> filters;  // that were found good

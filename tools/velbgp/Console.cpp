@@ -1,5 +1,6 @@
 #include "tools/velbgp/Console.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -68,6 +69,11 @@ void Console::flush() {
   if (error == 0) return;
   outClosed_ = true;
   throw OutputFailure{error};
+}
+
+bool Console::readerGoesWithin(std::chrono::milliseconds time) const {
+  pollfd out{outFd_, 0, 0};
+  return ::poll(&out, 1, static_cast<int>(time.count())) > 0;
 }
 
 void Console::error(const Place& place, std::string_view what) {

@@ -5,6 +5,7 @@
 // print. Single-threaded.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -34,6 +35,8 @@ class Console {
   void print(std::string_view text);
   void line(std::string_view text);
   void flush();
+  // Waits so long, or less when nobody reads the results any more, which it tells, or a signal comes.
+  bool readerGoesWithin(std::chrono::milliseconds time) const;
 
   // "velbgp: SOURCE:PLACE: what", or without a place "velbgp: what". The source may hold any characters.
   void error(const Place& place, std::string_view what);

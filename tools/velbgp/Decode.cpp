@@ -1,6 +1,5 @@
 #include <unistd.h>
 
-#include <algorithm>
 #include <boost/json/serialize.hpp>
 
 #include "tools/velbgp/Agent.h"
@@ -47,15 +46,13 @@ class Decoder {
   }
 
   void printFields(Octets wire, const std::vector<Field>& fields) {
-    std::size_t longest = 0;
-    for (const Field& field : fields) longest = std::max<std::size_t>(longest, field.last - field.first + 1);
+    constexpr std::size_t digits = 8;
     for (const Field& field : fields) {
       const std::size_t count = field.last - field.first + 1;
       const std::string place = count == 1 ? "octet " + std::to_string(field.first)
                                            : "octets " + std::to_string(field.first) + "-" + std::to_string(field.last);
-      console_.line(
-          wrapped("  " + pad(place, 14) + pad(hexDigits(wire.subspan(field.first, count)), 2 * longest) + "  ",
-                  field.says, console_.columns()));
+      console_.line(wrapped("  " + pad(place, 14) + pad(hexDigits(wire.subspan(field.first, count)), digits) + "  ",
+                            field.says, console_.columns()));
     }
   }
 

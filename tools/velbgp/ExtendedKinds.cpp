@@ -61,25 +61,25 @@ std::string remedy(const ExtCommList& list, const NamedSerialization& way) {
   return std::string(prune) + ", and " + split;
 }
 
-boost::json::object serialized(const ExtCommList& list, std::vector<std::string>& notes) {
-  boost::json::object out;
+void serialized(const ExtCommList& list, JsonText& out, std::vector<std::string>& notes) {
+  out.name("serialize").open('{');
   for (const auto& way : serializations) {
     const std::string attribute = list.serialize(way.filter());
-    out[way.name] = hexDigits(octetsOf(attribute));
+    out.name(way.name).hex(octetsOf(attribute), "");
     if (const auto [announced, carried] = sizesOf(octetsOf(attribute)); announced != carried) {
       notes.push_back(std::string("the attribute \"") + way.name + "\" announces " + std::to_string(announced) +
                       " octets but carries " + std::to_string(carried) + ": " + remedy(list, way));
     }
   }
-  return out;
+  out.close('}');
 }
 
-boost::json::array setFlags(ExtCommList::CommVectorAttrs attrs) {
-  boost::json::array out;
+void setFlags(ExtCommList::CommVectorAttrs attrs, JsonText& out) {
+  out.name("attrs").open('[');
   for (const auto& flag : attrs.names()) {
-    if ((attrs.value() & flag.bit) != 0) out.emplace_back(flag.name);
+    if ((attrs.value() & flag.bit) != 0) out.text(flag.name);
   }
-  return out;
+  out.close(']');
 }
 
 // What both kinds tell of a community before its texts.
@@ -96,12 +96,12 @@ void decodeType(const Community& community, boost::json::object& out) {
 
 // The communities of a list by their classification.
 template <typename Traits, typename List>
-boost::json::object classified(const List& list) {
-  boost::json::object out;
+void classified(const List& list, JsonText& out) {
+  out.name("classifications").open('{');
   for (const auto& part : list.classificationLists()) {
-    if (part != nullptr) out[stringValue(part->classification())] = hexValues<Traits>(part->comms());
+    if (part != nullptr) hexValues<Traits>(out.name(stringValue(part->classification())), part->comms());
   }
-  return out;
+  out.close('}');
 }
 
 ExtComm::StrepFormat policyFormat(bool classification) {
@@ -133,7 +133,6 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
   using List = ExtCommList::PtrConst;
   static constexpr std::size_t octets = 8;
   static constexpr auto published = &PathLists::extended;
-  static constexpr auto stashed = &StashedPath::extended;
 
   explicit ExtendedTraits(const Agent& agent) : agent_(agent) {}
 
@@ -201,15 +200,15 @@ class ExtendedTraits : public ObjectTraits<ExtComm> {
     out["uiWeighted"] = community->toStrepForUI(false, true, false);
   }
 
-  void describe(const List& list, boost::json::object& out, std::vector<std::string>& notes) const {
-    out["text"] = listText(list);
-    out["attrs"] = setFlags(list->commVectorAttrs());
-    out["transitiveCount"] = list->transitiveCount();
-    out["classifications"] = classified<ExtendedTraits>(*list);
-    out["serialize"] = serialized(*list, notes);
+  void describe(const List& list, JsonText& out, std::vector<std::string>& notes) const {
+    out.name("text").text(listText(list));
+    setFlags(list->commVectorAttrs(), out);
+    out.name("transitiveCount").number(list->transitiveCount());
+    classified<ExtendedTraits>(*list, out);
+    serialized(*list, out, notes);
     const List kept = pruned(list);
-    out["prune"] = nullptr;
-    if (kept) out["prune"] = hexValues<ExtendedTraits>(kept->comms());
+    out.name("prune");
+    kept ? hexValues<ExtendedTraits>(out, kept->comms()) : void(out.word("null"));
   }
 
  private:
@@ -226,7 +225,6 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
   using List = ExtCommIp6List::PtrConst;
   static constexpr std::size_t octets = 20;
   static constexpr auto published = &PathLists::extendedIp6;
-  static constexpr auto stashed = &StashedPath::extendedIp6;
 
   explicit ExtendedIp6Traits(const Agent& agent) : agent_(agent) {}
 
@@ -260,13 +258,12 @@ class ExtendedIp6Traits : public ObjectTraits<ExtCommIp6> {
     out["ui"] = text(value);
   }
 
-  static void describe(const List& list, boost::json::object& out, std::vector<std::string>&) {
-    out["text"] = listText(list);
-    out["transitiveCount"] = list->totalTransitiveCommunities();
-    out["classifications"] = classified<ExtendedIp6Traits>(*list);
-    boost::json::object& attributes = out["serialize"].emplace_object();
-    attributes["all"] = hexDigits(octetsOf(list->serialize(true)));
-    attributes["transitive"] = hexDigits(octetsOf(list->serialize(false)));
+  static void describe(const List& list, JsonText& out, std::vector<std::string>&) {
+    out.name("text").text(listText(list));
+    out.name("transitiveCount").number(list->totalTransitiveCommunities());
+    classified<ExtendedIp6Traits>(*list, out);
+    out.name("serialize").open('{').name("all").hex(octetsOf(list->serialize(true)), "");
+    out.name("transitive").hex(octetsOf(list->serialize(false)), "").close('}');
   }
 
  private:

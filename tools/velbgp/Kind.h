@@ -10,6 +10,7 @@
 #include <boost/json/object.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,7 +20,6 @@
 #include <utility>
 #include <vector>
 
-#include "Store/Record.h"
 #include "VelBgp/ValueText.h"
 #include "tools/velbgp/Sentence.h"
 #include "tools/velbgp/Text.h"
@@ -29,15 +29,12 @@ class PosixRegex;
 }
 namespace Routing::Bgp {
 struct PathLists;
-struct StashedPath;
 }  // namespace Routing::Bgp
-namespace Routing::Store {
-class StoreManager;
-}
 
 namespace VelBgpTool {
 
 struct Agent;
+class JsonText;
 
 // What some paths, all or those of a file or of a peer, carried of one kind.
 struct Tally {
@@ -79,8 +76,7 @@ class Kind {
   virtual Statistics statistics(const Tally& tally, std::size_t top) const = 0;
 
   // Of a list: its values in order, as on the wire, and the text that `list` gives.
-  virtual std::string values(std::uint32_t number) const = 0;
-  virtual boost::json::array jsonValues(std::uint32_t number) const = 0;
+  virtual void forEachValue(std::uint32_t number, const std::function<void(Octets value)>& visit) const = 0;
   virtual std::string listText(std::uint32_t number) const = 0;
   // One value as people read it, and what is known of it that its text does not tell; mostly nothing.
   virtual std::string text(Octets value) const = 0;
@@ -90,8 +86,11 @@ class Kind {
   // The text of a value that expressions see in a list, or nothing.
   virtual std::string matchText(Octets value) const = 0;
   virtual Explanation explain(Octets value) const = 0;
-  // What `list` prints of a list, in order. Notes get what a reader of it should know.
-  virtual boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const = 0;
+  // Numbers a path's list that was interned in the agent's tables elsewhere; nothing where it has none of this kind.
+  virtual std::optional<std::uint32_t> listOf(const Routing::Bgp::PathLists& path) = 0;
+  virtual std::size_t totalCommunities(std::uint32_t number) const = 0;
+  // Writes the members that `list` prints of a list, in order. Notes get what a reader of it should know.
+  virtual void list(std::uint32_t number, JsonText& out, std::vector<std::string>& notes) const = 0;
   // Nothing for kinds without a text to match. The answer is remembered for a list: ask with one expression only.
   virtual std::optional<bool> matches(std::uint32_t number, const Routing::RouteMap::PosixRegex& regex) = 0;
 
@@ -104,10 +103,6 @@ class Kind {
 
   // Puts a list into a path's lists.
   virtual void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const = 0;
-  // What a path in a store refers to for its list of this kind, and the values of that, as on the wire; none if there is
-  // none. Throws the store's exceptions.
-  virtual Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const = 0;
-  virtual std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const = 0;
 };
 
 using MakeKind = std::unique_ptr<Kind>(Agent& agent);

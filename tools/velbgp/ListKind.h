@@ -13,27 +13,27 @@
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
 //   spellings(value), explain(value), and matchText(value) where expressions see a text
 //   sent(community)            the filters by name;  pruned(list)  and  whyDropped(community, kept)  where lists are pruned
-//   published, stashed         the kind's members of a path's lists, and of the references to them in a store
+//   published                  the kind's member of a path's lists
 #pragma once
 
 #include <algorithm>
-#include <boost/json/array.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <utility>
 
-#include "VelBgp/ListPublisher.h"
 #include "VelBgp/MatchReason.h"
+#include "VelBgp/PathLists.h"
+#include "tools/velbgp/JsonText.h"
 #include "tools/velbgp/Kind.h"
 
 namespace VelBgpTool {
 
 // Values as a JSON array of "0x..." texts.
 template <typename Traits, typename Range>
-boost::json::array hexValues(const Range& communities) {
-  boost::json::array values;
-  for (const auto& community : communities) values.emplace_back(hexValue(octetsOf(Traits::wire(community))));
-  return values;
+void hexValues(JsonText& out, const Range& communities) {
+  out.open('[');
+  for (const auto& community : communities) out.hex(octetsOf(Traits::wire(community)));
+  out.close(']');
 }
 
 template <typename Traits>
@@ -76,13 +76,8 @@ class ListKind : public Kind {
     return found;
   }
 
-  std::string values(std::uint32_t number) const override {
-    std::string octets;
-    for (const auto& community : Traits::communities(lists_[number])) octets += Traits::wire(community);
-    return octets;
-  }
-  boost::json::array jsonValues(std::uint32_t number) const override {
-    return hexValues<Traits>(Traits::communities(lists_[number]));
+  void forEachValue(std::uint32_t number, const std::function<void(Octets value)>& visit) const override {
+    for (const auto& community : Traits::communities(lists_[number])) visit(octetsOf(Traits::wire(community)));
   }
   std::string listText(std::uint32_t number) const override { return Traits::listText(lists_[number]); }
   std::string text(Octets value) const override { return traits_.text(value); }
@@ -91,12 +86,9 @@ class ListKind : public Kind {
     return {};
   }
 
-  boost::json::object list(std::uint32_t number, std::vector<std::string>& notes) const override {
-    boost::json::object out;
-    out["id"] = number;
-    out["values"] = hexValues<Traits>(Traits::communities(lists_[number]));
+  void list(std::uint32_t number, JsonText& out, std::vector<std::string>& notes) const override {
+    hexValues<Traits>(out.name("id").number(number).name("values"), Traits::communities(lists_[number]));
     traits_.describe(lists_[number], out, notes);
-    return out;
   }
 
   std::optional<bool> matches([[maybe_unused]] std::uint32_t number,
@@ -152,15 +144,13 @@ class ListKind : public Kind {
   void publish(std::uint32_t number, Routing::Bgp::PathLists& path) const override {
     path.*Traits::published = lists_[number];
   }
-  Routing::Store::Reference stashed(const Routing::Bgp::StashedPath& path) const override {
-    return path.*Traits::stashed;
+  std::optional<std::uint32_t> listOf(const Routing::Bgp::PathLists& path) override {
+    const List& list = path.*Traits::published;
+    const bool none = list == nullptr || Traits::communities(list).empty();
+    return none ? std::nullopt : std::optional(numberOf(list));
   }
-  std::string destash(const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) const override {
-    std::string octets;
-    const List list = List::element_type::destash(&(path.*Traits::stashed), &store);
-    if (list == nullptr) return octets;
-    for (const auto& community : Traits::communities(list)) octets += Traits::wire(community);
-    return octets;
+  std::size_t totalCommunities(std::uint32_t number) const override {
+    return Traits::communities(lists_[number]).size();
   }
 
  private:

@@ -1,124 +1,138 @@
 #include "tools/velbgp/Lister.h"
 
 #include <algorithm>
+#include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <boost/locale/utf.hpp>
+#include <utility>
 
-#include "Keel/HashMix.h"
 #include "Policy/PosixRegex.h"
-#include "VelBgp/ListPublisher.h"
+#include "VelBgp/PathLists.h"
+#include "tools/velbgp/JsonText.h"
 #include "tools/velbgp/MatchHint.h"
 
 namespace VelBgpTool {
 
-std::size_t Lister::Hash::operator()(const Routing::Store::Reference& reference) const {
-  Keel::HashMix mix;
-  mix.mixBytes8(reference.number);
-  mix.mixBytes8(reference.anchor);
-  return mix.value();
+namespace {
+
+bool isUtf8(std::string_view text) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    if (!boost::locale::utf::is_valid_codepoint(boost::locale::utf::utf_traits<char>::decode(at, end))) return false;
+  }
+  return true;
 }
+
+JsonText& keyIs(JsonText& out, std::string_view key) {
+  return isUtf8(key) ? out.name("key").text(key) : out.name("keyHex").hex(octetsOf(key));
+}
+std::string keyText(std::string_view key) { return "key " + (isUtf8(key) ? escaped(key) : hexValue(octetsOf(key))); }
+
+}  // namespace
 
 void Lister::pathEnds(const Place& place) {
-  std::array<Octets, kindCount> values;
-  std::copy(wire_.begin(), wire_.end(), values.begin());
-  Numbers numbers;
-  if (fits(place, values)) {
-    for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      if (!values[kind].empty()) numbers[kind] = kinds_.at(kind).intern(values[kind]);
-    }
-  }
-  for (auto& octets : wire_) octets.clear();
-  print(place, numbers);
-}
-
-void Lister::pathIs(const Place& place, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store) {
-  std::array<Stashed*, kindCount> lists;
-  std::array<Octets, kindCount> values;
+  bool fitting = true;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    lists[kind] = &stashed(kind, path, store);
-    values[kind] = octetsOf(lists[kind]->values);
+    fitting &= fits(place, kind, wire_[kind].size() / kindRows[kind].octets);
   }
   Numbers numbers;
-  if (fits(place, values)) {
-    for (std::size_t kind = 0; kind < kindCount; ++kind) {
-      if (!values[kind].empty()) lists[kind]->number = kinds_.at(kind).intern(values[kind]);
-      numbers[kind] = lists[kind]->number;
-      lists[kind]->values = {};
-    }
+  for (std::size_t kind = 0; kind < kindCount; ++kind) {
+    if (fitting && !wire_[kind].empty()) numbers[kind] = kinds_.at(kind).intern(wire_[kind]);
+    wire_[kind].clear();
   }
   print(place, numbers);
 }
 
-Lister::Stashed& Lister::stashed(std::size_t kind, const Routing::Bgp::StashedPath& path,
-                                 Routing::Store::StoreManager& store) {
-  const Kind& readBy = kinds_.at(kind);
-  const Routing::Store::Reference reference = readBy.stashed(path);
-  const auto known = stashed_[kind].find(reference);
-  if (known != stashed_[kind].end()) return known->second;
-  return stashed_[kind].emplace(reference, Stashed{readBy.destash(path, store), {}}).first->second;
+void Lister::pathIs(const Place& place, std::string_view key, const Routing::Bgp::PathLists& lists) {
+  Numbers numbers;
+  for (std::size_t kind = 0; kind < kindCount; ++kind) numbers[kind] = kinds_.at(kind).listOf(lists);
+  print(place, numbers, &key);
 }
 
-bool Lister::fits(const Place& place, const std::array<Octets, kindCount>& values) {
-  bool all = true;
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    const std::size_t count = values[kind].size() / kindRows[kind].octets;
-    const std::size_t capacity = attributeCapacity(kindRows[kind]);
-    if (count <= capacity) continue;
-    all = false;
-    console_.error(place, std::to_string(count) + " communities of the kind " + kindRows[kind].name +
-                              ", expected at most " + std::to_string(capacity) + ", as many as one attribute carries");
+void Lister::pathGoes(std::string_view key) {
+  if (!json_) {
+    if (!std::exchange(first_, false)) console_.line("");
+    return console_.line(heading(console_, keyText(key) + " gone"));
   }
-  return all;
+  Tyr::DynamicBuffer<> text;
+  JsonText out(text);
+  keyIs(out.open('{'), key).name("gone").word("true").close('}');
+  console_.line(text.view());
 }
 
-void Lister::print(const Place& place, const Numbers& numbers) {
-  if (json_) return console_.line(json(place, numbers));
-  boost::json::object out;
-  for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (!numbers[kind]) continue;
-    std::vector<std::string> notes;
-    out[kindRows[kind].name] = list(kind, *numbers[kind], notes);
-    note(place, notes);
-  }
-  printForPeople(out);
-  printMeanings(numbers);
-  if (explain_) printExplained(numbers);
+bool Lister::fits(const Place& place, std::size_t kind, std::size_t count) {
+  const std::size_t capacity = attributeCapacity(kindRows[kind]);
+  if (count <= capacity) return true;
+  console_.error(place, std::to_string(count) + " communities of the kind " + kindRows[kind].name +
+                            ", expected at most " + std::to_string(capacity) + ", as many as one attribute carries");
+  return false;
 }
 
-// As the object would be serialized.
-std::string Lister::json(const Place& place, const Numbers& numbers) {
-  std::string out;
+// A line goes to the console in pieces: together they are nowhere else.
+void Lister::print(const Place& place, const Numbers& numbers, const std::string_view* key) {
+  Lists lists;
+  bool fitting = true;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     if (!numbers[kind]) continue;
-    out.append(out.empty() ? "{\"" : ",\"").append(kindRows[kind].name).append("\":");
-    appendList(out, place, kind, *numbers[kind]);
+    const Printed& list = printed(place, kind, *numbers[kind]);
+    fitting &= fits(place, kind, list.communities);
+    lists[kind] = list.json;
   }
-  if (out.empty()) return "{}";
-  if (explain_) out += ",\"explain\":" + boost::json::serialize(explained(numbers));
-  return out + "}";
+  if (!fitting) lists = {};
+  const bool any = std::any_of(lists.begin(), lists.end(), [](std::string_view list) { return !list.empty(); });
+  if (!json_) {
+    printForPeople(lists, key);
+    if (any) printMeanings(numbers);
+    if (any && explain_) printExplained(numbers);
+    return;
+  }
+  Tyr::DynamicBuffer<> begin;
+  JsonText out(begin);
+  out.open('{');
+  if (key != nullptr) keyIs(out, *key);
+  console_.print(begin.view());
+  bool first = key == nullptr;
+  for (const std::string_view list : lists) {
+    if (list.empty()) continue;
+    if (!std::exchange(first, false)) console_.print(",");
+    console_.print(list);
+  }
+  if (any && explain_) console_.print(",\"explain\":" + boost::json::serialize(explained(numbers)));
+  console_.line("}");
 }
 
-void Lister::appendList(std::string& out, const Place& place, std::size_t kind, std::uint32_t number) {
-  const auto known = printed_[kind].find(number);
-  if (known != printed_[kind].end()) {
-    out += known->second.json;
-    return note(place, known->second.notes);
+const Lister::Printed& Lister::printed(const Place& place, std::size_t kind, std::uint32_t number) {
+  std::vector<Printed>& kept = printed_[kind];
+  if (number >= kept.size()) kept.resize(number + 1);
+  Printed* found = &kept[number];
+  if (found->json.empty()) {
+    Printed made = makePrinted(kind, number);
+    const std::size_t octets = made.json.size() + sizeof made;
+    if (octetsKept_ + octets > mostOctetsKept)
+      found = &notKept_[kind];
+    else
+      octetsKept_ += octets;
+    *found = std::move(made);
   }
-  Printed printed;
-  printed.json = boost::json::serialize(list(kind, number, printed.notes));
-  out += printed.json;
-  note(place, printed.notes);
-  if (octetsKept_ >= mostOctetsKept) return;
-  octetsKept_ += printed.json.size() + sizeof printed;
-  printed_[kind].emplace(number, std::move(printed));
+  for (const std::string& text : found->notes) console_.note(place, text);
+  return *found;
 }
 
-boost::json::object Lister::list(std::size_t index, std::uint32_t number, std::vector<std::string>& notes) {
+Lister::Printed Lister::makePrinted(std::size_t index, std::uint32_t number) {
   Kind& kind = kinds_.at(index);
-  boost::json::object out = kind.list(number, notes);
+  Printed made;
+  made.communities = kind.totalCommunities(number);
+  Tyr::DynamicBuffer<4096> text;
+  JsonText out(text);
+  out.name(kindRows[index].name).open('{');
+  if (made.communities <= attributeCapacity(kindRows[index])) kind.list(number, out, made.notes);
   const auto matched = match_ != nullptr ? kind.matches(number, *match_) : std::nullopt;
-  if (matched) out["match"] = *matched;
+  if (matched) out.name("match").word(*matched ? "true" : "false");
   anyMatch_ = anyMatch_ || matched.value_or(false);
-  return out;
+  out.close('}');
+  made.json = text.str();
+  return made;
 }
 
 boost::json::array Lister::explained(const Numbers& numbers) {
@@ -130,24 +144,27 @@ boost::json::array Lister::explained(const Numbers& numbers) {
 }
 
 void Lister::printMeanings(const Numbers& numbers) {
+  bool first = true;
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
-    if (numbers[kind])
-      forEachValue(kind, *numbers[kind], [&](Octets value) {
-        const std::string meaning = names_.meaning(kind, value);
-        if (meaning.empty()) return;
-        console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", escaped(meaning), console_.columns()));
-      });
+    if (!numbers[kind]) continue;
+    kinds_.at(kind).forEachValue(*numbers[kind], [&](Octets value) {
+      const std::string meaning = names_.meaning(kind, value);
+      if (meaning.empty()) return;
+      if (std::exchange(first, false)) console_.line(heading(console_, "meanings"));
+      console_.line(wrapped("  " + kinds_.at(kind).text(value) + "  ", meaning, console_.columns()));
+    });
   }
 }
 
 // One sentence for each value.
 void Lister::printExplained(const Numbers& numbers) {
+  console_.line(heading(console_, "why"));
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     if (!numbers[kind]) continue;
     boost::json::array why;
     kinds_.at(kind).explainList(*numbers[kind], match_, why);
     auto entry = why.begin();
-    forEachValue(kind, *numbers[kind], [&](Octets value) {
+    kinds_.at(kind).forEachValue(*numbers[kind], [&](Octets value) {
       console_.line(
           wrapped("  ", kinds_.at(kind).text(value) + sentenceOf((entry++)->get_object()), console_.columns()));
     });
@@ -176,18 +193,20 @@ void Lister::noteMatches() {
   if (match_ != nullptr && !anyMatch_) noteOtherSpelling(match_->pattern(), kinds_, console_);
 }
 
-void Lister::note(const Place& place, const std::vector<std::string>& notes) {
-  for (const std::string& text : notes) console_.note(place, text);
-}
-
-void Lister::printForPeople(const boost::json::object& out) {
-  if (!first_) console_.line("");
-  first_ = false;
-  if (out.empty()) console_.line("(none)");
-  for (const auto& member : out) {
-    console_.line(heading(console_, std::string_view(member.key())));
-    printBlock(console_, member.value().get_object(), 2);
+void Lister::printForPeople(const Lists& lists, const std::string_view* key) {
+  if (!std::exchange(first_, false)) console_.line("");
+  if (key != nullptr) console_.line(heading(console_, keyText(*key)));
+  bool none = true;
+  for (const std::string_view list : lists) {
+    if (list.empty()) continue;
+    none = false;
+    const boost::json::value members = boost::json::parse("{" + std::string(list) + "}");
+    for (const auto& member : members.get_object()) {
+      console_.line(heading(console_, std::string_view(member.key())));
+      printBlock(console_, member.value().get_object(), 2);
+    }
   }
+  if (none) console_.line("(none)");
 }
 
 }  // namespace VelBgpTool

@@ -5,7 +5,6 @@
 #include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
-#include <boost/unordered/unordered_flat_map.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -27,9 +26,10 @@ class Lister {
   void valuesAre(std::size_t kind, Octets wire) { wire_[kind].insert(wire_[kind].end(), wire.begin(), wire.end()); }
   // Ends the path: prints its lists. Errors and notes go under `place`.
   void pathEnds(const Place& place);
-  // Prints a path of a store, of one view: each of its lists is read and interned when it is met first. Throws the
-  // store's exceptions, with nothing printed.
-  void pathIs(const Place& place, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store);
+  // Prints a path of a store with its key. The lists are interned in the agent's tables.
+  void pathIs(const Place& place, std::string_view key, const Routing::Bgp::PathLists& lists);
+  // Says that there is no path under the key any more.
+  void pathGoes(std::string_view key);
 
   // Also says of each value why it is sent, kept and matched.
   void explainIs(bool explain) { explain_ = explain; }
@@ -42,40 +42,25 @@ class Lister {
  private:
   // By kind, of the lists that there are.
   using Numbers = std::array<std::optional<std::uint32_t>, kindCount>;
-  // A list in a store: its values until it has its number.
-  struct Stashed {
-    std::string values;
-    std::optional<std::uint32_t> number;
-  };
-  struct Hash {
-    std::size_t operator()(const Routing::Store::Reference& reference) const;
-  };
-  // What is printed of a list.
+  // What is printed of a list: a member of the path's object.
   struct Printed {
     std::string json;
     std::vector<std::string> notes;
+    std::size_t communities = 0;
   };
+  using Lists = std::array<std::string_view, kindCount>;  // what is printed of a path's; empty where there is none
   static constexpr std::size_t mostOctetsKept = 64 << 20;
 
-  Stashed& stashed(std::size_t kind, const Routing::Bgp::StashedPath& path, Routing::Store::StoreManager& store);
-  bool fits(const Place& place, const std::array<Octets, kindCount>& values);
-  void print(const Place& place, const Numbers& numbers);
-  std::string json(const Place& place, const Numbers& numbers);
-  void appendList(std::string& out, const Place& place, std::size_t kind, std::uint32_t number);
-  boost::json::object list(std::size_t index, std::uint32_t number, std::vector<std::string>& notes);
+  bool fits(const Place& place, std::size_t kind, std::size_t count);
+  void print(const Place& place, const Numbers& numbers, const std::string_view* key = nullptr);
+  // Tells the notes of the list.
+  const Printed& printed(const Place& place, std::size_t kind, std::uint32_t number);
+  Printed makePrinted(std::size_t index, std::uint32_t number);
+  void printForPeople(const Lists& lists, const std::string_view* key);
   boost::json::array explained(const Numbers& numbers);
   void printExplained(const Numbers& numbers);
   std::string sentenceOf(const boost::json::object& why) const;
   void printMeanings(const Numbers& numbers);
-  template <typename Visit>
-  void forEachValue(std::size_t kind, std::uint32_t number, Visit&& visit) {
-    const std::string values = kinds_.at(kind).values(number);
-    for (Octets rest = octetsOf(values); !rest.empty(); rest = rest.subspan(kindRows[kind].octets)) {
-      visit(rest.first(kindRows[kind].octets));
-    }
-  }
-  void note(const Place& place, const std::vector<std::string>& notes);
-  void printForPeople(const boost::json::object& out);
 
   bool json_;
   bool first_ = true;
@@ -88,8 +73,8 @@ class Lister {
   Names names_{kinds_};
   // Of the path under way, by kind, as they would stand in its attributes.
   std::array<std::vector<std::uint8_t>, kindCount> wire_;
-  std::array<boost::unordered_flat_map<Routing::Store::Reference, Stashed, Hash>, kindCount> stashed_;
-  std::array<boost::unordered_flat_map<std::uint32_t, Printed>, kindCount> printed_;  // by number
+  std::array<std::vector<Printed>, kindCount> printed_;  // by number; empty: not kept
+  std::array<Printed, kindCount> notKept_;               // of the path under way
   std::size_t octetsKept_ = 0;
 };
 

@@ -5,6 +5,7 @@
 
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
+#include "tools/velbgp/JsonText.h"
 #include "tools/velbgp/Names.h"
 #include "tools/velbgp/PathBatch.h"
 #include "tools/velbgp/RouteText.h"
@@ -128,22 +129,30 @@ void MrtReport::printKindJson(const Group& group, std::size_t kind) {
 void MrtReport::printTopJson(const Statistics& found, std::size_t index) {
   const Kind& kind = kinds_.at(index);
   std::string_view comma;
-  const auto entry = [&](const boost::json::object& out) {
+  const auto entry = [&](std::uint64_t paths, const auto& write) {
+    Tyr::DynamicBuffer<1024> text;
+    JsonText out(text);
+    write(out.open('{').name("paths").number(paths));
+    out.close('}');
     console_.print(comma);
-    console_.print(boost::json::serialize(out));
+    console_.print(text.view());
     comma = ",";
   };
   console_.print(",\"topLists\":[");
   for (const auto& [number, paths] : found.topLists) {
-    entry({{"paths", paths}, {"values", kind.jsonValues(number)}, {"text", kind.listText(number)}});
+    entry(paths, [&, number = number](JsonText& out) {
+      out.name("values").open('[');
+      kind.forEachValue(number, [&out](Octets value) { out.hex(value); });
+      out.close(']').name("text").text(kind.listText(number));
+    });
   }
   comma = "";
   console_.print("],\"topCommunities\":[");
   for (const auto& [octets, paths] : found.topCommunities) {
-    const Octets value = octetsOf(octets);
-    boost::json::object out{{"paths", paths}, {"value", hexValue(value)}, {"text", kind.text(value)}};
-    if (const std::string meaning = names_.meaning(index, value); !meaning.empty()) out["meaning"] = meaning;
-    entry(out);
+    entry(paths, [&, value = octetsOf(octets)](JsonText& out) {
+      out.name("value").hex(value).name("text").text(kind.text(value));
+      if (const std::string meaning = names_.meaning(index, value); !meaning.empty()) out.name("meaning").text(meaning);
+    });
   }
   console_.print("]");
 }
@@ -211,7 +220,7 @@ void MrtReport::printKinds(const Group& group) {
   }
   console_.line("");
   columns.print(console_);
-  console_.line("Octets saved: the values received, less one copy of each distinct value.");
+  if (options_.by == By::all) console_.line("Octets saved: the values received, less one copy of each distinct value.");
 }
 
 void MrtReport::printClassifications(const Group& group) {
@@ -234,10 +243,8 @@ void MrtReport::printTop(const Group& group, std::size_t kind) {
   console_.line(heading(console_, std::string("Lists of the kind ") + kindRows[kind].name + " on most paths"));
   for (const auto& [number, paths] : found.topLists) {
     std::string text;
-    const std::string values = kinds_.at(kind).values(number);
-    for (Octets rest = octetsOf(values); !rest.empty(); rest = rest.subspan(kindRows[kind].octets)) {
-      text += (text.empty() ? "" : ", ") + kinds_.at(kind).text(rest.first(kindRows[kind].octets));
-    }
+    kinds_.at(kind).forEachValue(
+        number, [&](Octets value) { text += (text.empty() ? "" : ", ") + kinds_.at(kind).text(value); });
     printUse(paths, found.topLists.front().second, text);
   }
   console_.line("");
@@ -246,7 +253,7 @@ void MrtReport::printTop(const Group& group, std::size_t kind) {
     const Octets value = octetsOf(octets);
     const std::string meaning = names_.meaning(kind, value);
     printUse(paths, found.topCommunities.front().second,
-             kinds_.at(kind).text(value) + (meaning.empty() ? "" : "  " + escaped(meaning)));
+             kinds_.at(kind).text(value) + (meaning.empty() ? "" : "  " + meaning));
   }
 }
 

@@ -104,7 +104,9 @@ std::string Names::lineIs(std::string_view line) {
   const std::string_view pattern = takePattern(line);
   if (pattern.empty()) return quote(whole) + " begins with no pattern, expected one, perhaps in double quotes";
   if (line.empty()) return quote(whole) + " has no meaning, expected a pattern, blanks and a meaning";
-  meanings_.push_back(utf8(line));
+  std::string meaning(line);
+  std::replace(meaning.begin(), meaning.end(), '\t', ' ');
+  meanings_.push_back(escaped(meaning));
   std::string problem = patternIs(trimmed(pattern));
   if (!problem.empty()) meanings_.pop_back();
   return problem;

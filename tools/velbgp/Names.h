@@ -6,7 +6,8 @@
 //   "rt 64500:*"      our VPNs                     a pattern with blanks inside stands in quotes
 //
 // Only the numbers of a pattern have such places, never a label or a name. A pattern stands for what its texts mean: as
-// for `rt:64500:*`, Route-Target-AS:64500:7 fits it. Single-threaded.
+// for `rt:64500:*`, Route-Target-AS:64500:7 fits it. Meanings are UTF-8 without control characters, which are escaped.
+// Single-threaded.
 #pragma once
 
 #include <boost/unordered/unordered_flat_map.hpp>

@@ -39,9 +39,8 @@ class PlainTraits {
   static bool matches(const List& list, const Routing::RouteMap::PosixRegex& regex) {
     return list->matchCommunitiesRegex(&regex);
   }
-  void describe(const List& list, boost::json::object& out, std::vector<std::string>&) const {
-    out["text"] = listText(list);
-    out["serialize"] = hexDigits(octetsOf(list->serialize()));
+  void describe(const List& list, JsonText& out, std::vector<std::string>&) const {
+    out.name("text").text(listText(list)).name("serialize").hex(octetsOf(list->serialize()), "");
   }
 
  private:
@@ -52,7 +51,6 @@ struct StandardTraits : PlainTraits<StandardTraits, CommList> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 4;
   static constexpr auto published = &PathLists::standard;
-  static constexpr auto stashed = &StashedPath::standard;
 
   static const CommListDedupTable* table(const Agent& agent) { return agent.commLists(); }
   static std::uint32_t value(Octets octets) { return read32(octets); }
@@ -75,7 +73,6 @@ struct LargeTraits : PlainTraits<LargeTraits, LargeCommList> {
   using PlainTraits::PlainTraits;
   static constexpr std::size_t octets = 12;
   static constexpr auto published = &PathLists::large;
-  static constexpr auto stashed = &StashedPath::large;
 
   static const LargeCommListDedupTable* table(const Agent& agent) { return agent.largeCommLists(); }
   static CommunityValue value(Octets octets) {

@@ -9,7 +9,6 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/Console.h"
 #include "tools/velbgp/Text.h"
-#include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
 
@@ -18,6 +17,17 @@ std::string storeProblem(const std::string& path, std::string_view what) {
   if (what.starts_with(prefix)) what.remove_prefix(prefix.size());
   return escaped(what);
 }
+
+namespace {
+
+// Digits, and as many of them, so that the keys' order is that of the numbers.
+std::string keyOf(std::size_t number) {
+  constexpr std::size_t digits = 10;
+  const std::string text = std::to_string(number);
+  return std::string(digits - std::min(digits, text.size()), '0') + text;
+}
+
+}  // namespace
 
 std::size_t Publication::Hash::operator()(const Numbers& lists) const {
   Keel::HashMix mix;
@@ -56,7 +66,7 @@ void Publication::pathIs(const Numbers& lists, Kinds& kinds) {
   for (std::size_t kind = 0; kind < kindCount; ++kind) {
     if (lists[kind] != none) kinds.at(kind).publish(lists[kind], path);
   }
-  publisher_->pathIs(Wire().u64(sets_.size() - 1).view(), std::move(path));
+  publisher_->pathIs(keyOf(sets_.size() - 1), std::move(path));
 }
 
 void Publication::finish() {

@@ -1,0 +1,36 @@
+#include "tools/velbgp/JsonText.h"
+
+namespace VelBgpTool {
+
+namespace {
+
+bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
+
+}  // namespace
+
+JsonText& JsonText::hex(Octets octets, std::string_view prefix) {
+  separated().put('"').out_.append(prefix);
+  for (const std::uint8_t octet : octets) out_.appendHex(octet, 2);
+  return put('"');
+}
+
+void JsonText::appendEscaped(std::string_view utf8) {
+  for (std::size_t begin = 0;;) {
+    std::size_t end = begin;
+    while (end < utf8.size() && !needsEscape(utf8[end])) ++end;
+    out_.append(utf8.substr(begin, end - begin));
+    if (end == utf8.size()) return;
+    const char c = utf8[end];
+    const std::size_t named = std::string_view("\b\f\n\r\t\"\\").find(c);
+    put('\\');
+    if (named == std::string_view::npos) {
+      out_.append('u');
+      out_.appendHex(static_cast<unsigned char>(c), 4);
+    } else {
+      out_.append("bfnrt\"\\"[named]);
+    }
+    begin = end + 1;
+  }
+}
+
+}  // namespace VelBgpTool
