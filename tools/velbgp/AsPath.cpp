@@ -20,7 +20,7 @@ bool takeSegment(Cursor& path, unsigned asOctets, std::uint32_t& type, Octets& n
   return path.octet(type) && path.octet(count) && path.take(std::size_t{count} * asOctets, numbers);
 }
 
-void append(std::string& text, std::uint32_t number) {
+void appendDecimal(std::string& text, std::uint32_t number) {
   char digits[10];
   text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
@@ -64,19 +64,48 @@ std::size_t AsPath::length() const {
   return length;
 }
 
+// Confederation segments have no place in AS4_PATH (RFC 6793, 6).
+void AsPath::readAs4(Octets attribute) {
+  attributeIs(attribute, 4);
+  std::erase_if(segments_, isConfederation);
+}
+
+void AsPath::append(const AsPath& other) {
+  for (const Place& place : other.segments_) {
+    const auto numbers = std::span(other.numbers_).subspan(place.begin, place.size);
+    segments_.push_back({place.type, static_cast<std::uint32_t>(numbers_.size()), place.size});
+    numbers_.insert(numbers_.end(), numbers.begin(), numbers.end());
+  }
+}
+
 void AsPath::as4PathIs(Octets attribute) {
   AsPath newer;
-  newer.attributeIs(attribute, 4);
-  std::erase_if(newer.segments_, isConfederation);  // they have no place there (RFC 6793, 6)
+  newer.readAs4(attribute);
   const std::size_t own = length();
   const std::size_t known = newer.length();
   if (own < known) return;
   cutTo(own - known);
-  for (const Place& place : newer.segments_) {
-    const auto numbers = std::span(newer.numbers_).subspan(place.begin, place.size);
-    segments_.push_back({place.type, static_cast<std::uint32_t>(numbers_.size()), place.size});
-    numbers_.insert(numbers_.end(), numbers.begin(), numbers.end());
+  append(newer);
+}
+
+void AsPath::as4PathIsForBgpdump(Octets attribute) {
+  const auto lengthOf = [](const Place& place) {
+    return std::size_t{place.type == set || place.type == confedSet ? 1 : place.size};
+  };
+  if (segments_.empty() || lengthOf(segments_.front()) == 0) return as4PathIs(attribute);
+  AsPath newer;
+  newer.readAs4(attribute);
+  const std::size_t known = newer.length();
+  std::size_t own = 0;
+  for (const Place& place : segments_) own += lengthOf(place);
+  if (own < known) return;
+  const Place first = segments_.front();
+  segments_.clear();
+  for (std::size_t left = own - known; left != 0; left -= std::min(left, lengthOf(first))) {
+    segments_.push_back(first);
+    if (left < lengthOf(first)) segments_.back().size = static_cast<std::uint32_t>(left);
   }
+  append(newer);
 }
 
 // Confederation segments go with what they stand behind, the first with the path's beginning.
@@ -122,7 +151,7 @@ void AsPath::appendTo(std::string& text) const {
     if (mark.begin != ' ') text += mark.begin;
     for (const std::uint32_t& number : numbers) {
       if (&number != numbers.data()) text += mark.between;
-      append(text, number);
+      appendDecimal(text, number);
     }
     if (mark.end != ' ') text += mark.end;
     space = !numbers.empty();

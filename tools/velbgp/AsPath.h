@@ -29,6 +29,9 @@ class AsPath {
   void attributeIs(Octets attribute, unsigned asOctets);
   // Merges a well-formed AS4_PATH into the path.
   void as4PathIs(Octets attribute);
+  // The same as bgpdump does it: what it lacks at the front it takes from the first segment again and again, and it
+  // counts confederations too.
+  void as4PathIsForBgpdump(Octets attribute);
 
   std::size_t segments() const { return segments_.size(); }
   Segment segment(std::size_t i) const {
@@ -53,6 +56,8 @@ class AsPath {
   // How many ASes the path is long: a set counts as one, confederations not at all.
   std::size_t length() const;
   void read(Octets attribute, unsigned asOctets);
+  void readAs4(Octets attribute);
+  void append(const AsPath& other);
   // Keeps what stands before the last `length` ASes.
   void cutTo(std::size_t length);
 

@@ -277,7 +277,7 @@ class BgpdumpWriter final : public RouteWriter {
     }
     AsPath own;
     own.attributeIs(octets, as);
-    if (merges) own.as4PathIs(newer);
+    if (merges) own.as4PathIsForBgpdump(newer);
     own.appendTo(line_);
   }
 
