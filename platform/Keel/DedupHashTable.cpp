@@ -115,8 +115,7 @@ DedupHashTable::DedupHashTable(std::string name)
 }
 
 DedupHashTable::~DedupHashTable() {
-  const bool announcesNow = teller_.load(std::memory_order_relaxed) == &detail::thisThread();
-  TYR_ASSERT(!announcesNow);
+  TYR_ASSERT(!announcesNow());
   tell();
   bar();
   KEEL_PAUSE_POINT(tableEmptied);
@@ -561,9 +560,16 @@ class DedupHashTable::Teller {
   detail::ThreadRecord& me_ = detail::thisThread();
 };
 
+// Whether this thread is telling. It has its record before it looks: one that it takes afterwards could be that of the
+// thread that was telling when it looked, and has ended since.
+bool DedupHashTable::announcesNow() const noexcept {
+  const detail::ThreadRecord& me = detail::thisThread();
+  return teller_.load(std::memory_order_relaxed) == &me;
+}
+
 void DedupHashTable::tell() noexcept {
+  if (announcesNow()) return;  // told when the present event is over
   detail::ThreadRecord& me = detail::thisThread();
-  if (teller_.load(std::memory_order_relaxed) == &me) return;  // told when the present event is over
   do {
     std::unique_lock<std::mutex> lock(tellMutex_, std::defer_lock);
     if (multiThreaded_ && me.telling == 0) lock.lock();
@@ -746,8 +752,7 @@ void DedupHashTable::forEachHeldHandle(void (*visit)(void*, DedupHandleBase*), v
 
 void DedupHashTable::lifeTimeNotifieeIs(Tyr::Ptr<DedupLifeTimeNotifiee> notifiee) {
   checkThread();
-  const bool announcesNow = teller_.load(std::memory_order_relaxed) == &detail::thisThread();
-  TYR_ASSERT(!announcesNow);
+  TYR_ASSERT(!announcesNow());
   const detail::MaybeLock lock(notifieeMutex_);
   notifieeGoes();
   if (notifiee != nullptr) notifieeComes(std::move(notifiee));

@@ -540,6 +540,7 @@ class VELBGP_EXPORT DedupHashTable : public Tyr::PtrInterface {
   void enqueue(DedupHandleBase* handle) noexcept;
   DedupHandleBase* dequeue() noexcept;
   bool queued() noexcept;
+  bool announcesNow() const noexcept;
   void tell() noexcept;
   void tellOf(DedupHandleBase* handle) noexcept;
   bool tellComing(DedupHandleBase* handle) noexcept;
