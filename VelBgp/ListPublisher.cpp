@@ -33,18 +33,16 @@ class ListPublisher::State {
     }
     wake_.notify_all();
     thread_.join();
-    ByKeyInParts<PathLists> held;  // goes after the lock: lists that go are noted, and threads that intern wait for it
-    std::unique_ptr<Notes> notes;  // so do they
-    auto none = std::make_unique<Notes>();
+    ByKeyInParts<PathLists> held;
     ByAttribute<Keel::DedupHashTable*> tables;
     {
       const std::lock_guard lock(mutex_);
       closed_ = true;
       std::swap(held, held_);
       tables = std::exchange(tables_, {});
-      notes = std::exchange(notes_, std::move(none));
     }
-    notes.reset();
+    // Nobody notes any more: all else goes while no thread that interns waits for it.
+    *notes_ = Notes();
     *taken_ = Notes();
     unwritten_ = Notes();
     records_.reset();

@@ -70,7 +70,7 @@ class AttributeChange {
   // The commit is done. Needs no memory.
   void settle() noexcept {
     for (const Slot slot : gone_) records_.lists.erase(slot);
-    if (dropsLeaving_) records_.leaving = {};
+    if (dropsLeaving_) records_.leaving = std::vector<Store::Reference>();
     records_.leaving.insert(records_.leaving.end(), leaving_.begin(), leaving_.end());
     for (const auto& [slot, reference] : come_) records_.lists.emplace(slot, reference);
     for (const auto& [image, shared] : communities_) {

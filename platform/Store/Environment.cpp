@@ -15,6 +15,10 @@
 namespace Routing::Store::detail {
 namespace {
 
+struct CursorCloser {
+  void operator()(MDB_cursor* cursor) const { ::mdb_cursor_close(cursor); }
+};
+
 constexpr std::size_t littleRoom = 64 * 1024;  // on a disk that is as good as full
 
 // A child of fork() does not meet its parent's environments here.
@@ -222,14 +226,23 @@ int Environment::lengthen() const {
 int Environment::write(MDB_txn* transaction, const Changes& changes) const {
   const int code = changes.clear() ? ::mdb_drop(transaction, tree_, 0) : 0;
   if (code != 0) return code;
+  // A cursor looks at the page where it is before it looks for another: neighbours are written in a row. What goes makes
+  // it begin anew.
+  std::unique_ptr<MDB_cursor, CursorCloser> cursor;
   return changes.forEach([&](Octets name, const std::optional<Octets>& octets) {
     MDB_val key = engineValue(name);
     if (!octets) {
+      cursor.reset();
       const int removed = ::mdb_del(transaction, tree_, &key, nullptr);
       return removed == MDB_NOTFOUND ? 0 : removed;
     }
+    if (cursor == nullptr) {
+      MDB_cursor* opened = nullptr;
+      if (const int failed = ::mdb_cursor_open(transaction, tree_, &opened); failed != 0) return failed;
+      cursor.reset(opened);
+    }
     MDB_val value = engineValue(*octets);
-    return ::mdb_put(transaction, tree_, &key, &value, 0);
+    return ::mdb_cursor_put(cursor.get(), &key, &value, 0);
   });
 }
 
