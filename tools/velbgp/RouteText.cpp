@@ -261,7 +261,7 @@ void CsvRoutes::appendTarget(std::string& line, const RouteTarget& target) {
   if (target.hasPathId) appendNumber(line, target.nlri.pathId);
 }
 
-void appendTime(std::string& text, const RouteTime& time) {
+void appendTime(std::string& text, const MrtTime& time) {
   appendNumber(text, time.seconds);
   if (!time.hasMicroseconds) return;
   const std::string digits = std::to_string(1'000'000 + time.microseconds);
@@ -271,7 +271,7 @@ void appendTime(std::string& text, const RouteTime& time) {
 
 std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::string(text)); }
 
-void JsonRoutes::appendTypeAndTime(std::string& line, Route::Type type, const RouteTime& time) {
+void JsonRoutes::appendTypeAndTime(std::string& line, Route::Type type, const MrtTime& time) {
   line.append(R"("type":")").append(textOf(type)).append(R"(","time":)");
   appendTime(line, time);
 }
