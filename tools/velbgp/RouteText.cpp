@@ -96,10 +96,12 @@ class PeopleWriter final : public RouteWriter {
     Moment::appendTo(line_, route.time.seconds);
     fill(time, timeWidth);
     column(route.peer.address.empty() ? "-" : texts_.address(route.peer.address), peerWidth);
+    const std::size_t prefix = line_.size();
     column(target(route), prefixWidth);
+    const std::size_t path = line_.size();
     if (route.path != nullptr) appendPath(route);
     while (line_.ends_with(' ')) line_.pop_back();
-    printLine();
+    printLine(prefix, path);
     return true;
   }
 
@@ -154,11 +156,13 @@ class PeopleWriter final : public RouteWriter {
     return text;
   }
 
-  // Cut only where a terminal would break the line; a file gets all of it.
-  void printLine() {
+  // On a terminal that would break the line, what has no room goes on below: the path, if need be the prefix, too.
+  void printLine(std::size_t prefix, std::size_t path) {
     const std::size_t width = console_.columns();
-    if (width > 3 && line_.size() > width) line_.replace(width - 3, std::string::npos, "...");
-    console_.line(line_);
+    if (width == 0 || line_.size() <= width) return console_.line(line_);
+    const std::size_t end = path <= width + 1 ? path : prefix;
+    console_.line(std::string_view(line_).substr(0, end - 1));
+    console_.line(wrapped("    ", std::string_view(line_).substr(end), width));
   }
 
   Console& console_;
