@@ -10,6 +10,8 @@ namespace VelBgpTool {
 
 namespace {
 
+constexpr std::uint32_t million = 1'000'000;
+
 void append4(std::string& text, std::span<const std::uint8_t, 4> octets) {
   for (const std::uint8_t& octet : octets) {
     if (&octet != octets.data()) text += '.';
@@ -110,38 +112,32 @@ class BgpdumpWriter final : public RouteWriter {
     return true;
   }
 
-  bool stateChangeIs(const MrtRecord& record) override {
-    const MrtStateChange& change = record.stateChange();
-    std::uint64_t seconds = record.header().time;
-    if (const auto* microseconds = record.microseconds()) {
-      beginLine("BGP4MP_ET", seconds + *microseconds / 1'000'000, *microseconds % 1'000'000);
-    } else {
-      beginLine("BGP4MP", seconds, {});
-    }
-    return stateIs(change);
-  }
+  bool stateChangeIs(const MrtRecord& record) override { return stateIs(record.receivedAt(), record.stateChange()); }
 
   bool oldStateChangeIs(const MrtHeader& header, Octets body) override {
-    constexpr std::uint16_t extendedTime = 17;
-    constexpr std::uint16_t messages = 16;
-    const bool hasMicroseconds = header.type == extendedTime;
-    const bool fourOctetAs = header.subtype == 5;
-    if ((header.type != messages && !hasMicroseconds) || (header.subtype != 0 && !fourOctetAs)) return false;
-    if (body.size() != (hasMicroseconds ? 12 : 8)) return false;
-    const auto microseconds = static_cast<std::uint32_t>(bigEndian(body.first(4)));
-    if (hasMicroseconds) {
-      body = body.subspan(4);
-      beginLine("BGP4MP_ET", header.time + microseconds / 1'000'000, microseconds % 1'000'000);
-    } else {
-      beginLine("BGP4MP", header.time, {});
-    }
-    const auto number = [&](std::size_t at, std::size_t size) {
-      return static_cast<std::uint32_t>(bigEndian(body.subspan(at, size)));
-    };
+    constexpr std::uint16_t withMicroseconds = 17;
+    constexpr std::uint16_t without = 16;
+    constexpr std::uint16_t stateChange = 0;
+    constexpr std::uint16_t stateChangeAs4 = 5;
+    MrtTime time{header.time, 0, header.type == withMicroseconds};
+    if (header.type != without && header.type != withMicroseconds) return false;
+    if (header.subtype != stateChange && header.subtype != stateChangeAs4) return false;
+    Cursor rest(body);
+    if (time.hasMicroseconds) rest.number(4, time.microseconds);
+    if (rest.left() != 8) return false;
+    time.seconds += time.microseconds / million;
+    time.microseconds %= million;
     static constexpr std::array<std::uint8_t, 4> noAddress{};
-    // With longer AS numbers there is no room for the states.
-    return stateIs(fourOctetAs ? MrtStateChange{{noAddress, number(0, 4)}, 0, 0}
-                               : MrtStateChange{{noAddress, number(0, 2)}, number(4, 2), number(6, 2)});
+    MrtStateChange change{{noAddress}, 0, 0};
+    if (header.subtype == stateChangeAs4) {
+      rest.number(4, change.peer.as);  // then there is no room for the states
+    } else {
+      rest.twoOctets(change.peer.as);
+      rest.skip(2);
+      rest.twoOctets(change.oldState);
+      rest.twoOctets(change.newState);
+    }
+    return stateIs(time, change);
   }
 
  private:
@@ -157,16 +153,14 @@ class BgpdumpWriter final : public RouteWriter {
     return !record.peers().empty() && std::ranges::find(subtypes, record.header().subtype) != subtypes.end();
   }
 
-  void beginLine(std::string_view form, std::uint64_t seconds, std::optional<std::uint32_t> microseconds) {
+  void beginLine(std::string_view form, const MrtTime& time) {
     line_ = form;
     line_ += '|';
-    appendNumber(line_, seconds);
-    if (!microseconds) return;
-    line_ += '.';
-    line_.append(std::to_string(1'000'000 + *microseconds), 1);
+    appendTime(line_, time);
   }
 
-  bool stateIs(const MrtStateChange& change) {
+  bool stateIs(const MrtTime& time, const MrtStateChange& change) {
+    beginLine(time.hasMicroseconds ? "BGP4MP_ET" : "BGP4MP", time);
     line_ += "|STATE|";
     peerIs(change.peer);
     appendNumber(line_, change.oldState);
@@ -198,7 +192,7 @@ class BgpdumpWriter final : public RouteWriter {
     beginLine(isDump                   ? "TABLE_DUMP"
               : route.target.hasPathId ? "TABLE_DUMP2_AP"
                                        : "TABLE_DUMP2",
-              route.record->header().time, {});
+              {route.record->header().time});
     line_ += "|B|";
     peerIs(route.peer);
     prefixIs(route, route.target.hasPathId);
@@ -221,8 +215,7 @@ class BgpdumpWriter final : public RouteWriter {
     std::string form = route.time.hasMicroseconds ? "BGP4MP_ET" : "BGP4MP";
     if (local) form += "_LOCAL";
     if (pathIds) form += "_AP";
-    beginLine(form, route.time.seconds,
-              route.time.hasMicroseconds ? std::optional(route.time.microseconds) : std::optional<std::uint32_t>());
+    beginLine(form, route.time);
     line_ += route.type == Route::Type::withdraw ? "|W|" : "|A|";
     if (route.type == Route::Type::withdraw) return withdrawalIs(route, local, pathIds);
     peerIs(route.peer);

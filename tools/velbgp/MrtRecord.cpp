@@ -216,10 +216,11 @@ bool MrtRecord::bodyIs(const MrtHeader& header, Octets body) {
 }
 
 void MrtRecord::read(const MrtHeader& header, Cursor body) {
-  extendedTime_ = header.type == bgp4mpEt;
+  hasMicroseconds_ = header.type == bgp4mpEt;
+  microseconds_ = 0;
   if (header.type == tableDumpType) return tableDump(header.subtype, body);
   if (header.type == tableDumpV2Type) return tableDumpV2(header.subtype, body);
-  if (extendedTime_) need(body.number(4, microseconds_), "its microseconds");
+  if (hasMicroseconds_) need(body.number(4, microseconds_), "its microseconds");
   bgp4mp(header.subtype, body);
 }
 

@@ -39,6 +39,13 @@ struct MrtHeader {
   std::uint32_t length = 0;  // as claimed
 };
 
+// When something was received or originated.
+struct MrtTime {
+  std::uint64_t seconds = 0;
+  std::uint32_t microseconds = 0;  // below a million
+  bool hasMicroseconds = false;    // of BGP4MP_ET
+};
+
 // A peer as a record names it; without an address where it names none.
 struct MrtPeer {
   Octets address;  // 4 or 16 octets
@@ -132,8 +139,11 @@ class MrtRecord {
   // Of an UPDATE, of a state change.
   const MrtMessage& message() const { return message_; }
   const MrtStateChange& stateChange() const { return stateChange_; }
-  // Of BGP4MP_ET, as received; else none.
-  const std::uint32_t* microseconds() const { return extendedTime_ ? &microseconds_ : nullptr; }
+  // The header's time; a million microseconds and more are seconds.
+  MrtTime receivedAt() const {
+    constexpr std::uint32_t million = 1'000'000;
+    return {header_.time + std::uint64_t{microseconds_ / million}, microseconds_ % million, hasMicroseconds_};
+  }
   // What is wrong with a malformed record.
   const std::string& fault() const { return fault_; }
 
@@ -158,7 +168,7 @@ class MrtRecord {
   MrtEntries entries_;
   MrtMessage message_{};
   MrtStateChange stateChange_;
-  bool extendedTime_ = false;
+  bool hasMicroseconds_ = false;
   std::uint32_t microseconds_ = 0;
   std::vector<std::uint8_t> peerOctets_;  // what peers_ points into
   std::vector<MrtPeer> peers_;

@@ -65,6 +65,7 @@ RouteFacts factsOf(const Route& route) {
 }
 
 bool MpField::reachIs(Octets attribute) {
+  *this = {};
   Cursor rest(attribute);
   std::uint32_t length = 0;
   const bool whole = rest.twoOctets(family.afi) && rest.octet(family.safi) && rest.octet(length) &&
@@ -74,6 +75,7 @@ bool MpField::reachIs(Octets attribute) {
 }
 
 bool MpField::unreachIs(Octets attribute) {
+  *this = {};
   Cursor rest(attribute);
   const bool whole = rest.twoOctets(family.afi) && rest.octet(family.safi);
   nlri = rest.rest();
@@ -215,39 +217,24 @@ void RouteWalk::updateIs(const MrtRecord& record, std::uint64_t offset) {
   if (!fieldsAreWhole(record, offset)) return;
   const MrtMessage& message = record.message();
   pathIs(record, 0, message.attributes, {false, message.fourOctetAs, !message.fourOctetAs, message.addPath}, offset);
-  constexpr std::uint32_t million = 1'000'000;
-  const std::uint32_t microseconds = record.microseconds() != nullptr ? *record.microseconds() : 0;
-  Route route{Route::Type::withdraw,
-              {record.header().time + std::uint64_t{microseconds / million}, microseconds % million,
-               record.microseconds() != nullptr},
-              message.peer,
-              message.local,
-              {{Family::ip4, 1}, true, message.addPath, {}},
-              nullptr,
-              {},
-              false,
-              &record};
-  const bool has15 = lenient_ ? path_.has(RoutePath::mpUnreach) : path_.good(RoutePath::mpUnreach);
-  const bool has14 = lenient_ ? path_.has(RoutePath::mpReach) : path_.good(RoutePath::mpReach);
+  Route route{Route::Type::withdraw, record.receivedAt(), message.peer, message.local, {}, nullptr, {}, false, &record};
+  route.target.hasPathId = message.addPath;
+  fieldIs(route, message.withdrawn);
   MpField field;
-  prefixesAre(route, message.withdrawn);
-  if (has15) {
-    field.unreachIs(path_.value(RoutePath::mpUnreach));
-    mpRoutesAre(route, field);
+  if (isRead(RoutePath::mpUnreach) && (field.unreachIs(path_.value(RoutePath::mpUnreach)) || lenient_)) {
+    attributeIs(route, field);
   }
   route.type = Route::Type::announce;
   route.path = &path_;
   route.nextHop = path_.ownNextHop();
-  route.target.family = {Family::ip4, 1};
-  route.ofAttribute = false;
-  prefixesAre(route, message.announced);
-  if (has14) {
-    field = {};
-    field.reachIs(path_.value(RoutePath::mpReach));
+  fieldIs(route, message.announced);
+  if (isRead(RoutePath::mpReach) && (field.reachIs(path_.value(RoutePath::mpReach)) || lenient_)) {
     route.nextHop = path_.mpNextHop();
-    mpRoutesAre(route, field);
+    attributeIs(route, field);
   }
 }
+
+bool RouteWalk::isRead(RoutePath::Code code) const { return lenient_ ? path_.has(code) : path_.good(code); }
 
 // Whether both fields of prefixes can be read; the record is malformed if not.
 bool RouteWalk::fieldsAreWhole(const MrtRecord& record, std::uint64_t offset) {
@@ -284,13 +271,13 @@ void RouteWalk::pathIs(const MrtRecord& record, std::uint32_t number, Octets blo
   }
 }
 
-void RouteWalk::prefixesAre(Route& route, Octets field) {
-  route.target.isPrefix = true;
-  for (Cursor rest(field); sink_.wantsMore() && takeNlri(rest, route.target.hasPathId, route.target.nlri);)
-    sink_.routeIs(route);
+void RouteWalk::fieldIs(Route& route, Octets field) {
+  route.target.family = {Family::ip4, 1};
+  route.ofAttribute = false;
+  prefixesAre(route, field);
 }
 
-void RouteWalk::mpRoutesAre(Route& route, const MpField& field) {
+void RouteWalk::attributeIs(Route& route, const MpField& field) {
   route.target.family = field.family;
   route.ofAttribute = true;
   if (readsPrefixes(field.family)) return prefixesAre(route, field.nlri);
@@ -300,6 +287,12 @@ void RouteWalk::mpRoutesAre(Route& route, const MpField& field) {
   route.target.nlri = {0, 0, field.nlri};
   sink_.routeIs(route);
   route.target.hasPathId = pathIds;
+}
+
+void RouteWalk::prefixesAre(Route& route, Octets field) {
+  RouteTarget& target = route.target;
+  target.isPrefix = true;
+  for (Cursor rest(field); sink_.wantsMore() && takeNlri(rest, target.hasPathId, target.nlri);) sink_.routeIs(route);
 }
 
 bool RouteWalk::readsPrefixes(Family family) const {

@@ -95,18 +95,11 @@ struct RouteTarget {
   Nlri nlri;
 };
 
-// When a route was heard of.
-struct RouteTime {
-  std::uint64_t seconds = 0;
-  std::uint32_t microseconds = 0;  // below a million
-  bool hasMicroseconds = false;    // of BGP4MP_ET
-};
-
 struct Route {
   enum class Type : std::uint8_t { rib, announce, withdraw };
 
   Type type;
-  RouteTime time;
+  MrtTime time;
   MrtPeer peer;
   bool local;
   RouteTarget target;
@@ -171,8 +164,11 @@ class RouteWalk final : public MrtSink {
   // Of path `number` of the record: its attributes, and what is wrong with them.
   void pathIs(const MrtRecord& record, std::uint32_t number, Octets block, const RoutePath::Form& form,
               std::uint64_t offset);
+  bool isRead(RoutePath::Code code) const;
+  // The routes of a field of the message; of an attribute.
+  void fieldIs(Route& route, Octets field);
+  void attributeIs(Route& route, const MpField& field);
   void prefixesAre(Route& route, Octets field);
-  void mpRoutesAre(Route& route, const MpField& field);
   bool readsPrefixes(Family family) const;
 
   RouteSink& sink_;

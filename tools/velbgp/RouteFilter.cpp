@@ -12,6 +12,7 @@
 #include "tools/velbgp/Agent.h"
 #include "tools/velbgp/MatchHint.h"
 #include "tools/velbgp/Moment.h"
+#include "tools/velbgp/Wire.h"
 
 namespace VelBgpTool {
 
@@ -159,31 +160,16 @@ bool isRouteTarget(const TypedValue& value) {
 std::optional<TypedValue> otherEncoding(const TypedValue& value) {
   constexpr std::uint8_t twoOctetAs = 0;
   constexpr std::uint8_t fourOctetAs = 2;
-  if (value.kind != extendedKind) return std::nullopt;
   const Octets octets = value.wire();
-  std::uint64_t as = 0;
-  std::uint64_t number = 0;
-  std::string other(octets.begin(), octets.end());
-  const auto put = [&other](std::size_t at, std::size_t size, std::uint64_t part) {
-    for (; size-- != 0; part >>= 8) other[at + size] = static_cast<char>(part);
-  };
-  if (octets[0] == twoOctetAs) {
-    as = bigEndian(octets.subspan(2, 2));
-    number = bigEndian(octets.subspan(4, 4));
-    put(0, 1, fourOctetAs);
-    put(2, 4, as);
-    put(6, 2, number);
-  } else if (octets[0] == fourOctetAs) {
-    as = bigEndian(octets.subspan(2, 4));
-    number = bigEndian(octets.subspan(6, 2));
-    put(0, 1, twoOctetAs);
-    put(2, 2, as);
-    put(4, 4, number);
-  } else {
-    return std::nullopt;
-  }
+  if (value.kind != extendedKind || (octets[0] != twoOctetAs && octets[0] != fourOctetAs)) return std::nullopt;
+  const bool isShort = octets[0] == twoOctetAs;
+  const std::uint64_t as = bigEndian(octets.subspan(2, isShort ? 2 : 4));
+  const std::uint64_t number = bigEndian(octets.subspan(isShort ? 4 : 6));
   if (as > 65535 || number > 65535) return std::nullopt;
-  return TypedValue{value.kind, other};
+  Wire other;
+  other.u8(isShort ? fourOctetAs : twoOctetAs).u8(octets[1]);
+  isShort ? other.u32(as).u16(number) : other.u16(as).u32(number);
+  return TypedValue{value.kind, other.str()};
 }
 
 // As behind the label, or with it.

@@ -38,7 +38,7 @@ struct KeptRoute {
   std::uint32_t nextHop = none;
   std::array<std::uint32_t, kindCount> lists{none, none, none, none};
   const char* origin = nullptr;
-  RouteTime time;
+  MrtTime time;
   Route::Type type = Route::Type::withdraw;
   bool passes = false;      // the filters
   std::uint32_t epoch = 0;  // of its peer, when it came

@@ -96,10 +96,12 @@ class PeopleWriter final : public RouteWriter {
     Moment::appendTo(line_, route.time.seconds);
     fill(time, timeWidth);
     column(route.peer.address.empty() ? "-" : texts_.address(route.peer.address), peerWidth);
+    const std::size_t prefix = line_.size();
     column(target(route), prefixWidth);
+    const std::size_t path = line_.size();
     if (route.path != nullptr) appendPath(route);
     while (line_.ends_with(' ')) line_.pop_back();
-    printLine();
+    printLine(prefix, path);
     return true;
   }
 
@@ -154,11 +156,13 @@ class PeopleWriter final : public RouteWriter {
     return text;
   }
 
-  // Cut only where a terminal would break the line; a file gets all of it.
-  void printLine() {
+  // On a terminal that would break the line, what has no room goes on below: the path, if need be the prefix, too.
+  void printLine(std::size_t prefix, std::size_t path) {
     const std::size_t width = console_.columns();
-    if (width > 3 && line_.size() > width) line_.replace(width - 3, std::string::npos, "...");
-    console_.line(line_);
+    if (width == 0 || line_.size() <= width) return console_.line(line_);
+    const std::size_t end = path <= width + 1 ? path : prefix;
+    console_.line(std::string_view(line_).substr(0, end - 1));
+    console_.line(wrapped("    ", std::string_view(line_).substr(end), width));
   }
 
   Console& console_;
@@ -261,7 +265,7 @@ void CsvRoutes::appendTarget(std::string& line, const RouteTarget& target) {
   if (target.hasPathId) appendNumber(line, target.nlri.pathId);
 }
 
-void appendTime(std::string& text, const RouteTime& time) {
+void appendTime(std::string& text, const MrtTime& time) {
   appendNumber(text, time.seconds);
   if (!time.hasMicroseconds) return;
   const std::string digits = std::to_string(1'000'000 + time.microseconds);
@@ -271,7 +275,7 @@ void appendTime(std::string& text, const RouteTime& time) {
 
 std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::string(text)); }
 
-void JsonRoutes::appendTypeAndTime(std::string& line, Route::Type type, const RouteTime& time) {
+void JsonRoutes::appendTypeAndTime(std::string& line, Route::Type type, const MrtTime& time) {
   line.append(R"("type":")").append(textOf(type)).append(R"(","time":)");
   appendTime(line, time);
 }

@@ -99,7 +99,7 @@ std::unique_ptr<RouteWriter> makeBgpdumpWriter(const RouteWriting& writing);
 // The octets of a prefix with nothing behind its length.
 std::array<std::uint8_t, 16> maskedOctets(const Nlri& nlri);
 // "1546300800.123456".
-void appendTime(std::string& text, const RouteTime& time);
+void appendTime(std::string& text, const MrtTime& time);
 // As a JSON string, in quotes.
 std::string jsonText(std::string_view text);
 
@@ -109,7 +109,7 @@ class JsonRoutes {
   JsonRoutes(Kinds& kinds, bool raw) : texts_(kinds, raw) {}
   RouteTexts& texts() { return texts_; }
 
-  static void appendTypeAndTime(std::string& line, Route::Type type, const RouteTime& time);
+  static void appendTypeAndTime(std::string& line, Route::Type type, const MrtTime& time);
   // From "peer" to "pathId", and from "asPath" on, each with a comma before it.
   void appendKey(std::string& line, const MrtPeer& peer, bool local, const RouteTarget& target);
   void appendFacts(std::string& line, const RouteFacts& facts);
