@@ -1,7 +1,8 @@
 # status: 1
 # What cannot be opened or read is told; the rest counts.
 velbgp sample --paths 5 >good
-mkfifo fifo && velbgp sample --paths 6 >fifo &
+mkfifo fifo
+velbgp sample --paths 6 >fifo &
 printf x >short
 printf '' >empty
 mkdir folder
