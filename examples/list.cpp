@@ -1,9 +1,12 @@
-// Interns the extended communities of two paths, splits them by classification, matches them and writes them back.
+// Interns the extended communities of two paths, splits them by classification, matches, edits and sends them.
 #include <cstdio>
 #include <iostream>
 #include <string>
 
 #include "Policy/PosixRegex.h"
+#include "VelBgp/AttributeWriter.h"
+#include "VelBgp/EditList.h"
+#include "VelBgp/MakeValue.h"
 #include "VelBgp/Parse/ExtCommContainer.h"
 #include "VelBgp/VelBgpCommunity.h"
 #include "VelBgp/VelBgpCommunityList.h"
@@ -41,6 +44,13 @@ int main() {
   std::cout << "to prune: " << first->commVectorAttrs().hasPrunableValues() << '\n';
 
   const Routing::RouteMap::PosixRegex tenant("RT:65000:[0-9]+");
-  std::cout << "of tenant 65000: " << first->matchCommunitiesRegex(&tenant) << '\n' << "attribute: " << std::flush;
-  printHex(first->serialize(ExtCommList::serialization(true, false, false)));
+  std::cout << "of tenant 65000: " << first->matchCommunitiesRegex(&tenant) << '\n';
+
+  // Another list, made of this one and interned once; then the path attribute, of what may leave the AS.
+  const ExtCommList::PtrConst sent = EditList<ExtCommList>(first, {communityTable.get(), listTable.get()})
+                                         .minusMatching(&tenant)
+                                         .plus(routeTarget(64500, 1))
+                                         .interned();
+  std::cout << "attribute: " << std::flush;
+  printHex(AttributeWriter(sent, ExtCommList::serialization(false, false, false)).str().value());
 }
