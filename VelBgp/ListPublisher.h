@@ -22,10 +22,11 @@
 // commits them; what comes and goes between two commits leaves no trace. Failures (a full disk) are kept in problem(),
 // and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 100 octets for
 // each published list and for each distinct community of extended lists, about 60 and the key for each path, and the
-// notes since the last commit, which are as much again. The engine keeps the pages that its largest commit changed: 4 KiB
-// for each change at most, where few of many paths change, about 200 octets where neighbours do. Attaching a table in use notes all lists that are there, and the paths that have lists of it, on the
-// thread that attaches; nothing is committed till that is done. Threads that intern meanwhile wait for the note of one
-// list, or for those of a 256th of the paths.
+// notes since the last commit, which are as much again. The engine keeps the pages that its largest commit changed: 4
+// KiB for each change at most, where few of many paths change, about 200 octets where neighbours do. Attaching a table
+// in use notes all lists that are there, and the paths that have lists of it, on the thread that attaches; nothing is
+// committed till that is done. Threads that intern meanwhile wait for the note of one list, or for those of a 256th of
+// the paths.
 //
 // Ownership: a path that is published holds its lists, so that what it names is there; they are released by pathIs and
 // pathDel, and by the destructor. The store must outlive the publisher and is used by nobody else meanwhile. Tables may
