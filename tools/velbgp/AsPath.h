@@ -12,6 +12,9 @@
 
 namespace VelBgpTool {
 
+// What stands for an AS that two octets have no room for (RFC 6793).
+inline constexpr std::uint32_t asTrans = 23456;
+
 class AsPath {
  public:
   enum Type : std::uint8_t { set = 1, sequence, confedSequence, confedSet };

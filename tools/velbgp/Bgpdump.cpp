@@ -10,8 +10,6 @@ namespace VelBgpTool {
 
 namespace {
 
-constexpr std::uint32_t million = 1'000'000;
-
 void append4(std::string& text, std::span<const std::uint8_t, 4> octets) {
   for (const std::uint8_t& octet : octets) {
     if (&octet != octets.data()) text += '.';
@@ -119,14 +117,14 @@ class BgpdumpWriter final : public RouteWriter {
     constexpr std::uint16_t without = 16;
     constexpr std::uint16_t stateChange = 0;
     constexpr std::uint16_t stateChangeAs4 = 5;
-    MrtTime time{header.time, 0, header.type == withMicroseconds};
     if (header.type != without && header.type != withMicroseconds) return false;
     if (header.subtype != stateChange && header.subtype != stateChangeAs4) return false;
     Cursor rest(body);
-    if (time.hasMicroseconds) rest.number(4, time.microseconds);
+    std::uint32_t microseconds = 0;
+    const bool hasMicroseconds = header.type == withMicroseconds;
+    if (hasMicroseconds) rest.number(4, microseconds);
     if (rest.left() != 8) return false;
-    time.seconds += time.microseconds / million;
-    time.microseconds %= million;
+    const MrtTime time = MrtTime::received(header.time, microseconds, hasMicroseconds);
     static constexpr std::array<std::uint8_t, 4> noAddress{};
     MrtStateChange change{{noAddress}, 0, 0};
     if (header.subtype == stateChangeAs4) {
@@ -275,7 +273,6 @@ class BgpdumpWriter final : public RouteWriter {
   }
 
   static bool mergesAs4(const RoutePath& path) {
-    constexpr std::uint64_t asTrans = 23456;
     if (!path.form().mergesAs4 || !path.has(RoutePath::as4Path)) return false;
     if (!path.has(RoutePath::aggregator) || !path.has(RoutePath::as4Aggregator)) return true;
     return leading(path.value(RoutePath::aggregator), 2) == asTrans;
@@ -300,7 +297,6 @@ class BgpdumpWriter final : public RouteWriter {
     const std::size_t as = path.form().fourOctetAs ? 4 : 2;
     Octets value = path.value(RoutePath::aggregator);
     std::size_t size = as;
-    constexpr std::uint64_t asTrans = 23456;
     if (path.form().mergesAs4 && path.has(RoutePath::as4Aggregator) && leading(value, as) == asTrans) {
       value = path.value(RoutePath::as4Aggregator);
       size = 4;

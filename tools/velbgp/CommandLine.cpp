@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <map>
 #include <sstream>
 
@@ -219,9 +218,8 @@ class CommandLine {
   template <std::uint64_t least = 0>
   static std::uint64_t readNumber(const char* name, std::string text) {
     unmark(text);
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error == std::errc() && end == text.data() + text.size() && number >= least) return number;
+    const auto number = readDecimal<std::uint64_t>(text);
+    if (number && *number >= least) return *number;
     throw CLI::ValidationError(
         name, quote(text) + " is no number, expected one from " + std::to_string(least) + " to 18446744073709551615");
   }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 
 namespace VelBgpTool {
 
@@ -27,13 +26,6 @@ bool sameButCase(std::string_view a, std::string_view b) {
   return std::ranges::equal(a, b, {}, lower, lower);
 }
 
-std::optional<std::uint32_t> readNumber(std::string_view text, std::uint32_t most) {
-  std::uint32_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size() || number > most) return std::nullopt;
-  return number;
-}
-
 }  // namespace
 
 std::string Family::name() const {
@@ -48,8 +40,8 @@ std::optional<Family> Family::read(std::string_view text) {
   }
   const std::size_t slash = text.find('/');
   if (slash == std::string_view::npos) return std::nullopt;
-  const auto afi = readNumber(text.substr(0, slash), 65535);
-  const auto safi = readNumber(text.substr(slash + 1), 255);
+  const auto afi = readDecimal<std::uint16_t>(text.substr(0, slash));
+  const auto safi = readDecimal<std::uint8_t>(text.substr(slash + 1));
   if (!afi || !safi) return std::nullopt;
   return Family{*afi, *safi};
 }

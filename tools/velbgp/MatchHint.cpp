@@ -1,7 +1,6 @@
 #include "tools/velbgp/MatchHint.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 
 #include "Policy/PosixRegex.h"
@@ -65,9 +64,8 @@ std::string_view withoutEnds(std::string_view text) {
 
 // A standard community as one number, as some routers print it.
 std::optional<AnyCommValue> valueOf(std::string_view text) {
-  std::uint32_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error == std::errc() && end == text.data() + text.size() && number > 0xffff) return AnyCommValue(number);
+  const auto number = readDecimal<std::uint32_t>(text);
+  if (number && *number > 0xffff) return AnyCommValue(*number);
   const auto value = valueFromText(replaced(std::string(text), "\\.", "."));
   return value ? std::optional<AnyCommValue>(*value) : std::nullopt;
 }

@@ -41,6 +41,12 @@ struct MrtHeader {
 
 // When something was received or originated.
 struct MrtTime {
+  // As received: a million microseconds and more are seconds.
+  static MrtTime received(std::uint32_t seconds, std::uint32_t microseconds, bool hasMicroseconds) {
+    constexpr std::uint32_t million = 1'000'000;
+    return {seconds + std::uint64_t{microseconds / million}, microseconds % million, hasMicroseconds};
+  }
+
   std::uint64_t seconds = 0;
   std::uint32_t microseconds = 0;  // below a million
   bool hasMicroseconds = false;    // of BGP4MP_ET
@@ -139,11 +145,7 @@ class MrtRecord {
   // Of an UPDATE, of a state change.
   const MrtMessage& message() const { return message_; }
   const MrtStateChange& stateChange() const { return stateChange_; }
-  // The header's time; a million microseconds and more are seconds.
-  MrtTime receivedAt() const {
-    constexpr std::uint32_t million = 1'000'000;
-    return {header_.time + std::uint64_t{microseconds_ / million}, microseconds_ % million, hasMicroseconds_};
-  }
+  MrtTime receivedAt() const { return MrtTime::received(header_.time, microseconds_, hasMicroseconds_); }
   // What is wrong with a malformed record.
   const std::string& fault() const { return fault_; }
 

@@ -21,7 +21,6 @@ constexpr JudgedAttribute judgedAttributes[] = {
 };
 
 constexpr const char* originTexts[] = {"IGP", "EGP", "INCOMPLETE"};
-constexpr std::uint32_t asTrans = 23456;
 
 std::string wrongSize(Octets value, const char* expected) {
   return std::to_string(value.size()) + " octets, expected " + expected;

@@ -1,7 +1,6 @@
 #include "tools/velbgp/RouteFilter.h"
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 #include <optional>
 
@@ -25,30 +24,18 @@ using Routing::RouteMap::PosixRegex;
 }
 
 std::string addressOctets(std::string_view text) {
-  if (const auto address = Routing::Addr::Ip4Addr::read(text)) {
-    std::string octets;
-    for (int shift = 24; shift >= 0; shift -= 8) octets += static_cast<char>(address->value() >> shift);
-    return octets;
-  }
+  if (const auto address = Routing::Addr::Ip4Addr::read(text)) return Wire().u32(address->value()).str();
   const auto address = Routing::Addr::Ip6Addr::read(text);
   return address ? std::string(address->octets().begin(), address->octets().end()) : std::string();
-}
-
-template <typename Number>
-std::optional<Number> readNumber(std::string_view text) {
-  Number number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
 }
 
 std::uint32_t readAs(std::string_view text) {
   const std::size_t dot = text.find('.');
   if (dot == std::string_view::npos) {
-    if (const auto as = readNumber<std::uint32_t>(text)) return *as;
+    if (const auto as = readDecimal<std::uint32_t>(text)) return *as;
   } else {
-    const auto high = readNumber<std::uint16_t>(text.substr(0, dot));
-    const auto low = readNumber<std::uint16_t>(text.substr(dot + 1));
+    const auto high = readDecimal<std::uint16_t>(text.substr(0, dot));
+    const auto low = readDecimal<std::uint16_t>(text.substr(dot + 1));
     if (high && low) return std::uint32_t{*high} << 16 | *low;
   }
   refuse(text, "AS number, expected one up to 4294967295, or as H.L");
@@ -64,7 +51,7 @@ Prefix readPrefix(std::string_view text) {
   const std::size_t slash = text.find('/');
   Prefix prefix{Family::ip4, 0, addressOctets(text.substr(0, slash))};
   const auto host = static_cast<std::uint32_t>(8 * prefix.octets.size());
-  const auto bits = slash == std::string_view::npos ? host : readNumber<std::uint32_t>(text.substr(slash + 1));
+  const auto bits = slash == std::string_view::npos ? host : readDecimal<std::uint32_t>(text.substr(slash + 1));
   if (prefix.octets.empty() || !bits || *bits > host) {
     refuse(text, "prefix, expected an address, or one with a length like 198.51.100.0/24");
   }

@@ -4,7 +4,9 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <charconv>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,6 +36,15 @@ std::string hexDigits(Octets octets);
 std::string hexValue(Octets octets);
 
 std::uint64_t bigEndian(Octets octets);
+
+// A text that is digits and nothing else, for a number that the type has.
+template <typename Number>
+std::optional<Number> readDecimal(std::string_view text) {
+  Number number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
 
 // The digits in threes: 19,531,250.
 std::string grouped(std::uint64_t number);
