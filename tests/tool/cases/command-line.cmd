@@ -5,7 +5,7 @@ for arguments in '' [nonsense] 'decode --nonsense' mrt 'mrt --top [5] f' 'list -
 done
 for command in '' decode list mrt sample; do
   velbgp $command --help | head -n 1
-  velbgp $command --version
+  velbgp $command --version | sed "s/^velbgp [0-9][0-9.]*$/velbgp VERSION/"
 done
 # Behind "--" all are operands, also behind others; an option takes whatever stands behind it.
 velbgp decode 1:2 -- --json -1:2 2>&1 | sed -n '1p; /^velbgp/s/,.*//p'
