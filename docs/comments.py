@@ -1,6 +1,7 @@
-"""comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A header's first comment becomes its page; other comments that stand on
-their own lines document what follows, those behind a member that member, and a class without any refers to the
-page; what looks like code in a comment is code."""
+"""comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A
+header's first comment becomes its page; other comments that stand on their own lines document what follows: all
+declarations up to an empty line, but for those with a comment behind them, which is theirs. A class without any refers to
+the page; what looks like code in a comment is code."""
 import pathlib
 import re
 import sys
@@ -33,12 +34,40 @@ def page(lines):
     return shown + ["@endcode"] * code
 
 
-out, lines, at, first = [], text.splitlines(), 0, True
+# Of these a class's own comment speaks, if any.
+SPECIAL = re.compile(r"~|= (default|delete);|\boperator\b|^\s*(friend|using|static_assert)\b|(\w+)\(const \3&")
+
+
+class Group:
+    """The declarations that one comment stands above. A declaration begins at the comment's column, after one that has
+    ended."""
+
+    def __init__(self, column, text):
+        self.column, self.text, self.depth, self.ended = column, text, 0, False
+
+    def comment(self, line, trailing):
+        """What is to be said above this line once more; None when the line ends the group."""
+        column = len(line) - len(line.lstrip())
+        if self.depth == 0 and (not line.strip() or column < self.column or line.lstrip()[0] in "}#"):
+            return None
+        again = self.depth == 0 and self.ended and column == self.column and not trailing and not SPECIAL.search(line)
+        code = line.split("//")[0].rstrip()
+        self.depth += code.count("{") + code.count("(") - code.count("}") - code.count(")")
+        self.ended = self.depth == 0 and code.endswith((";", "}"))
+        return self.text if again else []
+
+
+out, lines, at, first, groups = [], text.splitlines(), 0, True, []
 while at < len(lines):
     comment = re.match(r"(\s*)// ?(.*)", lines[at])
     if not comment:
+        trailing = re.search(r"\S  // (?!namespace)", lines[at])
+        again = [(group, group.comment(lines[at], trailing)) for group in groups]
+        groups = [group for group, said in again if said is not None]
+        out += [line for _, said in again for line in said or []]
         # What a header's head describes has no comment of its own.
-        if re.match(r"(class|struct) [^;]*$", lines[at]) and not (out and re.match(r"\s*///|template", out[-1])):
+        declared = lines[at + 1] if lines[at].startswith("template") and at + 1 < len(lines) else lines[at]
+        if re.match(r"(class|struct) [^;]*$", declared) and not (out and re.match(r"\s*///|template", out[-1])):
             out.append(f"/// See the page of {pathlib.Path(sys.argv[1]).name}.")
         out.append(re.sub(r"(\S.*?)  // (?!namespace)(.*)$", lambda m: f"{m[1]}  ///< {literal(m[2])}", lines[at]))
         at += 1
@@ -51,6 +80,10 @@ while at < len(lines):
     # A comment that an empty line follows is about a section, not about what comes next.
     loose = not first and at < len(lines) and not lines[at].strip()
     marker = "//" if loose else "///"
-    out += [f"{comment[1]}{marker} {line}".rstrip() for line in (block if loose else head + page(block))]
+    said = [f"{comment[1]}{marker} {line}".rstrip() for line in (block if loose else head + page(block))]
+    out += said
+    groups = [group for group in groups if group.depth]
+    if not loose and not first:
+        groups.append(Group(len(comment[1]), said))
     first = False
 print("\n".join(out))

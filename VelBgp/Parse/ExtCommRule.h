@@ -215,6 +215,7 @@ class VELBGP_EXPORT PerTypeRule : public Form::TypeRuleBase {
   }
 
   std::size_t subTypeRuleCount() const noexcept { return subTypeRules_.size(); }
+  // Null when there is none.
   SubTypeRulePtr subTypeRule(SubType subType) const { return subTypeRules_.rule(subType); }
   // Under the rule's own subtype; replaces.
   void subTypeRuleIs(const SubTypeRulePtr& rule) {
@@ -274,6 +275,8 @@ class VELBGP_EXPORT BgpParseExtendedCommunityRule final : public BgpParseExtComm
   BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst ip6TypeRuleDel(BgpExtCommIp6PktType pktType);
   void ip6TypeRuleDelAll();
 
+  // The first and the last thing that is done to a rule: makes the rules of all types and announces this one; takes the
+  // announcement back.
   void handleInitialized();
   void handleDel();
 

@@ -20,6 +20,7 @@
 
 namespace Keel {
 
+// The state of an object towards tables; each is told of below.
 enum class DedupHandleState : std::uint8_t { neverDeduped, deduped, notInTable };
 
 // Made, and not yet seen by a table.
@@ -131,6 +132,7 @@ class VELBGP_EXPORT DedupHandleBase {
   // In a table, whose observers were told of it if they were to be.
   bool isKnown() const noexcept { return isDeduped() && news() != newsComing; }
 
+  // The bits of the user data that belong to derived classes.
   static constexpr std::uint16_t userDataMask = 0x1fff;
 
  private:

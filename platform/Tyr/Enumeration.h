@@ -97,6 +97,7 @@ VELBGP_EXPORT std::uint32_t enumInstance(const EnumTable& table, unsigned long n
 VELBGP_EXPORT std::uint32_t enumInstance(const EnumTable& table, std::string_view name);
 VELBGP_EXPORT std::uint32_t enumFromSequence(const EnumTable& table, StrepIterator& it, const StrepIterator& end);
 
+// For each octet the row that has it, from 1; 0 where none has.
 constexpr EnumIndex enumIndexOf(std::span<const EnumRow> rows) {
   EnumIndex index{};
   for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -117,6 +118,7 @@ constexpr bool enumRowsSound(std::span<const EnumRow> rows, const EnumIndex& ind
   return rows.size() <= 0xff;
 }
 
+// Whether the rows are numbered as they stand: 0, 1, 2, ...
 constexpr bool enumRowsDense(std::span<const EnumRow> rows) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (rows[i].number != i) return false;

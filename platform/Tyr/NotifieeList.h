@@ -37,6 +37,7 @@ class VELBGP_EXPORT AnyNotifieeList {
   AnyNotifieeList(const AnyNotifieeList&) = delete;
   AnyNotifieeList& operator=(const AnyNotifieeList&) = delete;
 
+  // As in NotifieeList.
   [[nodiscard]] Handle attachAny(AnyCallback callback);
   void notifyAny(unsigned attribute, const void* key);
   void notifyAllAny(unsigned attribute, const void* key) noexcept;
@@ -62,6 +63,7 @@ class [[nodiscard]] AnyNotifieeList::Handle {
   }
   ~Handle() { detach(); }
 
+  // Ends the attachment, if there is one.
   void detach();
 
  private:
