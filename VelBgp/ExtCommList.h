@@ -182,7 +182,7 @@ static_assert(sizeof(ExtCommList) == 48);
 // community contributes, also one whose text is empty; in `ui` only those that policy matches by their UI text.
 enum class MatchMode : std::uint8_t { strepDefault, strepClassification, ui };
 
-// Whether the expression is found in that text. Asserts that there are a list and an expression.
+// Whether the expression is found in that text. Neither is null. Asserts that in `ui` the text is not empty.
 VELBGP_EXPORT bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex);
 
 // Whether the expression matches a list of this community alone, in any of the modes that it has a text for. Asserts that
