@@ -191,6 +191,7 @@ class EditList {
     dropValues(takes);
     return *this;
   }
+  // Those whose text the expression is found in, as matchExtComm() and its like say. Not null.
   EditList& minusMatching(const RouteMap::PosixRegex* regex) {
     const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
     dropComms([&expression](const auto& comm) { return Kind::matches(comm, &expression); });
@@ -208,6 +209,7 @@ class EditList {
     });
     return *this;
   }
+  // All: what is added from here on is the list.
   EditList& minusEverything() {
     values_.clear();
     open_ = true;

@@ -1,7 +1,8 @@
 """comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A
 header's first comment becomes its page; other comments that stand on their own lines document what follows: all
-declarations up to an empty line, but for those with a comment behind them, which is theirs. A class without any refers to
-the page; what looks like code in a comment is code."""
+declarations up to an empty line, but for those with a comment behind them, which is theirs; behind a body of several
+lines just those of the same name. What stands above a forward declaration is about more than that. A class without any
+refers to the page; what looks like code in a comment is code."""
 import pathlib
 import re
 import sys
@@ -43,15 +44,19 @@ class Group:
     ended."""
 
     def __init__(self, column, text):
-        self.column, self.text, self.depth, self.ended = column, text, 0, False
+        self.column, self.text, self.depth, self.ended, self.name, self.bodies = column, text, 0, False, None, False
 
-    def comment(self, line, trailing):
+    def comment(self, line, declared, trailing):
         """What is to be said above this line once more; None when the line ends the group."""
         column = len(line) - len(line.lstrip())
         if self.depth == 0 and (not line.strip() or column < self.column or line.lstrip()[0] in "}#"):
             return None
-        again = self.depth == 0 and self.ended and column == self.column and not trailing and not SPECIAL.search(line)
+        begins = self.depth == 0 and column == self.column
+        name = (re.search(r"(\w+)\(", declared) or [None, None])[1]
+        again = begins and self.ended and not trailing and not SPECIAL.search(line) and (not self.bodies or name == self.name)
+        self.name = self.name or name
         code = line.split("//")[0].rstrip()
+        self.bodies = self.bodies or code.count("{") > code.count("}")
         self.depth += code.count("{") + code.count("(") - code.count("}") - code.count(")")
         self.ended = self.depth == 0 and code.endswith((";", "}"))
         return self.text if again else []
@@ -61,12 +66,12 @@ out, lines, at, first, groups = [], text.splitlines(), 0, True, []
 while at < len(lines):
     comment = re.match(r"(\s*)// ?(.*)", lines[at])
     if not comment:
+        declared = next((line for line in lines[at:] if not re.match(r"\s*(template|requires)\b", line)), "")
         trailing = re.search(r"\S  // (?!namespace)", lines[at])
-        again = [(group, group.comment(lines[at], trailing)) for group in groups]
+        again = [(group, group.comment(lines[at], declared, trailing)) for group in groups]
         groups = [group for group, said in again if said is not None]
         out += [line for _, said in again for line in said or []]
         # What a header's head describes has no comment of its own.
-        declared = lines[at + 1] if lines[at].startswith("template") and at + 1 < len(lines) else lines[at]
         if re.match(r"(class|struct) [^;]*$", declared) and not (out and re.match(r"\s*///|template", out[-1])):
             out.append(f"/// See the page of {pathlib.Path(sys.argv[1]).name}.")
         out.append(re.sub(r"(\S.*?)  // (?!namespace)(.*)$", lambda m: f"{m[1]}  ///< {literal(m[2])}", lines[at]))
@@ -79,6 +84,7 @@ while at < len(lines):
     head = ["@file"] if first else []
     # A comment that an empty line follows is about a section, not about what comes next.
     loose = not first and at < len(lines) and not lines[at].strip()
+    loose = loose or re.match(r"(template <[^\n]*\n)?\s*(class|struct) \w+;", "\n".join(lines[at:at + 2]))
     marker = "//" if loose else "///"
     said = [f"{comment[1]}{marker} {line}".rstrip() for line in (block if loose else head + page(block))]
     out += said

@@ -125,6 +125,7 @@ class VELBGP_EXPORT DedupHandleBase {
   void userDataIs(std::uint32_t data) noexcept {
     bitsAre(userDataMask, static_cast<std::uint16_t>(data & userDataMask));
   }
+  // Octet 0 is the lowest.
   std::uint8_t userDataOctet(unsigned index) const noexcept {
     return static_cast<std::uint8_t>(userData() >> (8 * index));
   }
@@ -182,6 +183,7 @@ template <typename T>
 const T* handleAt(SlabRef ref) noexcept {
   return static_cast<const T*>(static_cast<const DedupHandleBase*>(SlabHeap::at(ref)));
 }
+// The reference of an object.
 inline SlabRef handleRef(const DedupHandleBase* handle) noexcept { return SlabHeap::refOf(handle); }
 
 }  // namespace Keel

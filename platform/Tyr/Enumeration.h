@@ -76,10 +76,12 @@ struct EnumTable {
     const std::size_t i = place(number);
     return i == rows.size() ? nullptr : &rows[i];
   }
+  // Whether it is a member that may be on the wire.
   constexpr bool valid(unsigned long number) const noexcept {
     const std::size_t i = place(number);
     return i != rows.size() && rows[i].wire;
   }
+  // Its name, on the wire or not; null for a number that has none.
   constexpr const char* name(unsigned long number) const noexcept {
     const std::size_t i = place(number);
     return i == rows.size() ? nullptr : rows[i].name;
@@ -91,6 +93,7 @@ template <typename E>
 constexpr std::uint32_t enumNumber(E e) noexcept {
   return static_cast<std::uint32_t>(e);
 }
+// What each enumeration's functions of like names do, by number.
 VELBGP_EXPORT std::string enumStringValue(const EnumTable& table, unsigned long number);
 VELBGP_EXPORT std::ostream& enumToStream(std::ostream& stream, const EnumTable& table, unsigned long number);
 VELBGP_EXPORT std::uint32_t enumInstance(const EnumTable& table, unsigned long number);

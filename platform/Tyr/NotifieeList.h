@@ -90,6 +90,7 @@ class NotifieeList : public AnyNotifieeList {
       callback(attribute, *static_cast<const Key*>(key));
     });
   }
+  // Calls all, in the order of attaching; what one throws ends it.
   void notify(unsigned attribute, const Key& key) { notifyAny(attribute, &key); }
   // For what cannot be undone: every observer is called, and what one throws goes no further.
   void notifyAll(unsigned attribute, const Key& key) noexcept { notifyAllAny(attribute, &key); }
