@@ -1,7 +1,7 @@
 """comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A
-header's first comment becomes its page; other comments that stand on their own lines document what follows: all
-declarations up to an empty line, but for those with a comment behind them, which is theirs; behind a body of several
-lines just those of the same name. What stands above a forward declaration is about more than that. A class without any
+header's first comment becomes its page; other comments that stand on their own lines document what follows: up to an
+empty line all declarations, but for attributes of another type and those with a comment behind them, which is theirs;
+behind a body of several lines just those of the same name. What stands above a forward declaration is about more than that. A class without any
 refers to the page; what looks like code in a comment is code."""
 import pathlib
 import re
@@ -44,7 +44,8 @@ class Group:
     ended."""
 
     def __init__(self, column, text):
-        self.column, self.text, self.depth, self.ended, self.name, self.bodies = column, text, 0, False, None, False
+        self.column, self.text, self.depth, self.ended, self.bodies = column, text, 0, False, False
+        self.kind = self.name = None
 
     def comment(self, line, declared, trailing):
         """What is to be said above this line once more; None when the line ends the group."""
@@ -52,9 +53,12 @@ class Group:
         if self.depth == 0 and (not line.strip() or column < self.column or line.lstrip()[0] in "}#"):
             return None
         begins = self.depth == 0 and column == self.column
-        name = (re.search(r"(\w+)\(", declared) or [None, None])[1]
-        again = begins and self.ended and not trailing and not SPECIAL.search(line) and (not self.bodies or name == self.name)
-        self.name = self.name or name
+        kind, name = (re.findall(r"^\s*(.*?)(\w+)(?:\(|;| =|\{)", declared) or [(None, None)])[0]
+        reads = re.search(r"\w+\(\) const", declared)  # an attribute: it may be another one altogether
+        alike = name == self.name or (not self.bodies and (kind == self.kind or not reads))
+        again = begins and self.ended and alike and not trailing and not SPECIAL.search(line)
+        if self.name is None:
+            self.kind, self.name = kind, name
         code = line.split("//")[0].rstrip()
         self.bodies = self.bodies or code.count("{") > code.count("}")
         self.depth += code.count("{") + code.count("(") - code.count("}") - code.count(")")
