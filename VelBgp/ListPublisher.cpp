@@ -114,27 +114,28 @@ class ListPublisher::State {
 
   void pathIs(std::string_view key, PathLists lists) {
     if (key.size() > Store::maxKeyOctets) throw std::length_error("a path's key has at most 255 octets");
-    const PublishedPaths::Name name(key);
+    const HashedKey hashed(key);
     HeldLists held(std::move(lists));  // goes after the lock, as lists that go are noted
     const std::lock_guard lock(mutex_);
     requireAttached(held.slots());
-    PublishedPath* path = paths_.find(name);
-    PublishedPath::Ptr fresh;
+    PublishedPath* path = paths_.find(hashed);
     if (path == nullptr) {
-      fresh = PublishedPath::make(key);
-      paths_.reserveFor(name);
+      PublishedPath::Ptr fresh = PublishedPath::make(hashed);
+      paths_.reserveFor(hashed);
+      note({fresh.get(), held.slots(), false});  // the last thing that may throw
+      path = paths_.add(std::move(fresh));
+    } else {
+      note({path, held.slots(), false});
     }
-    note({path == nullptr ? fresh.get() : path, held.slots(), false});  // the last thing that may throw
-    if (path == nullptr) path = &paths_.add(name, std::move(fresh));
     std::swap(path->lists, held);
     path->gone = false;
   }
   bool pathDel(std::string_view key) {
     if (key.size() > Store::maxKeyOctets) return false;
-    const PublishedPaths::Name name(key);
+    const HashedKey hashed(key);
     HeldLists held;  // as above
     const std::lock_guard lock(mutex_);
-    PublishedPath* const path = paths_.find(name);
+    PublishedPath* const path = paths_.find(hashed);
     if (path == nullptr || path->gone) return false;
     note({path, {}, true});
     std::swap(path->lists, held);

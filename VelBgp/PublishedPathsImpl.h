@@ -59,6 +59,15 @@ struct TextHash {
   }
 };
 
+// A key of a path, hashed once for all that is asked of it.
+struct HashedKey {
+  explicit HashedKey(std::string_view key) noexcept : text(key), hash(static_cast<std::uint32_t>(TextHash()(key))) {}
+  HashedKey(std::string_view key, std::uint32_t hash) noexcept : text(key), hash(hash) {}
+
+  std::string_view text;
+  std::uint32_t hash;
+};
+
 // A path and its key, one behind the other. One that is gone stays until the store has heard of that.
 struct PublishedPath {
   struct Free {
@@ -69,24 +78,27 @@ struct PublishedPath {
   };
   using Ptr = std::unique_ptr<PublishedPath, Free>;
 
-  static Ptr make(std::string_view key) {
-    void* const place = ::operator new(std::max(sizeof(PublishedPath), offsetof(PublishedPath, keyBegin) + key.size()));
-    return Ptr(new (place) PublishedPath(key));
+  static Ptr make(const HashedKey& key) {
+    const std::size_t octets = offsetof(PublishedPath, keyBegin) + key.text.size();
+    return Ptr(new (::operator new(std::max(sizeof(PublishedPath), octets))) PublishedPath(key));
   }
   PublishedPath(const PublishedPath&) = delete;
   PublishedPath& operator=(const PublishedPath&) = delete;
 
   std::string_view key() const noexcept { return {keyBegin, keyOctets}; }
+  HashedKey hashedKey() const noexcept { return {key(), hash}; }
 
   HeldLists lists;
   std::uint32_t note = 0;  // where a note of it is, if there is one
+  std::uint32_t hash;      // of the key
   bool gone = false;
   std::uint8_t keyOctets;
   char keyBegin[1];  // and more
 
  private:
-  explicit PublishedPath(std::string_view key) noexcept : keyOctets(static_cast<std::uint8_t>(key.size())) {
-    std::memcpy(static_cast<char*>(keyBegin), key.data(), key.size());
+  explicit PublishedPath(const HashedKey& key) noexcept
+      : hash(key.hash), keyOctets(static_cast<std::uint8_t>(key.text.size())) {
+    std::memcpy(static_cast<char*>(keyBegin), key.text.data(), key.text.size());
   }
   ~PublishedPath() = default;
 };
@@ -103,14 +115,6 @@ void roomFor(Table& table, std::size_t more) {
 // In parts, each of which grows by itself: whoever adds a path waits for the growth of a part at most.
 class PublishedPaths {
  public:
-  // A key, hashed once for all that is asked of it.
-  struct Name {
-    explicit Name(std::string_view key) noexcept : key(key), hash(TextHash()(key)) {}
-
-    std::string_view key;
-    std::size_t hash;
-  };
-
   PublishedPaths() = default;
   PublishedPaths(const PublishedPaths&) = delete;
   PublishedPaths& operator=(const PublishedPaths&) = delete;
@@ -119,20 +123,19 @@ class PublishedPaths {
   }
 
   // Null: there is none.
-  PublishedPath* find(const Name& name) const noexcept {
-    const Part& part = parts_[partOf(name.hash)];
-    const auto place = part.find(name);
+  PublishedPath* find(const HashedKey& key) const noexcept {
+    const Part& part = parts_[partOf(key)];
+    const auto place = part.find(key);
     return place == part.end() ? nullptr : *place;
   }
   // So that add() needs no memory.
-  void reserveFor(const Name& name) { roomFor(parts_[partOf(name.hash)], 1); }
-  PublishedPath& add(const Name& name, PublishedPath::Ptr path) noexcept {
-    parts_[partOf(name.hash)].insert(path.get());
-    return *path.release();
+  void reserveFor(const HashedKey& key) { roomFor(parts_[partOf(key)], 1); }
+  PublishedPath* add(PublishedPath::Ptr path) noexcept {
+    parts_[partOf(path->hashedKey())].insert(path.get());
+    return path.release();
   }
   PublishedPath::Ptr take(PublishedPath& path) noexcept {
-    const Name name(path.key());
-    parts_[partOf(name.hash)].erase(name);
+    parts_[partOf(path.hashedKey())].erase(&path);
     return PublishedPath::Ptr(&path);
   }
 
@@ -150,18 +153,18 @@ class PublishedPaths {
  private:
   struct Hash {
     using is_transparent = void;
-    std::size_t operator()(const PublishedPath* path) const noexcept { return TextHash()(path->key()); }
-    std::size_t operator()(const Name& name) const noexcept { return name.hash; }
+    std::size_t operator()(const PublishedPath* path) const noexcept { return path->hash; }
+    std::size_t operator()(const HashedKey& key) const noexcept { return key.hash; }
   };
   struct Equal {
     using is_transparent = void;
     static std::string_view keyOf(const PublishedPath* path) noexcept { return path->key(); }
-    static std::string_view keyOf(const Name& name) noexcept { return name.key; }
+    static std::string_view keyOf(const HashedKey& key) noexcept { return key.text; }
     bool operator()(const auto& a, const auto& b) const noexcept { return keyOf(a) == keyOf(b); }
   };
   using Part = boost::unordered_flat_set<PublishedPath*, Hash, Equal>;
 
-  static std::size_t partOf(std::size_t hash) noexcept { return hash >> 24; }
+  static std::size_t partOf(const HashedKey& key) noexcept { return key.hash >> 24; }
 
   std::array<Part, partCount> parts_;
 };
