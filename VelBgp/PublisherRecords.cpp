@@ -160,16 +160,14 @@ class AttributeChange {
 
 using References = ByAttribute<Store::Reference>;
 
-// `referenceOf(attribute, slot)` is the record of a list.
+// Of the lists that a path leads to. `referenceOf(attribute, slot)` is the record of a list.
 template <typename ReferenceOf>
-void changePath(Store::WriteBatch& batch, const PathNote& note, ReferenceOf&& referenceOf) {
-  const Store::Octets key = octetsOf(note.path->key());
-  if (note.gone) return batch.keyDel(stashedPathSpace, key);
+References referencesOf(const PathNote& note, ReferenceOf&& referenceOf) {
   References references;
   for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
     if (note.slots[attribute] != 0) references[attribute] = referenceOf(attribute, note.slots[attribute]);
   }
-  batch.keyIs(stashedPathSpace, key, octetsOf(references));
+  return references;
 }
 
 // Octets of a text from `at` on, zeros behind it, as a number that is in order as they are.
@@ -180,6 +178,29 @@ std::uint64_t wordOf(std::string_view text, std::size_t at) {
 }
 
 }  // namespace
+
+// A few at a time: first what each look at another place in memory finds, so that the processor waits for several of
+// them at once.
+template <typename ReferenceOf>
+void Records::changePaths(Store::WriteBatch& batch, SortedPaths paths, ReferenceOf&& referenceOf) {
+  constexpr std::size_t atOnce = 16;
+  std::array<References, atOnce> references;
+  for (; !paths.empty(); paths = paths.subspan(std::min(atOnce, paths.size()))) {
+    const SortedPaths some = paths.first(std::min(atOnce, paths.size()));
+    for (const SortedPath& path : paths.subspan(some.size()).first(std::min(atOnce, paths.size() - some.size()))) {
+      __builtin_prefetch(path.note);
+      __builtin_prefetch(path.path);
+      __builtin_prefetch(reinterpret_cast<const char*>(path.path) + 48);
+    }
+    std::transform(some.begin(), some.end(), references.begin(),
+                   [&](const SortedPath& path) { return referencesOf(*path.note, referenceOf); });
+    for (std::size_t i = 0; i < some.size(); ++i) {
+      const Store::Octets key = octetsOf(some[i].path->key());
+      some[i].note->gone ? batch.keyDel(stashedPathSpace, key)
+                         : batch.keyIs(stashedPathSpace, key, octetsOf(references[i]));
+    }
+  }
+}
 
 std::vector<Records::SortedPath> Records::sorted(const NotesOfPaths& paths) {
   std::vector<SortedPath> sorted;
@@ -220,9 +241,7 @@ void Records::commitLists(const Notes& notes, SortedPaths paths, Leaving leaving
         .apply(notes.lists[attribute], leaving == Leaving::go);
   }
   if (cleared_) pathsLoseLists(batch, notes);
-  for (const SortedPath& path : paths) {
-    changePath(batch, *path.note, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
-  }
+  changePaths(batch, paths, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
   batch.commit();
   cleared_ = true;
   for (AttributeChange& change : changes) change.settle();
@@ -231,19 +250,11 @@ void Records::commitLists(const Notes& notes, SortedPaths paths, Leaving leaving
 void Records::commitPaths(SortedPaths paths) {
   store_.refresh();
   Store::WriteBatch batch(store_);
-  constexpr std::size_t ahead = 8;  // the notes, and the paths, lie anywhere in memory
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    if (i + ahead < paths.size()) {
-      __builtin_prefetch(paths[i + ahead].note);
-      __builtin_prefetch(paths[i + ahead].path);
-      __builtin_prefetch(reinterpret_cast<const char*>(paths[i + ahead].path) + 48);
-    }
-    changePath(batch, *paths[i].note, [this](std::size_t attribute, Slot slot) {
-      const auto& lists = records_[attribute].lists;
-      const auto found = lists.find(slot);
-      return found == lists.end() ? Store::Reference() : found->second;
-    });
-  }
+  changePaths(batch, paths, [this](std::size_t attribute, Slot slot) {
+    const auto& lists = records_[attribute].lists;
+    const auto found = lists.find(slot);
+    return found == lists.end() ? Store::Reference() : found->second;
+  });
   batch.commit();
 }
 

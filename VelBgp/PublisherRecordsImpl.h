@@ -48,6 +48,8 @@ class Records {
   static std::vector<SortedPath> sorted(const NotesOfPaths& paths);
   void commitLists(const Notes& notes, SortedPaths paths, Leaving leaving);
   void commitPaths(SortedPaths paths);
+  template <typename ReferenceOf>
+  static void changePaths(Store::WriteBatch& batch, SortedPaths paths, ReferenceOf&& referenceOf);
   void pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const;
 
   static constexpr std::size_t mostPagesAtOnce = 2048;
