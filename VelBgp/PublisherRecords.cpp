@@ -188,16 +188,15 @@ void Records::changePaths(Store::WriteBatch& batch, SortedPaths paths, Reference
   for (; !paths.empty(); paths = paths.subspan(std::min(atOnce, paths.size()))) {
     const SortedPaths some = paths.first(std::min(atOnce, paths.size()));
     for (const SortedPath& path : paths.subspan(some.size()).first(std::min(atOnce, paths.size() - some.size()))) {
-      __builtin_prefetch(path.note);
-      __builtin_prefetch(path.path);
-      __builtin_prefetch(reinterpret_cast<const char*>(path.path) + 48);
+      __builtin_prefetch(path.note.path);
+      __builtin_prefetch(reinterpret_cast<const char*>(path.note.path) + 48);
     }
     std::transform(some.begin(), some.end(), references.begin(),
-                   [&](const SortedPath& path) { return referencesOf(*path.note, referenceOf); });
+                   [&](const SortedPath& path) { return referencesOf(path.note, referenceOf); });
     for (std::size_t i = 0; i < some.size(); ++i) {
-      const Store::Octets key = octetsOf(some[i].path->key());
-      some[i].note->gone ? batch.keyDel(stashedPathSpace, key)
-                         : batch.keyIs(stashedPathSpace, key, octetsOf(references[i]));
+      const Store::Octets key = octetsOf(some[i].note.path->key());
+      some[i].note.gone ? batch.keyDel(stashedPathSpace, key)
+                        : batch.keyIs(stashedPathSpace, key, octetsOf(references[i]));
     }
   }
 }
@@ -207,11 +206,10 @@ std::vector<Records::SortedPath> Records::sorted(const NotesOfPaths& paths) {
   sorted.reserve(paths.size());
   for (const PathNote& note : paths) {
     const std::string_view key = note.path->key();
-    sorted.push_back(
-        {Keel::detail::Uint128{wordOf(key, 0)} << 64 | wordOf(key, sizeof(std::uint64_t)), note.path, &note});
+    sorted.push_back({Keel::detail::Uint128{wordOf(key, 0)} << 64 | wordOf(key, sizeof(std::uint64_t)), note});
   }
   boost::sort::pdqsort_branchless(sorted.begin(), sorted.end(), [](const SortedPath& a, const SortedPath& b) {
-    return a.begin != b.begin ? a.begin < b.begin : a.path->key() < b.path->key();
+    return a.begin != b.begin ? a.begin < b.begin : a.note.path->key() < b.note.path->key();
   });
   return sorted;
 }

@@ -40,8 +40,7 @@ class Records {
   // And what its key begins with, as each look at a key itself is a look at another place in memory.
   struct SortedPath {
     Keel::detail::Uint128 begin;
-    const PublishedPath* path;
-    const PathNote* note;
+    PathNote note;
   };
   using SortedPaths = std::span<const SortedPath>;
 
