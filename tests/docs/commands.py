@@ -177,7 +177,9 @@ version = re.search(r'VELBGP_VERSION "((\d+)\.(\d+)\.(\d+))"', read("VelBgp/Vers
 number = int(version[2]) * 10000 + int(version[3]) * 100 + int(version[4])
 if f"VELBGP_VERSION_NUMBER {number}\n" not in read("VelBgp/Version.h"):
     faults.append(f"VelBgp/Version.h: VELBGP_VERSION_NUMBER is not {number}")
-for path in [root / "README.md", root / "SECURITY.md", root / "examples/CMakeLists.txt", *(root / "docs").glob("*.md")]:
+for path in [*root.glob("*.md"), *(root / "docs").glob("*.md"), *(root / "examples").glob("*.*")]:
+    if path.name == "CHANGELOG.md":
+        continue
     for named in re.findall(r"(?:libvelbgp|find_package\(VelBgp )(\d[\d.]*)", path.read_text()):
         if named.rstrip(".") != f"{version[2]}.{version[3]}":
             faults.append(f"{path.relative_to(root)}: names version {named}")
