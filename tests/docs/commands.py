@@ -180,7 +180,7 @@ if f"VELBGP_VERSION_NUMBER {number}\n" not in read("VelBgp/Version.h"):
 for path in [*root.glob("*.md"), *(root / "docs").glob("*.md"), *(root / "examples").glob("*.*")]:
     if path.name == "CHANGELOG.md":
         continue
-    for named in re.findall(r"(?:libvelbgp|find_package\(VelBgp )(\d[\d.]*)", path.read_text()):
+    for named in re.findall(r"(?:libvelbgp|find_package\(VelBgp )(\d[\d.]*)", path.read_text(errors="replace")):
         if named.rstrip(".") != f"{version[2]}.{version[3]}":
             faults.append(f"{path.relative_to(root)}: names version {named}")
 
