@@ -14,8 +14,9 @@ import sys
 import tempfile
 from concurrent.futures import ThreadPoolExecutor
 
-root, tool, build, cxx = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4]
-compiler = [cxx, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror", *(f"-I{folder}" for folder in sys.argv[5:])]
+root, tool, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+cxx = sys.argv[4]
+compiler = [cxx, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror", *(f"-I{root / folder}" for folder in sys.argv[5:])]
 faults = []
 
 PRELUDE = """#include <chrono>
@@ -64,14 +65,13 @@ def check_code(document, text):
     name = document.relative_to(root)
     definitions, steps = [], []
     with tempfile.TemporaryDirectory() as folder:
-        for match in re.finditer(r"^```cpp\n(.*?)^```$(?:\n[^\n]*\n?){0,3}?(?:\n```text\n(.*?)^```$)?", text, re.S | re.M):
-            code, prints = match.groups()
+        for code, prints in re.findall(r"^```cpp\n(.*?)^```$(?:\n\n(?:[^\n`]+\n\n)?```text\n(.*?)^```$)?", text, re.S | re.M):
             if "int main(" in code and not is_in_example(code):
                 pathlib.Path(folder, "program.cpp").write_text(code)
                 run(f"{name}: program", [*compiler, "program.cpp", "-o", "program", f"-L{build}", "-lVelBgp",
                                          f"-Wl,-rpath,{build}"], folder)
                 printed = run(f"{name}: program", ["./program"], folder) if not faults else ""
-                compare(f"{name}: program", prints or "", printed)
+                compare(f"{name}: program", prints, printed)
             elif not is_in_example(code):
                 (definitions if DEFINITION.match(code) else steps).append(code)
         if definitions or steps:
