@@ -33,7 +33,7 @@ PRELUDE = """#include <chrono>
 #include "VelBgp/VelBgp.h"
 using namespace Routing::Bgp;
 """
-DEFINITION = re.compile(r"(//[^\n]*\n)*(class|struct|template|#include|using)\b")
+DEFINITION = re.compile(r"(//[^\n]*\n)*(class|struct|template|#include)\b")
 
 
 def flat(code):
