@@ -67,7 +67,7 @@ def check_code(document, text):
     with tempfile.TemporaryDirectory() as folder:
         for code, prints in re.findall(r"^```cpp\n(.*?)^```$(?:\n\n(?:[^\n`]+\n\n)?```text\n(.*?)^```$)?", text, re.S | re.M):
             if "int main(" in code and not is_in_example(code):
-                pathlib.Path(folder, "program.cpp").write_text(code)
+                pathlib.Path(folder, "program.cpp").write_text(code)  # the next one finds the files that it leaves
                 run(f"{name}: program", [*compiler, "program.cpp", "-o", "program", f"-L{build}", "-lVelBgp",
                                          f"-Wl,-rpath,{build}"], folder)
                 printed = run(f"{name}: program", ["./program"], folder) if not faults else ""
