@@ -47,11 +47,13 @@ def is_in_example(code):
     return any("\n" + flat(code) + "\n" in "\n" + example + "\n" for example in examples)
 
 
-def run(what, command, folder, **options):
+def printed_by(what, command, folder, **options):
+    """What the command prints, or nothing where it failed."""
     done = subprocess.run(command, cwd=folder, text=True, capture_output=True, stdin=subprocess.DEVNULL, timeout=120, **options)
-    if done.returncode != 0:
-        faults.append(f"{what}: {done.returncode} {done.stderr.strip()}")
-    return done.stdout
+    if done.returncode == 0:
+        return done.stdout
+    faults.append(f"{what}: {done.returncode} {done.stderr.strip()}")
+    return None
 
 
 def compare(what, shown, printed):
@@ -61,40 +63,43 @@ def compare(what, shown, printed):
         faults.append(f"{what} prints not\n{shown}but\n{printed}")
 
 
-def check_code(document, text):
-    name = document.relative_to(root)
+def check_program(what, code, shown, folder):
+    pathlib.Path(folder, "program.cpp").write_text(code)
+    build_it = [*compiler, "program.cpp", "-o", "program", f"-L{build}", "-lVelBgp", f"-Wl,-rpath,{build}"]
+    if printed_by(what, build_it, folder) is not None:
+        printed = printed_by(what, ["./program"], folder)  # the next one finds the files that it leaves
+        if printed is not None:
+            compare(what, shown, printed)
+
+
+def check_code(name, text, folder):
     definitions, steps = [], []
-    with tempfile.TemporaryDirectory() as folder:
-        for code, prints in re.findall(r"^```cpp\n(.*?)^```$(?:\n\n(?:[^\n`]+\n\n)?```text\n(.*?)^```$)?", text, re.S | re.M):
-            if "int main(" in code and not is_in_example(code):
-                pathlib.Path(folder, "program.cpp").write_text(code)  # the next one finds the files that it leaves
-                run(f"{name}: program", [*compiler, "program.cpp", "-o", "program", f"-L{build}", "-lVelBgp",
-                                         f"-Wl,-rpath,{build}"], folder)
-                printed = run(f"{name}: program", ["./program"], folder) if not faults else ""
-                compare(f"{name}: program", prints, printed)
-            elif not is_in_example(code):
-                (definitions if DEFINITION.match(code) else steps).append(code)
-        if definitions or steps:
-            source = PRELUDE + "".join(definitions) + "[[maybe_unused]] static void document() {\n" + "".join(steps) + "}\n"
-            pathlib.Path(folder, "steps.cpp").write_text(source)
-            run(f"{name}: steps", [*compiler, "-Wno-unused", "-fsyntax-only", "steps.cpp"], folder)
+    for code, shown in re.findall(r"^```cpp\n(.*?)^```$(?:\n\n(?:[^\n`]+\n\n)?```text\n(.*?)^```$)?", text, re.S | re.M):
+        if is_in_example(code):
+            continue
+        if "int main(" in code:
+            check_program(f"{name}: program", code, shown, folder)
+        else:
+            (definitions if DEFINITION.match(code) else steps).append(code)
+    if definitions or steps:
+        source = PRELUDE + "".join(definitions) + "[[maybe_unused]] static void document() {\n" + "".join(steps) + "}\n"
+        pathlib.Path(folder, "steps.cpp").write_text(source)
+        printed_by(f"{name}: steps", [*compiler, "-Wno-unused", "-fsyntax-only", "steps.cpp"], folder)
 
 
-def check_commands(document, text):
-    name = document.relative_to(root)
+def check_commands(name, text, folder):
     environment = dict(os.environ, PATH=f"{tool.parent}:{os.environ['PATH']}", COLUMNS="80")
-    with tempfile.TemporaryDirectory() as folder:
-        for command, shown in re.findall(r"^    (velbgp [^\n]*)$(?:\n\n```text\n(.*?)^```$)?", text, re.S | re.M):
-            printed = run(f"{name}: {command}", ["bash", "-o", "pipefail", "-c", command], folder, env=environment)
-            if shown:
-                compare(f"{name}: {command}", shown, printed)
+    for command, shown in re.findall(r"^    (velbgp [^\n]*)$(?:\n\n```text\n(.*?)^```$)?", text, re.S | re.M):
+        printed = printed_by(f"{name}: {command}", ["bash", "-o", "pipefail", "-c", command], folder, env=environment)
+        if shown and printed is not None:
+            compare(f"{name}: {command}", shown, printed)
 
 
 def check(document):
     text = document.read_text()
-    check_code(document, text)
-    if "```text" in text:
-        check_commands(document, text)
+    for check_kind in check_code, check_commands:
+        with tempfile.TemporaryDirectory() as folder:
+            check_kind(document.relative_to(root), text, folder)
 
 
 documents = [root / "README.md", *sorted((root / "docs").glob("*.md"))]
