@@ -89,7 +89,8 @@ def check_code(name, text, folder):
 
 def check_commands(name, text, folder):
     environment = dict(os.environ, PATH=f"{tool.parent}:{os.environ['PATH']}", COLUMNS="80")
-    for command, shown in re.findall(r"^    (velbgp [^\n]*)$(?:\n\n```text\n(.*?)^```$)?", text, re.S | re.M):
+    commands = re.findall(r"^    (velbgp [^\n]*)$(?:\n\n```text\n(.*?)^```$)?", text, re.S | re.M)
+    for command, shown in commands if any(shown for _, shown in commands) else []:
         printed = printed_by(f"{name}: {command}", ["bash", "-o", "pipefail", "-c", command], folder, env=environment)
         if shown and printed is not None:
             compare(f"{name}: {command}", shown, printed)
