@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <boost/sort/pdqsort/pdqsort.hpp>
 #include <deque>
 #include <span>
 
@@ -159,59 +160,57 @@ class AttributeChange {
 
 using References = ByAttribute<Store::Reference>;
 
-// By what the keys begin with, as each look at a key itself is a look at another place in memory.
-void sortByKey(std::span<Keyed<PathNote>*> paths) {
-  struct Entry {
-    std::uint64_t begin;
-    Keyed<PathNote>* path;
-    bool operator<(const Entry& other) const {
-      return begin != other.begin ? begin < other.begin : path->key() < other.path->key();
-    }
-  };
-  std::vector<Entry> entries;
-  entries.reserve(paths.size());
-  for (Keyed<PathNote>* const path : paths) entries.push_back({path->keyBegin(), path});
-  if (!std::is_sorted(entries.begin(), entries.end())) std::sort(entries.begin(), entries.end());
-  std::transform(entries.begin(), entries.end(), paths.begin(), [](const Entry& entry) { return entry.path; });
-}
-
 // `referenceOf(attribute, slot)` is the record of a list.
 template <typename ReferenceOf>
-void changePath(Store::WriteBatch& batch, const Keyed<PathNote>& path, ReferenceOf&& referenceOf) {
-  if (path.value().gone) return batch.keyDel(stashedPathSpace, octetsOf(path.key()));
+void changePath(Store::WriteBatch& batch, const PathNote& note, ReferenceOf&& referenceOf) {
+  const Store::Octets key = octetsOf(note.path->key());
+  if (note.gone) return batch.keyDel(stashedPathSpace, key);
   References references;
   for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
-    references[attribute] = referenceOf(attribute, path.value().slots[attribute]);
+    if (note.slots[attribute] != 0) references[attribute] = referenceOf(attribute, note.slots[attribute]);
   }
-  batch.keyIs(stashedPathSpace, octetsOf(path.key()), plainImage(references));
+  batch.keyIs(stashedPathSpace, key, octetsOf(references));
+}
+
+// Octets of a text from `at` on, zeros behind it, as a number that is in order as they are.
+std::uint64_t wordOf(std::string_view text, std::size_t at) {
+  std::uint64_t word = 0;
+  if (at < text.size()) std::memcpy(&word, text.data() + at, std::min(text.size() - at, sizeof word));
+  return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
 }
 
 }  // namespace
 
-void Records::commit(Notes& notes) {
-  SortedPaths paths;
-  paths.reserve(notes.paths.size());
-  notes.paths.forEach([&](Keyed<PathNote>& path) { paths.push_back(&path); });
-  if (paths.size() <= mostPathsAtOnce) return commitLists(notes, paths, Leaving::go);
+std::vector<Records::SortedPath> Records::sorted(const NotesOfPaths& paths) {
+  std::vector<SortedPath> sorted;
+  sorted.reserve(paths.size());
+  for (const PathNote& note : paths) {
+    const std::string_view key = note.path->key();
+    sorted.push_back(
+        {Keel::detail::Uint128{wordOf(key, 0)} << 64 | wordOf(key, sizeof(std::uint64_t)), note.path, &note});
+  }
+  boost::sort::pdqsort_branchless(sorted.begin(), sorted.end(), [](const SortedPath& a, const SortedPath& b) {
+    return a.begin != b.begin ? a.begin < b.begin : a.path->key() < b.path->key();
+  });
+  return sorted;
+}
 
-  sortByKey(paths);
+void Records::commit(Notes& notes, std::size_t paths) {
+  const std::vector<SortedPath> all = sorted(notes.paths);
+  const std::size_t pages = std::min(all.size(), paths / pathsOfPage);
+  if (pages <= mostPagesAtOnce) return commitLists(notes, all, Leaving::go);
+
   commitLists(notes, {}, Leaving::stay);
   notes.lists = {};
-  const std::size_t each = std::max(leastPathsOfMany, paths.size() / 32);
-  std::size_t done = 0;
-  try {
-    for (; done < paths.size(); done = std::min(done + each, paths.size())) {
-      commitPaths(std::span(paths).subspan(done, std::min(each, paths.size() - done)));
-    }
-  } catch (...) {
-    for (const Keyed<PathNote>* const path : std::span(paths).first(done)) notes.paths.take(path->key());
-    throw;
+  const std::size_t commits = (pages + mostPagesAtOnce - 1) / mostPagesAtOnce;
+  for (std::size_t i = 0; i < commits; ++i) {
+    const std::size_t begin = all.size() * i / commits;
+    commitPaths(SortedPaths(all).subspan(begin, all.size() * (i + 1) / commits - begin));
   }
-  notes.paths = {};
   commitLists(notes, {}, Leaving::go);
 }
 
-void Records::commitLists(const Notes& notes, const SortedPaths& paths, Leaving leaving) {
+void Records::commitLists(const Notes& notes, SortedPaths paths, Leaving leaving) {
   store_.refresh();  // the view may have ended after an earlier failure
   Store::WriteBatch batch(store_);
   if (!cleared_) batch.clear();
@@ -221,21 +220,25 @@ void Records::commitLists(const Notes& notes, const SortedPaths& paths, Leaving 
         .apply(notes.lists[attribute], leaving == Leaving::go);
   }
   if (cleared_) pathsLoseLists(batch, notes);
-  for (const Keyed<PathNote>* const path : paths) {
-    changePath(batch, *path, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
+  for (const SortedPath& path : paths) {
+    changePath(batch, *path.note, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
   }
   batch.commit();
   cleared_ = true;
   for (AttributeChange& change : changes) change.settle();
 }
 
-void Records::commitPaths(std::span<Keyed<PathNote>* const> paths) {
+void Records::commitPaths(SortedPaths paths) {
   store_.refresh();
   Store::WriteBatch batch(store_);
-  constexpr std::size_t ahead = 8;  // the notes lie anywhere in memory
+  constexpr std::size_t ahead = 8;  // the notes, and the paths, lie anywhere in memory
   for (std::size_t i = 0; i < paths.size(); ++i) {
-    if (i + ahead < paths.size()) __builtin_prefetch(paths[i + ahead]);
-    changePath(batch, *paths[i], [this](std::size_t attribute, Slot slot) {
+    if (i + ahead < paths.size()) {
+      __builtin_prefetch(paths[i + ahead].note);
+      __builtin_prefetch(paths[i + ahead].path);
+      __builtin_prefetch(reinterpret_cast<const char*>(paths[i + ahead].path) + 48);
+    }
+    changePath(batch, *paths[i].note, [this](std::size_t attribute, Slot slot) {
       const auto& lists = records_[attribute].lists;
       const auto found = lists.find(slot);
       return found == lists.end() ? Store::Reference() : found->second;
