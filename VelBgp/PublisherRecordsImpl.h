@@ -40,14 +40,15 @@ class Records {
   // And what its key begins with, as each look at a key itself is a look at another place in memory.
   struct SortedPath {
     Keel::detail::Uint128 begin;
-    const PublishedPath* path;
-    const PathNote* note;
+    PathNote note;
   };
   using SortedPaths = std::span<const SortedPath>;
 
   static std::vector<SortedPath> sorted(const NotesOfPaths& paths);
   void commitLists(const Notes& notes, SortedPaths paths, Leaving leaving);
   void commitPaths(SortedPaths paths);
+  template <typename ReferenceOf>
+  static void changePaths(Store::WriteBatch& batch, SortedPaths paths, ReferenceOf&& referenceOf);
   void pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const;
 
   static constexpr std::size_t mostPagesAtOnce = 2048;

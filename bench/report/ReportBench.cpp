@@ -403,6 +403,7 @@ class PublishPaths final : public Job {
   void prepare() override {
     keys_ = pathKeys();
     if (!sorted_) std::shuffle(keys_.begin(), keys_.end(), std::mt19937(17));
+    keys_ = std::vector(keys_);  // one behind the other in memory: an agent makes a key when it needs it
     workload<std::uint32_t>(n, scale.lists);
   }
   std::vector<double> measure() override {
