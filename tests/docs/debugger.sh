@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# debugger.sh ROOT BUILD CXX: scripts/velbgp-gdb.py shows values of all kinds, also of lists too long for their object.
+# debugger.sh ROOT BUILD CXX: tools/gdb/velbgp.py shows values of all kinds, also of lists too long for their object.
 set -euo pipefail
 root=$1 build=$2 cxx=$3
 command -v gdb >/dev/null || exit 77
@@ -32,7 +32,7 @@ int main() {
 }
 END
 "$cxx" -std=c++20 -g -I"$root" -I"$root/platform" "$work/program.cpp" -o "$work/program" -L"$build" -lVelBgp -Wl,-rpath,"$build"
-gdb -q -batch -nx -x "$root/scripts/velbgp-gdb.py" -ex 'break stop' -ex run -ex up -ex 'print path' -ex 'print other' \
+gdb -q -batch -nx -x "$root/tools/gdb/velbgp.py" -ex 'break stop' -ex run -ex up -ex 'print path' -ex 'print other' \
   -ex 'print *path.extended.px' "$work/program" >"$work/shown" 2>&1
 grep -q 'personality\|ptrace' "$work/shown" && exit 77  # nothing may be traced here
 for line in 'extended = ExtCommList of 0x0002fde800000064 0x4004fde84b9502f9, references: 1, ' \

@@ -1,4 +1,4 @@
-"""Communities and lists as gdb prints them, in a process or in a core dump: `source scripts/velbgp-gdb.py`, then
+"""Communities and lists as gdb prints them, in a process or in a core dump: `source tools/gdb/velbgp.py`, then
 `print path`, `print *community`. Nothing of the program is called; values are as `velbgp decode` reads them."""
 import struct
 
