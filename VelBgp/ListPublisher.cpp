@@ -33,12 +33,12 @@ class ListPublisher::State {
     }
     wake_.notify_all();
     thread_.join();
-    ByKeyInParts<PathLists> held;
+    PublishedPaths paths;
     ByAttribute<Keel::DedupHashTable*> tables;
     {
       const std::lock_guard lock(mutex_);
       closed_ = true;
-      std::swap(held, held_);
+      paths.swap(paths_);
       tables = std::exchange(tables_, {});
     }
     // Nobody notes any more: all else goes while no thread that interns waits for it.
@@ -68,7 +68,7 @@ class ListPublisher::State {
       tables_[attribute] = &table;
     }
     try {
-      for (std::size_t part = 0; part < held_.partCount; ++part) nameAgain(part, attribute);
+      for (std::size_t part = 0; part < PublishedPaths::partCount; ++part) nameAgain(part, attribute);
     } catch (...) {
       table.lifeTimeNotifieeIs(nullptr);
       throw;
@@ -114,27 +114,32 @@ class ListPublisher::State {
 
   void pathIs(std::string_view key, PathLists lists) {
     if (key.size() > Store::maxKeyOctets) throw std::length_error("a path's key has at most 255 octets");
-    auto note = Keyed<PathNote>::make(key);
-    auto path = Keyed<PathLists>::make(key, std::move(lists));  // goes after the lock, as lists that go are noted
+    const HashedKey hashed(key);
+    HeldLists held(std::move(lists));  // goes after the lock, as lists that go are noted
     const std::lock_guard lock(mutex_);
-    requireAttached(path->value());
-    note->value().slots = slotsOf(path->value());
-    notes_->paths.reserveFor(key);
-    held_.reserveFor(key);  // the last thing that may throw
-    path = held_.put(std::move(path));
-    notes_->paths.put(std::move(note));
-    ++noted_;
+    requireAttached(held.slots());
+    PublishedPath* path = paths_.find(hashed);
+    if (path == nullptr) {
+      PublishedPath::Ptr fresh = PublishedPath::make(hashed);
+      paths_.reserveFor(hashed);
+      note({fresh.get(), held.slots(), false});  // the last thing that may throw
+      path = paths_.add(std::move(fresh));
+    } else {
+      note({path, held.slots(), false});
+    }
+    std::swap(path->lists, held);
+    path->gone = false;
   }
   bool pathDel(std::string_view key) {
     if (key.size() > Store::maxKeyOctets) return false;
-    auto note = Keyed<PathNote>::make(key, {.gone = true});
-    Keyed<PathLists>::Ptr path;  // as above
+    const HashedKey hashed(key);
+    HeldLists held;  // as above
     const std::lock_guard lock(mutex_);
-    if (!held_.contains(key)) return false;
-    notes_->paths.reserveFor(key);
-    path = held_.take(key);
-    notes_->paths.put(std::move(note));
-    ++noted_;
+    PublishedPath* const path = paths_.find(hashed);
+    if (path == nullptr || path->gone) return false;
+    note({path, {}, true});
+    std::swap(path->lists, held);
+    path->gone = true;
     return true;
   }
 
@@ -154,36 +159,29 @@ class ListPublisher::State {
   }
 
  private:
-  bool isAttached(std::size_t attribute, const Keel::DedupHandleBase& list) const {
-    return tables_[attribute] != nullptr && tables_[attribute]->holds(list);
+  bool isAttached(std::size_t attribute, Slot slot) const {
+    return tables_[attribute] != nullptr && tables_[attribute]->holds(HeldLists::at(slot));
   }
-  // Of those lists that are in attached tables.
-  SlotsOfPath slotsOf(const PathLists& lists) const {
-    SlotsOfPath slots = {};
-    for (std::size_t attribute = 0; attribute < slots.size(); ++attribute) {
-      const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(lists);
-      if (list != nullptr && isAttached(attribute, *list)) slots[attribute] = Keel::handleRef(list);
-    }
-    return slots;
-  }
-  void requireAttached(const PathLists& lists) const {
-    for (std::size_t attribute = 0; attribute < tables_.size(); ++attribute) {
-      const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(lists);
-      if (list == nullptr) continue;
-      TYR_ASSERT_ADVICE(tables_[attribute] != nullptr && tables_[attribute]->holds(*list),
+  void requireAttached(const SlotsOfPath& lists) const {
+    for (std::size_t attribute = 0; attribute < lists.size(); ++attribute) {
+      if (lists[attribute] == 0) continue;
+      TYR_ASSERT_ADVICE(isAttached(attribute, lists[attribute]),
                         "a list of a path is in no attached table: pass its table to listTableIs() first");
     }
+  }
+  void note(const PathNote& note) {
+    notes_->paths.put(note);
+    ++noted_;
   }
   // Paths that have been there longer than a table name its lists. In parts, so that nobody waits for all of them.
   void nameAgain(std::size_t part, std::size_t attribute) {
     const std::lock_guard lock(mutex_);
-    held_.forEachIn(part, [&](Keyed<PathLists>& path) {
-      const Keel::DedupHandleBase* const list = publishedAttributes[attribute].listOf(path.value());
-      if (list == nullptr || !isAttached(attribute, *list)) return;
-      auto note = Keyed<PathNote>::make(path.key(), {.slots = slotsOf(path.value())});
-      notes_->paths.reserveFor(path.key());
-      notes_->paths.put(std::move(note));
-      ++noted_;
+    paths_.forEachIn(part, [&](PublishedPath* path) {
+      SlotsOfPath slots = path->lists.slots();
+      for (std::size_t other = 0; other < slots.size(); ++other) {
+        if (slots[other] != 0 && !isAttached(other, slots[other])) slots[other] = 0;
+      }
+      if (slots[attribute] != 0) note({path, slots, false});
     });
   }
 
@@ -211,8 +209,9 @@ class ListPublisher::State {
       if (!taken_->empty()) append(unwritten_, *taken_);  // memory ran out right here the last time
       takeNotes();
       append(unwritten_, *taken_);
-      if (!unwritten_.empty() || !begun_) records_->commit(unwritten_);
+      if (!unwritten_.empty() || !begun_) records_->commit(unwritten_, takenPaths_);
       begun_ = true;
+      forgetGone();
       unwritten_ = Notes();
       return {};
     } catch (const std::exception& error) {
@@ -234,6 +233,23 @@ class ListPublisher::State {
     std::swap(discarded, discarded_);
   }
 
+  // The store knows now of all paths that are gone. Those that are not back, or noted again, are freed.
+  void forgetGone() noexcept {
+    const auto end = unwritten_.paths.end();
+    for (auto note = unwritten_.paths.begin(); note != end;) {
+      std::array<PublishedPath*, 64> gone;
+      std::array<PublishedPath::Ptr, gone.size()> forgotten;  // freed after the lock
+      std::size_t count = 0;
+      for (; note != end && count < gone.size(); ++note) {
+        if (note->gone) gone[count++] = note->path;
+      }
+      const std::lock_guard lock(mutex_);
+      for (std::size_t i = 0; i < count; ++i) {
+        if (gone[i]->gone && !notes_->paths.has(*gone[i])) forgotten[i] = paths_.take(*gone[i]);
+      }
+    }
+  }
+
   void takeNotes() {
     dropDiscarded();
     for (bool taken = false; !taken;) {
@@ -245,6 +261,7 @@ class ListPublisher::State {
       if (!taken) continue;
       known_ = now;
       takenUpTo_ = noted_;
+      takenPaths_ = paths_.size();
       taken_.swap(notes_);
     }
   }
@@ -259,6 +276,7 @@ class ListPublisher::State {
   std::unique_ptr<Notes> taken_ = std::make_unique<Notes>();  // empty but when memory ran out right then
   Notes unwritten_;
   std::uint64_t takenUpTo_ = 0;  // how many changes are in them or in the store
+  std::size_t takenPaths_ = 0;   // how many paths there were, those that went included
   bool begun_ = false;
 
   static constexpr std::chrono::milliseconds shortest{1};
@@ -272,7 +290,7 @@ class ListPublisher::State {
   std::unique_ptr<Notes> notes_ = std::make_unique<Notes>();
   ByAttribute<BySlotInParts<Image>> discarded_;  // of tables that went, whose threads wait while they go
   ByAttribute<std::size_t> known_ = {};
-  ByKeyInParts<PathLists> held_;
+  PublishedPaths paths_;
   ByAttribute<Keel::DedupHashTable*> tables_ = {};
   std::uint64_t noted_ = 1;      // changes so far; the first is that the store becomes ours
   std::uint64_t committed_ = 0;  // how many of them are in the store

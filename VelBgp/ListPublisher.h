@@ -11,22 +11,21 @@
 //              const auto list = ExtCommList::destash(&path->extended, storeForReading.get());
 //
 // What is published. One commit shows the attached tables and the paths as they were at one moment: each interned list
-// once, each community of theirs once, and for each path the references to its lists. When more than 65,536 paths
-// changed since the last one, that takes several commits, which a reader can see one by one: first the lists that came,
-// then the paths in the order of their keys, each as it was or as it is now, then the lists that went are gone. A store
-// belongs to one publisher: its first commit drops all that an earlier one left there, so whoever wants that (a
-// restarted agent) reads it before.
+// once, each community of theirs once, and for each path the references to its lists. When more than 2,048 of at least
+// 49,152 paths changed since the last one, that takes several commits, which a reader can see one by one: first the
+// lists that came, then the paths in the order of their keys, each as it was or as it is now, then the lists that went
+// are gone. A store belongs to one publisher: its first commit drops all that an earlier one left there, so whoever wants
+// that (a restarted agent) reads it before.
 //
 // What it costs. A list that comes or goes is noted in memory, on the thread that interns or releases it, under a mutex
 // that is never held while anything is written. A thread of the publisher's takes the notes every `interval` and
 // commits them; what comes and goes between two commits leaves no trace. Failures (a full disk) are kept in problem(),
 // and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 100 octets for
-// each published list and for each distinct community of extended lists, about 60 and the key for each path, and the
-// notes since the last commit, which are as much again. The engine keeps the pages that its largest commit changed: 4
-// KiB for each change at most, where few of many paths change, about 200 octets where neighbours do. Attaching a table
-// in use notes all lists that are there, and the paths that have lists of it, on the thread that attaches; nothing is
-// committed till that is done. Threads that intern meanwhile wait for the note of one list, or for those of a 256th of
-// the paths.
+// each published list and for each distinct community of extended lists, as much again for each that came or went since
+// the last commit; about 45 and the key for each path, and 32 for each that changed. The engine keeps the pages that its
+// largest commit changed: 4 KiB for each change at most, 8 MiB in all for paths. Attaching a table in use notes all
+// lists that are there, and the paths that have lists of it, on the thread that attaches; nothing is committed till that
+// is done. Threads that intern meanwhile wait for the note of one list, or for those of a 256th of the paths.
 //
 // Ownership: a path that is published holds its lists, so that what it names is there; they are released by pathIs and
 // pathDel, and by the destructor. The store must outlive the publisher and is used by nobody else meanwhile. Tables may

@@ -1,22 +1,12 @@
 // What a publisher notes of lists and paths between two commits.
 #pragma once
 
-#include <bit>
+#include <boost/container/deque.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
-#include <boost/unordered/unordered_flat_set.hpp>
-#include <cstddef>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <numeric>
 
-#include "VelBgp/PublishedAttributesImpl.h"
+#include "VelBgp/PublishedPathsImpl.h"
 
 namespace Routing::Bgp::detail {
-
-// Stands for a list as long as it is interned: its place in the heap, which no other living object has.
-using Slot = Keel::SlabRef;
-using SlotsOfPath = ByAttribute<Slot>;  // 0: no list of the attribute
 
 // A slot is a place in our own heap, which no peer can choose; it is hashed because slots come in even steps.
 struct SlotHash {
@@ -24,15 +14,6 @@ struct SlotHash {
 };
 template <typename Value>
 using BySlot = boost::unordered_flat_map<Slot, Value, SlotHash>;
-
-// Makes room for as many more, so that putting them there needs no memory. A table that lost entries may have less room
-// than its size says, and only grows when it is asked for another size.
-template <typename Table>
-void roomFor(Table& table, std::size_t more) {
-  if (table.size() + more <= table.max_load()) return;
-  table.reserve(table.size() + more);
-  if (table.size() + more > table.max_load()) table.rehash(table.bucket_count() + 1);
-}
 
 // Such a map in parts, each of which grows by itself: whoever puts something into it waits for the growth of a part at
 // most. No part needs memory for what is put there after reserveFor().
@@ -79,149 +60,47 @@ struct AttributeNotes {
   bool empty() const noexcept { return !allGone && gone.empty() && come.empty(); }
 };
 
-// Peers choose a part of what the keys of paths are made of.
-struct TextHash {
-  std::size_t operator()(std::string_view text) const noexcept {
-    Keel::HashMix mix(static_cast<std::uint32_t>(text.size()));
-    for (std::size_t at = 0; at < text.size(); at += sizeof(std::uint64_t)) {
-      std::uint64_t word = 0;
-      std::memcpy(&word, text.data() + at, std::min(sizeof word, text.size() - at));
-      mix.mixBytes8(word);
-    }
-    return mix.value();
-  }
-};
-
-// A value and the key that it is found by, one behind the other.
-template <typename Value>
-class Keyed {
- public:
-  struct Free {
-    void operator()(Keyed* keyed) const noexcept {
-      keyed->~Keyed();
-      ::operator delete(keyed);
-    }
-  };
-  using Ptr = std::unique_ptr<Keyed, Free>;
-
-  static Ptr make(std::string_view key, Value value = {}) {
-    void* const place = ::operator new(std::max(sizeof(Keyed), offsetof(Keyed, key_) + key.size()));
-    return Ptr(new (place) Keyed(key, std::move(value)));
-  }
-  Keyed(const Keyed&) = delete;
-  Keyed& operator=(const Keyed&) = delete;
-
-  std::string_view key() const noexcept { return {key_, octets_}; }
-  // Its first eight octets, zeros behind it, in the order of keys.
-  std::uint64_t keyBegin() const noexcept {
-    std::uint64_t begin = 0;
-    std::memcpy(&begin, key_, std::min<std::size_t>(octets_, sizeof begin));
-    return std::endian::native == std::endian::little ? __builtin_bswap64(begin) : begin;
-  }
-  Value& value() noexcept { return value_; }
-  const Value& value() const noexcept { return value_; }
-
- private:
-  Keyed(std::string_view key, Value&& value) noexcept
-      : value_(std::move(value)), octets_(static_cast<std::uint8_t>(key.size())) {
-    std::memcpy(static_cast<char*>(key_), key.data(), key.size());
-  }
-  ~Keyed() = default;
-
-  Value value_;
-  std::uint8_t octets_;
-  char key_[1];  // and more
-};
-
-// Values by key, in no order, in parts as BySlotInParts.
-template <typename Value>
-class ByKeyInParts {
- public:
-  using Node = Keyed<Value>;
-
-  ByKeyInParts() = default;
-  ByKeyInParts(ByKeyInParts&& other) noexcept : parts_(std::exchange(other.parts_, {})) {}
-  ByKeyInParts& operator=(ByKeyInParts&& other) noexcept {
-    std::swap(parts_, other.parts_);
-    return *this;
-  }
-  ~ByKeyInParts() {
-    forEach([](Node& node) { typename Node::Free()(&node); });
-  }
-
-  bool contains(std::string_view key) const { return partOf(key).contains(key); }
-  bool empty() const noexcept {
-    return std::all_of(parts_.begin(), parts_.end(), [](const Part& part) { return part.empty(); });
-  }
-  std::size_t size() const noexcept {
-    return std::transform_reduce(parts_.begin(), parts_.end(), std::size_t{0}, std::plus(), std::mem_fn(&Part::size));
-  }
-  // So that put() needs no memory.
-  void reserveFor(std::string_view key) { roomFor(parts_[numberOf(key)], 1); }
-  void reserveFor(const ByKeyInParts& other) {
-    for (std::size_t i = 0; i < parts_.size(); ++i) roomFor(parts_[i], other.parts_[i].size());
-  }
-  // In place of the value that was there, which is in what comes back.
-  typename Node::Ptr put(typename Node::Ptr node) {
-    const auto [place, isNew] = parts_[numberOf(node->key())].insert(node.get());
-    if (isNew) return node.release(), nullptr;
-    std::swap((*place)->value(), node->value());
-    return node;
-  }
-  // Null: there is none.
-  typename Node::Ptr take(std::string_view key) noexcept {
-    Part& part = parts_[numberOf(key)];
-    const auto place = part.find(key);
-    if (place == part.end()) return nullptr;
-    typename Node::Ptr node(*place);
-    part.erase(place);
-    return node;
-  }
-  // Puts what the other has.
-  void append(ByKeyInParts& other) noexcept {
-    const ByKeyInParts::Parts nodes = std::exchange(other.parts_, {});
-    for (const Part& part : nodes) {
-      for (Node* const node : part) put(typename Node::Ptr(node));
-    }
-  }
-  template <typename Visit>
-  void forEach(Visit&& visit) const {
-    for (std::size_t part = 0; part < partCount; ++part) forEachIn(part, visit);
-  }
-  // Of a part, by number.
-  static constexpr std::size_t partCount = 256;
-  template <typename Visit>
-  void forEachIn(std::size_t part, Visit&& visit) const {
-    for (Node* const node : parts_[part]) visit(*node);
-  }
-
- private:
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(const Node* node) const noexcept { return TextHash()(node->key()); }
-    std::size_t operator()(std::string_view key) const noexcept { return TextHash()(key); }
-  };
-  struct Equal {
-    using is_transparent = void;
-    static std::string_view keyOf(const Node* node) noexcept { return node->key(); }
-    static std::string_view keyOf(std::string_view key) noexcept { return key; }
-    bool operator()(const auto& a, const auto& b) const noexcept { return keyOf(a) == keyOf(b); }
-  };
-  using Part = boost::unordered_flat_set<Node*, Hash, Equal>;
-  using Parts = std::array<Part, partCount>;
-
-  static std::size_t numberOf(std::string_view key) noexcept { return TextHash()(key) >> 24; }
-  const Part& partOf(std::string_view key) const noexcept { return parts_[numberOf(key)]; }
-
-  Parts parts_;
-};
-
 // Where a path leads to, unless it is gone.
 struct PathNote {
-  SlotsOfPath slots = {};
-  bool gone = false;
+  PublishedPath* path;
+  SlotsOfPath slots;
+  bool gone;
 };
-using NotesOfPaths = ByKeyInParts<PathNote>;
+
+// One note of each path at most, the last one. In the order in which the paths were first noted.
+class NotesOfPaths {
+ public:
+  // May throw, and has then noted nothing.
+  void put(const PathNote& note) {
+    if (has(*note.path)) {
+      notes_[note.path->note] = note;
+    } else {
+      notes_.push_back(note);
+      note.path->note = static_cast<std::uint32_t>(notes_.size() - 1);
+    }
+  }
+  // For notes that put() still puts something into.
+  bool has(const PublishedPath& path) const noexcept {
+    return path.note < notes_.size() && notes_[path.note].path == &path;
+  }
+  // Takes what the later ones have. Afterwards nothing is put here. May throw, and has then changed nothing.
+  void append(NotesOfPaths& later) {
+    notes_.insert(notes_.end(), later.notes_.begin(), later.notes_.end());
+    later.notes_.clear();
+    const auto byPath = [](const PathNote& a, const PathNote& b) { return a.path < b.path; };
+    const auto samePath = [](const PathNote& a, const PathNote& b) { return a.path == b.path; };
+    std::stable_sort(notes_.begin(), notes_.end(), byPath);
+    notes_.erase(notes_.begin(), std::unique(notes_.rbegin(), notes_.rend(), samePath).base());
+  }
+
+  bool empty() const noexcept { return notes_.empty(); }
+  std::size_t size() const noexcept { return notes_.size(); }
+  auto begin() const noexcept { return notes_.begin(); }
+  auto end() const noexcept { return notes_.end(); }
+
+ private:
+  boost::container::deque<PathNote> notes_;  // which never moves what is there, and needs no memory to be empty
+};
 
 struct Notes {
   ByAttribute<AttributeNotes> lists;
@@ -273,12 +152,11 @@ inline void append(Notes& notes, Notes& later) {
     notes.lists[attribute].gone.reserve(notes.lists[attribute].gone.size() + later.lists[attribute].gone.size());
     notes.lists[attribute].come.reserveFor(later.lists[attribute].come);
   }
-  notes.paths.reserveFor(later.paths);
+  notes.paths.append(later.paths);
   // From here on nothing needs memory.
   for (std::size_t attribute = 0; attribute < notes.lists.size(); ++attribute)
     append(notes.lists[attribute], later.lists[attribute]);
-  notes.paths.append(later.paths);
-  later = Notes();
+  later.lists = {};
 }
 
 }  // namespace Routing::Bgp::detail

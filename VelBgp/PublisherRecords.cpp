@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <boost/sort/pdqsort/pdqsort.hpp>
 #include <deque>
 #include <span>
 
@@ -159,59 +160,85 @@ class AttributeChange {
 
 using References = ByAttribute<Store::Reference>;
 
-// By what the keys begin with, as each look at a key itself is a look at another place in memory.
-void sortByKey(std::span<Keyed<PathNote>*> paths) {
-  struct Entry {
-    std::uint64_t begin;
-    Keyed<PathNote>* path;
-    bool operator<(const Entry& other) const {
-      return begin != other.begin ? begin < other.begin : path->key() < other.path->key();
-    }
-  };
-  std::vector<Entry> entries;
-  entries.reserve(paths.size());
-  for (Keyed<PathNote>* const path : paths) entries.push_back({path->keyBegin(), path});
-  if (!std::is_sorted(entries.begin(), entries.end())) std::sort(entries.begin(), entries.end());
-  std::transform(entries.begin(), entries.end(), paths.begin(), [](const Entry& entry) { return entry.path; });
-}
-
-// `referenceOf(attribute, slot)` is the record of a list.
+// Of the lists that a path leads to. `referenceOf(attribute, slot)` is the record of a list.
 template <typename ReferenceOf>
-void changePath(Store::WriteBatch& batch, const Keyed<PathNote>& path, ReferenceOf&& referenceOf) {
-  if (path.value().gone) return batch.keyDel(stashedPathSpace, octetsOf(path.key()));
+References referencesOf(const PathNote& note, ReferenceOf&& referenceOf) {
   References references;
   for (std::size_t attribute = 0; attribute < references.size(); ++attribute) {
-    references[attribute] = referenceOf(attribute, path.value().slots[attribute]);
+    if (note.slots[attribute] != 0) references[attribute] = referenceOf(attribute, note.slots[attribute]);
   }
-  batch.keyIs(stashedPathSpace, octetsOf(path.key()), plainImage(references));
+  return references;
+}
+
+// Octets of a text from `at` on, zeros behind it, as a number that is in order as they are.
+std::uint64_t wordOf(std::string_view text, std::size_t at) {
+  std::uint64_t word = 0;
+  if (at < text.size()) std::memcpy(&word, text.data() + at, std::min(text.size() - at, sizeof word));
+  return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
 }
 
 }  // namespace
 
-void Records::commit(Notes& notes) {
-  SortedPaths paths;
-  paths.reserve(notes.paths.size());
-  notes.paths.forEach([&](Keyed<PathNote>& path) { paths.push_back(&path); });
-  if (paths.size() <= mostPathsAtOnce) return commitLists(notes, paths, Leaving::go);
+// A few at a time: first what each look at another place in memory finds, so that the processor waits for several of
+// them at once.
+template <typename ReferenceOf>
+void Records::changePaths(Store::WriteBatch& batch, SortedPaths paths, ReferenceOf&& referenceOf) {
+  constexpr std::size_t atOnce = 16;
+  std::array<References, atOnce> references;
+  for (; !paths.empty(); paths = paths.subspan(std::min(atOnce, paths.size()))) {
+    const SortedPaths some = paths.first(std::min(atOnce, paths.size()));
+    for (const SortedPath& path : paths.subspan(some.size()).first(std::min(atOnce, paths.size() - some.size()))) {
+      __builtin_prefetch(path.note.path);
+      __builtin_prefetch(reinterpret_cast<const char*>(path.note.path) + 48);
+    }
+    std::transform(some.begin(), some.end(), references.begin(),
+                   [&](const SortedPath& path) { return referencesOf(path.note, referenceOf); });
+    for (std::size_t i = 0; i < some.size(); ++i) {
+      const Store::Octets key = octetsOf(some[i].note.path->key());
+      some[i].note.gone ? batch.keyDel(stashedPathSpace, key)
+                        : batch.keyIs(stashedPathSpace, key, octetsOf(references[i]));
+    }
+  }
+}
 
-  sortByKey(paths);
+std::vector<Records::SortedPath> Records::sorted(const NotesOfPaths& paths) {
+  std::vector<SortedPath> sorted;
+  sorted.reserve(paths.size());
+  for (const PathNote& note : paths) {
+    const std::string_view key = note.path->key();
+    sorted.push_back({Keel::detail::Uint128{wordOf(key, 0)} << 64 | wordOf(key, sizeof(std::uint64_t)), note});
+  }
+  boost::sort::pdqsort_branchless(sorted.begin(), sorted.end(),
+                                  [](const SortedPath& a, const SortedPath& b) { return a.begin < b.begin; });
+  // Those that begin alike, by the keys themselves: each is looked at once, and fetched ahead.
+  constexpr std::ptrdiff_t ahead = 16;
+  for (auto first = sorted.begin(), last = first; first != sorted.end(); first = last) {
+    for (; last != sorted.end() && last->begin == first->begin; ++last) {
+      if (sorted.end() - last > ahead) __builtin_prefetch(last[ahead].note.path->keyBegin);
+    }
+    if (last - first > 1)
+      std::sort(first, last,
+                [](const SortedPath& a, const SortedPath& b) { return a.note.path->key() < b.note.path->key(); });
+  }
+  return sorted;
+}
+
+void Records::commit(Notes& notes, std::size_t paths) {
+  const std::vector<SortedPath> all = sorted(notes.paths);
+  const std::size_t pages = std::min(all.size(), paths / pathsOfPage);
+  if (pages <= mostPagesAtOnce) return commitLists(notes, all, Leaving::go);
+
   commitLists(notes, {}, Leaving::stay);
   notes.lists = {};
-  const std::size_t each = std::max(leastPathsOfMany, paths.size() / 32);
-  std::size_t done = 0;
-  try {
-    for (; done < paths.size(); done = std::min(done + each, paths.size())) {
-      commitPaths(std::span(paths).subspan(done, std::min(each, paths.size() - done)));
-    }
-  } catch (...) {
-    for (const Keyed<PathNote>* const path : std::span(paths).first(done)) notes.paths.take(path->key());
-    throw;
+  const std::size_t commits = (pages + mostPagesAtOnce - 1) / mostPagesAtOnce;
+  for (std::size_t i = 0; i < commits; ++i) {
+    const std::size_t begin = all.size() * i / commits;
+    commitPaths(SortedPaths(all).subspan(begin, all.size() * (i + 1) / commits - begin));
   }
-  notes.paths = {};
   commitLists(notes, {}, Leaving::go);
 }
 
-void Records::commitLists(const Notes& notes, const SortedPaths& paths, Leaving leaving) {
+void Records::commitLists(const Notes& notes, SortedPaths paths, Leaving leaving) {
   store_.refresh();  // the view may have ended after an earlier failure
   Store::WriteBatch batch(store_);
   if (!cleared_) batch.clear();
@@ -221,26 +248,20 @@ void Records::commitLists(const Notes& notes, const SortedPaths& paths, Leaving 
         .apply(notes.lists[attribute], leaving == Leaving::go);
   }
   if (cleared_) pathsLoseLists(batch, notes);
-  for (const Keyed<PathNote>* const path : paths) {
-    changePath(batch, *path, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
-  }
+  changePaths(batch, paths, [&](std::size_t attribute, Slot slot) { return changes[attribute].reference(slot); });
   batch.commit();
   cleared_ = true;
   for (AttributeChange& change : changes) change.settle();
 }
 
-void Records::commitPaths(std::span<Keyed<PathNote>* const> paths) {
+void Records::commitPaths(SortedPaths paths) {
   store_.refresh();
   Store::WriteBatch batch(store_);
-  constexpr std::size_t ahead = 8;  // the notes lie anywhere in memory
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    if (i + ahead < paths.size()) __builtin_prefetch(paths[i + ahead]);
-    changePath(batch, *paths[i], [this](std::size_t attribute, Slot slot) {
-      const auto& lists = records_[attribute].lists;
-      const auto found = lists.find(slot);
-      return found == lists.end() ? Store::Reference() : found->second;
-    });
-  }
+  changePaths(batch, paths, [this](std::size_t attribute, Slot slot) {
+    const auto& lists = records_[attribute].lists;
+    const auto found = lists.find(slot);
+    return found == lists.end() ? Store::Reference() : found->second;
+  });
   batch.commit();
 }
 

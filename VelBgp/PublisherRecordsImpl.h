@@ -27,23 +27,32 @@ class Records {
  public:
   explicit Records(Store::StoreManager& store) : store_(store) {}
 
-  // Writes all of the notes in one commit, or throws and writes nothing. The first commit drops what the store held.
+  // Writes all of the notes, of `paths` paths, in one commit, or throws and writes nothing. The first commit drops what
+  // the store held.
   //
-  // Notes of very many paths take several commits, as what the engine keeps for one grows with it, for good: first the
-  // lists that came, then the paths, in the order of their keys, then the lists that went. When it throws in between,
-  // what is written is no longer among the notes.
-  void commit(Notes& notes);
+  // What the engine keeps of the largest commit's pages it keeps for good. So notes of paths on very many pages take
+  // several commits: first the lists that came, then the paths, in the order of their keys, then the lists that went.
+  // When it throws in between, the notes of lists that are written are no longer there.
+  void commit(Notes& notes, std::size_t paths);
 
  private:
   enum class Leaving { go, stay };
-  using SortedPaths = std::vector<Keyed<PathNote>*>;
+  // And what its key begins with, as each look at a key itself is a look at another place in memory.
+  struct SortedPath {
+    Keel::detail::Uint128 begin;
+    PathNote note;
+  };
+  using SortedPaths = std::span<const SortedPath>;
 
-  void commitLists(const Notes& notes, const SortedPaths& paths, Leaving leaving);
-  void commitPaths(std::span<Keyed<PathNote>* const> paths);
+  static std::vector<SortedPath> sorted(const NotesOfPaths& paths);
+  void commitLists(const Notes& notes, SortedPaths paths, Leaving leaving);
+  void commitPaths(SortedPaths paths);
+  template <typename ReferenceOf>
+  static void changePaths(Store::WriteBatch& batch, SortedPaths paths, ReferenceOf&& referenceOf);
   void pathsLoseLists(Store::WriteBatch& batch, const Notes& notes) const;
 
-  static constexpr std::size_t mostPathsAtOnce = 65536;
-  static constexpr std::size_t leastPathsOfMany = 16384;
+  static constexpr std::size_t mostPagesAtOnce = 2048;
+  static constexpr std::size_t pathsOfPage = 24;
 
   Store::StoreManager& store_;
   bool cleared_ = false;

@@ -29,6 +29,12 @@ inline Store::Octets octetsOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+template <typename Plain>
+requires(!std::is_convertible_v<const Plain&, std::string_view>) Store::Octets octetsOf(const Plain& plain) {
+  static_assert(std::is_trivially_copyable_v<Plain>);
+  return {reinterpret_cast<const std::uint8_t*>(&plain), sizeof plain};
+}
+
 using Image = std::vector<std::uint8_t>;
 
 template <typename Plain>

@@ -1,17 +1,15 @@
 // Decodes one raw value and prints the texts of the object that it becomes.
 #include <iostream>
 
-#include "VelBgp/Parse/ExtCommContainer.h"
-#include "VelBgp/VelBgpCommunity.h"
+#include "VelBgp/VelBgp.h"
 
 using namespace Routing::Bgp;
 
 int main() {
-  // One decoder and one table serve a whole agent.
-  const auto decoder = BgpParseExtCommContainerSmIs();
-  const auto table = ExtCommDedupTableIs(decoder->extCommParser());
+  // The decoder and the tables of all kinds: one for a whole agent.
+  const CommunityTables tables;
 
-  const ExtComm::PtrConst community = ExtComm::dedupContent(table.get(), ExtCommContent(0x0002fde800000064));
+  const ExtComm::PtrConst community = tables.dedupContent(ExtCommContent(0x0002fde800000064));
   ExtComm::StrepFormat policy;
   policy.strepFormatDefaultIs(true);
   std::cout << "class   " << community->fwkType().unqualifiedName() << '\n'
@@ -21,8 +19,13 @@ int main() {
             << "ui      " << community->toStrepForUI(false, false, false) << '\n'
             << "asdot   " << community->toStrepForUI(true, false, false) << '\n';
 
+  // The object is of the kind's own class, which has the fields.
+  if (const auto* target = as<ExtCommRouteTargetAs>(community)) {
+    std::cout << "fields  AS " << target->asNumber() << ", number " << target->localAdmin() << '\n';
+  }
+
   // Equal values are one object for as long as someone holds it.
-  const ExtComm::PtrConst again = ExtComm::dedupContent(table.get(), ExtCommContent(0x0002fde800000064));
-  std::cout << "interned communities: " << table->size() << ", the same object: " << std::boolalpha
+  const ExtComm::PtrConst again = tables.dedupContent(routeTarget(65000, 100));
+  std::cout << "interned communities: " << tables.extComms()->size() << ", the same object: " << std::boolalpha
             << (community == again) << '\n';
 }

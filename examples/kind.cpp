@@ -58,13 +58,25 @@ int main() {
   decoder->extCommParser()->typeRuleIs(Tyr::make<TwoOctetAsRule>(*decoder->extCommParser()));
   const CommunityTables tables(decoder);
 
-  // 65000, 1 Gbit/s; beside it the library's own, not transitive one.
-  for (const std::uint64_t value : {0x0004fde84cee6b28, 0x4004fde84cee6b28}) {
-    const auto community = tables.dedupContent(ExtCommContent(value));
+  // 65000, 1 Gbit/s; beside it the library's own, not transitive one, and a route target.
+  ExtCommListContentU64 received(tables.extComms());
+  for (const std::uint64_t value : {0x0004fde84cee6b28, 0x4004fde84cee6b28, 0x0002fde800000064}) received.commIs(value);
+  const ExtCommList::PtrConst list = tables.dedupContent(received);
+  for (const ExtComm* community : list->comms()) {
     std::cout << community->toStrep() << '\n' << community->toStrepForUI(false, false, false) << '\n';
-    if (const auto* ours = dynamic_cast<const TransitiveLinkBandwidth*>(community.get())) {
+    if (const auto* ours = as<TransitiveLinkBandwidth>(community)) {
       std::cout << ours->octetsPerSecond() / 125000 << " Mbit/s, sent to other ASes: " << std::boolalpha
                 << ours->getContent().transitive() << '\n';
     }
   }
+
+  // Matched by its text, found in the part of the list that its classification names, sent and taken out as any other.
+  const Routing::RouteMap::PosixRegex fast("Transitive-Link-Bandwidth:65000:[0-9]{9}");
+  const auto part = list->classificationList(extCommClassificationUnSpecified);
+  const auto transitive = ExtCommList::serialization(false, false, false);
+  std::cout << "matches: " << list->matchCommunitiesRegex(&fast) << '\n'
+            << "of its classification: " << part->comms().size() << '\n'
+            << "sent to other ASes: " << AttributeWriter(list, transitive).communities() << " of "
+            << list->comms().size() << '\n'
+            << "without it: " << stringify(EditList(list, tables).minusMatching(&fast).interned()) << '\n';
 }

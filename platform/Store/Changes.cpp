@@ -20,7 +20,7 @@ void Changes::headerIs(std::uint64_t identity, std::uint64_t anchorBound) {
 }
 
 void Changes::keyIs(std::uint32_t space, Octets key, Octets value) {
-  const std::string name = keyKey(space, key);
+  const EntryKey name = keyKey(space, key);
   entryIs(octetsOf(name), octetsOf(keyHead(octetsOf(name), value)), value);
 }
 void Changes::keyDel(std::uint32_t space, Octets key) { entryDel(octetsOf(keyKey(space, key))); }
@@ -31,7 +31,7 @@ void Changes::recordIs(std::uint64_t number, std::uint32_t type, std::uint64_t a
 void Changes::recordDel(std::uint64_t number) { recordChanges(number, std::nullopt, {}, {}); }
 
 void Changes::recordChanges(std::uint64_t number, std::optional<std::uint64_t> anchor, Octets head, Octets payload) {
-  const std::string name = recordKey(number);
+  const EntryKey name = recordKey(number);
   const auto [place, isNew] = records_.try_emplace(number);
   try {
     anchor ? entryIs(octetsOf(name), head, payload) : entryDel(octetsOf(name));
@@ -48,7 +48,7 @@ const std::optional<std::uint64_t>* Changes::record(std::uint64_t number) const 
 }
 
 void Changes::sort() {
-  if (!std::is_sorted(changes_.begin(), changes_.end())) std::stable_sort(changes_.begin(), changes_.end());
+  if (!ascending_) std::stable_sort(changes_.begin(), changes_.end());
 }
 
 void Changes::entryIs(Octets key, Octets head, Octets rest) {
@@ -57,11 +57,14 @@ void Changes::entryIs(Octets key, Octets head, Octets rest) {
 
 void Changes::add(Octets key, std::uint32_t valueOctets, Octets head, Octets rest) {
   const std::size_t octets = key.size() + head.size() + rest.size();
-  std::uint8_t* at = room(octets);
-  changes_.push_back({at, static_cast<std::uint32_t>(key.size()), valueOctets});
+  std::uint8_t* const begin = room(octets);
+  std::uint8_t* at = begin;
+  for (const Octets part : {key, head, rest}) at = std::copy(part.begin(), part.end(), at);
+  const Change change{begin, static_cast<std::uint32_t>(key.size()), valueOctets};
+  ascending_ = ascending_ && (changes_.empty() || changes_.back() < change);
+  changes_.push_back(change);
   free_ += octets;
   freeOctets_ -= octets;
-  for (const Octets part : {key, head, rest}) at = std::copy(part.begin(), part.end(), at);
 }
 
 std::uint8_t* Changes::room(std::size_t octets) {

@@ -36,7 +36,7 @@ class Changes {
   int forEach(Visit&& visit) const {
     int code = 0;
     for (auto at = changes_.begin(); code == 0 && at != changes_.end(); ++at) {
-      if (at + 1 == changes_.end() || *at < at[1]) code = visit(at->key(), at->value());
+      if (ascending_ || at + 1 == changes_.end() || *at < at[1]) code = visit(at->key(), at->value());
     }
     return code;
   }
@@ -68,6 +68,7 @@ class Changes {
   static constexpr std::size_t largestBlock = 256 * 1024;
 
   bool clear_ = false;
+  bool ascending_ = true;  // and no two of one entry
   std::vector<Change> changes_;
   boost::unordered_flat_map<std::uint64_t, std::optional<std::uint64_t>> records_;
   std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;

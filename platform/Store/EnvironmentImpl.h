@@ -84,14 +84,14 @@ class Snapshot {
   // Walks all pages of the commit, or of a newer one that the view then shows. Throws StoreFormatException.
   void checkPages();
 
-  std::optional<Octets> entry(const std::string& key) const;
+  std::optional<Octets> entry(std::string_view key) const;
   // The number of the last record, 0 without any.
   std::uint64_t lastNumber() const;
   // All that is stored of the record that a reference names.
   Octets find(Reference reference) const;
   Record recordOf(Reference reference, Octets stored) const;
   // Entries whose keys begin with `prefix`, in order.
-  void forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const;
+  void forEach(std::string_view prefix, const std::function<void(Octets key, Octets value)>& visit) const;
   [[noreturn]] void failDamaged(const std::string& what) const;
 
  private:

@@ -34,21 +34,7 @@ std::uint64_t checksumOf(const RecordHead& head, Octets payload) {
 
 std::uint64_t checksumOf(Octets key, Octets value) { return checksumOf(checksumOf(0, key), value); }
 
-template <typename Number>
-std::string withNumber(std::string key, Number number) {
-  for (int shift = 8 * (sizeof number - 1); shift >= 0; shift -= 8) key += static_cast<char>(number >> shift);
-  return key;
-}
-
 }  // namespace
-
-std::string spaceKey(std::uint32_t space) { return withNumber("k", space); }
-
-std::string keyKey(std::uint32_t space, Octets key) {
-  return spaceKey(space).append(reinterpret_cast<const char*>(key.data()), key.size());
-}
-
-std::string recordKey(std::uint64_t number) { return withNumber(recordPrefix, number); }
 
 std::uint64_t numberOf(Octets recordKey) {
   std::uint64_t number = 0;

@@ -27,6 +27,7 @@
 // one without a walk over its pages.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <optional>
@@ -84,11 +85,36 @@ T readPlain(Octets octets) {
   return value;
 }
 
-inline const std::string headerKey = "h";
-std::string spaceKey(std::uint32_t space);
-std::string keyKey(std::uint32_t space, Octets key);
-inline const std::string recordPrefix = "r";
-std::string recordKey(std::uint64_t number);
+// The key of an entry, or what several begin with.
+class EntryKey {
+ public:
+  EntryKey(std::string_view prefix) noexcept { addOctets(octetsOf(prefix)); }
+
+  operator std::string_view() const noexcept { return {reinterpret_cast<const char*>(octets_.data()), size_}; }
+  std::size_t size() const noexcept { return size_; }
+  // In network order.
+  template <typename Number>
+  EntryKey& addNumber(Number number) noexcept {
+    for (int shift = 8 * (sizeof number - 1); shift >= 0; shift -= 8)
+      octets_[size_++] = static_cast<std::uint8_t>(number >> shift);
+    return *this;
+  }
+  // At most maxKeyOctets of them.
+  EntryKey& addOctets(Octets octets) noexcept {
+    std::copy(octets.begin(), octets.end(), octets_.begin() + static_cast<std::ptrdiff_t>(size_));
+    size_ += octets.size();
+    return *this;
+  }
+
+ private:
+  std::array<std::uint8_t, 1 + sizeof(std::uint32_t) + maxKeyOctets> octets_;
+  std::size_t size_ = 0;
+};
+inline constexpr std::string_view headerKey = "h";
+inline EntryKey spaceKey(std::uint32_t space) noexcept { return EntryKey("k").addNumber(space); }
+inline EntryKey keyKey(std::uint32_t space, Octets key) noexcept { return spaceKey(space).addOctets(key); }
+inline constexpr std::string_view recordPrefix = "r";
+inline EntryKey recordKey(std::uint64_t number) noexcept { return EntryKey(recordPrefix).addNumber(number); }
 std::uint64_t numberOf(Octets recordKey);
 
 Header headerOf(std::uint64_t identity, std::uint64_t anchorBound);

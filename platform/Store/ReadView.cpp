@@ -146,7 +146,7 @@ bool Snapshot::isFound(int code) const {
   return code == 0;
 }
 
-std::optional<Octets> Snapshot::entry(const std::string& key) const {
+std::optional<Octets> Snapshot::entry(std::string_view key) const {
   requireLive();
   MDB_val name = engineKey(key);
   MDB_val value;
@@ -180,7 +180,7 @@ Record Snapshot::recordOf(Reference reference, Octets stored) const {
   return *record;
 }
 
-void Snapshot::forEach(const std::string& prefix, const std::function<void(Octets key, Octets value)>& visit) const {
+void Snapshot::forEach(std::string_view prefix, const std::function<void(Octets key, Octets value)>& visit) const {
   Cursor at(*this);
   std::string_view before;
   for (bool more = at.moveTo(prefix); more && at.key().starts_with(prefix); more = at.moveTo(MDB_NEXT)) {
@@ -211,7 +211,7 @@ Record ReadView::translate(const void* stashed) const {
 
 std::optional<Octets> ReadView::key(std::uint32_t space, Octets key) const {
   if (key.size() > maxKeyOctets) return std::nullopt;
-  const std::string name = detail::keyKey(space, key);
+  const detail::EntryKey name = detail::keyKey(space, key);
   const std::optional<Octets> stored = snapshot_->entry(name);
   if (!stored) return std::nullopt;
   const std::optional<Octets> value = detail::readKeyValue(detail::octetsOf(name), *stored);

@@ -43,7 +43,8 @@ PARTS = {
     **{f"Parse/ExtComm{part}": "Parse/ExtComm" for part in ("Kind", "Plugin", "Rule", "RuleCollections")},
     **{f"Ext{part}": "VelBgpCommunityList"
        for part in ("CommList", "CommListContent", "CommListDedupTable", "CommListFormat", "CommClassificationList")},
-    **{part: "ListPublisher" for part in ("PublishedAttributes", "PublisherNotes", "PublisherRecords", "StashedPath")},
+    **{part: "ListPublisher" for part in ("PublishedAttributes", "PublishedPaths", "PublisherNotes", "PublisherRecords",
+                                          "StashedPath")},
     "ValueTextTables": "ValueText",
 }  # fmt: skip
 # Interning needs decoding, decoding makes interned types: only these sources may look upward.

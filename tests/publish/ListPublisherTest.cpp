@@ -193,7 +193,7 @@ TEST_F(ListPublisherTest, EveryCommitOfManyPathsIsWhole) {
         EXPECT_THROW(publisher.flush(), Store::StoreException);
         limit.rlim_cur = RLIM_INFINITY;
         EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-        for (const std::uint32_t path : {1, 69'999}) changed(path, 0), changed(path, round);
+        for (const std::uint32_t path : {1, 69'999}) publisher.pathDel(std::to_string(path)), changed(path, round);
       }
       std::atomic<bool> done = false;
       std::jthread writer([&] { publisher.flush(), done = true; });
@@ -280,7 +280,7 @@ TEST_F(ListPublisherTest, KeysAndMisuse) {
     EXPECT_ASSERTION(misuse(), condition);
     EXPECT_ADVICE(misuse(), advice);
   };
-  const char* const attached = "tables_[attribute] != nullptr && tables_[attribute]->holds(*list)";
+  const char* const attached = "isAttached(attribute, lists[attribute])";
   const char* const attach = "a list of a path is in no attached table: pass its table to listTableIs() first";
   expectAdvice([&] { publisher.pathIs("k", {.extendedIp6 = ExtCommIp6ListIs()}); }, attached, attach);
   expectAdvice([&] { publisher.pathIs("k", {.standard = list}); }, attached, attach);
