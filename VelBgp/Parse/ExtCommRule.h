@@ -110,9 +110,13 @@ class VELBGP_EXPORT BgpParseExtendedCommunityIp6TypeRuleBase : public BgpParseEx
 // Rules by number.
 class VELBGP_EXPORT AnyRuleMap {
  public:
+  AnyRuleMap();
+  ~AnyRuleMap();
+  AnyRuleMap(const AnyRuleMap&) = delete;
+  AnyRuleMap& operator=(const AnyRuleMap&) = delete;
   std::size_t size() const noexcept { return rules_.size(); }
   // Rules that go announce it, and plugins answer with new ones: they meet an empty map.
-  void ruleDelAll() { std::exchange(rules_, {}).clear(); }
+  void ruleDelAll();
 
  protected:
   using AnyRulePtr = Tyr::Ptr<const BgpParseExtCommRuleBase>;
