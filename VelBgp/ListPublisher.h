@@ -47,6 +47,7 @@ namespace Routing::Bgp {
 
 class VELBGP_EXPORT ListPublisher {
  public:
+  // How a publisher works.
   struct Options {
     // How long changes wait to be committed together: from one millisecond to a day, other values are taken for the
     // nearer.

@@ -32,6 +32,7 @@ class Environment;
 class Snapshot;
 }  // namespace detail
 
+// A view that is older than the newest commit by more than that has ended.
 inline constexpr std::uint64_t mostCommitsBehind = 5'000;
 
 // Who shows the oldest commit of a store that is still shown.

@@ -34,7 +34,9 @@ struct Record {
   Octets payload;
 };
 
+// What a key may have.
 inline constexpr std::size_t maxKeyOctets = 255;
-inline constexpr std::size_t maxRecordOctets = std::size_t{1} << 30;  // of a key's value too
+// What a record may have, and the value of a key.
+inline constexpr std::size_t maxRecordOctets = std::size_t{1} << 30;
 
 }  // namespace Routing::Store

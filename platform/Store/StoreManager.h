@@ -75,10 +75,12 @@ struct Numbers;
 struct Writer;
 }  // namespace detail
 
+// What the last commit outlives: the writer's end in any way, or that of the machine too (above).
 enum class Durability { processCrash, systemCrash };
 // Whether opening walks the engine's pages (above).
 enum class PageCheck { on, off };
 
+// How large a store may become, in octets of addresses: unless told otherwise, and at least.
 inline constexpr std::size_t defaultMapOctets = std::size_t{64} << 30;
 inline constexpr std::size_t leastMapOctets = std::size_t{64} << 20;
 
