@@ -34,8 +34,10 @@ namespace Routing::Bgp {
 class VELBGP_EXPORT AttributeWriter {
  public:
   using Filter = ExtCommList::Serialization;
+  // Octets: what two octets of length can say.
   static constexpr std::size_t largestValue = 0xffff;
 
+  // Of extended lists: every community.
   static constexpr Filter all() noexcept {
     Filter filter;
     filter.allIs(true);

@@ -37,6 +37,7 @@ enum BgpMultiProtocolAttrPktConstants : std::uint32_t {
 // The flags octet of a path attribute. Its text is the octet in decimal.
 class BgpUpdateMsgAttributeFlags {
  public:
+  // In the octet (RFC 4271).
   static constexpr std::uint8_t optionalBit = 0x80;
   static constexpr std::uint8_t transitiveBit = 0x40;
   static constexpr std::uint8_t partialBit = 0x20;

@@ -28,7 +28,9 @@ class CommListDedupTable;
 // "65000:100": both halves in decimal, without leading zeros; with wellKnownNames a well-known value's name instead.
 template <bool wellKnownNames>
 struct VELBGP_EXPORT CommunityFormatter {
+  // Appends the text.
   static void format(Tyr::DynamicBufferInterface& buffer, std::uint32_t value);
+  // Appends both halves, whatever the value is called.
   static void formatNotWellKnown(Tyr::DynamicBufferInterface& buffer, std::uint32_t value);
 };
 extern template struct CommunityFormatter<false>;

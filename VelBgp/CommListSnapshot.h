@@ -30,6 +30,7 @@ class SnapshotMap {
  public:
   using Key = decltype(EntryType::key);
   using Value = decltype(EntryType::value);
+  // The order of the keys; a key alone is looked up.
   struct ByKey {
     using is_transparent = void;
     bool operator()(const EntryType& a, const EntryType& b) const { return a.key < b.key; }
@@ -40,6 +41,7 @@ class SnapshotMap {
   using iterator = typename Entries::const_iterator;
 
   const Entries& entries() const noexcept { return entries_; }
+  // Null when there is none; valid till that entry goes.
   const EntryType* entry(const Key& key) const {
     const auto it = entries_.find(key);
     return it == entries_.end() ? nullptr : &*it;
@@ -79,6 +81,7 @@ class VELBGP_EXPORT CommSnapshot : public Tyr::PtrInterface {
  public:
   using Ptr = Tyr::Ptr<Snapshot>;
   using PtrConst = Tyr::Ptr<const Snapshot>;
+  // One entry of `comm`.
   struct TyrComm {
     KeyType key;
     mutable ValueType value;  // takes no part in the order
@@ -113,6 +116,7 @@ class VELBGP_EXPORT CommSnapshot : public Tyr::PtrInterface {
 template <typename List>
 class SnapshotClassificationLists {
  public:
+  // One entry: a list and its classification.
   struct TyrClassificationList {
     ExtCommClassification key;
     mutable Tyr::Ptr<const List> value;
@@ -120,6 +124,7 @@ class SnapshotClassificationLists {
   using ClassificationListMap = SnapshotMap<TyrClassificationList>;
 
   const typename ClassificationListMap::Entries& classificationList() const noexcept { return lists_.entries(); }
+  // Null when there is none.
   const TyrClassificationList* classificationList(ExtCommClassification classification) const {
     return lists_.entry(classification);
   }

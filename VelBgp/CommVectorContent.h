@@ -44,12 +44,14 @@ class VELBGP_EXPORT CommVectorContent : public Base {
   // In the order given until the content was interned or sorted, then ascending and without repeats.
   const Vector& comms() const noexcept { return comms_; }
   explicit operator bool() const noexcept { return !comms_.empty(); }
+  // Without communities, as if new; keeps its memory.
   void reset() noexcept {
     comms_.clear();
     this->commVectorSorted_ = false;
   }
 
  protected:
+  // Last, whatever is there.
   void add(Element comm) {
     this->commVectorSorted_ = false;
     comms_.push_back(std::move(comm));

@@ -65,6 +65,7 @@ template <>
 struct EditKind<ExtCommList> {
   static constexpr bool isClassified = true;
   using Value = std::uint64_t;
+  // A value, in any of the forms that callers have one in.
   struct Argument {
     Argument(std::uint64_t value) noexcept : value(value) {}                      // NOLINT
     Argument(const ExtCommContent& content) noexcept : value(content.value()) {}  // NOLINT
@@ -89,6 +90,7 @@ template <>
 struct EditKind<ExtCommIp6List> {
   static constexpr bool isClassified = true;
   using Value = ExtCommIp6Content;
+  // A value, or the community of it; refers to either, so it is made for a call alone.
   struct Argument {
     Argument(const ExtCommIp6Content& value) noexcept : value(value) {}                 // NOLINT
     Argument(const ExtCommIp6::PtrConst& comm) noexcept : value(comm->getContent()) {}  // NOLINT
@@ -115,6 +117,7 @@ struct EditValueKind {
   static constexpr bool isClassified = false;
   using Value = typename List::Value;
   using Argument = const Value&;
+  // The table of the lists; plain values need none of their own.
   struct Tables {
     Tables(const ListTable* lists) noexcept : lists(lists) {}  // NOLINT
     Tables(const CommunityTables& tables) noexcept;            // NOLINT
@@ -155,6 +158,7 @@ class EditList {
   // are objects, and the table of lists of the others.
   EditList(PtrConst list, Tables tables) : list_(std::move(list)), tables_(tables) {}
 
+  // Adds a value, unless it is there.
   EditList& plus(Argument value) {
     if (open_ || !holds(value)) add(value);
     return *this;
@@ -166,11 +170,13 @@ class EditList {
     return *this;
   }
 
+  // Removes a value, if it is there.
   EditList& minus(Argument value) {
     if (open_ || holds(value))
       dropValues([&value](const Value& one) { return one == static_cast<const Value&>(value); });
     return *this;
   }
+  // A range as for plusAll().
   template <typename Range>
   EditList& minusAll(const Range& values) {
     Values unwanted;
@@ -185,6 +191,7 @@ class EditList {
     dropValues(takes);
     return *this;
   }
+  // Those whose text the expression is found in, as matchExtComm() and its like say. Not null.
   EditList& minusMatching(const RouteMap::PosixRegex* regex) {
     const RouteMap::PosixRegex& expression = RouteMap::expressionAt(regex);
     dropComms([&expression](const auto& comm) { return Kind::matches(comm, &expression); });
@@ -202,6 +209,7 @@ class EditList {
     });
     return *this;
   }
+  // All: what is added from here on is the list.
   EditList& minusEverything() {
     values_.clear();
     open_ = true;

@@ -84,11 +84,11 @@ using ExtCommIp6DedupContent = InternedExtCommContent<ExtCommIp6Traits>;
 
 class VELBGP_EXPORT ExtCommIp6 : public InternedExtComm<ExtCommIp6Traits> {
  public:
-  // Options of the text forms: five flags in one octet.
 #define ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS(FLAG) \
   FLAG(strepFormatDefault)                                \
   FLAG(strepFormatClassification)                         \
   FLAG(strepFormatUI) FLAG(strepFormatAsdot) FLAG(strepFormatLinkBwWeighted)
+  // Options of the text forms: five flags in one octet.
   class StrepFormat {
     TYR_FLAG_SET(StrepFormat, "Routing::Bgp::ExtCommIp6::StrepFormat", ROUTING_BGP_EXT_COMM_IP6_STREP_FORMAT_FLAGS)
 

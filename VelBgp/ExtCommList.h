@@ -80,6 +80,7 @@ class VELBGP_EXPORT ExtCommList final : public ExtCommListBase<ExtCommList, 0> {
   static PtrConst dedupSingleU64(const ExtCommDedupTable* commTable, const ExtCommListDedupTable* table,
                                  std::uint64_t value);
 
+  // As comm().
   ExtComm::PtrConst lookupExtComm(std::uint64_t value) const { return comm(value); }
   // Asserts that the list is sorted.
   std::uint32_t totalCommunities() const;
@@ -181,6 +182,7 @@ static_assert(sizeof(ExtCommList) == 48);
 // community contributes, also one whose text is empty; in `ui` only those that policy matches by their UI text.
 enum class MatchMode : std::uint8_t { strepDefault, strepClassification, ui };
 
+// Whether the expression is found in that text. Neither is null. Asserts that in `ui` the text is not empty.
 VELBGP_EXPORT bool matchExtCommList(const ExtCommList* list, MatchMode matchMode, const RouteMap::PosixRegex* regex);
 
 // Whether the expression matches a list of this community alone, in any of the modes that it has a text for. Asserts that

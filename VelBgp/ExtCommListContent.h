@@ -63,7 +63,9 @@ class VELBGP_EXPORT ExtCommListContentBase : public ExtCommContentBase {
  public:
   // Puts the communities, in order, into a new list.
   virtual void populateExtCommList(ExtCommList* list) const = 0;
+  // Whether the list holds the same communities; both in order.
   virtual bool compareWithExtCommList(const ExtCommList* list) const = 0;
+  // The values as they are now, sorted or not.
   virtual std::size_t communityCount() const = 0;
   virtual std::uint64_t communityAt(std::size_t index) const = 0;
 

@@ -16,7 +16,9 @@ class LargeCommListDedupTable;
 
 // "65536:1:2"; with asdot "1.0:1:2": a global administrator of at least 65536 as its halves (RFC 5396).
 struct VELBGP_EXPORT LargeCommunityFormatter {
+  // Appends the text.
   static void format(Tyr::DynamicBufferInterface& buffer, const CommunityValue& value, bool asdot);
+  // The same text.
   static std::string tacString(const CommunityValue& value, bool asdot);
 };
 

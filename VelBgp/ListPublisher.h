@@ -35,8 +35,8 @@
 // constructor when there is no thread to be had.
 #pragma once
 
-#include <chrono>
 #include <memory>
+#include <mutex>  // durations, without what <chrono> brings with them: calendars, time zones and streams
 
 #include "Store/StoreManager.h"
 #include "VelBgp/Forward.h"

@@ -28,9 +28,11 @@ namespace Routing::Bgp {
 
 // ---- The layouts, under any type and subtype octet
 
+// The lower six octets as they are; higher ones are dropped.
 constexpr ExtCommContent sixOctetContent(std::uint8_t type, std::uint8_t subtype, std::uint64_t octets) noexcept {
   return ExtCommContent(std::uint64_t{type} << 56 | std::uint64_t{subtype} << 48 | (octets & 0xffffffffffff));
 }
+// An AS of two octets, and a number of four.
 constexpr ExtCommContent twoOctetAsContent(std::uint8_t type, std::uint8_t subtype, std::uint16_t asn,
                                            std::uint32_t number) noexcept {
   return sixOctetContent(type, subtype, std::uint64_t{asn} << 32 | number);
@@ -80,6 +82,7 @@ constexpr ExtCommIp6Content ofIp6(std::uint8_t subtype, const Addr::Ip6Addr& add
 
 // ---- Extended communities
 
+// Of an AS: two octets if it fits, else four, which leave the number two. Of an address: a number of two octets.
 constexpr ExtCommContent routeTarget(std::uint64_t asn, std::uint64_t number) {
   return making::ofAs(extCommPktSubtypeTransTwoOctetAsRouteTarget, asn, number);
 }
@@ -90,6 +93,7 @@ constexpr ExtCommIp6Content routeTarget(const Addr::Ip6Addr& address, std::uint6
   return making::ofIp6(extCommIp6PktSubtypeRouteTarget, address, number);
 }
 
+// As for routeTarget().
 constexpr ExtCommContent routeOrigin(std::uint64_t asn, std::uint64_t number) {
   return making::ofAs(extCommPktSubtypeTransTwoOctetAsRouteOrigin, asn, number);
 }
@@ -105,6 +109,7 @@ constexpr ExtCommContent sourceAs(std::uint64_t asn, std::uint64_t number = 0) {
   return making::ofAs(extCommPktSubtypeTransTwoOctetAsSourceAs, asn, number);
 }
 
+// The number, of two octets, is the VRF that the address's router means by it.
 constexpr ExtCommContent vrfRouteImport(const Addr::Ip4Addr& address, std::uint64_t number) {
   return making::ofIp4(extCommPktSubtypeTransIpv4AddressVrfRouteImport, address, number);
 }
@@ -137,14 +142,17 @@ constexpr ExtCommContent tunnelEncap(std::uint64_t tunnelType) {
                          making::fitting<std::uint64_t>(tunnelType, making::most16, "tunnelType > 65535 not allowed"));
 }
 
+// RFC 8097, as on the wire: 0, 1, 2.
 enum class OriginValidation : std::uint8_t { valid, notFound, invalid };
 
+// Throws for a number that is no state.
 constexpr ExtCommContent originValidationState(OriginValidation state) {
   const auto number = static_cast<std::uint64_t>(state);
   return sixOctetContent(extCommPktTypeNonTransOpaque, extCommPktSubtypeNonTransOriginValidationState,
                          making::fitting<std::uint64_t>(number, 2, "state > 2 not allowed"));
 }
 
+// Has no number.
 constexpr ExtCommContent defaultGateway() noexcept {
   return sixOctetContent(extCommPktTypeTransOpaque, extCommPktSubtypeTransOpaqueDefaultGateway, 0);
 }

@@ -65,6 +65,7 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
   using Hash = typename Members::Hash;
   using Set = std::unordered_set<Key, Hash>;
 
+  // Where observers attach: told of each key that comes or goes, on the thread that interns or lets go.
   Tyr::NotifieeList<Key>& notifieeList() noexcept { return notifieeList_; }
   bool isObserved() const noexcept { return notifieeList_.size() != 0; }
 
@@ -82,6 +83,8 @@ class VELBGP_EXPORT NotifyingCollection : public Tyr::PtrInterface {
   // The attribute under which all changes are announced.
   static constexpr unsigned attribute = 1;
 
+  // Members are what the watched table holds and what was entered by hand. Only the latter can be withdrawn; whether it
+  // was there is the answer. Observers are told.
   bool isMember(const Key& key) const;
   void enter(const Key& key);
   bool withdraw(const Key& key);
@@ -175,6 +178,7 @@ class VELBGP_EXPORT NotifyingRtExtCommListCollection final : public NotifyingCol
   using Ptr = Tyr::Ptr<NotifyingRtExtCommListCollection>;
   using PtrConst = Tyr::Ptr<const NotifyingRtExtCommListCollection>;
 
+  // What its observers are told under.
   static constexpr unsigned attributeRtExtCommList = attribute;
 
   void rtExtCommListIs(const Key& notifier) { enter(notifier); }

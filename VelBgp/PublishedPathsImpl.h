@@ -86,6 +86,11 @@ struct PublishedPath {
   PublishedPath& operator=(const PublishedPath&) = delete;
 
   std::string_view key() const noexcept { return {keyBegin, keyOctets}; }
+  // It and its key, most of which are two lines of the cache.
+  void prefetch() const noexcept {
+    __builtin_prefetch(this);
+    __builtin_prefetch(reinterpret_cast<const char*>(this) + 48);
+  }
   HashedKey hashedKey() const noexcept { return {key(), hash}; }
 
   HeldLists lists;

@@ -189,8 +189,7 @@ void Records::changePaths(Store::WriteBatch& batch, SortedPaths paths, Reference
   for (; !paths.empty(); paths = paths.subspan(std::min(atOnce, paths.size()))) {
     const SortedPaths some = paths.first(std::min(atOnce, paths.size()));
     for (const SortedPath& path : paths.subspan(some.size()).first(std::min(atOnce, paths.size() - some.size()))) {
-      __builtin_prefetch(path.note.path);
-      __builtin_prefetch(reinterpret_cast<const char*>(path.note.path) + 48);
+      path.note.path->prefetch();
     }
     std::transform(some.begin(), some.end(), references.begin(),
                    [&](const SortedPath& path) { return referencesOf(path.note, referenceOf); });
@@ -215,7 +214,7 @@ std::vector<Records::SortedPath> Records::sorted(const NotesOfPaths& paths) {
   constexpr std::ptrdiff_t ahead = 16;
   for (auto first = sorted.begin(), last = first; first != sorted.end(); first = last) {
     for (; last != sorted.end() && last->begin == first->begin; ++last) {
-      if (sorted.end() - last > ahead) __builtin_prefetch(last[ahead].note.path->keyBegin);
+      if (sorted.end() - last > ahead) last[ahead].note.path->prefetch();
     }
     if (last - first > 1)
       std::sort(first, last,

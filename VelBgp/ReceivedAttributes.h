@@ -97,6 +97,7 @@ class VELBGP_EXPORT ReceivedAttributes {
   // Whether flags other than optional and transitive make an attribute malformed. The partial bit is never looked at.
   enum class Flags : std::uint8_t { ignored, judged };
 
+  // What is wrong with an attribute, and how often.
   struct Fault {
     AttributeVerdict verdict;
     PathAttribute attribute;  // of repeated ones the second

@@ -14,6 +14,7 @@ namespace Routing::Bgp {
 
 class VELBGP_EXPORT RouteTargetPrefix {
  public:
+  // Bits: all of a route target.
   static constexpr unsigned maxLength = 64;
 
   RouteTargetPrefix() noexcept = default;

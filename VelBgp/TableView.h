@@ -50,7 +50,7 @@ void visitTable(const Keel::DedupHashTable& table, Visit&& visit) {
   });
 }
 
-// visit(const Interned<T>&) for each community, list, or classification list that the table has.
+// visit(const Interned<T>&) for each community that the table has.
 template <typename Visit>
 void visitCommunities(const ExtCommDedupTable* table, Visit&& visit) {
   visitTable<ExtComm>(Keel::tableAt(table).dedupTable(), visit);
@@ -59,6 +59,7 @@ template <typename Visit>
 void visitCommunities(const ExtCommIp6DedupTable* table, Visit&& visit) {
   visitTable<ExtCommIp6>(Keel::tableAt(table).dedupTable(), visit);
 }
+// The same of its lists.
 template <typename Visit>
 void visitLists(const ExtCommListDedupTable* table, Visit&& visit) {
   visitTable<ExtCommList>(Keel::tableAt(table).extCommListDedupTable(), visit);
@@ -75,6 +76,7 @@ template <typename Visit>
 void visitLists(const LargeCommListDedupTable* table, Visit&& visit) {
   visitTable<LargeCommList>(Keel::tableAt(table).dedupTable(), visit);
 }
+// The same of its classification lists.
 template <typename Visit>
 void visitClassificationLists(const ExtCommListDedupTable* table, Visit&& visit) {
   visitTable<ExtCommClassificationList>(Keel::tableAt(table).extCommClassificationListDedupTable(), visit);

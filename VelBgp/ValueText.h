@@ -111,6 +111,7 @@ VELBGP_EXPORT ValueTextResult<std::uint32_t> commFromText(std::string_view text)
 // community.
 class ValueTexts {
  public:
+  // A value of the line, or what is wrong with it.
   struct Typed {
     // Where it stands in the line, without its quotes. Errors tell their place in the line, too.
     std::size_t offset;

@@ -145,11 +145,11 @@ using ExtCommDedupContent = InternedExtCommContent<ExtCommTraits>;
 
 class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
  public:
-  // Options of the text forms: six flags in one octet.
 #define ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS(FLAG) \
   FLAG(strepFormatDefault)                            \
   FLAG(strepFormatClassification)                     \
   FLAG(strepFormatUI) FLAG(strepFormatJson) FLAG(strepFormatAsdot) FLAG(strepFormatLinkBwWeighted)
+  // Options of the text forms: six flags in one octet.
   class StrepFormat {
     TYR_FLAG_SET(StrepFormat, "Routing::Bgp::ExtComm::StrepFormat", ROUTING_BGP_EXT_COMM_STREP_FORMAT_FLAGS)
 
@@ -179,6 +179,7 @@ class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
   // The kind's UI text is the text that route policy matches.
   virtual bool policyMatchStrepUI() const { return false; }
 
+  // The eight octets as a number, the first one most significant.
   std::uint64_t community() const noexcept { return getContent().value(); }
 
   // The subtype's name under the community's own type, or "subtype=" and the octet in decimal. Each asserts that it is
@@ -195,6 +196,7 @@ class VELBGP_EXPORT ExtComm : public InternedExtComm<ExtCommTraits> {
   template <typename Sink>
   static void dedupContents(const ExtCommDedupTable* table, const std::uint64_t* values, std::uint32_t n, Sink&& sink);
 
+  // Where a table puts this content: by the secret key of this process (Keel/HashMix.h).
   static std::uint32_t hashOf(const ExtCommContent& content) noexcept { return ExtCommTraits::hashOf(content); }
 
   // The community that a reference names, which lies in memory at any address: interned in the ExtCommDedupTable that

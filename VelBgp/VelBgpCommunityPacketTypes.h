@@ -39,6 +39,7 @@ class VELBGP_EXPORT BgpExtCommPktSubtype final : public BgpMaybeU63 {
 // The name of `octet` in `subtypes`, or "subtype=" and the octet in decimal if it is no code point there.
 VELBGP_EXPORT std::string extCommSubtypeText(const Tyr::EnumTable& subtypes, std::uint8_t octet);
 
+// The same, of an enumeration of subtypes.
 template <typename Subtype>
 std::string extCommSubtypeString(std::uint8_t octet) {
   return extCommSubtypeText(tyrEnumTable(Subtype{}), octet);

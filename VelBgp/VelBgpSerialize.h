@@ -23,6 +23,7 @@ namespace Routing::Bgp {
 
 class VELBGP_EXPORT Serialize {
  public:
+  // As many lie inside the object, before memory is asked for.
   static constexpr std::uint32_t inlineOctets = 4096;
 
   Serialize() noexcept {}  // the inline octets stay as they are: clearing them would cost more than most attributes
@@ -30,6 +31,7 @@ class VELBGP_EXPORT Serialize {
   Serialize(const Serialize&) = delete;
   Serialize& operator=(const Serialize&) = delete;
 
+  // One octet, or a number with its most significant octet first.
   void addU8(std::uint8_t octet) { *room(1) = octet, ++size_; }
   void addU16hton(std::uint16_t value) { addHton<2>(value); }
   void addU32hton(std::uint32_t value) { addHton<4>(value); }

@@ -25,6 +25,7 @@ class VELBGP_EXPORT ExtCommCache final : public Tyr::PtrInterface {
  public:
   using Ptr = Tyr::Ptr<ExtCommCache>;
   using PtrConst = Tyr::Ptr<const ExtCommCache>;
+  // By a secret key, so that no peer can choose values which share a bucket.
   struct Hash {
     std::size_t operator()(std::uint64_t value) const noexcept { return Keel::singleAttributeHash(value, 0xcac4e); }
   };

@@ -22,6 +22,11 @@ BgpParseExtCommRuleBase::~BgpParseExtCommRuleBase() = default;
 BgpParseExtendedCommunityTypeRuleBase::~BgpParseExtendedCommunityTypeRuleBase() = default;
 BgpParseExtendedCommunityIp6TypeRuleBase::~BgpParseExtendedCommunityIp6TypeRuleBase() = default;
 
+AnyRuleMap::AnyRuleMap() = default;
+AnyRuleMap::~AnyRuleMap() = default;
+
+void AnyRuleMap::ruleDelAll() { std::exchange(rules_, {}).clear(); }
+
 const BgpParseExtCommRuleBase* AnyRuleMap::anyRule(unsigned number) const {
   const auto found = rules_.find(number);
   return found == rules_.end() ? nullptr : found->second.get();

@@ -110,9 +110,13 @@ class VELBGP_EXPORT BgpParseExtendedCommunityIp6TypeRuleBase : public BgpParseEx
 // Rules by number.
 class VELBGP_EXPORT AnyRuleMap {
  public:
+  AnyRuleMap();
+  ~AnyRuleMap();
+  AnyRuleMap(const AnyRuleMap&) = delete;
+  AnyRuleMap& operator=(const AnyRuleMap&) = delete;
   std::size_t size() const noexcept { return rules_.size(); }
   // Rules that go announce it, and plugins answer with new ones: they meet an empty map.
-  void ruleDelAll() { std::exchange(rules_, {}).clear(); }
+  void ruleDelAll();
 
  protected:
   using AnyRulePtr = Tyr::Ptr<const BgpParseExtCommRuleBase>;
@@ -215,6 +219,7 @@ class VELBGP_EXPORT PerTypeRule : public Form::TypeRuleBase {
   }
 
   std::size_t subTypeRuleCount() const noexcept { return subTypeRules_.size(); }
+  // Null when there is none.
   SubTypeRulePtr subTypeRule(SubType subType) const { return subTypeRules_.rule(subType); }
   // Under the rule's own subtype; replaces.
   void subTypeRuleIs(const SubTypeRulePtr& rule) {
@@ -274,6 +279,8 @@ class VELBGP_EXPORT BgpParseExtendedCommunityRule final : public BgpParseExtComm
   BgpParseExtendedCommunityIp6TypeRuleBase::PtrConst ip6TypeRuleDel(BgpExtCommIp6PktType pktType);
   void ip6TypeRuleDelAll();
 
+  // The first and the last thing that is done to a rule: makes the rules of all types and announces this one; takes the
+  // announcement back.
   void handleInitialized();
   void handleDel();
 

@@ -73,12 +73,14 @@ using BgpParseExtCommAnyRuleKey = std::variant<
 // Observers are called with the number of the set that changed and the key that came or went; has() tells which.
 using BgpParseExtCommRuleNotifieeList = Tyr::NotifieeList<BgpParseExtCommAnyRuleKey>;
 
+// By the secret key of this process (Keel/HashMix.h).
 VELBGP_EXPORT std::size_t hashRuleAddress(const void* rule, std::uint32_t salt) noexcept;
 
 // One set of the collections, announced under `number`.
 template <typename Key, unsigned number, std::uint32_t salt>
 class VELBGP_EXPORT KeySet {
  public:
+  // By the rule's address.
   struct Hash {
     std::size_t operator()(const Key& key) const noexcept { return hashRuleAddress(key.rule(), salt); }
   };
@@ -87,6 +89,7 @@ class VELBGP_EXPORT KeySet {
   KeySet();
   ~KeySet();
   const Set& keys() const noexcept { return *keys_; }
+  // X's operations, as BgpParseExtCommRuleCollections tells of them.
   bool has(const Key& key) const;
   Key is(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList);
   bool del(const Key& key, BgpParseExtCommRuleNotifieeList& notifieeList) noexcept;

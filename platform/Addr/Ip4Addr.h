@@ -32,6 +32,7 @@ class Ip4Addr {
 
   constexpr std::uint32_t value() const noexcept { return value_; }
 
+  // "192.0.2.1"
   VELBGP_EXPORT std::string toStrep() const;
   VELBGP_EXPORT void appendTo(Tyr::DynamicBufferInterface& buffer) const;
 

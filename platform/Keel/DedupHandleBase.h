@@ -20,6 +20,7 @@
 
 namespace Keel {
 
+// The state of an object towards tables; each is told of below.
 enum class DedupHandleState : std::uint8_t { neverDeduped, deduped, notInTable };
 
 // Made, and not yet seen by a table.
@@ -124,6 +125,7 @@ class VELBGP_EXPORT DedupHandleBase {
   void userDataIs(std::uint32_t data) noexcept {
     bitsAre(userDataMask, static_cast<std::uint16_t>(data & userDataMask));
   }
+  // Octet 0 is the lowest.
   std::uint8_t userDataOctet(unsigned index) const noexcept {
     return static_cast<std::uint8_t>(userData() >> (8 * index));
   }
@@ -131,6 +133,7 @@ class VELBGP_EXPORT DedupHandleBase {
   // In a table, whose observers were told of it if they were to be.
   bool isKnown() const noexcept { return isDeduped() && news() != newsComing; }
 
+  // The bits of the user data that belong to derived classes.
   static constexpr std::uint16_t userDataMask = 0x1fff;
 
  private:
@@ -180,6 +183,7 @@ template <typename T>
 const T* handleAt(SlabRef ref) noexcept {
   return static_cast<const T*>(static_cast<const DedupHandleBase*>(SlabHeap::at(ref)));
 }
+// The reference of an object.
 inline SlabRef handleRef(const DedupHandleBase* handle) noexcept { return SlabHeap::refOf(handle); }
 
 }  // namespace Keel

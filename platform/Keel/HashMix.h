@@ -58,6 +58,7 @@ class HashMix {
   explicit HashMix(std::uint32_t state = 0) noexcept
       : lane_{detail::hashKey.lane0 ^ state, detail::hashKey.lane1}, pending_(0), words_(0) {}
 
+  // One word into the hash. Deliberate: a word counts by its value, whatever its width.
   void mixBytes1(std::uint8_t value) noexcept { mixBytes8(value); }
   void mixBytes2(std::uint16_t value) noexcept { mixBytes8(value); }
   void mixBytes4(std::uint32_t value) noexcept { mixBytes8(value); }

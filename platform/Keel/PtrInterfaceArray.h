@@ -46,6 +46,7 @@ VELBGP_EXPORT void releaseRefs(const SlabRef* refs, std::uint32_t count) noexcep
 template <typename T>
 class PtrInterfaceRange {
  public:
+  // Forward, over plain pointers.
   class iterator {
    public:
     using iterator_category = std::random_access_iterator_tag;

@@ -116,6 +116,7 @@ void releaseHolds(ThreadRecord& record) noexcept;
 
 class VELBGP_EXPORT SlabHeap {
  public:
+  // The largest slot; what is larger comes from elsewhere.
   static constexpr std::size_t maxOctets = 2048;
 
   // One of the two heaps. `linkOffset`: how many octets at the start of a freed slot keep their last content.

@@ -42,6 +42,7 @@ class LinkBandwidth {
   // Finite and greater than zero: such a link can take a share of the traffic.
   VELBGP_EXPORT bool isValid() const noexcept;
 
+  // The text, as this header's head shows it in both forms.
   VELBGP_EXPORT std::string toStrep(bool weighted) const;
   // Appends the same text.
   VELBGP_EXPORT void appendTo(Tyr::DynamicBufferInterface& buffer, bool weighted) const;

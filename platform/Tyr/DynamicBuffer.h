@@ -30,6 +30,7 @@ class VELBGP_EXPORT DynamicBufferInterface {
   DynamicBufferInterface(const DynamicBufferInterface&) = delete;
   DynamicBufferInterface& operator=(const DynamicBufferInterface&) = delete;
 
+  // One octet.
   void append(char c) {
     if (used_ == capacity_) grow(1);
     data_[used_++] = c;
@@ -42,6 +43,7 @@ class VELBGP_EXPORT DynamicBufferInterface {
   }
   void append(const char* text) { append(std::string_view(text)); }
 
+  // Without leading zeros.
   void appendDecimal(std::uint64_t value) {
     if (capacity_ - used_ < longestDecimal) return appendDecimalTightly(value);
     used_ = static_cast<std::size_t>(std::to_chars(data_ + used_, data_ + used_ + longestDecimal, value).ptr - data_);

@@ -76,10 +76,12 @@ struct EnumTable {
     const std::size_t i = place(number);
     return i == rows.size() ? nullptr : &rows[i];
   }
+  // Whether it is a member that may be on the wire.
   constexpr bool valid(unsigned long number) const noexcept {
     const std::size_t i = place(number);
     return i != rows.size() && rows[i].wire;
   }
+  // Its name, on the wire or not; null for a number that has none.
   constexpr const char* name(unsigned long number) const noexcept {
     const std::size_t i = place(number);
     return i == rows.size() ? nullptr : rows[i].name;
@@ -91,12 +93,14 @@ template <typename E>
 constexpr std::uint32_t enumNumber(E e) noexcept {
   return static_cast<std::uint32_t>(e);
 }
+// What each enumeration's functions of like names do, by number.
 VELBGP_EXPORT std::string enumStringValue(const EnumTable& table, unsigned long number);
 VELBGP_EXPORT std::ostream& enumToStream(std::ostream& stream, const EnumTable& table, unsigned long number);
 VELBGP_EXPORT std::uint32_t enumInstance(const EnumTable& table, unsigned long number);
 VELBGP_EXPORT std::uint32_t enumInstance(const EnumTable& table, std::string_view name);
 VELBGP_EXPORT std::uint32_t enumFromSequence(const EnumTable& table, StrepIterator& it, const StrepIterator& end);
 
+// For each octet the row that has it, from 1; 0 where none has.
 constexpr EnumIndex enumIndexOf(std::span<const EnumRow> rows) {
   EnumIndex index{};
   for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -117,6 +121,7 @@ constexpr bool enumRowsSound(std::span<const EnumRow> rows, const EnumIndex& ind
   return rows.size() <= 0xff;
 }
 
+// Whether the rows are numbered as they stand: 0, 1, 2, ...
 constexpr bool enumRowsDense(std::span<const EnumRow> rows) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (rows[i].number != i) return false;

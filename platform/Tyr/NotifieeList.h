@@ -37,6 +37,7 @@ class VELBGP_EXPORT AnyNotifieeList {
   AnyNotifieeList(const AnyNotifieeList&) = delete;
   AnyNotifieeList& operator=(const AnyNotifieeList&) = delete;
 
+  // As in NotifieeList.
   [[nodiscard]] Handle attachAny(AnyCallback callback);
   void notifyAny(unsigned attribute, const void* key);
   void notifyAllAny(unsigned attribute, const void* key) noexcept;
@@ -62,6 +63,7 @@ class [[nodiscard]] AnyNotifieeList::Handle {
   }
   ~Handle() { detach(); }
 
+  // Ends the attachment, if there is one.
   void detach();
 
  private:
@@ -88,6 +90,7 @@ class NotifieeList : public AnyNotifieeList {
       callback(attribute, *static_cast<const Key*>(key));
     });
   }
+  // Calls all, in the order of attaching; what one throws ends it.
   void notify(unsigned attribute, const Key& key) { notifyAny(attribute, &key); }
   // For what cannot be undone: every observer is called, and what one throws goes no further.
   void notifyAll(unsigned attribute, const Key& key) noexcept { notifyAllAny(attribute, &key); }

@@ -29,7 +29,9 @@ std::string valueToStrep(Bool value) {
 // "0x" and 16 hex digits, also for the null pointer, which a stream prints in another way.
 VELBGP_EXPORT std::string pointerToStrep(const void* pointer);
 
+// Exactly this text.
 VELBGP_EXPORT void expectText(StrepIterator& it, const StrepIterator& end, std::string_view text);
+// "True" or "False".
 VELBGP_EXPORT bool readBool(StrepIterator& it, const StrepIterator& end);
 // Decimal digits, as many as there are; a number above `max` is an error.
 VELBGP_EXPORT std::uint64_t readUnsigned(StrepIterator& it, const StrepIterator& end, std::uint64_t max);

@@ -18,6 +18,7 @@ extern VELBGP_EXPORT bool agentMultiThreadedSetting;
 extern VELBGP_EXPORT std::atomic<int> agentThreadingUsers;
 }  // namespace detail
 
+// Whether several threads may use tables and objects; said once, before any of them is made.
 inline bool agentMultiThreaded() noexcept { return detail::agentMultiThreadedSetting; }
 VELBGP_EXPORT void agentMultiThreadedIs(bool multiThreaded) noexcept;
 

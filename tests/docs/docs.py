@@ -10,7 +10,7 @@ import subprocess
 import sys
 import tempfile
 
-root, tool = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+root, tool = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve()
 documents = sorted([*root.glob("*.md"), *(root / "docs").glob("*.md")])
 faults = []
 

@@ -154,7 +154,7 @@ class BgpdumpWriter final : public RouteWriter {
   void beginLine(std::string_view form, const MrtTime& time) {
     line_ = form;
     line_ += '|';
-    appendTime(line_, time);
+    line_ += TimeText(time).view();
   }
 
   bool stateIs(const MrtTime& time, const MrtStateChange& change) {

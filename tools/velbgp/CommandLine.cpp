@@ -164,10 +164,16 @@ class CommandLine {
 
   void checkOperands(const CLI::App& sub) const {
     const Operands& allowed = operands_.at(&sub);
-    if (options_.inputs.size() < allowed.least) throw CLI::RequiredError(allowed.name);
+    if (options_.inputs.size() < allowed.least) {
+      const std::string_view names = allowed.name;  // with one given, of two the other is missing
+      throw CLI::RequiredError(std::string(options_.inputs.empty() ? names : names.substr(names.find(' ') + 1)));
+    }
     if (options_.inputs.size() > allowed.most) {
       throw CLI::ValidationError(quote(options_.inputs[allowed.most]) + " is one argument too many for " +
                                  sub.get_name());
+    }
+    if (allowed.most == 2 && options_.inputs == Arguments{"-", "-"}) {
+      throw CLI::ValidationError("standard input is one file, expected another one beside it");
     }
   }
 
@@ -188,8 +194,8 @@ class CommandLine {
         "--no-mvpn", [this] { options_.mvpn = false; }, "Decode as if the toggle Mvpn were off");
   }
   // An empty text is one too, of an expression that matches everything. CLI11 hands it on to a function only.
-  static void addText(CLI::App* sub, const char* name, const char* type, std::optional<std::string>& text,
-                      const char* what) {
+  template <typename Text>
+  static void addText(CLI::App* sub, const char* name, const char* type, Text& text, const char* what) {
     const auto take = [&text](std::string given) {
       unmark(given);
       text = std::move(given);
@@ -354,11 +360,7 @@ class CommandLine {
   void addStore() {
     CLI::App* sub = subcommand(storeCommand, "store", "Print the lists that mrt --publish put into a store");
     addJson(sub, "One JSON object a published path");
-    const auto take = [this](std::string given) {
-      unmark(given);
-      options_.key = std::move(given);
-    };
-    sub->add_option_function<std::string>("--key", take, "Only paths whose keys begin so")->type_name("PREFIX");
+    addText(sub, "--key", "PREFIX", options_.key, "Only paths whose keys begin so");
     sub->add_flag("--follow", options_.follow, "Go on with what changes, till stopped");
     addOperands(sub, {"STORE", 1, 1}, "The store's directory");
   }

@@ -78,34 +78,33 @@ class JsonReport final : public Report {
   void differenceIs(const Difference& difference, const RouteFacts& before, const RouteFacts& after,
                     const Values& added, const Values& removed) override {
     const RouteStock::Key key = stock_.keyAt(difference.key);
-    line_ = R"({"change":")";
-    line_.append(changeNames[static_cast<std::size_t>(difference.change)]) += '"';
-    json_.appendKey(line_, key.peer, false, key.target);
-    valuesAre("added", added);
-    valuesAre("removed", removed);
-    if (difference.before != nullptr) sideIs("old", *difference.before, before);
-    if (difference.after != nullptr) sideIs("new", *difference.after, after);
-    line_ += '}';
-    console_.line(line_);
+    line_.clear();
+    JsonText out(line_);
+    out.open('{').name("change").plain(changeNames[static_cast<std::size_t>(difference.change)]);
+    json_.key(out, key.peer, false, key.target);
+    valuesAre(out.name("added"), added);
+    valuesAre(out.name("removed"), removed);
+    if (difference.before != nullptr) sideIs(out.name("old"), *difference.before, before);
+    if (difference.after != nullptr) sideIs(out.name("new"), *difference.after, after);
+    out.close('}');
+    console_.line(line_.view());
   }
 
  private:
-  void valuesAre(const char* name, const Values& values) {
-    line_.append(",\"").append(name).append("\":[");
-    for (const auto& [kind, value] : values) line_.append(jsonText(json_.texts().value(kind, value))) += ',';
-    if (!values.empty()) line_.pop_back();
-    line_ += ']';
+  void valuesAre(JsonText& out, const Values& values) {
+    out.open('[');
+    for (const auto& [kind, value] : values) out.text(json_.texts().value(kind, value));
+    out.close(']');
   }
-  void sideIs(const char* name, const KeptRoute& route, const RouteFacts& facts) {
-    line_.append(",\"").append(name).append("\":{");
-    JsonRoutes::appendTypeAndTime(line_, route.type, route.time);
-    json_.appendFacts(line_, facts);
-    line_ += '}';
+  void sideIs(JsonText& out, const KeptRoute& route, const RouteFacts& facts) {
+    JsonRoutes::typeAndTime(out.open('{'), route.type, route.time);
+    json_.facts(out, facts);
+    out.close('}');
   }
 
   JsonRoutes json_;
   Console& console_;
-  std::string line_;
+  Tyr::DynamicBuffer<1024> line_;
 };
 
 class CsvReport final : public Report {

@@ -1,5 +1,7 @@
 #include "tools/velbgp/JsonText.h"
 
+#include "tools/velbgp/Console.h"
+
 namespace VelBgpTool {
 
 namespace {
@@ -9,9 +11,15 @@ bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '
 }  // namespace
 
 JsonText& JsonText::hex(Octets octets, std::string_view prefix) {
-  separated().put('"').out_.append(prefix);
+  separated().out_.append('"');
+  out_.append(prefix);
   for (const std::uint8_t octet : octets) out_.appendHex(octet, 2);
-  return put('"');
+  return close('"');
+}
+
+void JsonText::flush(Console& console) {
+  console.print(out_.view());
+  out_.clear();
 }
 
 void JsonText::appendEscaped(std::string_view utf8) {
@@ -22,7 +30,7 @@ void JsonText::appendEscaped(std::string_view utf8) {
     if (end == utf8.size()) return;
     const char c = utf8[end];
     const std::size_t named = std::string_view("\b\f\n\r\t\"\\").find(c);
-    put('\\');
+    out_.append('\\');
     if (named == std::string_view::npos) {
       out_.append('u');
       out_.appendHex(static_cast<unsigned char>(c), 4);

@@ -9,7 +9,7 @@
 //   wire(community)            its octets;  hash(community)
 //   text(value)                of one value as on the wire, as people read it;  listText(list)  what `list` gives
 //   classification(community)  and  matches(list, regex)  where there are such
-//   valueText(value)           the text of the community of these wire octets
+//   meaning(value)             of these wire octets, what the text does not tell; where there is such
 //   decode(value, out)         for `decode`;  describe(list, out, notes)  for `list`, behind the values
 //   spellings(value), explain(value), and matchText(value) where expressions see a text
 //   sent(community)            the filters by name;  pruned(list)  and  whyDropped(community, kept)  where lists are pruned

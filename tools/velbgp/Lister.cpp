@@ -87,19 +87,16 @@ void Lister::print(const Place& place, const Numbers& numbers, const std::string
     if (any && explain_) printExplained(numbers);
     return;
   }
-  Tyr::DynamicBuffer<> begin;
-  JsonText out(begin);
+  Tyr::DynamicBuffer<4096> text;
+  JsonText out(text);
   out.open('{');
   if (key != nullptr) keyIs(out, *key);
-  console_.print(begin.view());
-  bool first = key == nullptr;
   for (const std::string_view list : lists) {
-    if (list.empty()) continue;
-    if (!std::exchange(first, false)) console_.print(",");
-    console_.print(list);
+    if (!list.empty()) out.word(list).flush(console_);
   }
-  if (any && explain_) console_.print(",\"explain\":" + boost::json::serialize(explained(numbers)));
-  console_.line("}");
+  if (any && explain_) out.name("explain").word(boost::json::serialize(explained(numbers)));
+  out.close('}');
+  console_.line(text.view());
 }
 
 const Lister::Printed& Lister::printed(const Place& place, std::size_t kind, std::uint32_t number) {

@@ -88,73 +88,50 @@ boost::json::object MrtReport::keys(const MrtGroup& group) const {
 }
 
 void MrtReport::printJson(const Group& group) {
-  const auto number = [this](const char* key, std::uint64_t value) {
-    console_.print(std::string("\"") + key + "\":" + std::to_string(value) + ",");
-  };
-  const boost::json::object key = keys(group.counts);
-  console_.print("{");
-  for (const auto& [name, value] : key) console_.print(jsonText(name) + ":" + boost::json::serialize(value) + ",");
-  if (!group.counts.peer) {
-    number("files", group.counts.files);
-    number("records", group.counts.counts.records);
-  }
-  number("paths", group.counts.counts.paths);
-  for (std::size_t kind = 0; kind < kindCount; ++kind) printKindJson(group, kind);
-  boost::json::object classifications;
+  const MrtCounts& counts = group.counts.counts;
+  Tyr::DynamicBuffer<4096> text;
+  JsonText out(text);
+  out.open('{');
+  for (const auto& [name, value] : keys(group.counts)) out.name(name).word(boost::json::serialize(value));
+  if (!group.counts.peer) out.name("files").number(group.counts.files).name("records").number(counts.records);
+  out.name("paths").number(counts.paths);
+  for (std::size_t kind = 0; kind < kindCount; ++kind) writeKind(group, kind, out.name(kindRows[kind].name));
+  out.name("classifications").open('{');
   for (const auto& [classification, count] : group.classifications) {
-    classifications[classificationName(classification)] = count;
+    out.name(classificationName(classification)).number(count);
   }
-  console_.print("\"classifications\":" + boost::json::serialize(classifications) + ",");
-  if (group.counts.peer) return console_.line("\"matches\":" + std::to_string(group.matches) + "}");
-  number("matches", group.matches);
-  number("malformed", group.counts.counts.malformed);
-  console_.line("\"skipped\":" + std::to_string(group.counts.counts.skipped) + "}");
+  out.close('}').name("matches").number(group.matches);
+  if (!group.counts.peer) out.name("malformed").number(counts.malformed).name("skipped").number(counts.skipped);
+  out.close('}');
+  console_.line(text.view());
 }
 
-void MrtReport::printKindJson(const Group& group, std::size_t kind) {
+void MrtReport::writeKind(const Group& group, std::size_t kind, JsonText& out) {
   const Statistics& found = group.kinds[kind];
-  boost::json::object counts;
-  counts["paths"] = group.tallies[kind]->paths;
-  counts["communities"] = group.tallies[kind]->communities;
-  counts["distinctLists"] = found.distinctLists;
-  counts["distinctCommunities"] = found.distinctCommunities;
-  std::string text = boost::json::serialize(counts);
-  text.pop_back();
-  console_.print(std::string("\"") + kindRows[kind].name + "\":" + text);
-  if (options_.top) printTopJson(found, kind);
-  console_.print("},");
+  out.open('{').name("paths").number(group.tallies[kind]->paths);
+  out.name("communities").number(group.tallies[kind]->communities);
+  out.name("distinctLists").number(found.distinctLists).name("distinctCommunities").number(found.distinctCommunities);
+  if (options_.top) writeTop(found, kind, out);
+  out.close('}');
 }
 
 // Piece by piece: all of them are many.
-void MrtReport::printTopJson(const Statistics& found, std::size_t index) {
+void MrtReport::writeTop(const Statistics& found, std::size_t index, JsonText& out) {
   const Kind& kind = kinds_.at(index);
-  std::string_view comma;
-  const auto entry = [&](std::uint64_t paths, const auto& write) {
-    Tyr::DynamicBuffer<1024> text;
-    JsonText out(text);
-    write(out.open('{').name("paths").number(paths));
-    out.close('}');
-    console_.print(comma);
-    console_.print(text.view());
-    comma = ",";
-  };
-  console_.print(",\"topLists\":[");
+  out.name("topLists").open('[');
   for (const auto& [number, paths] : found.topLists) {
-    entry(paths, [&, number = number](JsonText& out) {
-      out.name("values").open('[');
-      kind.forEachValue(number, [&out](Octets value) { out.hex(value); });
-      out.close(']').name("text").text(kind.listText(number));
-    });
+    out.open('{').name("paths").number(paths).name("values").open('[');
+    kind.forEachValue(number, [&out](Octets value) { out.hex(value); });
+    out.close(']').name("text").text(kind.listText(number)).close('}').flush(console_);
   }
-  comma = "";
-  console_.print("],\"topCommunities\":[");
+  out.close(']').name("topCommunities").open('[');
   for (const auto& [octets, paths] : found.topCommunities) {
-    entry(paths, [&, value = octetsOf(octets)](JsonText& out) {
-      out.name("value").hex(value).name("text").text(kind.text(value));
-      if (const std::string meaning = names_.meaning(index, value); !meaning.empty()) out.name("meaning").text(meaning);
-    });
+    const Octets value = octetsOf(octets);
+    out.open('{').name("paths").number(paths).name("value").hex(value).name("text").text(kind.text(value));
+    if (const std::string meaning = names_.meaning(index, value); !meaning.empty()) out.name("meaning").text(meaning);
+    out.close('}').flush(console_);
   }
-  console_.print("]");
+  out.close(']');
 }
 
 void MrtReport::printCsv(const Group& group) {

@@ -15,6 +15,7 @@ namespace VelBgpTool {
 struct Agent;
 class Console;
 class Interning;
+class JsonText;
 class Names;
 
 // What is counted together: all, or what one file or one peer has.
@@ -62,8 +63,8 @@ class MrtReport {
   boost::json::object keys(const MrtGroup& group) const;
 
   void printJson(const Group& group);
-  void printKindJson(const Group& group, std::size_t kind);
-  void printTopJson(const Statistics& found, std::size_t kind);
+  void writeKind(const Group& group, std::size_t kind, JsonText& out);
+  void writeTop(const Statistics& found, std::size_t kind, JsonText& out);
   void printCsv(const Group& group);
 
   void printForPeople(const Group& group);

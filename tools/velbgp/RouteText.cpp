@@ -1,9 +1,6 @@
 #include "tools/velbgp/RouteText.h"
 
 #include <algorithm>
-#include <boost/json/serialize.hpp>
-#include <boost/json/string.hpp>
-#include <boost/json/value.hpp>
 #include <charconv>
 
 #include "Addr/Ip4Addr.h"
@@ -20,19 +17,20 @@ class JsonWriter final : public RouteWriter {
   explicit JsonWriter(const RouteWriting& writing) : console_(writing.console), json_(writing.kinds, writing.raw) {}
 
   bool routeIs(const Route& route) override {
-    line_ = '{';
-    json_.appendTypeAndTime(line_, route.type, route.time);
-    json_.appendKey(line_, route.peer, route.local, route.target);
-    json_.appendFacts(line_, factsOf(route));
-    line_ += '}';
-    console_.line(line_);
+    line_.clear();
+    JsonText out(line_);
+    json_.typeAndTime(out.open('{'), route.type, route.time);
+    json_.key(out, route.peer, route.local, route.target);
+    json_.facts(out, factsOf(route));
+    out.close('}');
+    console_.line(line_.view());
     return true;
   }
 
  private:
   Console& console_;
   JsonRoutes json_;
-  std::string line_;
+  Tyr::DynamicBuffer<1024> line_;
 };
 
 class CsvWriter final : public RouteWriter {
@@ -46,7 +44,7 @@ class CsvWriter final : public RouteWriter {
   bool routeIs(const Route& route) override {
     line_ = textOf(route.type);
     line_ += ',';
-    appendTime(line_, route.time);
+    line_ += TimeText(route.time).view();
     line_ += ',';
     csv_.appendPeer(line_, route.peer);
     line_ += route.local ? ",true," : ",,";
@@ -218,17 +216,14 @@ const std::string& RouteTexts::address(Octets octets) {
 }
 
 const std::string& RouteTexts::prefix(const RouteTarget& target) {
-  const auto octets = maskedOctets(target.nlri);
-  const std::size_t size = target.family.afi == Family::ip4 ? 4 : 16;
-  std::string key(1, static_cast<char>(target.nlri.bits));
-  key.append(reinterpret_cast<const char*>(octets.data()), size);
+  const Prefix prefix{maskedOctets(target.nlri), target.family.afi == Family::ip4 ? 4u : 16u, target.nlri.bits};
   // The paths of a RIB record come in a row.
-  if (key != prefixKey_) {
+  if (prefix != prefix_) {
+    prefix_ = prefix;
     prefixText_.clear();
-    appendAddress(prefixText_, Octets(octets).first(size));
+    appendAddress(prefixText_, Octets(prefix.octets).first(prefix.size));
     prefixText_ += '/';
-    appendNumber(prefixText_, target.nlri.bits);
-    prefixKey_ = std::move(key);
+    appendNumber(prefixText_, prefix.bits);
   }
   return prefixText_;
 }
@@ -265,58 +260,50 @@ void CsvRoutes::appendTarget(std::string& line, const RouteTarget& target) {
   if (target.hasPathId) appendNumber(line, target.nlri.pathId);
 }
 
-void appendTime(std::string& text, const MrtTime& time) {
-  appendNumber(text, time.seconds);
-  if (!time.hasMicroseconds) return;
-  const std::string digits = std::to_string(1'000'000 + time.microseconds);
-  text += '.';
-  text.append(digits, 1);
-}
-
-std::string jsonText(std::string_view text) { return boost::json::serialize(boost::json::string(text)); }
-
-void JsonRoutes::appendTypeAndTime(std::string& line, Route::Type type, const MrtTime& time) {
-  line.append(R"("type":")").append(textOf(type)).append(R"(","time":)");
-  appendTime(line, time);
-}
-
-void JsonRoutes::appendKey(std::string& line, const MrtPeer& peer, bool local, const RouteTarget& target) {
-  if (!peer.address.empty()) {
-    line.append(R"(,"peer":")").append(texts_.address(peer.address)).append(R"(","peerAs":)");
-    appendNumber(line, peer.as);
+TimeText::TimeText(const MrtTime& time) {
+  char* end = std::to_chars(text_, std::end(text_), time.seconds).ptr;
+  if (time.hasMicroseconds) {
+    char* const point = end;
+    end = std::to_chars(point, std::end(text_), 1'000'000 + time.microseconds).ptr;
+    *point = '.';  // in place of the million, which gave the zeros
   }
-  if (local) line += R"(,"local":true)";
-  line.append(R"(,"family":")").append(texts_.family(target.family));
+  size_ = static_cast<std::size_t>(end - text_);
+}
+
+void JsonRoutes::typeAndTime(JsonText& out, Route::Type type, const MrtTime& time) {
+  out.name<"type">().plain(textOf(type)).name<"time">().word(TimeText(time).view());
+}
+
+void JsonRoutes::key(JsonText& out, const MrtPeer& peer, bool local, const RouteTarget& target) {
+  if (!peer.address.empty()) out.name<"peer">().plain(texts_.address(peer.address)).name<"peerAs">().number(peer.as);
+  if (local) out.name<"local">().word("true");
+  out.name<"family">().plain(texts_.family(target.family));
   if (target.isPrefix) {
-    line.append(R"(","prefix":")").append(texts_.prefix(target)) += '"';
+    out.name<"prefix">().plain(texts_.prefix(target));
   } else {
-    line.append(R"(","nlri":")").append(hexValue(target.nlri.octets)) += '"';
+    out.name<"nlri">().hex(target.nlri.octets);
   }
-  if (!target.hasPathId) return;
-  line += R"(,"pathId":)";
-  appendNumber(line, target.nlri.pathId);
+  if (target.hasPathId) out.name<"pathId">().number(target.nlri.pathId);
 }
 
-void JsonRoutes::appendFacts(std::string& line, const RouteFacts& facts) {
-  if (facts.hasAsPath) line.append(R"(,"asPath":")").append(facts.asPath) += '"';
-  if (facts.origin != nullptr) line.append(R"(,"origin":")").append(facts.origin) += '"';
-  if (!facts.nextHop.empty()) line.append(R"(,"nextHop":")").append(texts_.address(facts.nextHop)) += '"';
+void JsonRoutes::facts(JsonText& out, const RouteFacts& facts) {
+  if (facts.hasAsPath) out.name<"asPath">().plain(facts.asPath);
+  if (facts.origin != nullptr) out.name<"origin">().plain(facts.origin);
+  if (!facts.nextHop.empty()) out.name<"nextHop">().plain(texts_.address(facts.nextHop));
   for (const std::size_t kind : routeKinds) {
     const Octets values = facts.lists[kind];
-    if (!values.empty()) line += lists_[kind].of(values, [&] { return list(kind, values); });
+    if (values.empty()) continue;
+    out.name(kindRows[kind].name).word(lists_[kind].of(values, [&] { return list(kind, values); }));
   }
 }
 
-// The member of a list, comma and name and all.
 std::string JsonRoutes::list(std::size_t kind, Octets values) {
-  std::string text = std::string(",\"") + kindRows[kind].name + "\":";
-  char before = '[';
-  texts_.forEachValue(kind, values, [&](const std::string& value, Octets) {
-    text += before;
-    text += jsonText(value);
-    before = ',';
-  });
-  return text + ']';
+  Tyr::DynamicBuffer<1024> text;
+  JsonText out(text);
+  out.open('[');
+  texts_.forEachValue(kind, values, [&out](const std::string& value, Octets) { out.text(value); });
+  out.close(']');
+  return text.str();
 }
 
 std::unique_ptr<RouteWriter> makePeopleWriter(const RouteWriting& writing) {

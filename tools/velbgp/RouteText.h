@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "tools/velbgp/JsonText.h"
 #include "tools/velbgp/Route.h"
 
 namespace VelBgpTool {
@@ -68,7 +69,14 @@ class RouteTexts {
   std::array<TextMemory, kindCount> values_;
   Family family_;
   std::string familyText_;
-  std::string prefixKey_;
+  // What prefixText_ says; of no octets at first.
+  struct Prefix {
+    std::array<std::uint8_t, 16> octets{};
+    std::size_t size = 0;
+    unsigned bits = 0;
+    bool operator==(const Prefix&) const = default;
+  };
+  Prefix prefix_;
   std::string prefixText_;
 };
 
@@ -99,9 +107,15 @@ std::unique_ptr<RouteWriter> makeBgpdumpWriter(const RouteWriting& writing);
 // The octets of a prefix with nothing behind its length.
 std::array<std::uint8_t, 16> maskedOctets(const Nlri& nlri);
 // "1546300800.123456".
-void appendTime(std::string& text, const MrtTime& time);
-// As a JSON string, in quotes.
-std::string jsonText(std::string_view text);
+class TimeText {
+ public:
+  explicit TimeText(const MrtTime& time);
+  std::string_view view() const { return {text_, size_}; }
+
+ private:
+  char text_[28];
+  std::size_t size_;
+};
 
 // Members of a route's JSON object.
 class JsonRoutes {
@@ -109,10 +123,10 @@ class JsonRoutes {
   JsonRoutes(Kinds& kinds, bool raw) : texts_(kinds, raw) {}
   RouteTexts& texts() { return texts_; }
 
-  static void appendTypeAndTime(std::string& line, Route::Type type, const MrtTime& time);
-  // From "peer" to "pathId", and from "asPath" on, each with a comma before it.
-  void appendKey(std::string& line, const MrtPeer& peer, bool local, const RouteTarget& target);
-  void appendFacts(std::string& line, const RouteFacts& facts);
+  static void typeAndTime(JsonText& out, Route::Type type, const MrtTime& time);
+  // From "peer" to "pathId", and from "asPath" on.
+  void key(JsonText& out, const MrtPeer& peer, bool local, const RouteTarget& target);
+  void facts(JsonText& out, const RouteFacts& facts);
 
  private:
   std::string list(std::size_t kind, Octets values);

@@ -188,6 +188,8 @@ class SampleWriter {
 }  // namespace
 
 void sampleCommand(const Options& options, const Routing::RouteMap::PosixRegex*, Console& console) {
+  if (console.outIsTerminal())
+    return console.error("an MRT stream is no text, expected a file or a pipe to write it to");
   SampleWriter(options, console).write();
 }
 
