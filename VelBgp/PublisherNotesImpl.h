@@ -38,6 +38,7 @@ class BySlotInParts {
   }
   // Takes what the other has.
   void append(BySlotInParts& other) noexcept {
+    if (empty()) parts_.swap(other.parts_);  // also where clear() gave the room away
     for (Part& part : other.parts_) {
       for (auto& [slot, value] : part) put(slot, std::move(value));
     }

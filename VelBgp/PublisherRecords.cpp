@@ -57,6 +57,7 @@ class AttributeChange {
     dropUnused();
     // Places for what is to come, so that settling needs no memory.
     records_.lists.reserve(records_.lists.size() + come_.size());
+    roomFor(records_.lists, come_.size());
     records_.leaving.reserve(records_.leaving.size() + leaving_.size());
     for (const auto& [image, shared] : communities_) records_.communities.try_emplace(image);
   }

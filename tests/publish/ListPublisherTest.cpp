@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "VelBgp/CommunityTables.h"
+#include "VelBgp/PublisherRecordsImpl.h"
 #include "VelBgp/StashedPaths.h"
 #include "publish/Publishing.h"
 #include "support/Death.h"
@@ -372,6 +373,52 @@ TEST_F(ListPublisherTest, OutOfMemory) {
   after.paths.erase(key);
   expectAllOrNothing(publish, withdraw);
   EXPECT_FALSE(publisher.pathDel(key));
+}
+
+// The publisher's thread does all of a step, or nothing and tries again, whatever allocation fails.
+TEST_F(ListPublisherTest, NotesAreWrittenOrKeptWithoutMemory) {
+  const auto store = Store::StoreManager::openForWriting(path_);
+  detail::Records records(*store);
+  detail::Notes unwritten;
+  std::set<detail::Slot> there;
+  std::mt19937 random;
+  const auto tried = [](auto&& step) {
+    for (int at = 1;; ++at) {
+      failingMemory = {at, true, false, failingMemory.live};
+      try {
+        step();
+        failingMemory.left = 0;
+        return;
+      } catch (const std::exception&) {
+        failingMemory.left = 0;
+      }
+    }
+  };
+  for (int round = 0; round < 600; ++round) {
+    detail::Notes later;
+    detail::AttributeNotes& lists = later.lists[detail::largeLists];
+    if (random() % 10 == 0) {
+      lists.allGone = true;
+      there.clear();
+    }
+    std::erase_if(there, [&, stays = round % 2 == 0 ? random() % 9 : 8](detail::Slot slot) {
+      if (random() % 8 < stays) return false;
+      lists.gone.push_back(slot);
+      return true;
+    });
+    while (round % 2 == 1 && there.size() < 20 + static_cast<unsigned>(round) / 8 % 50) {
+      const auto slot = static_cast<detail::Slot>(random());
+      if (there.insert(slot).second) lists.come.put(slot, Image(12));
+    }
+    tried([&] { detail::append(unwritten, later); });
+    if (random() % 4 == 0) continue;
+    tried([&] { records.commit(unwritten, 0); });
+    unwritten = {};
+    std::size_t shown = 0;
+    store->refresh();
+    store->view().forEachRecord([&](Store::Reference, Store::Record) { ++shown; });
+    ASSERT_EQ(shown, there.size());
+  }
 }
 
 TEST_F(ListPublisherTest, ThreadsInternAndReleaseTheSame) {
