@@ -23,7 +23,8 @@
 // and all that is not written yet is tried again at the next interval; interning goes on. Memory: about 100 octets for
 // each published list and for each distinct community of extended lists, as much again for each that came or went since
 // the last commit; about 45 and the key for each path, and 32 for each that changed. The engine keeps the pages that its
-// largest commit changed: 4 KiB for each change at most, 8 MiB in all for paths. Attaching a table in use notes all
+// largest commit changed: 4 KiB for each change at most, 8 MiB in all for paths, but for those that lose their lists
+// when a table goes, which is one commit. Attaching a table in use notes all
 // lists that are there, and the paths that have lists of it, on the thread that attaches; nothing is committed till that
 // is done. Threads that intern meanwhile wait for the note of one list, or for those of a 256th of the paths.
 //

@@ -395,7 +395,7 @@ class PublishPaths final : public Job {
              {"heap of a published path, the engine's of it", name, 0, "octets"},
              {"heap of a published path, most", name, 0, "octets", "", {Target::medianAtMost, 200}},
              {"file pages of a published path", name, 0, "octets"},
-             {"heap of a path that went", name, 0, "octets"}}),
+             {"heap of a published path that went", name, 0, "octets"}}),
         sorted_(sorted),
         flushEach_(flushEach) {}
 
