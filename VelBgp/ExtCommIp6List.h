@@ -155,7 +155,8 @@ class VELBGP_EXPORT ExtCommIp6List final : public ExtCommIp6ListBase {
   using PtrConst = Tyr::Ptr<const ExtCommIp6List>;
   using ClassificationLists = std::vector<ExtCommIp6ClassificationList::PtrConst>;
 
-  ExtCommIp6List() noexcept = default;
+  // Not defaulted: `new ExtCommIp6List()` would first zero all of it, also the count that a lock-free reader may look at.
+  ExtCommIp6List() noexcept {}
   const Tyr::FwkType& fwkType() const override;
   bool compare(const Keel::DedupHandleBase* other) const override;
 
