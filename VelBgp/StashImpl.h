@@ -39,9 +39,8 @@ using Image = std::vector<std::uint8_t>;
 
 template <typename Plain>
 void appendPlain(Image& image, const Plain& plain) {
-  static_assert(std::is_trivially_copyable_v<Plain>);
-  const auto* octets = reinterpret_cast<const std::uint8_t*>(&plain);
-  image.insert(image.end(), octets, octets + sizeof plain);
+  const Store::Octets octets = octetsOf(plain);
+  image.insert(image.end(), octets.begin(), octets.end());
 }
 
 // The octets of a community's record: its value, and its classification.

@@ -1,8 +1,8 @@
 """comments.py FILE: the file as Doxygen reads it. Headings of documents get the anchors that other readers give them. A
 header's first comment becomes its page; other comments that stand on their own lines document what follows: up to an
 empty line all declarations, but for attributes of another type and those with a comment behind them, which is theirs;
-behind a body of several lines just those of the same name. What stands above a forward declaration is about more than that. A class without any
-refers to the page; what looks like code in a comment is code."""
+behind a body of several lines just those of the same name. What stands above a forward declaration is about more than
+that. A class without any refers to the page; what looks like code in a comment is code."""
 import pathlib
 import re
 import sys
